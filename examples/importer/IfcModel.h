@@ -1,0 +1,69 @@
+#pragma once
+
+// What the importer reads out of an IFC file, product by product.
+
+#include <Velmor/WideText.h>
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace importer {
+
+/// How much of a product's shape could be had.
+enum class Shape : std::uint32_t {
+    None,   ///< No vertices.
+    Points, ///< Vertices, but no closed solid: box and octant distances make sense, volume and centroid do not.
+    Solid   ///< Closed solids: volume and centroid too.
+};
+
+/// One product: an instance of a subtype of IfcProduct that is a physical or spatial object of the model.
+struct Product {
+    std::uint64_t instance = 0;      ///< Number of its instance in the file (#123).
+    std::uint64_t line = 0;          ///< Line on which that instance begins, from 1.
+    std::string globalId;            ///< Its GlobalId, decoded, of whatever length; empty when not given.
+    std::string className;           ///< Its entity, in capitals as in the file: "IFCBEAM".
+    Velmor::WideString name;         ///< Its name, decoded; empty when not given.
+    Shape shape = Shape::None;       ///< What of the following carries data.
+    std::vector<double> vertexes;    ///< Triples x, y, z in metres, in the model's world; every vertex of the shape.
+    double volume = 0.0;             ///< In cubic metres.
+    double centroid[3] = {0, 0, 0};  ///< In metres, in the model's world.
+};
+
+/// What spoiled one object; the import goes on.
+struct Problem {
+    std::uint64_t line = 0;     ///< Line of the instance at fault, from 1.
+    std::uint64_t instance = 0; ///< Number of the instance at fault.
+    std::string reason;         ///< What is wrong with it, in UTF-8.
+};
+
+/// What makes the import meaningless: the message names file, line and what was expected.
+class ModelError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Receives a model as it is read.
+class ModelSink {
+public:
+    virtual ~ModelSink() = default;
+
+    /// Called once, before any product, with the schema's name: "IFC2X3", "IFC4", "IFC4X3_ADD2".
+    virtual void schema(const std::string& name) = 0;
+
+    /// Called for each product, in the order of the file.
+    virtual void product(Product&& product) = 0;
+
+    /// Called for each thing that spoils one object.
+    virtual void problem(const Problem& problem) = 0;
+
+    /// Called now and then with the part of the work that is done, 0 to 1, never falling.
+    virtual void progress(double done) = 0;
+};
+
+/// Reads an IFC file (ISO 10303-21; IFC2X3, IFC4, IFC4X3).
+/// @throws ModelError for what makes the import meaningless: no such file, no STEP file, a file cut off, another schema.
+void readIfcModel(const Velmor::WideString& path, ModelSink& sink);
+
+} // namespace importer
