@@ -7,13 +7,13 @@
 /// build defines `VELMOR_BUILDING`; `VELMOR_STATIC` (the suites of internal modules) removes the import decoration.
 
 #if defined(_WIN32)
-#    if defined(VELMOR_BUILDING)
-#        define VELMOR_API __declspec(dllexport)
-#    elif defined(VELMOR_STATIC)
-#        define VELMOR_API
-#    else
-#        define VELMOR_API __declspec(dllimport)
-#    endif
+    #if defined(VELMOR_BUILDING)
+        #define VELMOR_API __declspec(dllexport)
+    #elif defined(VELMOR_STATIC)
+        #define VELMOR_API
+    #else
+        #define VELMOR_API __declspec(dllimport)
+    #endif
 #else
-#    define VELMOR_API __attribute__((visibility("default")))
+    #define VELMOR_API __attribute__((visibility("default")))
 #endif

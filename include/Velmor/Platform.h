@@ -6,6 +6,7 @@
 #include <Velmor/Export.h>
 #include <Velmor/WideText.h>
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -58,8 +59,9 @@ protected:
     void Leave(Lock* lock);
 
 private:
-    void* section_;     // the operating system's lock, from malloc; null if there was no memory
-    Lock* currentLock_; // bookkeeping for whoever looks at it in a debugger; not protected, never read
+    void* section_; // the operating system's lock, from malloc; null if there was no memory
+    std::atomic<Lock*>
+        currentLock_; // bookkeeping for whoever looks at it in a debugger; not protected by the lock, never read
 };
 
 static_assert(sizeof(CriticalSection) == 2 * sizeof(void*), "the layout of a section is fixed");
@@ -266,8 +268,8 @@ public:
     /// @param size          its size in bytes.
     /// @param lowerPriority whether the thread runs at lowered priority.
     /// @return the thread handle; null when there was no memory.
-    static unsigned* createThread(unsigned (*function)(void* data, std::uint64_t size), const void* data,
-                                  std::uint64_t size, bool lowerPriority);
+    static unsigned* createThread(unsigned (*function)(void* data, std::uint64_t size), const void* data, std::uint64_t size,
+                                  bool lowerPriority);
 
     /// Whether a thread has ended.
     /// @param thread        its handle.

@@ -45,7 +45,8 @@ public:
     /// Frees the record.
     ~ExternalVersion();
 
-    /// Replaces this record by a new one with the other's type and numbers. Assigning an object to itself leaves it as it is.
+    /// Replaces this record by a new one with the other's type and numbers. Assigning an object to itself leaves it as it
+    /// is.
     ExternalVersion& operator=(const ExternalVersion& other);
 
     /// Writes the byte stream (little-endian, no padding; drawn in docs/formats.md).
@@ -85,7 +86,8 @@ public:
     /// types, or of a type above 3, are never equal; two of type `Invalid` always are.
     bool operator==(const ExternalVersion& other) const;
 
-    /// How alike two fingerprints are, from 0 (different) to 1 (the same), judged by the fields that this one's type carries.
+    /// How alike two fingerprints are, from 0 (different) to 1 (the same), judged by the fields that this one's type
+    /// carries.
     ///
     /// The other's type is not looked at, so the result is not symmetric between types. Boxes of type `BoundingBox` are
     /// compared by their absolute distance: 0.3 units apart is 0, whatever their size. For `Solid` and `Geometry` all

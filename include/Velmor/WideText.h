@@ -23,7 +23,7 @@ static_assert(sizeof(WideChar) == 2, "wide text is UTF-16 on every system");
 
 /// A wide string or character literal of the interface's type: `VELMOR_WIDE("PATH")`, `VELMOR_WIDE('%')`.
 #if defined(_WIN32)
-#    define VELMOR_WIDE(literal) L##literal
+    #define VELMOR_WIDE(literal) L##literal
 #else
-#    define VELMOR_WIDE(literal) u##literal
+    #define VELMOR_WIDE(literal) u##literal
 #endif

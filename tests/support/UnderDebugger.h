@@ -51,7 +51,7 @@ std::string programPath();
 
 } // namespace velmor_tests
 
-#define VELMOR_SCENARIO(name)                                                                                                \
-    static void velmorScenario##name();                                                                                      \
-    static const ::velmor_tests::ScenarioRegistration velmorScenarioRegistration##name(#name, &velmorScenario##name);        \
+#define VELMOR_SCENARIO(name)                                                                                               \
+    static void velmorScenario##name();                                                                                     \
+    static const ::velmor_tests::ScenarioRegistration velmorScenarioRegistration##name(#name, &velmorScenario##name);       \
     static void velmorScenario##name()
