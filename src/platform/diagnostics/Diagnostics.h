@@ -16,11 +16,11 @@ namespace Velmor {
 /// @param level  accepted and ignored; every call site passes 4.
 /// @param format as for `printf`, with its arguments behind it. No newline is added.
 #if defined(__GNUC__)
-#    if defined(__MINGW32__)
+    #if defined(__MINGW32__)
 __attribute__((format(gnu_printf, 2, 3)))
-#    else
+    #else
 __attribute__((format(printf, 2, 3)))
-#    endif
+    #endif
 #endif
 void reportDiagnostic(int level, const char* format, ...);
 

@@ -1,7 +1,7 @@
 #pragma once
 
-// What the library needs of an operating system, and nothing more: the only door to it. On Windows each function is the Win32
-// call that its comment names; on POSIX it gives the same results. Logic does not live here.
+// What the library needs of an operating system, and nothing more: the only door to it. On Windows each function is the
+// Win32 call that its comment names; on POSIX it gives the same results. Logic does not live here.
 
 #include <Velmor/Platform.h>
 #include <Velmor/WideText.h>
@@ -11,7 +11,8 @@
 
 namespace Velmor::os {
 
-// Debugger -------------------------------------------------------------------------------------------------------------------
+// Debugger
+// -------------------------------------------------------------------------------------------------------------------
 
 /// IsDebuggerPresent. POSIX: the process is traced.
 bool isDebuggerPresent();
@@ -22,7 +23,8 @@ void debugBreak();
 /// OutputDebugStringA. POSIX: a write that a tracer sees and nobody else.
 void outputDebugString(const char* text);
 
-// Locks: the caller gives the memory ------------------------------------------------------------------------------------------
+// Locks: the caller gives the memory
+// ------------------------------------------------------------------------------------------
 
 /// Size in bytes of a lock, aligned as malloc aligns. sizeof(CRITICAL_SECTION).
 std::size_t lockSize();
@@ -32,13 +34,15 @@ void deleteLock(void* lock);     ///< DeleteCriticalSection
 void enterLock(void* lock);      ///< EnterCriticalSection, recursive for the holding thread
 void leaveLock(void* lock);      ///< LeaveCriticalSection
 
-// Events -----------------------------------------------------------------------------------------------------------------------
+// Events
+// -----------------------------------------------------------------------------------------------------------------------
 
-HANDLE createEvent();             ///< CreateEventW, manual reset, not signalled, unnamed; null on failure
-void setEvent(HANDLE event);      ///< SetEvent
-void waitForEvent(HANDLE event);  ///< WaitForSingleObjectEx, infinite, not alertable
+HANDLE createEvent();            ///< CreateEventW, manual reset, not signalled, unnamed; null on failure
+void setEvent(HANDLE event);     ///< SetEvent
+void waitForEvent(HANDLE event); ///< WaitForSingleObjectEx, infinite, not alertable
 
-// Handles ----------------------------------------------------------------------------------------------------------------------
+// Handles
+// ----------------------------------------------------------------------------------------------------------------------
 
 /// INVALID_HANDLE_VALUE: all bits set.
 inline HANDLE invalidHandle() {
@@ -51,7 +55,8 @@ bool closeHandle(HANDLE handle);
 /// GetLastError, of the calling thread's last failed call. POSIX: the Win32 code that fits the failure.
 unsigned lastError();
 
-// Code pages -------------------------------------------------------------------------------------------------------------------
+// Code pages
+// -------------------------------------------------------------------------------------------------------------------
 
 /// CP_THREAD_ACP: the code page of the calling thread.
 inline constexpr unsigned threadCodePage = 3;
