@@ -15,10 +15,14 @@
 //         EXPECT_EQ(run.channel, "");
 //     }
 
+#include <chrono>
 #include <string>
 #include <vector>
 
 namespace velmor_tests {
+
+/// How long a scenario may take before it is ended. Its `error` then ends with a line that says so.
+inline constexpr std::chrono::seconds scenarioLimit{120};
 
 /// What a scenario did.
 struct ScenarioRun {
@@ -31,12 +35,15 @@ struct ScenarioRun {
     unsigned exitCode = 0;            ///< Its exit code when it exited, else the signal or exception code.
 };
 
-/// Runs a scenario in a fresh process of this program under a debugger, which goes on after every break.
-/// @param environment variables to set for it, as "NAME=value" (UTF-8).
-ScenarioRun runUnderDebugger(const std::string& scenario, const std::vector<std::string>& environment = {});
+/// Runs a scenario in a fresh process of this program under a debugger, which goes on after every break. Processes that the
+/// scenario starts are not debugged.
+/// @param environment variables to set for it, as "NAME=value" (UTF-8); it inherits the others.
+ScenarioRun runUnderDebugger(const std::string& scenario, const std::vector<std::string>& environment = {},
+                             std::chrono::seconds limit = scenarioLimit);
 
 /// Runs a scenario in a fresh process of this program without a debugger.
-ScenarioRun runAlone(const std::string& scenario, const std::vector<std::string>& environment = {});
+ScenarioRun runAlone(const std::string& scenario, const std::vector<std::string>& environment = {},
+                     std::chrono::seconds limit = scenarioLimit);
 
 /// Registers a scenario under a name; used through the macro below. The process exits with 0 when it returns.
 struct ScenarioRegistration {
