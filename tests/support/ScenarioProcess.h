@@ -14,6 +14,12 @@ int runScenarioHere(const std::string& name);
 ScenarioRun runScenarioProcess(const std::string& scenario, const std::vector<std::string>& environment, bool underDebugger,
                                std::chrono::seconds limit);
 
+/// Notes a break of the scenario.
+inline void countBreak(ScenarioRun& run) {
+    ++run.breaks;
+    run.reportsBeforeBreak.push_back(run.reports.size());
+}
+
 /// The name of a variable given as "NAME=value", with the equals sign.
 inline std::string variablePrefix(const std::string& variable) {
     return variable.substr(0, variable.find('=') + 1);

@@ -178,7 +178,7 @@ void resume(pid_t thread, int status, ScenarioRun& run) {
     if (signal == (SIGTRAP | 0x80)) // PTRACE_O_TRACESYSGOOD
         noteSystemCall(thread, run);
     else if (!isEvent && signal == SIGTRAP)
-        ++run.breaks;
+        countBreak(run);
     else if (!isEvent)
         delivered = signal;
     ptrace(PTRACE_SYSCALL, thread, nullptr, reinterpret_cast<void*>(static_cast<std::intptr_t>(delivered)));
@@ -210,7 +210,6 @@ std::string programPath() {
 
 ScenarioRun runScenarioProcess(const std::string& scenario, const std::vector<std::string>& environment, bool underDebugger,
                                std::chrono::seconds limit) {
-    ScenarioRun run;
     const std::string program = programPath();
     std::vector<std::string> argumentTexts{program, scenarioArgument + scenario};
     std::vector<std::string> environmentTexts = makeEnvironment(environment, underDebugger);
@@ -241,8 +240,9 @@ ScenarioRun runScenarioProcess(const std::string& scenario, const std::vector<st
         fail("write");
 
     Killer killer(child);
-    std::thread collector([&] { collect(output.reading(), error.reading(), ended.reading(), killer, limit, run); });
-    ScenarioRun seen; // by this thread; the collector writes the texts of the other meanwhile
+    ScenarioRun run;  // of the tracer, this thread
+    ScenarioRun told; // the texts, of the collector
+    std::thread collector([&] { collect(output.reading(), error.reading(), ended.reading(), killer, limit, told); });
     int status = 0;
     for (;;) {
         // The group is the scenario's own: children that the suite itself has started stay out of this.
@@ -250,7 +250,7 @@ ScenarioRun runScenarioProcess(const std::string& scenario, const std::vector<st
         if (who < 0 && errno != EINTR)
             fail("waitpid");
         if (who > 0 && WIFSTOPPED(status))
-            resume(who, status, seen);
+            resume(who, status, run);
         else if (who == child)
             break;
     }
@@ -258,8 +258,8 @@ ScenarioRun runScenarioProcess(const std::string& scenario, const std::vector<st
     ended.closeWriting();
     collector.join();
 
-    run.breaks = seen.breaks;
-    run.reports = std::move(seen.reports);
+    run.output = std::move(told.output);
+    run.error = std::move(told.error);
     run.exited = WIFEXITED(status);
     run.exitCode = static_cast<unsigned>(run.exited ? WEXITSTATUS(status) : WTERMSIG(status));
     return run;

@@ -154,7 +154,7 @@ DWORD note(const DEBUG_EVENT& event, Debugger& debugger, ScenarioRun& run) {
             return DBG_EXCEPTION_NOT_HANDLED;
         }
         if (debugger.sawLoaderBreak)
-            ++run.breaks;
+            countBreak(run);
         debugger.sawLoaderBreak = true;
         break;
     default:

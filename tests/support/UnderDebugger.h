@@ -16,6 +16,7 @@
 //     }
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -26,13 +27,14 @@ inline constexpr std::chrono::seconds scenarioLimit{120};
 
 /// What a scenario did.
 struct ScenarioRun {
-    int breaks = 0;                   ///< Breaks into the debugger (the loader's own initial one is not counted).
-    std::string channel;              ///< All text of the debugger channel, in order.
-    std::vector<std::string> reports; ///< The same text, one entry a report.
-    std::string output;               ///< All text on standard output, carriage returns removed.
-    std::string error;                ///< All text on standard error, carriage returns removed.
-    bool exited = false;              ///< Ended by itself, not by a signal or an unhandled exception.
-    unsigned exitCode = 0;            ///< Its exit code when it exited, else the signal or exception code.
+    int breaks = 0;                              ///< Breaks into the debugger (the loader's own initial one is not counted).
+    std::string channel;                         ///< All text of the debugger channel, in order.
+    std::vector<std::string> reports;            ///< The same text, one entry a report.
+    std::vector<std::size_t> reportsBeforeBreak; ///< For each break, how many reports came before it.
+    std::string output;                          ///< All text on standard output, carriage returns removed.
+    std::string error;                           ///< All text on standard error, carriage returns removed.
+    bool exited = false;                         ///< Ended by itself, not by a signal or an unhandled exception.
+    unsigned exitCode = 0;                       ///< Its exit code when it exited, else the signal or exception code.
 };
 
 /// Runs a scenario in a fresh process of this program under a debugger, which goes on after every break. Processes that the

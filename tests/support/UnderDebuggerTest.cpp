@@ -110,6 +110,7 @@ VELMOR_SCENARIO(ReportAndBreak) {
 TEST(UnderDebugger, SeesEachReportAndBreakAndGoesOn) {
     const auto run = runUnderDebugger("ReportAndBreak");
     EXPECT_EQ(run.breaks, 3);
+    EXPECT_THAT(run.reportsBeforeBreak, ElementsAre(1u, 2u, 2u));
     EXPECT_THAT(run.reports, ElementsAre("first", "second\n", std::string(8191, 'x')));
     EXPECT_EQ(run.channel, "firstsecond\n" + std::string(8191, 'x'));
     EXPECT_EQ(run.output, "output\n");
