@@ -1,0 +1,176 @@
+#include <Velmor/Platform.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+#if defined(_WIN32)
+    #include <windows.h>
+#else
+    #include <filesystem>
+#endif
+
+namespace {
+
+using Velmor::Signal;
+
+static_assert(sizeof(Signal) == 8);
+static_assert(!std::is_polymorphic_v<Signal>);
+
+/// The handles that the process has open.
+std::size_t openHandles() {
+#if defined(_WIN32)
+    DWORD count = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &count);
+    return count;
+#else
+    const std::filesystem::directory_iterator entries("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+#endif
+}
+
+/// A thread that waits for a signal, and what is known of it.
+class Waiter {
+public:
+    explicit Waiter(Signal& signal)
+        : thread_([this, &signal] {
+              signal.wait();
+              returned_ = true;
+          }) {}
+
+    bool returned() const { return returned_; }
+    void join() { thread_.join(); }
+
+private:
+    std::atomic<bool> returned_{false};
+    std::thread thread_;
+};
+
+TEST(Signal, WaitReturnsOnlyWhenRaised) {
+    Signal signal;
+    Waiter waiter(signal);
+    std::this_thread::sleep_for(std::chrono::milliseconds(80));
+    EXPECT_FALSE(waiter.returned());
+    signal.raise();
+    waiter.join();
+    EXPECT_TRUE(waiter.returned());
+}
+
+TEST(Signal, StaysRaised) {
+    Signal signal;
+    signal.raise();
+    for (int i = 0; i < 1000; ++i)
+        signal.wait();
+    Waiter waiter(signal);
+    waiter.join();
+    EXPECT_TRUE(waiter.returned());
+}
+
+TEST(Signal, MayBeRaisedAgain) {
+    Signal signal;
+    signal.raise();
+    signal.raise();
+    signal.wait();
+    signal.raise();
+    signal.wait();
+    signal.wait();
+}
+
+TEST(Signal, ReleasesEveryWaiter) {
+    Signal signal;
+    std::vector<std::unique_ptr<Waiter>> waiters;
+    for (int i = 0; i < 16; ++i)
+        waiters.push_back(std::make_unique<Waiter>(signal));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    for (const auto& waiter : waiters)
+        EXPECT_FALSE(waiter->returned());
+    signal.raise();
+    for (const auto& waiter : waiters)
+        waiter->join();
+}
+
+TEST(Signal, ShowsTheWaiterWhatWasDoneBefore) {
+    for (int i = 0; i < 200; ++i) {
+        Signal signal;
+        int value = 0; // not atomic: the signal orders the accesses
+        std::thread thread([&] {
+            value = i;
+            signal.raise();
+        });
+        signal.wait();
+        EXPECT_EQ(value, i);
+        thread.join();
+    }
+}
+
+TEST(Signal, MayBeRaisedByManyThreads) {
+    Signal signal;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i)
+        threads.emplace_back([&] {
+            signal.raise();
+            signal.wait();
+        });
+    signal.wait();
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+TEST(Signal, MayBeDestroyedAsSoonAsWaitReturns) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 1000; ++i) {
+        auto signal = std::make_unique<Signal>();
+        Signal* const raised = signal.get();
+        std::thread thread([raised] { raised->raise(); });
+        signal->wait();
+        signal.reset(); // the other thread may still be on its way out of raise()
+        thread.join();
+    }
+}
+
+TEST(Signal, AreIndependent) {
+    Signal first;
+    Signal second;
+    first.raise();
+    first.wait();
+    Waiter waiter(second);
+    std::this_thread::sleep_for(std::chrono::milliseconds(60));
+    EXPECT_FALSE(waiter.returned());
+    second.raise();
+    waiter.join();
+}
+
+TEST(Signal, PassesBetweenTwoThreads) {
+    for (int i = 0; i < 200; ++i) {
+        Signal there;
+        Signal back;
+        std::thread thread([&] {
+            there.wait();
+            back.raise();
+        });
+        there.raise();
+        back.wait();
+        thread.join();
+    }
+}
+
+TEST(Signal, TwoHundredRoundsLeaveNoHandle) {
+    const auto round = [] {
+        Signal signal;
+        Waiter waiter(signal);
+        signal.raise();
+        waiter.join();
+    };
+    round();
+    const std::size_t before = openHandles();
+    for (int i = 0; i < 200; ++i)
+        round();
+    EXPECT_EQ(openHandles(), before);
+}
+
+} // namespace
