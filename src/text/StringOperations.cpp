@@ -1,0 +1,220 @@
+#include "platform/diagnostics/Diagnostics.h"
+#include "platform/os/os.h"
+#include "text/IsoLatinTables.h"
+#include "text/Utf8.h"
+
+#include <Velmor/Text.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <limits>
+
+namespace Velmor {
+
+namespace {
+
+constexpr unsigned firstIsoLatinCodePage = StringOperations::ISO_8859_1;
+constexpr unsigned lastIsoLatinCodePage = StringOperations::ISO_8859_9;
+
+/// The bytes of a source for a message. A copy, since the source need not end in a zero byte.
+std::string textOf(const unsigned char* source, std::size_t length) {
+    return {reinterpret_cast<const char*>(source), length};
+}
+
+struct CharacterRange {
+    WideChar first;
+    WideChar last;
+};
+
+/// What may stand before a number. The C library's own answer would depend on the locale and on the system.
+constexpr CharacterRange spaces[] = {{0x0009, 0x000D}, {0x0020, 0x0020}, {0x00A0, 0x00A0},
+                                     {0x1680, 0x1680}, {0x2000, 0x200A}, {0x2028, 0x2029},
+                                     {0x202F, 0x202F}, {0x205F, 0x205F}, {0x3000, 0x3000}};
+
+/// The zeros of the scripts whose decimal digits a number may have, ASCII's included.
+constexpr WideChar zeros[] = {0x0030, 0x0660, 0x06F0, 0x0966, 0x09E6, 0x0A66, 0x0AE6, 0x0B66, 0x0C66,
+                              0x0CE6, 0x0D66, 0x0E50, 0x0ED0, 0x0F20, 0x1040, 0x17E0, 0x1810, 0xFF10};
+
+bool isSpace(WideChar character) {
+    return std::any_of(std::begin(spaces), std::end(spaces), [character](const CharacterRange& range) {
+        return character >= range.first && character <= range.last;
+    });
+}
+
+/// Value of a decimal digit, -1 for any other character.
+int digitOf(WideChar character) {
+    for (const WideChar zero : zeros) {
+        if (character >= zero && character <= zero + 9)
+            return character - zero;
+    }
+    return -1;
+}
+
+} // namespace
+
+WideString StringOperations::ConvertFromUTF8(const unsigned char* source) {
+    if (source == nullptr)
+        return {};
+    return ConvertFromUTF8(source, std::strlen(reinterpret_cast<const char*>(source)));
+}
+
+WideString StringOperations::ConvertFromUTF8(const unsigned char* source, std::size_t sourceLength) {
+    if (source == nullptr || sourceLength == 0 || source[0] == 0)
+        return {};
+    const std::size_t length = StringLengthUTF8(source, sourceLength);
+    if (length == 0) {
+        static ReportOnce once;
+        once([] { reportDiagnostic(4, " StringOperations::ConvertFromUTF8, Invalid Conversion."); });
+        return {};
+    }
+    // The length stays as counted, on purpose, also where the decoder writes fewer units.
+    WideString result(length, WideChar{});
+    ConvertFromUTF8(source, sourceLength, result.data(), length, false);
+    return result;
+}
+
+std::size_t StringOperations::ConvertFromUTF8(const unsigned char* source, std::size_t sourceLength, WideChar* destination,
+                                              std::size_t destinationCapacity) {
+    return ConvertFromUTF8(source, sourceLength, destination, destinationCapacity, true);
+}
+
+std::size_t StringOperations::ConvertFromUTF8(const unsigned char* source, std::size_t sourceLength, WideChar* destination,
+                                              std::size_t destinationCapacity, bool reserveTerminator) {
+    if (destinationCapacity == 0)
+        return 0;
+    const std::size_t room = reserveTerminator ? destinationCapacity - 1 : destinationCapacity;
+    const utf8::Outcome decoded = utf8::decode(source, sourceLength, destination, room);
+    if (!decoded.valid) {
+        static ReportOnce once;
+        once([&] {
+            reportDiagnostic(4, "StringOperations::ConvertFromUTF8 error for string %s",
+                             textOf(source, sourceLength).c_str());
+        });
+        return 0;
+    }
+    if (decoded.count < destinationCapacity)
+        destination[decoded.count] = WideChar{};
+    return decoded.count;
+}
+
+std::size_t StringOperations::StringLengthUTF8(const unsigned char* source, std::size_t length) {
+    const utf8::Outcome counted = utf8::countCharacters(source, length);
+    if (!counted.valid) {
+        static ReportOnce once;
+        once([&] {
+            reportDiagnostic(4, "StringOperations::StringLengthUTF8 error for string %s", textOf(source, length).c_str());
+        });
+        return 0;
+    }
+    return counted.count;
+}
+
+std::string StringOperations::ConvertToUTF8(const WideString& source) {
+    const std::size_t length = std::min(source.find(WideChar{}), source.size());
+    const std::size_t size = utf8::encodedLength(source.data(), length);
+    std::string result(size, '\0');
+    // The place of the string's own terminator is room for the encoder's.
+    ConvertToUTF8(source.data(), length, reinterpret_cast<unsigned char*>(result.data()), size + 1);
+    return result;
+}
+
+std::size_t StringOperations::ConvertToUTF8(const WideChar* source, std::size_t sourceLength, unsigned char* destination,
+                                            std::size_t destinationCapacity) {
+    if (destinationCapacity == 0)
+        return 0;
+    const std::size_t written = utf8::encode(source, sourceLength, destination, destinationCapacity - 1);
+    destination[written] = 0;
+    return written;
+}
+
+WideString StringOperations::ConvertFromCurrentLocale(const std::string& source) {
+    if (source.empty())
+        return {};
+    const int length = os::multiByteToWide(os::threadCodePage, source.c_str(), -1, nullptr, 0);
+    if (length <= 1) {
+        static ReportOnce once;
+        once([] { reportDiagnostic(4, " StringOperations::ConvertFromCurrentLocale, Invalid Conversion."); });
+        return {};
+    }
+    // The terminator does not fit, so this call fails by design, after it has written all before it.
+    WideString result(static_cast<std::size_t>(length) - 1, WideChar{});
+    os::multiByteToWide(os::threadCodePage, source.c_str(), -1, result.data(), length - 1);
+    return result;
+}
+
+void StringOperations::ConvertFromCurrentLocale(const char* source, std::size_t sourceLength, WideChar* destination,
+                                                std::size_t destinationCapacity) {
+    os::multiByteToWide(os::threadCodePage, source, static_cast<int>(sourceLength), destination,
+                        static_cast<int>(destinationCapacity));
+}
+
+const std::string StringOperations::ConvertToCurrentLocale(const WideString& source) {
+    if (source.empty())
+        return {};
+    // The system's code page, not the thread's as in the other direction: meant.
+    const unsigned codePage = os::systemCodePage();
+    const int sourceLength = static_cast<int>(source.size());
+    const int length = os::wideToMultiByte(codePage, source.data(), sourceLength, nullptr, 0);
+    // A text of a single byte is refused on purpose, as if that byte were a terminator.
+    if (static_cast<unsigned>(length) <= 1) {
+        static ReportOnce once;
+        once([] { reportDiagnostic(4, "StringOperations::ConvertToCurrentLocale, Invalid Conversion."); });
+        return {};
+    }
+    std::string result(static_cast<unsigned>(length), '\0');
+    os::wideToMultiByte(codePage, source.data(), sourceLength, result.data(), length);
+    return result;
+}
+
+void StringOperations::ConvertToCurrentLocale(const WideChar* source, std::size_t sourceLength, char* destination,
+                                              std::size_t destinationCapacity) {
+    const std::string text = ConvertToCurrentLocale(WideString(source, sourceLength));
+    std::fill_n(destination, destinationCapacity, '\0');
+    std::copy_n(text.data(), std::min(text.size(), destinationCapacity), destination);
+}
+
+WideChar StringOperations::ConvertIsoLatinToWideChar(CharSet_e charSet, char byte) {
+    const int value = static_cast<signed char>(byte);
+    if (value >= 0)
+        return static_cast<WideChar>(value);
+    // The sign reaches the upper byte on purpose: 0xE9 gives U+FFE9.
+    if (charSet < firstIsoLatinCodePage || charSet > lastIsoLatinCodePage)
+        return static_cast<WideChar>(value);
+    const unsigned code = static_cast<unsigned char>(byte);
+    if (charSet == ISO_8859_1 || code < isolatin::firstByte)
+        return static_cast<WideChar>(code);
+    return isolatin::upperHalves[charSet - ISO_8859_2][code - isolatin::firstByte];
+}
+
+bool StringOperations::TryConvertToIsoLatin1(const WideString& input, std::string& output) {
+    output.resize(input.size());
+    for (std::size_t i = 0; i < input.size(); ++i) {
+        if (input[i] > 0xFF)
+            return false;
+        output[i] = static_cast<char>(input[i]);
+    }
+    return true;
+}
+
+WideString StringOperations::AsWString(unsigned int value) {
+    const std::string digits = std::to_string(static_cast<int>(value));
+    return {digits.begin(), digits.end()};
+}
+
+int StringOperations::IntFromWString(const WideString& text) {
+    const WideChar* next = text.c_str();
+    while (isSpace(*next))
+        ++next;
+    const bool negative = *next == VELMOR_WIDE('-');
+    if (negative || *next == VELMOR_WIDE('+'))
+        ++next;
+    constexpr long long largest = std::numeric_limits<int>::max();
+    const long long limit = negative ? largest + 1 : largest;
+    long long value = 0;
+    for (int digit = digitOf(*next); digit >= 0; digit = digitOf(*++next))
+        value = std::min(value * 10 + digit, limit);
+    return static_cast<int>(negative ? -value : value);
+}
+
+} // namespace Velmor
