@@ -1,182 +1,247 @@
 #include "text/Utf8.h"
 
-#include <algorithm>
+#if defined(__SSE2__) || defined(_M_X64)
+    #define VELMOR_UTF8_SSE2 1
+    #include <emmintrin.h>
+#endif
+
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
 namespace Velmor::utf8 {
 
+#if defined(VELMOR_UTF8_SSE2)
+
+// The plain forms take a branch on every character, which in mixed text goes wrong every few of them. These take a block of
+// units at a time, with arithmetic on all of them at once; what is left at the end, and all text that is not regular, is
+// done by the plain forms.
+
 namespace {
 
-constexpr bool isTwoByteLead(unsigned byte) {
-    return (byte & 0xE0) == 0xC0;
-}
-
-constexpr bool isThreeByteLead(unsigned byte) {
-    return (byte & 0xF0) == 0xE0;
-}
-
-inline WideChar fromTwo(const unsigned char* bytes) {
-    return static_cast<WideChar>((bytes[0] & 0x1Fu) << 6 | (bytes[1] & 0x3Fu));
-}
-
-inline WideChar fromThree(const unsigned char* bytes) {
-    return static_cast<WideChar>((bytes[0] & 0x0Fu) << 12 | (bytes[1] & 0x3Fu) << 6 | (bytes[2] & 0x3Fu));
-}
-
-/// Bytes that a code unit takes.
-constexpr std::size_t sizeOf(unsigned unit) {
-    return unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3;
-}
-
-inline void toTwo(unsigned unit, unsigned char* bytes) {
-    bytes[0] = static_cast<unsigned char>(0xC0 | unit >> 6);
-    bytes[1] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
-}
-
-inline void toThree(unsigned unit, unsigned char* bytes) {
-    bytes[0] = static_cast<unsigned char>(0xE0 | unit >> 12);
-    bytes[1] = static_cast<unsigned char>(0x80 | (unit >> 6 & 0x3F));
-    bytes[2] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
-}
-
-/// Characters that are looked at together.
 constexpr std::size_t block = 16;
 
-/// Whether the next `block` bytes all lie in 1..0x7F. Subtracting 1 from every byte sets the top bit of a zero byte; what it
-/// borrows from the byte above it can only add to the refusals.
-inline bool isAsciiBlock(const unsigned char* bytes) {
-    constexpr std::uint64_t ones = 0x0101010101010101, tops = 0x8080808080808080;
-    std::uint64_t low, high;
-    std::memcpy(&low, bytes, sizeof low);
-    std::memcpy(&high, bytes + sizeof low, sizeof high);
-    return (((low - ones) | low | (high - ones) | high) & tops) == 0;
+inline __m128i load(const void* source) {
+    return _mm_loadu_si128(static_cast<const __m128i*>(source));
 }
 
-/// The same for code units.
-inline bool isAsciiBlock(const WideChar* units) {
-    constexpr std::uint64_t ones = 0x0001000100010001, tops = 0xFF80FF80FF80FF80;
-    std::uint64_t part[4];
-    std::memcpy(part, units, sizeof part);
-    return (((part[0] - ones) | part[0] | (part[1] - ones) | part[1] | (part[2] - ones) | part[2] | (part[3] - ones) |
-             part[3]) &
-            tops) == 0;
+inline void store(void* destination, __m128i value) {
+    _mm_storeu_si128(static_cast<__m128i*>(destination), value);
 }
 
-/// Through local copies, which overlap nothing: the loop becomes a few vector instructions.
-template <class From, class To>
-inline void copyAsciiBlock(const From* source, To* destination) {
-    From from[block];
-    To to[block];
-    std::memcpy(from, source, sizeof from);
-    for (std::size_t i = 0; i < block; ++i)
-        to[i] = static_cast<To>(from[i]);
-    std::memcpy(destination, to, sizeof to);
+inline __m128i everyByte(unsigned value) {
+    return _mm_set1_epi8(static_cast<char>(value));
 }
+
+inline __m128i everyUnit(unsigned value) {
+    return _mm_set1_epi16(static_cast<short>(value));
+}
+
+/// One bit for every byte of which the top bit is set.
+inline unsigned topBits(__m128i bytes) {
+    return static_cast<unsigned>(_mm_movemask_epi8(bytes));
+}
+
+/// `chosen` where `mask` is set, `other` elsewhere.
+inline __m128i choose(__m128i mask, __m128i chosen, __m128i other) {
+    return _mm_or_si128(_mm_and_si128(mask, chosen), _mm_andnot_si128(mask, other));
+}
+
+/// Sum of the 16 bytes.
+inline std::size_t sumOfBytes(__m128i bytes) {
+    const __m128i halves = _mm_sad_epu8(bytes, _mm_setzero_si128());
+    return static_cast<std::size_t>(_mm_cvtsi128_si32(halves) + _mm_extract_epi16(halves, 4));
+}
+
+/// A block of bytes.
+class ByteBlock {
+public:
+    explicit ByteBlock(const unsigned char* source) : bytes_(load(source)), high_(topBits(bytes_)) {}
+
+    /// No zero byte and none above 0x7F.
+    bool isAscii() const { return (high_ | zeros()) == 0; }
+
+    /// Where continuation bytes must stand for the block to be regular: one bit for every byte of the block, and of two
+    /// behind it. The first bits are those that the block before calls for.
+    unsigned expected(unsigned fromBefore) const { return (high_ & begins()) << 1 | fromUp(0xE0) << 2 | fromBefore; }
+
+    /// No zero byte, no byte from 0xF0 up, and continuation bytes exactly where they must stand.
+    bool isRegular(unsigned expected) const { return (zeros() | fromUp(0xF0) | ((expected ^ ~begins()) & 0xFFFF)) == 0; }
+
+    /// One bit for every byte that begins a character, if the block is regular.
+    unsigned begins() const { return topBits(beginnings()); }
+
+    /// Number of characters that begin in a regular block.
+    std::size_t characters() const { return sumOfBytes(_mm_and_si128(beginnings(), everyByte(1))); }
+
+private:
+    /// Continuation bytes are the lowest signed ones.
+    __m128i beginnings() const { return _mm_cmpgt_epi8(bytes_, everyByte(0xBF)); }
+
+    unsigned zeros() const { return topBits(_mm_cmpeq_epi8(bytes_, _mm_setzero_si128())); }
+
+    unsigned fromUp(unsigned least) const { return topBits(_mm_cmpeq_epi8(_mm_max_epu8(bytes_, everyByte(least)), bytes_)); }
+
+    __m128i bytes_;
+    unsigned high_;
+};
+
+/// The place of the first character behind a regular block, where one that began in it may still go on.
+constexpr std::size_t nextCharacter(std::size_t position, unsigned expectedBehind) {
+    return position + (expectedBehind & 1) + (expectedBehind >> 1);
+}
+
+inline void decodeAscii(const unsigned char* source, WideChar* destination) {
+    const __m128i bytes = load(source);
+    store(destination, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+    store(destination + block / 2, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
+}
+
+/// Eight characters, each from its first byte and from the two bytes behind it as far as the first calls for them.
+inline __m128i decodeUnits(__m128i first, __m128i second, __m128i third) {
+    const __m128i six = everyUnit(0x3F);
+    const __m128i low = _mm_and_si128(second, six);
+    const __m128i two = _mm_or_si128(_mm_slli_epi16(_mm_and_si128(first, everyUnit(0x1F)), 6), low);
+    const __m128i three =
+        _mm_or_si128(_mm_or_si128(_mm_slli_epi16(first, 12), _mm_slli_epi16(low, 6)), _mm_and_si128(third, six));
+    const __m128i more = choose(_mm_cmpgt_epi16(first, everyUnit(0xDF)), three, two);
+    return choose(_mm_cmpgt_epi16(first, everyUnit(0x7F)), more, first);
+}
+
+/// Decodes a regular block; two bytes behind it are read as well. Every byte is decoded as if it began a character, and
+/// those that do are picked out.
+/// @return the end of what was written.
+inline WideChar* decodeRegular(const unsigned char* source, unsigned begins, WideChar* destination) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i first = load(source);
+    const __m128i second = load(source + 1);
+    const __m128i third = load(source + 2);
+    WideChar units[block];
+    store(units,
+          decodeUnits(_mm_unpacklo_epi8(first, zero), _mm_unpacklo_epi8(second, zero), _mm_unpacklo_epi8(third, zero)));
+    store(units + block / 2,
+          decodeUnits(_mm_unpackhi_epi8(first, zero), _mm_unpackhi_epi8(second, zero), _mm_unpackhi_epi8(third, zero)));
+    for (; begins != 0; begins &= begins - 1)
+        *destination++ = units[std::countr_zero(begins)];
+    return destination;
+}
+
+/// The bytes of eight units below 0x800, in two bytes each.
+inline __m128i encodePairs(__m128i units) {
+    const __m128i last = _mm_slli_epi16(_mm_and_si128(units, everyUnit(0x3F)), 8);
+    const __m128i two = _mm_or_si128(_mm_or_si128(_mm_srli_epi16(units, 6), everyUnit(0x80C0)), last);
+    return choose(_mm_cmpgt_epi16(units, everyUnit(0x7F)), two, units);
+}
+
+/// The bytes of four units, in four bytes each.
+inline __m128i encodeTriples(__m128i units) {
+    const __m128i six = _mm_set1_epi32(0x3F);
+    const __m128i last = _mm_and_si128(units, six);
+    const __m128i two =
+        _mm_or_si128(_mm_or_si128(_mm_srli_epi32(units, 6), _mm_set1_epi32(0x80C0)), _mm_slli_epi32(last, 8));
+    const __m128i middle = _mm_slli_epi32(_mm_and_si128(_mm_srli_epi32(units, 6), six), 8);
+    const __m128i three = _mm_or_si128(_mm_or_si128(_mm_srli_epi32(units, 12), _mm_set1_epi32(0x8080E0)),
+                                       _mm_or_si128(middle, _mm_slli_epi32(last, 16)));
+    const __m128i more = choose(_mm_cmpgt_epi32(units, _mm_set1_epi32(0x7FF)), three, two);
+    return choose(_mm_cmpgt_epi32(units, _mm_set1_epi32(0x7F)), more, units);
+}
+
+/// A block of code units.
+class UnitBlock {
+public:
+    explicit UnitBlock(const WideChar* source) : low_(load(source)), high_(load(source + block / 2)) {}
+
+    bool hasZero() const {
+        const __m128i zero = _mm_setzero_si128();
+        return topBits(_mm_or_si128(_mm_cmpeq_epi16(low_, zero), _mm_cmpeq_epi16(high_, zero))) != 0;
+    }
+
+    /// Whether all units are below 0x80 (`bits` 0xFF80) or 0x800 (`bits` 0xF800).
+    bool hasNone(unsigned bits) const {
+        const __m128i found = _mm_and_si128(_mm_or_si128(low_, high_), everyUnit(bits));
+        return topBits(_mm_cmpeq_epi16(found, _mm_setzero_si128())) == 0xFFFF;
+    }
+
+    void encodeAscii(unsigned char* destination) const { store(destination, _mm_packus_epi16(low_, high_)); }
+
+    /// Number of bytes that each unit takes.
+    __m128i sizes() const {
+        // A comparison gives -1: 3 less what is below 0x800 and less what is below 0x80.
+        return _mm_add_epi8(everyByte(3), _mm_add_epi8(below(0xF800), below(0xFF80)));
+    }
+
+    /// Encodes the first units, which have none of 0x800 or more; the bytes behind them change.
+    /// @param[out] written the number of bytes.
+    /// @return the number of units.
+    std::size_t encodeShort(unsigned char* destination, std::size_t& written) const {
+        std::uint16_t characters[block];
+        store(characters, encodePairs(low_));
+        store(characters + block / 2, encodePairs(high_));
+        return encode(characters, destination, written);
+    }
+
+    /// The same for any units.
+    std::size_t encodeAny(unsigned char* destination, std::size_t& written) const {
+        const __m128i zero = _mm_setzero_si128();
+        std::uint32_t characters[block];
+        store(characters, encodeTriples(_mm_unpacklo_epi16(low_, zero)));
+        store(characters + block / 4, encodeTriples(_mm_unpackhi_epi16(low_, zero)));
+        store(characters + block / 2, encodeTriples(_mm_unpacklo_epi16(high_, zero)));
+        store(characters + block / 4 * 3, encodeTriples(_mm_unpackhi_epi16(high_, zero)));
+        return encode(characters, destination, written);
+    }
+
+private:
+    __m128i below(unsigned bits) const {
+        const __m128i zero = _mm_setzero_si128();
+        return _mm_packs_epi16(_mm_cmpeq_epi16(_mm_and_si128(low_, everyUnit(bits)), zero),
+                               _mm_cmpeq_epi16(_mm_and_si128(high_, everyUnit(bits)), zero));
+    }
+
+    /// Stores the characters one behind the other, each whole, with up to sizeof(Bytes) - 1 bytes too many. As many units
+    /// are left out at the end: what is written for them later surely covers those bytes.
+    template <class Bytes>
+    std::size_t encode(const Bytes (&characters)[block], unsigned char* destination, std::size_t& written) const {
+        constexpr std::size_t count = block - (sizeof(Bytes) - 1);
+        unsigned char lengths[block];
+        store(lengths, sizes());
+        unsigned char* place = destination;
+        for (std::size_t i = 0; i < count; ++i) {
+            std::memcpy(place, characters + i, sizeof(Bytes));
+            place += lengths[i];
+        }
+        written = static_cast<std::size_t>(place - destination);
+        return count;
+    }
+
+    __m128i low_;
+    __m128i high_;
+};
 
 } // namespace
 
-namespace plain {
-
-Outcome decode(const unsigned char* source, std::size_t length, WideChar* destination, std::size_t capacity) {
-    std::size_t written = 0;
-    std::size_t position = 0;
-    while (position < length && written < capacity) {
-        const unsigned byte = source[position++];
-        if (byte == 0)
-            break;
-        if (byte < 0x80) {
-            destination[written++] = static_cast<WideChar>(byte);
-        } else if (isTwoByteLead(byte)) {
-            if (position >= length)
-                break;
-            destination[written++] = fromTwo(source + position - 1);
-            position += 1;
-        } else if (isThreeByteLead(byte)) {
-            // Cut off, only the lead is dropped: the byte behind it is meant to be read as a lead.
-            if (position >= length - 1)
-                continue;
-            destination[written++] = fromThree(source + position - 1);
-            position += 2;
-        } else {
-            return {written, false};
-        }
-    }
-    return {written, true};
-}
-
-Outcome countCharacters(const unsigned char* source, std::size_t length) {
-    std::size_t count = 0;
-    std::size_t position = 0;
-    while (position < length) {
-        const unsigned byte = source[position];
-        if (byte == 0)
-            break;
-        if (byte < 0x80)
-            position += 1;
-        else if (isTwoByteLead(byte))
-            position += 2;
-        else if (isThreeByteLead(byte))
-            position += 3;
-        else
-            return {count, false};
-        ++count;
-    }
-    return {count, true};
-}
-
-std::size_t encode(const WideChar* source, std::size_t length, unsigned char* destination, std::size_t capacity) {
-    std::size_t position = 0;
-    for (std::size_t i = 0; i < length; ++i) {
-        const unsigned unit = source[i];
-        const std::size_t size = sizeOf(unit);
-        // What does not fit is skipped on purpose, not the end: a shorter character behind it may fit.
-        if (size <= capacity - position) {
-            unsigned char* const bytes = destination + position;
-            if (size == 1)
-                bytes[0] = static_cast<unsigned char>(unit);
-            else if (size == 2)
-                toTwo(unit, bytes);
-            else
-                toThree(unit, bytes);
-            position += size;
-        }
-        if (unit == 0)
-            break;
-    }
-    return position;
-}
-
-} // namespace plain
+static_assert(std::endian::native == std::endian::little);
 
 Outcome decode(const unsigned char* source, std::size_t length, WideChar* destination, std::size_t capacity) {
     std::size_t position = 0;
     std::size_t written = 0;
-    // While a character of three bytes surely fits on both sides, no bound needs a test; plain::decode does what is left.
-    while (length - position >= block && capacity - written >= block) {
-        if (isAsciiBlock(source + position)) {
-            copyAsciiBlock(source + position, destination + written);
-            position += block;
+    unsigned expectedBehind = 0;
+    while (length - position >= block + 2 && capacity - written >= block) {
+        const ByteBlock bytes(source + position);
+        if (bytes.isAscii() && expectedBehind == 0) {
+            decodeAscii(source + position, destination + written);
             written += block;
-            continue;
+        } else {
+            const unsigned expected = bytes.expected(expectedBehind);
+            if (!bytes.isRegular(expected))
+                break;
+            WideChar* const end = decodeRegular(source + position, bytes.begins(), destination + written);
+            written = static_cast<std::size_t>(end - destination);
+            expectedBehind = expected >> block;
         }
-        for (const std::size_t end = position + block - 2; position < end;) {
-            const unsigned char* const bytes = source + position;
-            const unsigned byte = bytes[0];
-            if (byte - 1 < 0x7F) {
-                destination[written++] = static_cast<WideChar>(byte);
-                position += 1;
-            } else if (isThreeByteLead(byte)) {
-                destination[written++] = fromThree(bytes);
-                position += 3;
-            } else if (isTwoByteLead(byte)) {
-                destination[written++] = fromTwo(bytes);
-                position += 2;
-            } else {
-                return {written, byte == 0};
-            }
-        }
+        position += block;
     }
+    position = nextCharacter(position, expectedBehind);
     const Outcome rest = plain::decode(source + position, length - position, destination + written, capacity - written);
     return {written + rest.count, rest.valid};
 }
@@ -184,26 +249,20 @@ Outcome decode(const unsigned char* source, std::size_t length, WideChar* destin
 Outcome countCharacters(const unsigned char* source, std::size_t length) {
     std::size_t position = 0;
     std::size_t count = 0;
-    while (position < length && length - position >= block) {
-        if (isAsciiBlock(source + position)) {
-            position += block;
+    unsigned expectedBehind = 0;
+    for (; length - position >= block + 2; position += block) {
+        const ByteBlock bytes(source + position);
+        if (bytes.isAscii() && expectedBehind == 0) {
             count += block;
-            continue;
-        }
-        for (const std::size_t end = position + block; position < end; ++count) {
-            const unsigned byte = source[position];
-            if (byte - 1 < 0x7F)
-                position += 1;
-            else if (isThreeByteLead(byte))
-                position += 3;
-            else if (isTwoByteLead(byte))
-                position += 2;
-            else
-                return {count, byte == 0};
+        } else {
+            const unsigned expected = bytes.expected(expectedBehind);
+            if (!bytes.isRegular(expected))
+                break;
+            count += bytes.characters();
+            expectedBehind = expected >> block;
         }
     }
-    if (position >= length)
-        return {count, true};
+    position = nextCharacter(position, expectedBehind);
     const Outcome rest = plain::countCharacters(source + position, length - position);
     return {count + rest.count, rest.valid};
 }
@@ -212,37 +271,49 @@ std::size_t encode(const WideChar* source, std::size_t length, unsigned char* de
     std::size_t read = 0;
     std::size_t position = 0;
     while (length - read >= block && capacity - position >= 3 * block) {
-        if (isAsciiBlock(source + read)) {
-            copyAsciiBlock(source + read, destination + position);
+        const UnitBlock units(source + read);
+        if (units.hasZero())
+            break;
+        std::size_t written = block;
+        if (units.hasNone(0xFF80)) {
+            units.encodeAscii(destination + position);
             read += block;
-            position += block;
-            continue;
+        } else if (units.hasNone(0xF800)) {
+            read += units.encodeShort(destination + position, written);
+        } else {
+            read += units.encodeAny(destination + position, written);
         }
-        for (const std::size_t end = read + block; read < end; ++read) {
-            const unsigned unit = source[read];
-            unsigned char* const bytes = destination + position;
-            if (unit >= 0x800) {
-                toThree(unit, bytes);
-                position += 3;
-            } else if (unit >= 0x80) {
-                toTwo(unit, bytes);
-                position += 2;
-            } else {
-                bytes[0] = static_cast<unsigned char>(unit);
-                position += 1;
-                if (unit == 0)
-                    return position;
-            }
-        }
+        position += written;
     }
     return position + plain::encode(source + read, length - read, destination + position, capacity - position);
 }
 
 std::size_t encodedLength(const WideChar* source, std::size_t length) {
-    std::size_t size = length;
-    for (std::size_t i = 0; i < length; ++i)
-        size += static_cast<std::size_t>(source[i] >= 0x80) + static_cast<std::size_t>(source[i] >= 0x800);
-    return size;
+    std::size_t size = 0;
+    std::size_t read = 0;
+    for (; length - read >= block; read += block)
+        size += sumOfBytes(UnitBlock(source + read).sizes());
+    return size + plain::encodedLength(source + read, length - read);
 }
+
+#else
+
+Outcome decode(const unsigned char* source, std::size_t length, WideChar* destination, std::size_t capacity) {
+    return plain::decode(source, length, destination, capacity);
+}
+
+Outcome countCharacters(const unsigned char* source, std::size_t length) {
+    return plain::countCharacters(source, length);
+}
+
+std::size_t encode(const WideChar* source, std::size_t length, unsigned char* destination, std::size_t capacity) {
+    return plain::encode(source, length, destination, capacity);
+}
+
+std::size_t encodedLength(const WideChar* source, std::size_t length) {
+    return plain::encodedLength(source, length);
+}
+
+#endif
 
 } // namespace Velmor::utf8

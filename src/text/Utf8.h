@@ -38,6 +38,7 @@ namespace plain {
 Outcome decode(const unsigned char* source, std::size_t length, WideChar* destination, std::size_t capacity);
 Outcome countCharacters(const unsigned char* source, std::size_t length);
 std::size_t encode(const WideChar* source, std::size_t length, unsigned char* destination, std::size_t capacity);
+std::size_t encodedLength(const WideChar* source, std::size_t length);
 
 } // namespace plain
 
