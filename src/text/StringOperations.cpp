@@ -111,11 +111,10 @@ std::size_t StringOperations::StringLengthUTF8(const unsigned char* source, std:
 }
 
 std::string StringOperations::ConvertToUTF8(const WideString& source) {
-    const std::size_t length = std::min(source.find(WideChar{}), source.size());
-    const std::size_t size = utf8::encodedLength(source.data(), length);
-    std::string result(size, '\0');
+    const utf8::Extent extent = utf8::extentOf(source.data(), source.size());
+    std::string result(extent.bytes, '\0');
     // The place of the string's own terminator is room for the encoder's.
-    ConvertToUTF8(source.data(), length, reinterpret_cast<unsigned char*>(result.data()), size + 1);
+    ConvertToUTF8(source.data(), extent.units, reinterpret_cast<unsigned char*>(result.data()), extent.bytes + 1);
     return result;
 }
 

@@ -68,15 +68,14 @@ public:
     /// No zero byte, no byte from 0xF0 up, and continuation bytes exactly where they must stand.
     bool isRegular(unsigned expected) const { return (zeros() | fromUp(0xF0) | ((expected ^ ~begins()) & 0xFFFF)) == 0; }
 
-    /// One bit for every byte that begins a character, if the block is regular.
-    unsigned begins() const { return topBits(beginnings()); }
+    /// 1 for every byte that begins a character of a regular block, 0 for its continuation bytes, the lowest signed ones.
+    __m128i steps() const { return _mm_and_si128(_mm_cmpgt_epi8(bytes_, everyByte(0xBF)), everyByte(1)); }
 
     /// Number of characters that begin in a regular block.
-    std::size_t characters() const { return sumOfBytes(_mm_and_si128(beginnings(), everyByte(1))); }
+    std::size_t characters() const { return sumOfBytes(steps()); }
 
 private:
-    /// Continuation bytes are the lowest signed ones.
-    __m128i beginnings() const { return _mm_cmpgt_epi8(bytes_, everyByte(0xBF)); }
+    unsigned begins() const { return topBits(_mm_cmpgt_epi8(bytes_, everyByte(0xBF))); }
 
     unsigned zeros() const { return topBits(_mm_cmpeq_epi8(bytes_, _mm_setzero_si128())); }
 
@@ -108,10 +107,11 @@ inline __m128i decodeUnits(__m128i first, __m128i second, __m128i third) {
     return choose(_mm_cmpgt_epi16(first, everyUnit(0x7F)), more, first);
 }
 
-/// Decodes a regular block; two bytes behind it are read as well. Every byte is decoded as if it began a character, and
-/// those that do are picked out.
-/// @return the end of what was written.
-inline WideChar* decodeRegular(const unsigned char* source, unsigned begins, WideChar* destination) {
+/// Decodes a regular block; two bytes behind it are read as well.
+///
+/// Every byte is decoded as if it began a character. What a continuation byte gives is overwritten by the next character;
+/// behind the last one, the unit that stood there is put back.
+inline void decodeRegular(const unsigned char* source, const ByteBlock& bytes, WideChar* destination) {
     const __m128i zero = _mm_setzero_si128();
     const __m128i first = load(source);
     const __m128i second = load(source + 1);
@@ -121,9 +121,15 @@ inline WideChar* decodeRegular(const unsigned char* source, unsigned begins, Wid
           decodeUnits(_mm_unpacklo_epi8(first, zero), _mm_unpacklo_epi8(second, zero), _mm_unpacklo_epi8(third, zero)));
     store(units + block / 2,
           decodeUnits(_mm_unpackhi_epi8(first, zero), _mm_unpackhi_epi8(second, zero), _mm_unpackhi_epi8(third, zero)));
-    for (; begins != 0; begins &= begins - 1)
-        *destination++ = units[std::countr_zero(begins)];
-    return destination;
+    unsigned char steps[block];
+    store(steps, bytes.steps());
+    WideChar* const end = destination + bytes.characters();
+    const WideChar behind = *end;
+    for (std::size_t i = 0; i < block; ++i) {
+        *destination = units[i];
+        destination += steps[i];
+    }
+    *end = behind;
 }
 
 /// The bytes of eight units below 0x800, in two bytes each.
@@ -226,7 +232,7 @@ Outcome decode(const unsigned char* source, std::size_t length, WideChar* destin
     std::size_t position = 0;
     std::size_t written = 0;
     unsigned expectedBehind = 0;
-    while (length - position >= block + 2 && capacity - written >= block) {
+    while (length - position >= block + 2 && capacity - written > block) {
         const ByteBlock bytes(source + position);
         if (bytes.isAscii() && expectedBehind == 0) {
             decodeAscii(source + position, destination + written);
@@ -235,8 +241,8 @@ Outcome decode(const unsigned char* source, std::size_t length, WideChar* destin
             const unsigned expected = bytes.expected(expectedBehind);
             if (!bytes.isRegular(expected))
                 break;
-            WideChar* const end = decodeRegular(source + position, bytes.begins(), destination + written);
-            written = static_cast<std::size_t>(end - destination);
+            decodeRegular(source + position, bytes, destination + written);
+            written += bytes.characters();
             expectedBehind = expected >> block;
         }
         position += block;
@@ -288,12 +294,17 @@ std::size_t encode(const WideChar* source, std::size_t length, unsigned char* de
     return position + plain::encode(source + read, length - read, destination + position, capacity - position);
 }
 
-std::size_t encodedLength(const WideChar* source, std::size_t length) {
-    std::size_t size = 0;
+Extent extentOf(const WideChar* source, std::size_t length) {
     std::size_t read = 0;
-    for (; length - read >= block; read += block)
-        size += sumOfBytes(UnitBlock(source + read).sizes());
-    return size + plain::encodedLength(source + read, length - read);
+    std::size_t size = 0;
+    for (; length - read >= block; read += block) {
+        const UnitBlock units(source + read);
+        if (units.hasZero())
+            break;
+        size += sumOfBytes(units.sizes());
+    }
+    const Extent rest = plain::extentOf(source + read, length - read);
+    return {read + rest.units, size + rest.bytes};
 }
 
 #else
@@ -310,8 +321,8 @@ std::size_t encode(const WideChar* source, std::size_t length, unsigned char* de
     return plain::encode(source, length, destination, capacity);
 }
 
-std::size_t encodedLength(const WideChar* source, std::size_t length) {
-    return plain::encodedLength(source, length);
+Extent extentOf(const WideChar* source, std::size_t length) {
+    return plain::extentOf(source, length);
 }
 
 #endif

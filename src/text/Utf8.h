@@ -30,15 +30,20 @@ Outcome countCharacters(const unsigned char* source, std::size_t length);
 /// @return the number of bytes written.
 std::size_t encode(const WideChar* source, std::size_t length, unsigned char* destination, std::size_t capacity);
 
-/// Number of bytes that the code units take, zero units included.
-std::size_t encodedLength(const WideChar* source, std::size_t length);
+/// Size of a text in both forms.
+struct Extent {
+    std::size_t units; ///< Code units before the first zero unit.
+    std::size_t bytes; ///< Bytes that they take.
+};
+
+Extent extentOf(const WideChar* source, std::size_t length);
 
 namespace plain {
 
 Outcome decode(const unsigned char* source, std::size_t length, WideChar* destination, std::size_t capacity);
 Outcome countCharacters(const unsigned char* source, std::size_t length);
 std::size_t encode(const WideChar* source, std::size_t length, unsigned char* destination, std::size_t capacity);
-std::size_t encodedLength(const WideChar* source, std::size_t length);
+Extent extentOf(const WideChar* source, std::size_t length);
 
 } // namespace plain
 

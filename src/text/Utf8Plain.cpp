@@ -107,11 +107,11 @@ std::size_t encode(const WideChar* source, std::size_t length, unsigned char* de
     return position;
 }
 
-std::size_t encodedLength(const WideChar* source, std::size_t length) {
-    std::size_t size = 0;
-    for (std::size_t i = 0; i < length; ++i)
-        size += sizeOf(source[i]);
-    return size;
+Extent extentOf(const WideChar* source, std::size_t length) {
+    Extent extent{0, 0};
+    while (extent.units < length && source[extent.units] != 0)
+        extent.bytes += sizeOf(source[extent.units++]);
+    return extent;
 }
 
 } // namespace Velmor::utf8::plain
