@@ -1,0 +1,111 @@
+#include <Velmor/Text.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <iostream>
+#include <random>
+#include <string>
+
+namespace {
+
+using Velmor::StringOperations;
+using Velmor::WideChar;
+using Velmor::WideString;
+
+WideString wide(const std::string& text) {
+    return WideString(text.begin(), text.end());
+}
+
+TEST(AsWString, ReadsItsNumberAsSigned) {
+    const auto expectText = [](unsigned value, const char* text) {
+        EXPECT_EQ(StringOperations::AsWString(value), wide(text)) << value;
+    };
+    expectText(0, "0");
+    expectText(1, "1");
+    expectText(9, "9");
+    expectText(10, "10");
+    expectText(2147483647, "2147483647");
+    expectText(2147483648, "-2147483648");
+    expectText(2147483649, "-2147483647");
+    expectText(4294967294, "-2");
+    expectText(4294967295, "-1");
+}
+
+TEST(IntFromWString, ReadsTheNumberThatATextBeginsWith) {
+    const auto expectNumber = [](const std::string& text, int number) {
+        EXPECT_EQ(StringOperations::IntFromWString(wide(text)), number) << text;
+    };
+    expectNumber("", 0);
+    expectNumber("0", 0);
+    expectNumber("42", 42);
+    expectNumber(" 42abc", 42);
+    expectNumber("abc", 0);
+    expectNumber("-42", -42);
+    expectNumber("+42", 42);
+    expectNumber(" \t\n\v\f\r42", 42);
+    expectNumber("   -7   8", -7);
+    expectNumber("   ", 0);
+    expectNumber("-", 0);
+    expectNumber("+", 0);
+    expectNumber("- 42", 0);
+    expectNumber("--42", 0);
+    expectNumber("+-42", 0);
+    expectNumber("-+42", 0);
+    expectNumber("0x10", 0);
+    expectNumber("010", 10);
+    expectNumber("42.9", 42);
+    expectNumber("4e3", 4);
+    expectNumber("4,2", 4);
+    expectNumber("a42", 0);
+    expectNumber("-0", 0);
+    expectNumber(std::string(10000, '0') + "7", 7);
+    expectNumber(std::string(10000, ' ') + "7", 7);
+    expectNumber(std::string("1\0002", 3), 1); // a zero unit is a character like another that is no digit
+    expectNumber(std::string("\000"
+                             "2",
+                             2),
+                 0);
+}
+
+TEST(IntFromWString, SaturatesAtTheEndsOfItsRange) {
+    const auto expectNumber = [](const std::string& text, int number) {
+        EXPECT_EQ(StringOperations::IntFromWString(wide(text)), number) << text;
+    };
+    expectNumber("2147483646", 2147483646);
+    expectNumber("2147483647", INT_MAX);
+    expectNumber("2147483648", INT_MAX);
+    expectNumber("2147483650", INT_MAX);
+    expectNumber("4294967295", INT_MAX);
+    expectNumber("4294967296", INT_MAX);
+    expectNumber("21474836470", INT_MAX);
+    expectNumber("9223372036854775808", INT_MAX);
+    expectNumber("18446744073709551617", INT_MAX);
+    expectNumber("-2147483647", -2147483647);
+    expectNumber("-2147483648", INT_MIN);
+    expectNumber("-2147483649", INT_MIN);
+    expectNumber("-4294967297", INT_MIN);
+    expectNumber("-9223372036854775809", INT_MIN);
+    expectNumber(std::string(10000, '9'), INT_MAX);
+    expectNumber("-" + std::string(10000, '9'), INT_MIN);
+}
+
+TEST(IntFromWString, NoLowByteOfACharacterCounts) {
+    for (const unsigned base : {0x100u, 0x2000u, 0xFE00u})
+        EXPECT_EQ(StringOperations::IntFromWString(WideString(1, static_cast<WideChar>(base + '7'))), 0) << base;
+}
+
+TEST(Numbers, ComeBackFromTheirText) {
+    const auto seed = std::random_device()();
+    std::cout << "seed " << seed << '\n';
+    std::mt19937 random(seed);
+    for (int i = 0; i < 20000; ++i) {
+        const auto value = static_cast<unsigned>(random()) >> random() % 32;
+        const int number = static_cast<int>(value);
+        const WideString text = StringOperations::AsWString(value);
+        ASSERT_EQ(text, wide(std::to_string(number)));
+        ASSERT_EQ(StringOperations::IntFromWString(text), number);
+    }
+}
+
+} // namespace
