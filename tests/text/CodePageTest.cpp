@@ -9,6 +9,7 @@
 #include <iostream>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -366,12 +367,21 @@ struct Whole {
 
 const std::vector<Whole>& wholes() {
     static const std::vector<Whole> all{
-        {1252, 0xE0B6C3E0EA41DC59, 0x1552D7537694E8E0},  {28591, 0xFC292A747ABC10A1, 0xF7136E9B3A0CE325},
+        {866, 0xF13B94541A9F44AD, 0x87D13B9E9473F025},   {874, 0x6FD5C63B4A32398, 0xE960320ED47B795B},
+        {932, 0x7AB70F172AC845DA, 0xE16B88E5BBD958FE},   {936, 0x141FB00BA0E01A04, 0x6F9283F8FB03CB6},
+        {949, 0x5E7BDFB0D0968B3E, 0x4B70F81411BB9C0},    {950, 0x333670CE17ECFD27, 0x4B51981411B47E7},
+        {1250, 0x9720D3FC64C327B8, 0xE5815AA2202A7CF0},  {1251, 0xBEBE13990D6F8C3D, 0x95190C527335B15D},
+        {1252, 0xE0B6C3E0EA41DC59, 0x1552D7537694E8E0},  {1253, 0x1491CDEFE01E0E5, 0xC8AD6CBADBE2E49F},
+        {1254, 0x76797241BB7218E3, 0xA909D7A2DC01FDE4},  {1255, 0x5FAF3EC22B7F8D78, 0xB186305B3C40151C},
+        {1256, 0xC8C0109402671B4F, 0xBBF34E4AAEFFD7C8},  {1257, 0x507B431CF528B27E, 0x2991C592A883064E},
+        {1258, 0x288C67B64514B04A, 0xA124867BB58D11D4},  {20866, 0xCB60599942FBA212, 0x28E9EB4E763A30CA},
+        {21866, 0xD34A7AEDE7B56F16, 0x8A177581AA74F890}, {28591, 0xFC292A747ABC10A1, 0xF7136E9B3A0CE325},
         {28592, 0xB26E08DED671F294, 0x7029E897439BF50E}, {28593, 0x43E2AB0BD8C13ACC, 0xE6474B63B4409828},
         {28594, 0x94948970FD813B64, 0x812BC841C4F1429A}, {28595, 0x371C6866757485A4, 0x290900407E4E8320},
         {28596, 0xE46DFC22C5C442BB, 0x8AEBF7091BD5499B}, {28597, 0x464DBEE1D2A294E9, 0xB966EBA1D3FBE071},
         {28598, 0xD99A469BC320A704, 0xF5302BF2950D6FA8}, {28599, 0x260CBBFA7EBD725A, 0x9A508CC9FA06EB60},
-        {932, 0x7AB70F172AC845DA, 0xE16B88E5BBD958FE},   {utf8, 0xB6E38B2A43715D25, 0x9EEE76869CBEB8A5},
+        {28603, 0x846ED6A96AE219A4, 0x77CC56BAF20D2EBA}, {28605, 0xA6BE159746F6ABF7, 0x8E9646EEAE428F14},
+        {utf8, 0xB6E38B2A43715D25, 0x9EEE76869CBEB8A5},
     };
     return all;
 }
@@ -407,12 +417,21 @@ TEST(CodePageBytes, EveryByteOfEveryPage) {
 }
 
 TEST(CodePageBytes, EveryDoubleByte) {
-    Hash hash;
-    for (unsigned value = 0x8000; value < 65536; ++value)
-        addDecoded(hash, 932,
-                   {static_cast<char>(static_cast<unsigned char>(value >> 8)),
-                    static_cast<char>(static_cast<unsigned char>(value))});
-    EXPECT_EQ(hash.value(), 0xE48FA374AF186B58u);
+    // Made like the numbers above.
+    const std::vector<std::pair<unsigned, std::uint64_t>> all{
+        {932, 0xE48FA374AF186B58},
+        {936, 0x47D22D4D439806AB},
+        {949, 0xD663AF1C51860D72},
+        {950, 0x76A867AF6976A6B2},
+    };
+    for (const auto& [codePage, expected] : all) {
+        Hash hash;
+        for (unsigned value = 0x8000; value < 65536; ++value)
+            addDecoded(hash, codePage,
+                       {static_cast<char>(static_cast<unsigned char>(value >> 8)),
+                        static_cast<char>(static_cast<unsigned char>(value))});
+        EXPECT_EQ(hash.value(), expected) << codePage;
+    }
 }
 
 } // namespace

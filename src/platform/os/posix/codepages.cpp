@@ -6,9 +6,11 @@
 #include <array>
 #include <bit>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <iterator>
 #include <optional>
+#include <string>
 
 #include <iconv.h>
 #include <langinfo.h>
@@ -18,7 +20,7 @@ namespace Velmor::os {
 
 namespace {
 
-constexpr unsigned utf8 = 65001;
+constexpr unsigned utf8CodePage = 65001;
 constexpr WideChar replacementCharacter = 0xFFFD;
 
 /// A code page. All of them extend ASCII.
@@ -83,8 +85,11 @@ struct Charset {
 };
 
 constexpr Charset charsets[] = {
-    {"UTF-8", utf8},      {"ANSI_X3.4-1968", utf8}, {"BIG5", 950}, {"CP936", 936},   {"GB2312", 936},
-    {"IBM866", 866},      {"SHIFT_JIS", 932},       {"SJIS", 932}, {"TIS-620", 874}, {"UHC", 949},
+    {"UTF-8", utf8CodePage}, {"ANSI_X3.4-1968", utf8CodePage},
+    {"BIG5", 950},           {"CP936", 936},
+    {"GB2312", 936},         {"IBM866", 866},
+    {"SHIFT_JIS", 932},      {"SJIS", 932},
+    {"TIS-620", 874},        {"UHC", 949},
     {"WINDOWS-31J", 932},
 };
 
@@ -98,7 +103,7 @@ unsigned codePageOf(const char* charset) {
         if (std::strcmp(page.converter, charset) == 0)
             return page.number;
     }
-    return utf8;
+    return utf8CodePage;
 }
 
 unsigned codePageOfThread() {
@@ -109,7 +114,7 @@ unsigned codePageOfThread() {
 unsigned codePageOfEnvironment() {
     const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
     if (locale == nullptr)
-        return utf8;
+        return utf8CodePage;
     const unsigned codePage = codePageOf(nl_langinfo_l(CODESET, locale));
     freelocale(locale);
     return codePage;
@@ -151,7 +156,6 @@ struct Character {
 };
 
 // UTF-8
-// ------------------------------------------------------------------------------------------------------------------------
 
 constexpr bool isContinuation(unsigned char byte) {
     return (byte & 0xC0) == 0x80;
@@ -242,7 +246,6 @@ private:
 };
 
 // Other charsets
-// ---------------------------------------------------------------------------------------------------------------
 
 /// An iconv descriptor, for one character at a time.
 class Converter {
@@ -444,7 +447,6 @@ private:
 };
 
 // Both directions
-// --------------------------------------------------------------------------------------------------------------
 
 template <class Source, class Unit, class Reader>
 int convertAll(Reader&& reader, const Source* source, std::size_t length, Output<Unit> output) {
@@ -484,7 +486,7 @@ template <class Utf8, class Page, class Source, class Unit>
 int convert(unsigned codePage, const Source* source, std::size_t length, Unit* destination, int capacity) {
     const Output<Unit> output(destination, capacity);
     const unsigned number = resolve(codePage);
-    if (number == utf8)
+    if (number == utf8CodePage)
         return convertAll(Utf8{}, source, length, output);
     if (const CodePage* page = findCodePage(number)) {
         Page reader(*page);
