@@ -56,8 +56,7 @@ void reportEach(const std::vector<std::string>& texts) {
     }
 }
 
-// Without a debugger
-// ----------------------------------------------------------------------------------------------------------
+// Without a debugger --------------------------------------------------------------------------------------------------
 
 // No object lies there: whoever formats this, crashes.
 const char* unreadable() {
@@ -103,8 +102,7 @@ TEST(Diagnostics, SendNothingToASystemWideListenerWithoutADebugger) {
 }
 #endif
 
-// reportDiagnostic
-// ------------------------------------------------------------------------------------------------------------
+// reportDiagnostic ----------------------------------------------------------------------------------------------------
 
 VELMOR_SCENARIO(ReportPlainTexts) {
     reportDiagnostic(4, "first");
@@ -237,8 +235,7 @@ TEST(ReportDiagnostic, MayBeCalledFromSeveralThreads) {
     EXPECT_TRUE(run.exited);
 }
 
-// The second formatting
-// -------------------------------------------------------------------------------------------------------
+// The second formatting -----------------------------------------------------------------------------------------------
 
 VELMOR_SCENARIO(ReportPercentInArgument) {
     reportDiagnostic(4, "Unable to delete file %s\n", "C:\\50%d.txt");
@@ -602,8 +599,7 @@ TEST(ReportDiagnostic, RandomHostileTextsDoNoHarm) {
     expectHarmless(runUnderDebugger("ReportRandomTexts", {"VELMOR_TEST_SEED=" + std::to_string(seed)}), texts);
 }
 
-// breakIntoDebugger
-// -----------------------------------------------------------------------------------------------------------
+// breakIntoDebugger ---------------------------------------------------------------------------------------------------
 
 VELMOR_SCENARIO(BreakThreeTimes) {
     breakIntoDebugger();
@@ -620,8 +616,7 @@ TEST(BreakIntoDebugger, BreaksEachTimeUnderADebugger) {
     EXPECT_TRUE(run.exited);
 }
 
-// ReportOnce
-// ------------------------------------------------------------------------------------------------------------------
+// ReportOnce ----------------------------------------------------------------------------------------------------------
 
 void failAtFirstSite() {
     static ReportOnce once;

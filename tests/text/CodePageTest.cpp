@@ -62,8 +62,7 @@ std::string show(const WideString& text) {
     return show(bytes);
 }
 
-// Lengths and capacities
-// ------------------------------------------------------------------------------------------------------
+// Lengths and capacities ----------------------------------------------------------------------------------------------
 
 const std::vector<unsigned>& codePages() {
     static const std::vector<unsigned> all{1252, 28591, 28592, 28593, 28594, 28595, 28596, 28597, 28598, 28599, 932, utf8};
@@ -148,8 +147,7 @@ TEST(CodePage, InvalidLengthsAndCodePagesGiveZero) {
     EXPECT_EQ(wideToMultiByte(12345, VELMOR_WIDE("A"), 1, narrow, 4), 0);
 }
 
-// UTF-8
-// -----------------------------------------------------------------------------------------------------------------------
+// UTF-8 ---------------------------------------------------------------------------------------------------------------
 
 bool continues(unsigned byte) {
     return byte / 64 == 2;
@@ -279,8 +277,7 @@ TEST(CodePageUtf8, EncodesPairsAndReplacesLoneSurrogates) {
     EXPECT_EQ(encode(utf8, units({0xD83D, 0xD83D, 0xDE00, 0xDE00})), "\xEF\xBF\xBD\xF0\x9F\x98\x80\xEF\xBF\xBD");
 }
 
-// Single- and double-byte pages
-// -----------------------------------------------------------------------------------------------
+// Single- and double-byte pages ---------------------------------------------------------------------------------------
 
 struct Decoding {
     unsigned codePage;

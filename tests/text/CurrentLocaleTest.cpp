@@ -48,8 +48,7 @@ WideString units(std::initializer_list<unsigned> values) {
     return result;
 }
 
-// In any locale: ASCII
-// --------------------------------------------------------------------------------------------------------
+// In any locale: ASCII ------------------------------------------------------------------------------------------------
 
 TEST(FromCurrentLocale, ConvertsUpToTheFirstZeroByte) {
     EXPECT_EQ(StringOperations::ConvertFromCurrentLocale("ABC"), VELMOR_WIDE("ABC"));
@@ -132,8 +131,7 @@ TEST(ToCurrentLocale, TheBufferFormFillsUpWithZeros) {
 
 #if defined(_WIN32)
 
-// Windows: the thread's code page is that of its locale
-// ------------------------------------------------------------------------
+// Windows: the thread's code page is that of its locale ---------------------------------------------------------------
 
 WideString decodedBy(unsigned codePage, const std::string& source) {
     std::array<wchar_t, 64> buffer{};
@@ -179,8 +177,7 @@ TEST(CurrentLocale, AnotherThreadKeepsItsPage) {
 
 #else
 
-// Linux: the code page is the charset of the locale
-// ----------------------------------------------------------------------------
+// Linux: the code page is the charset of the locale -------------------------------------------------------------------
 
 std::string hex(const std::string& bytes) {
     std::string result;

@@ -163,8 +163,7 @@ TEST(IsoLatin, DefinedBytesAreAsTheStandardMapsThem) {
 }
 #endif
 
-// Encoding
-// --------------------------------------------------------------------------------------------------------------------
+// Encoding ------------------------------------------------------------------------------------------------------------
 
 WideString units(std::initializer_list<unsigned> values) {
     WideString result;
@@ -213,6 +212,21 @@ TEST(TryConvertToIsoLatin1, AFailureLeavesTheRestAsItWas) {
     output = "keep";
     EXPECT_FALSE(StringOperations::TryConvertToIsoLatin1(units({0xFFFF, 'b', 'c', 'd'}), output));
     EXPECT_EQ(output, "keep");
+}
+
+TEST(TryConvertToIsoLatin1, AFailureAtEveryPlaceOfEveryLength) {
+    for (std::size_t length = 1; length < 70; ++length) {
+        for (std::size_t place = 0; place < length; ++place) {
+            WideString input(length, static_cast<WideChar>(0xE9));
+            input[place] = static_cast<WideChar>(0x1E9);
+            std::string output(40, 'o');
+            ASSERT_FALSE(StringOperations::TryConvertToIsoLatin1(input, output));
+            std::string expected(40, 'o');
+            expected.resize(length);
+            std::fill_n(expected.begin(), place, '\xE9');
+            ASSERT_EQ(output, expected) << length << ", " << place;
+        }
+    }
 }
 
 TEST(TryConvertToIsoLatin1, TheLimitIs255) {

@@ -28,8 +28,7 @@ unsigned char at(const Bytes& bytes, std::size_t index) {
     return bytes[index];
 }
 
-// The plain model
-// -------------------------------------------------------------------------------------------------------------
+// The plain model -----------------------------------------------------------------------------------------------------
 
 struct Decoded {
     std::size_t written = 0;
@@ -136,8 +135,7 @@ Encoded modelEncode(const Units& source, std::size_t capacity) {
     return result;
 }
 
-// Calls in blocks of exactly the size needed, so that a sanitizer sees a step outside
-// ------------------------------------------
+// Calls in blocks of exactly the size needed, so that a sanitizer sees a step outside ---------------------------------
 
 template <class Item>
 std::unique_ptr<Item[]> exactCopy(const std::vector<Item>& items) {
@@ -195,8 +193,7 @@ void expectDecodes(const Bytes& source, std::size_t capacity, bool reserveTermin
     }
 }
 
-// Decoding: strings
-// -----------------------------------------------------------------------------------------------------------
+// Decoding: strings ---------------------------------------------------------------------------------------------------
 
 TEST(Utf8Text, DecodesOneTwoAndThreeByteSequences) {
     EXPECT_EQ(text({0x41}), units({0x41}));
@@ -259,8 +256,7 @@ TEST(Utf8Text, TheTerminatedFormMeasuresItsText) {
     EXPECT_EQ(textOfTerminated(Bytes(100000, 0x61)), WideString(100000, VELMOR_WIDE('a')));
 }
 
-// Decoding: buffers
-// -----------------------------------------------------------------------------------------------------------
+// Decoding: buffers ---------------------------------------------------------------------------------------------------
 
 TEST(Utf8Decoder, ReservesTheTerminatorWhenAsked) {
     const Bytes abcdef{'a', 'b', 'c', 'd', 'e', 'f'};
@@ -383,8 +379,84 @@ TEST(Utf8Decoder, RandomInputsAtRandomCapacities) {
     }
 }
 
-// Counting
-// --------------------------------------------------------------------------------------------------------------------
+// Long texts, of which a kernel may take many characters at a time -------------------------------------------------------
+
+/// A text whose characters take one byte, two, three, or any of them.
+Bytes longText(std::mt19937& random, unsigned style, std::size_t atLeast) {
+    Bytes text;
+    while (text.size() < atLeast) {
+        const unsigned size = style < 3 ? style + 1 : static_cast<unsigned>(random() % 3) + 1;
+        const auto byte = [&](unsigned first, unsigned count) {
+            return static_cast<unsigned char>(first + random() % count);
+        };
+        if (size == 1)
+            text.push_back(byte(1, 127));
+        else if (size == 2)
+            text.insert(text.end(), {byte(0xC0, 32), byte(0x80, 64)});
+        else
+            text.insert(text.end(), {byte(0xE0, 16), byte(0x80, 64), byte(0x80, 64)});
+    }
+    return text;
+}
+
+void expectText(const Bytes& source) {
+    ASSERT_EQ(count(exactCopy(source).get(), source.size()), modelCount(source)) << show(source);
+    if (!holdsUntouched(source)) {
+        ASSERT_EQ(text(source), modelText(source)) << show(source);
+    }
+}
+
+TEST(Utf8Decoder, EveryByteAtEveryPlaceOfALongText) {
+    const auto seed = std::random_device()();
+    std::cout << "seed " << seed << '\n';
+    std::mt19937 random(seed);
+    for (unsigned style = 0; style < 4; ++style) {
+        const Bytes good = longText(random, style, 52);
+        for (std::size_t place = 0; place < good.size(); ++place) {
+            for (unsigned value = 0; value < 256; ++value) {
+                Bytes source = good;
+                source[place] = static_cast<unsigned char>(value);
+                expectDecodes(source, source.size() + 1, true);
+                expectText(source);
+            }
+        }
+    }
+}
+
+TEST(Utf8Decoder, LongTextsOfEveryLengthAndCapacity) {
+    const auto seed = std::random_device()();
+    std::cout << "seed " << seed << '\n';
+    std::mt19937 random(seed);
+    for (unsigned style = 0; style < 4; ++style) {
+        const Bytes good = longText(random, style, 80);
+        for (std::size_t length = 0; length <= good.size(); ++length) {
+            const Bytes source(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length));
+            expectText(source);
+            for (std::size_t capacity = 0; capacity <= length + 2; ++capacity) {
+                expectDecodes(source, capacity, true);
+                expectDecodes(source, capacity, false);
+            }
+        }
+    }
+}
+
+TEST(Utf8Decoder, LongTextsWithMistakes) {
+    const auto seed = std::random_device()();
+    std::cout << "seed " << seed << '\n';
+    std::mt19937 random(seed);
+    for (int round = 0; round < 30000; ++round) {
+        Bytes source = longText(random, static_cast<unsigned>(random() % 4), random() % 200);
+        for (auto mistakes = random() % 4; mistakes > 0 && !source.empty(); --mistakes) {
+            static const unsigned char common[] = {0x00, 0x41, 0x80, 0xBF, 0xC3, 0xE2, 0xEF, 0xF0, 0xFF};
+            source[random() % source.size()] = common[random() % std::size(common)];
+        }
+        expectDecodes(source, source.size() + 1, true);
+        expectDecodes(source, random() % (source.size() + 20), random() % 2 == 0);
+        expectText(source);
+    }
+}
+
+// Counting ------------------------------------------------------------------------------------------------------------
 
 TEST(Utf8Counter, CountsCharacters) {
     EXPECT_EQ(count(nullptr, 0), 0u);
@@ -442,8 +514,7 @@ TEST(Utf8Text, EveryInputOfOneAndTwoBytesAndManyOfThree) {
     }
 }
 
-// Encoding
-// --------------------------------------------------------------------------------------------------------------------
+// Encoding ------------------------------------------------------------------------------------------------------------
 
 TEST(Utf8Encoder, SkipsWhatDoesNotFitAndGoesOn) {
     EXPECT_EQ(encodeExact({0xE9, 0x41}, 3).written, 2u);
@@ -514,6 +585,58 @@ TEST(Utf8Encoder, RandomTextsAtRandomCapacities) {
         const Encoded got = encodeExact(source, capacity);
         ASSERT_EQ(got.written, expected.written);
         ASSERT_EQ(got.buffer, expected.buffer);
+    }
+}
+
+/// A text whose units take one byte, two, three, or any of them.
+Units longUnits(std::mt19937& random, unsigned style, std::size_t length) {
+    Units result(length);
+    for (WideChar& unit : result) {
+        const unsigned size = style < 3 ? style + 1 : static_cast<unsigned>(random() % 3) + 1;
+        const unsigned first = size == 1 ? 1 : size == 2 ? 0x80 : 0x800;
+        const unsigned last = size == 1 ? 0x7F : size == 2 ? 0x7FF : 0xFFFF;
+        unit = static_cast<WideChar>(first + random() % (last - first + 1));
+    }
+    return result;
+}
+
+void expectEncodes(const Units& source, std::size_t capacity) {
+    const Encoded expected = modelEncode(source, capacity);
+    const Encoded got = encodeExact(source, capacity);
+    ASSERT_EQ(got.written, expected.written) << source.size() << " units into " << capacity;
+    ASSERT_EQ(got.buffer, expected.buffer) << source.size() << " units into " << capacity;
+}
+
+TEST(Utf8Encoder, LongTextsOfEveryLengthAndCapacity) {
+    const auto seed = std::random_device()();
+    std::cout << "seed " << seed << '\n';
+    std::mt19937 random(seed);
+    for (unsigned style = 0; style < 4; ++style) {
+        const Units all = longUnits(random, style, 60);
+        for (std::size_t length = 0; length <= all.size(); ++length)
+            for (std::size_t capacity = 1; capacity < 3 * length + 55; ++capacity)
+                expectEncodes(Units(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(length)), capacity);
+    }
+}
+
+TEST(Utf8Encoder, LongTextsWithZerosAndOddUnits) {
+    const auto seed = std::random_device()();
+    std::cout << "seed " << seed << '\n';
+    std::mt19937 random(seed);
+    for (int round = 0; round < 30000; ++round) {
+        Units source = longUnits(random, static_cast<unsigned>(random() % 4), random() % 120);
+        for (auto odd = random() % 4; odd > 0 && !source.empty(); --odd) {
+            static const WideChar common[] = {0, 0x7F, 0x80, 0x7FF, 0x800, 0x7FFF, 0x8000, 0xD83D, 0xDE00, 0xFFFF};
+            source[random() % source.size()] = common[random() % std::size(common)];
+        }
+        expectEncodes(source, 3 * source.size() + 1);
+        expectEncodes(source, 1 + random() % (3 * source.size() + 60));
+
+        const Units before(source.begin(), std::find(source.begin(), source.end(), WideChar{0}));
+        Bytes expected = modelEncode(before, 3 * before.size() + 1).buffer;
+        expected.resize(modelEncode(before, 3 * before.size() + 1).written);
+        const std::string encoded = StringOperations::ConvertToUTF8(WideString(source.begin(), source.end()));
+        ASSERT_EQ(Bytes(encoded.begin(), encoded.end()), expected);
     }
 }
 
