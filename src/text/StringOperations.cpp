@@ -14,9 +14,6 @@ namespace Velmor {
 
 namespace {
 
-constexpr unsigned firstIsoLatinCodePage = StringOperations::ISO_8859_1;
-constexpr unsigned lastIsoLatinCodePage = StringOperations::ISO_8859_9;
-
 /// The bytes of a source for a message. A copy, since the source need not end in a zero byte.
 std::string textOf(const unsigned char* source, std::size_t length) {
     return {reinterpret_cast<const char*>(source), length};
@@ -174,13 +171,12 @@ void StringOperations::ConvertToCurrentLocale(const WideChar* source, std::size_
 }
 
 WideChar StringOperations::ConvertIsoLatinToWideChar(CharSet_e charSet, char byte) {
-    const int value = static_cast<signed char>(byte);
-    if (value >= 0)
-        return static_cast<WideChar>(value);
-    // The sign reaches the upper byte on purpose: 0xE9 gives U+FFE9.
-    if (charSet < firstIsoLatinCodePage || charSet > lastIsoLatinCodePage)
-        return static_cast<WideChar>(value);
     const unsigned code = static_cast<unsigned char>(byte);
+    if (code < 0x80)
+        return static_cast<WideChar>(code);
+    // As if the byte were widened with its sign, on purpose: 0xE9 gives U+FFE9.
+    if (charSet < ISO_8859_1 || charSet > ISO_8859_9)
+        return static_cast<WideChar>(0xFF00 | code);
     if (charSet == ISO_8859_1 || code < isolatin::firstByte)
         return static_cast<WideChar>(code);
     return isolatin::upperHalves[charSet - ISO_8859_2][code - isolatin::firstByte];

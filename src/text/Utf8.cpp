@@ -50,7 +50,7 @@ inline __m128i choose(__m128i mask, __m128i chosen, __m128i other) {
 /// Sum of the 16 bytes.
 inline std::size_t sumOfBytes(__m128i bytes) {
     const __m128i halves = _mm_sad_epu8(bytes, _mm_setzero_si128());
-    return static_cast<std::size_t>(_mm_cvtsi128_si32(halves) + _mm_extract_epi16(halves, 4));
+    return static_cast<std::size_t>(_mm_cvtsi128_si32(halves)) + static_cast<std::size_t>(_mm_extract_epi16(halves, 4));
 }
 
 /// A block of bytes.
