@@ -11,8 +11,7 @@
 
 namespace Velmor::os {
 
-// Debugger
-// -------------------------------------------------------------------------------------------------------------------
+// Debugger ----------------------------------------------------------------------------------------------------------------
 
 /// IsDebuggerPresent. POSIX: the process is traced.
 bool isDebuggerPresent();
@@ -23,8 +22,7 @@ void debugBreak();
 /// OutputDebugStringA. POSIX: a write that a tracer sees and nobody else.
 void outputDebugString(const char* text);
 
-// Locks: the caller gives the memory
-// ------------------------------------------------------------------------------------------
+// Locks: the caller gives the memory --------------------------------------------------------------------------------------
 
 /// Size in bytes of a lock, aligned as malloc aligns. sizeof(CRITICAL_SECTION).
 std::size_t lockSize();
@@ -34,15 +32,13 @@ void deleteLock(void* lock);     ///< DeleteCriticalSection
 void enterLock(void* lock);      ///< EnterCriticalSection, recursive for the holding thread
 void leaveLock(void* lock);      ///< LeaveCriticalSection
 
-// Events
-// -----------------------------------------------------------------------------------------------------------------------
+// Events ------------------------------------------------------------------------------------------------------------------
 
 HANDLE createEvent();            ///< CreateEventW, manual reset, not signalled, unnamed; null on failure
 void setEvent(HANDLE event);     ///< SetEvent
 void waitForEvent(HANDLE event); ///< WaitForSingleObjectEx, infinite, not alertable
 
-// Handles
-// ----------------------------------------------------------------------------------------------------------------------
+// Handles -----------------------------------------------------------------------------------------------------------------
 
 /// INVALID_HANDLE_VALUE: all bits set.
 inline HANDLE invalidHandle() {
@@ -55,8 +51,7 @@ bool closeHandle(HANDLE handle);
 /// GetLastError, of the calling thread's last failed call. POSIX: the Win32 code that fits the failure.
 unsigned lastError();
 
-// Code pages
-// -------------------------------------------------------------------------------------------------------------------
+// Code pages --------------------------------------------------------------------------------------------------------------
 
 /// CP_THREAD_ACP: the code page of the calling thread.
 inline constexpr unsigned threadCodePage = 3;
