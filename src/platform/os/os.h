@@ -48,6 +48,9 @@ inline HANDLE invalidHandle() {
 /// CloseHandle, for every kind of handle. POSIX: a stale handle of an event, process or thread does no harm.
 bool closeHandle(HANDLE handle);
 
+/// GetHandleInformation: whether the handle is open in this process.
+bool isHandleOpen(HANDLE handle);
+
 /// GetLastError, of the calling thread's last failed call. POSIX: the Win32 code that fits the failure.
 unsigned lastError();
 
@@ -64,5 +67,56 @@ int multiByteToWide(unsigned codePage, const char* source, int sourceLength, Wid
 
 /// WideCharToMultiByte with flags 0 and the default character. Lengths as above.
 int wideToMultiByte(unsigned codePage, const WideChar* source, int sourceLength, char* destination, int capacity);
+
+// Environment -------------------------------------------------------------------------------------------------------------
+
+/// GetEnvironmentVariableW.
+/// @return the length without the terminator; the capacity that is needed, if the buffer is too small; 0 for a missing
+///         variable.
+unsigned getEnvironmentVariable(const WideChar* name, WideChar* buffer, unsigned capacity);
+
+/// SetEnvironmentVariableW, with a value.
+bool setEnvironmentVariable(const WideChar* name, const WideChar* value);
+
+/// ExpandEnvironmentStringsW.
+/// @return the capacity that is needed, the terminator included; a buffer that is too small holds what fits, terminated.
+unsigned expandEnvironmentStrings(const WideChar* text, WideChar* buffer, unsigned capacity);
+
+// Files -------------------------------------------------------------------------------------------------------------------
+
+/// How CreateFileW opens a file.
+struct FileArguments {
+    bool read = false;          ///< GENERIC_READ
+    bool write = false;         ///< GENERIC_WRITE
+    bool shareReading = false;  ///< FILE_SHARE_READ instead of 0
+    bool inheritable = false;   ///< bInheritHandle
+    bool create = false;        ///< CREATE_ALWAYS instead of OPEN_EXISTING
+    bool sequential = false;    ///< FILE_FLAG_SEQUENTIAL_SCAN
+    bool temporary = false;     ///< FILE_ATTRIBUTE_TEMPORARY instead of FILE_ATTRIBUTE_NORMAL
+    bool deleteOnClose = false; ///< FILE_FLAG_DELETE_ON_CLOSE
+};
+
+/// CreateFileW.
+/// @return the handle, or `invalidHandle()`.
+HANDLE createFile(const WideChar* path, const FileArguments& arguments);
+
+/// ReadFile, not overlapped.
+/// @param[out] count receives the number of bytes read, also on failure.
+bool readFile(HANDLE file, void* buffer, std::uint32_t size, std::uint32_t* count);
+
+/// WriteFile, not overlapped.
+bool writeFile(HANDLE file, const void* data, std::uint32_t size);
+
+/// SetFilePointer from FILE_BEGIN; a negative distance fails and leaves the position.
+bool setFilePointer(HANDLE file, std::int32_t distance);
+
+/// GetTempPathW: the user's temporary folder, with the separator at its end.
+/// @return the length; the capacity that is needed, if the buffer is too small.
+unsigned getTempPath(unsigned capacity, WideChar* buffer);
+
+/// GetTempFileNameW with unique number 0: creates an empty file.
+/// @param[out] name has room for 260 units; untouched on failure.
+/// @return the number in the name; 0 on failure.
+unsigned getTempFileName(const WideChar* folder, const WideChar* prefix, WideChar* name);
 
 } // namespace Velmor::os

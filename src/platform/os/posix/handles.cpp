@@ -6,6 +6,7 @@
 #include <new>
 #include <unordered_map>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace Velmor::os {
@@ -131,6 +132,14 @@ bool closeHandle(HANDLE handle) {
     if (closed != nullptr)
         return true;
     setLastError(errorInvalidHandle);
+    return false;
+}
+
+bool isHandleOpen(HANDLE handle) {
+    const int descriptor = posix::descriptorOf(handle);
+    if (descriptor >= 0 ? fcntl(descriptor, F_GETFD) >= 0 : posix::findObject(handle) != nullptr)
+        return true;
+    posix::setLastError(posix::errorInvalidHandle);
     return false;
 }
 

@@ -1,0 +1,130 @@
+#include <Velmor/Platform.h>
+#include <Velmor/Text.h>
+
+#include "platform/diagnostics/Diagnostics.h"
+#include "platform/os/os.h"
+
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <type_traits>
+
+namespace Velmor {
+
+namespace {
+
+/// A heap buffer for one long text. The system may use one unit less than it holds, so that the text always ends.
+class LongText {
+public:
+    static constexpr unsigned capacity = 32767;
+
+    LongText() : text_(static_cast<WideChar*>(std::malloc((capacity + 1) * sizeof(WideChar)))) {
+        if (text_ != nullptr) {
+            text_[0] = 0; // the text, should the system write none
+            text_[capacity] = 0;
+        }
+    }
+
+    /// Null if there was no memory.
+    WideChar* data() { return text_.get(); }
+
+private:
+    struct Free {
+        void operator()(WideChar* text) const { std::free(text); }
+    };
+    std::unique_ptr<WideChar[], Free> text_;
+};
+
+/// A variable's text in a zero-filled buffer; empty if it does not fit.
+template <unsigned Capacity>
+struct ShortText {
+    explicit ShortText(const WideString& name) : length(os::getEnvironmentVariable(name.c_str(), text, Capacity)) {
+        if (length >= Capacity)
+            text[0] = 0; // Win32 leaves open what such a buffer holds
+    }
+
+    WideChar text[Capacity] = {};
+    unsigned length; ///< The length, or the capacity that the text needs.
+};
+
+/// The number in decimal.
+template <class Integer>
+WideString asDecimal(Integer value) {
+    using Magnitude = std::make_unsigned_t<Integer>;
+    Magnitude magnitude = static_cast<Magnitude>(value);
+    if (value < 0)
+        magnitude = Magnitude{0} - magnitude;
+    WideString text;
+    do {
+        text.insert(text.begin(), static_cast<WideChar>('0' + static_cast<int>(magnitude % 10)));
+        magnitude /= 10;
+    } while (magnitude != 0);
+    if (value < 0)
+        text.insert(text.begin(), VELMOR_WIDE('-'));
+    return text;
+}
+
+/// The number that a text begins with: white space, an optional sign, digits up to the first other character. Held at the
+/// ends of its range.
+std::int64_t int64FromText(const WideChar* text) {
+    while (*text == ' ' || (*text >= '\t' && *text <= '\r'))
+        ++text;
+    const bool negative = *text == '-';
+    if (*text == '-' || *text == '+')
+        ++text;
+    constexpr std::uint64_t largest = std::numeric_limits<std::int64_t>::max();
+    const std::uint64_t limit = negative ? largest + 1 : largest;
+    std::uint64_t magnitude = 0;
+    for (; *text >= '0' && *text <= '9'; ++text) {
+        const std::uint64_t digit = static_cast<std::uint64_t>(*text - '0');
+        magnitude = magnitude > (limit - digit) / 10 ? limit : magnitude * 10 + digit;
+    }
+    return static_cast<std::int64_t>(negative ? std::uint64_t{0} - magnitude : magnitude);
+}
+
+} // namespace
+
+WideString EnvironmentVariables::ExpandVariables(const WideString& text) {
+    LongText expanded;
+    if (expanded.data() == nullptr)
+        return {};
+    os::expandEnvironmentStrings(text.c_str(), expanded.data(), LongText::capacity);
+    return expanded.data();
+}
+
+WideString EnvironmentVariables::GetString(const WideString& name) {
+    LongText value;
+    if (value.data() == nullptr || os::getEnvironmentVariable(name.c_str(), value.data(), LongText::capacity) == 0)
+        return {};
+    return value.data();
+}
+
+void EnvironmentVariables::SetString(const WideString& name, const WideString& value) {
+    os::setEnvironmentVariable(name.c_str(), value.c_str());
+}
+
+int EnvironmentVariables::GetInt(const WideString& name) {
+    return StringOperations::IntFromWString(ShortText<20>(name).text);
+}
+
+void EnvironmentVariables::SetInt(const WideString& name, int value) {
+    SetString(name, asDecimal(value));
+}
+
+HANDLE EnvironmentVariables::GetFileStreamHandle(const WideString& name) {
+    const ShortText<1024> value(name);
+    // The bound is the buffer's size in bytes, on purpose: a text of 1,024 to 2,046 units passes it and, not having been
+    // read, gives a null handle.
+    if (value.length == 0 || value.length > 2047) {
+        static ReportOnce once;
+        once([&] { reportDiagnostic(4, "No handle for %s\n", StringOperations::ConvertToCurrentLocale(name).c_str()); });
+        return os::invalidHandle();
+    }
+    return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(int64FromText(value.text)));
+}
+
+void EnvironmentVariables::SetFileStreamHandle(const WideString& name, HANDLE handle) {
+    SetString(name, asDecimal(static_cast<std::int64_t>(reinterpret_cast<std::intptr_t>(handle))));
+}
+
+} // namespace Velmor
