@@ -119,4 +119,45 @@ unsigned getTempPath(unsigned capacity, WideChar* buffer);
 /// @return the number in the name; 0 on failure.
 unsigned getTempFileName(const WideChar* folder, const WideChar* prefix, WideChar* name);
 
+// Processes ---------------------------------------------------------------------------------------------------------------
+
+/// CreateProcessW, detached and below normal priority, with the caller's environment and current folder. The primary
+/// thread's handle stays open.
+/// @param commandLine may be written into.
+/// @return the process handle; null on failure.
+HANDLE createProcess(const WideChar* application, WideChar* commandLine, bool inheritHandles);
+
+/// The exit code of a process or thread that has not ended.
+inline constexpr unsigned stillActive = 259;
+
+bool getExitCodeProcess(HANDLE process, unsigned* exitCode); ///< GetExitCodeProcess
+bool terminateProcess(HANDLE process, unsigned exitCode);    ///< TerminateProcess
+
+// Threads -----------------------------------------------------------------------------------------------------------------
+
+/// _beginthreadex: runs at once, default stack.
+/// @return the thread handle; null on failure.
+HANDLE createThread(unsigned (*start)(void*), void* argument);
+
+bool lowerThreadPriority(HANDLE thread);                   ///< SetThreadPriority, THREAD_PRIORITY_BELOW_NORMAL
+bool getExitCodeThread(HANDLE thread, unsigned* exitCode); ///< GetExitCodeThread
+void sleep(unsigned milliseconds);                         ///< Sleep
+
+// Modules -----------------------------------------------------------------------------------------------------------------
+
+/// What stands between the folders of "PATH".
+WideChar searchPathSeparator();
+
+/// LoadLibraryExW with LOAD_WITH_ALTERED_SEARCH_PATH.
+/// @return the module; null on failure.
+void* loadModule(const WideChar* name);
+
+void* executableModule();                              ///< GetModuleHandleW(null)
+void* symbolAddress(void* module, const char* symbol); ///< GetProcAddress
+void freeModule(void* module);                         ///< FreeLibrary
+
+/// SetErrorMode. POSIX: there are no dialogs; nothing happens.
+/// @return the former mode.
+unsigned setErrorMode(unsigned mode);
+
 } // namespace Velmor::os

@@ -1,0 +1,59 @@
+#include <Velmor/Platform.h>
+#include <Velmor/Text.h>
+
+#include "platform/diagnostics/Diagnostics.h"
+#include "platform/os/os.h"
+
+namespace Velmor {
+
+namespace {
+
+/// Loads a module while "PATH" has another value.
+void* loadWithPath(const WideString& name, const WideString& lentPath, const WideString& ownPath) {
+    const WideString variable = VELMOR_WIDE("PATH");
+    EnvironmentVariables::SetString(variable, lentPath);
+    void* const module = os::loadModule(name.c_str());
+    EnvironmentVariables::SetString(variable, ownPath);
+    return module;
+}
+
+} // namespace
+
+DynamicLibrary::DynamicLibrary(void* module) : module_(module) {}
+
+DynamicLibrary::~DynamicLibrary() {
+    if (module_ != nullptr)
+        os::freeModule(module_);
+}
+
+DynamicLibrary* DynamicLibrary::loadDynamicLibrary(const WideString& name, const WideString& folder) {
+    const WideString oldPath = EnvironmentVariables::GetString(VELMOR_WIDE("PATH"));
+    const WideString newPath = folder + os::searchPathSeparator() + oldPath;
+    void* const module = loadWithPath(name, newPath, oldPath);
+    if (module == nullptr && os::isDebuggerPresent()) {
+        // A developer is watching: load again where the system may show its own dialog that names what is missing.
+        const unsigned previous = os::setErrorMode(0);
+        void* const again = loadWithPath(name, newPath, oldPath);
+        const unsigned code = os::lastError();
+        reportDiagnostic(4, "LoadLibraryEx(%s) failed with GetLastError %d\n",
+                         StringOperations::ConvertToCurrentLocale(name).c_str(), static_cast<int>(code));
+        os::setErrorMode(previous);
+        if (again != nullptr)
+            os::freeModule(again);
+    }
+    return new DynamicLibrary(module);
+}
+
+DynamicLibrary* DynamicLibrary::getExecutable() {
+    return new DynamicLibrary(os::executableModule());
+}
+
+void* DynamicLibrary::getSymbolAddress(const std::string& symbol) {
+    return module_ != nullptr ? os::symbolAddress(module_, symbol.c_str()) : nullptr;
+}
+
+bool DynamicLibrary::isValid() const {
+    return module_ != nullptr;
+}
+
+} // namespace Velmor
