@@ -3,6 +3,7 @@
 
 #include "platform/diagnostics/Diagnostics.h"
 #include "platform/os/os.h"
+#include "text/Decimal.h"
 
 #include <cstdlib>
 #include <limits>
@@ -64,24 +65,6 @@ WideString asDecimal(Integer value) {
     return text;
 }
 
-/// The number that a text begins with: white space, an optional sign, digits up to the first other character. Held at the
-/// ends of its range.
-std::int64_t int64FromText(const WideChar* text) {
-    while (*text == ' ' || (*text >= '\t' && *text <= '\r'))
-        ++text;
-    const bool negative = *text == '-';
-    if (*text == '-' || *text == '+')
-        ++text;
-    constexpr std::uint64_t largest = std::numeric_limits<std::int64_t>::max();
-    const std::uint64_t limit = negative ? largest + 1 : largest;
-    std::uint64_t magnitude = 0;
-    for (; *text >= '0' && *text <= '9'; ++text) {
-        const std::uint64_t digit = static_cast<std::uint64_t>(*text - '0');
-        magnitude = magnitude > (limit - digit) / 10 ? limit : magnitude * 10 + digit;
-    }
-    return static_cast<std::int64_t>(negative ? std::uint64_t{0} - magnitude : magnitude);
-}
-
 } // namespace
 
 WideString EnvironmentVariables::ExpandVariables(const WideString& text) {
@@ -120,7 +103,8 @@ HANDLE EnvironmentVariables::GetFileStreamHandle(const WideString& name) {
         once([&] { reportDiagnostic(4, "No handle for %s\n", StringOperations::ConvertToCurrentLocale(name).c_str()); });
         return os::invalidHandle();
     }
-    return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(int64FromText(value.text)));
+    const std::int64_t number = integerFromText(value.text, std::numeric_limits<std::int64_t>::max());
+    return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(number));
 }
 
 void EnvironmentVariables::SetFileStreamHandle(const WideString& name, HANDLE handle) {

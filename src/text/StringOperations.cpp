@@ -1,5 +1,6 @@
 #include "platform/diagnostics/Diagnostics.h"
 #include "platform/os/os.h"
+#include "text/Decimal.h"
 #include "text/IsoLatinTables.h"
 #include "text/Utf8.h"
 
@@ -7,7 +8,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <limits>
 
 namespace Velmor {
@@ -17,35 +17,6 @@ namespace {
 /// The bytes of a source for a message. A copy, since the source need not end in a zero byte.
 std::string textOf(const unsigned char* source, std::size_t length) {
     return {reinterpret_cast<const char*>(source), length};
-}
-
-struct CharacterRange {
-    WideChar first;
-    WideChar last;
-};
-
-/// What may stand before a number. The C library's own answer would depend on the locale and on the system.
-constexpr CharacterRange spaces[] = {{0x0009, 0x000D}, {0x0020, 0x0020}, {0x00A0, 0x00A0},
-                                     {0x1680, 0x1680}, {0x2000, 0x200A}, {0x2028, 0x2029},
-                                     {0x202F, 0x202F}, {0x205F, 0x205F}, {0x3000, 0x3000}};
-
-/// The zeros of the scripts whose decimal digits a number may have, ASCII's included.
-constexpr WideChar zeros[] = {0x0030, 0x0660, 0x06F0, 0x0966, 0x09E6, 0x0A66, 0x0AE6, 0x0B66, 0x0C66,
-                              0x0CE6, 0x0D66, 0x0E50, 0x0ED0, 0x0F20, 0x1040, 0x17E0, 0x1810, 0xFF10};
-
-bool isSpace(WideChar character) {
-    return std::any_of(std::begin(spaces), std::end(spaces), [character](const CharacterRange& range) {
-        return character >= range.first && character <= range.last;
-    });
-}
-
-/// Value of a decimal digit, -1 for any other character.
-int digitOf(WideChar character) {
-    for (const WideChar zero : zeros) {
-        if (character >= zero && character <= zero + 9)
-            return character - zero;
-    }
-    return -1;
 }
 
 } // namespace
@@ -198,18 +169,7 @@ WideString StringOperations::AsWString(unsigned int value) {
 }
 
 int StringOperations::IntFromWString(const WideString& text) {
-    const WideChar* next = text.c_str();
-    while (isSpace(*next))
-        ++next;
-    const bool negative = *next == VELMOR_WIDE('-');
-    if (negative || *next == VELMOR_WIDE('+'))
-        ++next;
-    constexpr long long largest = std::numeric_limits<int>::max();
-    const long long limit = negative ? largest + 1 : largest;
-    long long value = 0;
-    for (int digit = digitOf(*next); digit >= 0; digit = digitOf(*++next))
-        value = std::min(value * 10 + digit, limit);
-    return static_cast<int>(negative ? -value : value);
+    return static_cast<int>(integerFromText(text.c_str(), std::numeric_limits<int>::max()));
 }
 
 } // namespace Velmor
