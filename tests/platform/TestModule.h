@@ -1,0 +1,9 @@
+#pragma once
+
+// What the test modules export.
+
+#if defined(_WIN32)
+    #define VELMOR_TEST_MODULE extern "C" __declspec(dllexport)
+#else
+    #define VELMOR_TEST_MODULE extern "C" __attribute__((visibility("default")))
+#endif
