@@ -1,3 +1,4 @@
+#include "identity/SpatialHash.h"
 #include "platform/diagnostics/Diagnostics.h"
 
 #include <Velmor/Identity.h>
@@ -15,7 +16,7 @@ namespace {
 constexpr std::size_t recordSize = 96;
 constexpr std::size_t payloadOffset = 8;
 
-constexpr std::size_t spatialHashSize = 11 * sizeof(double);
+constexpr std::size_t spatialHashSize = spatialHashDimension * sizeof(double);
 constexpr std::size_t ifcGlobalIDSize = 22;
 
 static_assert(payloadOffset + spatialHashSize == recordSize);
@@ -101,6 +102,14 @@ void ExternalGUID::fromSpatialHash(const double* hash) {
     std::memmove(record_ + payloadOffset, hash, spatialHashSize);
 }
 
+ExternalGUID ExternalGUID::spatialHashFromVertexes(unsigned count, const double* xyz) {
+    double hash[spatialHashDimension];
+    computeSpatialHash(count, xyz, hash);
+    ExternalGUID guid;
+    fillRecord(guid.record_, SpatialHash, hash, sizeof hash);
+    return guid;
+}
+
 ExternalGUID::Type_t ExternalGUID::getType() const {
     std::uint32_t type;
     std::memcpy(&type, record_, sizeof type);
@@ -108,7 +117,7 @@ ExternalGUID::Type_t ExternalGUID::getType() const {
 }
 
 const double* ExternalGUID::getSpatialHash() const {
-    static constexpr double none[11] = {};
+    static constexpr double none[spatialHashDimension] = {};
     // Silent on purpose, unlike the other getters.
     return getType() == SpatialHash ? reinterpret_cast<const double*>(record_ + payloadOffset) : none;
 }
