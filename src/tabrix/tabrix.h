@@ -121,6 +121,9 @@ struct Index {
     Index* next;                   ///< Of the same table.
     std::uint32_t lowestKey;       ///< On the fast path, bounds of the keys held: one outside needs no search.
     std::uint32_t highestKey;      ///< Below the lowest while there is none.
+    std::uint32_t rowHash;         ///< Of the row that is being inserted.
+    std::int32_t* newEntries;      ///< Taken while the hash grows, until all indexes have theirs; else null.
+    Link* newLinks;
 };
 
 // Operations
