@@ -200,6 +200,26 @@ void freeIndex(Index* index) {
     std::free(index);
 }
 
+// Inserts a row; `checked` is an index that is known not to hold its key and has the row's hash.
+int checkAndAppend(Table& table, const unsigned char* row, const Index* checked) {
+    for (Index* index = table.indexes; index; index = index->next) {
+        if (index == checked)
+            continue;
+        index->rowHash = hashRow(*index, row);
+        if (index->unique && findRow(*index, index->rowHash, row))
+            return statusDuplicateKey;
+    }
+    if (table.firstFreeBucket < 0 && !addBucket(table))
+        return statusFailed;
+    const std::size_t bucket = static_cast<std::size_t>(table.firstFreeBucket);
+    const std::size_t slot = static_cast<std::size_t>(table.buckets[bucket]->nextFree);
+    std::memcpy(rowAt(table, bucket, slot), row, table.rowDataSize);
+    for (Index* index = table.indexes; index; index = index->next)
+        linkRow(*index, index->rowHash, bucket, slot);
+    markUsed(table, bucket);
+    return statusOk;
+}
+
 const unsigned char* bytesOf(const void* row) {
     return static_cast<const unsigned char*>(row);
 }
@@ -273,20 +293,7 @@ int destroyIndex(Index* index) {
 }
 
 int insert(Table* table, const void* row) {
-    for (Index* index = table->indexes; index; index = index->next) {
-        index->rowHash = hashRow(*index, bytesOf(row));
-        if (index->unique && findRow(*index, index->rowHash, bytesOf(row)))
-            return statusDuplicateKey;
-    }
-    if (table->firstFreeBucket < 0 && !addBucket(*table))
-        return statusFailed;
-    const std::size_t bucket = static_cast<std::size_t>(table->firstFreeBucket);
-    const std::size_t slot = static_cast<std::size_t>(table->buckets[bucket]->nextFree);
-    std::memcpy(rowAt(*table, bucket, slot), row, table->rowDataSize);
-    for (Index* index = table->indexes; index; index = index->next)
-        linkRow(*index, index->rowHash, bucket, slot);
-    markUsed(*table, bucket);
-    return statusOk;
+    return checkAndAppend(*table, bytesOf(row), nullptr);
 }
 
 int find(Index* index, void* row) {
@@ -297,6 +304,18 @@ int find(Index* index, void* row) {
         return statusNotFound;
     std::memcpy(row, found, index->table->rowDataSize);
     return statusOk;
+}
+
+int findOrInsert(Index* index, void* row) {
+    if (!index->unique)
+        return statusNotUnique;
+    index->rowHash = hashRow(*index, bytesOf(row));
+    if (const unsigned char* found = findRow(*index, index->rowHash, bytesOf(row))) {
+        std::memcpy(row, found, index->table->rowDataSize);
+        return statusOk;
+    }
+    const int status = checkAndAppend(*index->table, bytesOf(row), index);
+    return status == statusOk ? statusNotFound : status;
 }
 
 } // namespace Velmor::tabrix

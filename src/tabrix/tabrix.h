@@ -159,4 +159,10 @@ int insert(Table* table, const void* row);
 /// @return `statusOk`, `statusNotFound` or `statusNotUnique`.
 int find(Index* index, void* row);
 
+/// `find`, and `insert` when it finds nothing, in one search.
+/// @param[in,out] row row-data bytes; overwritten by the row that was found.
+/// @return `statusOk` when it was found, `statusNotFound` when it was not and has been inserted; else as `find` and
+/// `insert`.
+int findOrInsert(Index* index, void* row);
+
 } // namespace Velmor::tabrix
