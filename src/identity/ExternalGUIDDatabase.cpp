@@ -17,13 +17,13 @@ struct Row {
     alignas(8) unsigned char bytes[32] = {};
 
     explicit Row(std::uint32_t id) { std::memcpy(bytes, &id, sizeof id); }
-
-    std::uint32_t id() const {
-        std::uint32_t id;
-        std::memcpy(&id, bytes, sizeof id);
-        return id;
-    }
 };
+
+std::uint32_t idOf(const void* row) {
+    std::uint32_t id;
+    std::memcpy(&id, row, sizeof id);
+    return id;
+}
 
 // One kind of key: the type of the identities, the key field, and where an identity's payload goes in the row.
 struct KeyKind {
@@ -49,14 +49,23 @@ constexpr std::uint32_t firstKeyedType = keyKinds[0].type;
 constexpr tabrix::TableSpec tableSpec = {2000, 2000};
 constexpr tabrix::IndexSpec indexSpec = {tabrix::indexKindHash, 1};
 
+// All null when there was no memory for it: the kind then takes no identities.
 struct KeyTable {
     tabrix::Table* table;
     tabrix::Index* idIndex;
     tabrix::Index* keyIndex;
-
-    // Without memory for all three the kind takes no identities.
-    bool usable() const { return idIndex && keyIndex; }
+    std::uint32_t firstID; // of the first row
 };
+
+void destroy(KeyTable& keys) {
+    if (keys.keyIndex)
+        tabrix::destroyIndex(keys.keyIndex);
+    if (keys.idIndex)
+        tabrix::destroyIndex(keys.idIndex);
+    if (keys.table)
+        tabrix::destroyTable(keys.table);
+    keys = {};
+}
 
 void build(KeyTable& keys, const KeyKind& kind) {
     const tabrix::FieldSpec fields[] = {{tabrix::fieldInt32, 4}, {kind.fieldType, kind.fieldSize}, {tabrix::fieldEnd, 0}};
@@ -67,15 +76,8 @@ void build(KeyTable& keys, const KeyKind& kind) {
     const int keyField[] = {1, -1};
     keys.idIndex = tabrix::createIndex(keys.table, indexSpec, idField);
     keys.keyIndex = tabrix::createIndex(keys.table, indexSpec, keyField);
-}
-
-void destroy(KeyTable& keys) {
-    if (keys.keyIndex)
-        tabrix::destroyIndex(keys.keyIndex);
-    if (keys.idIndex)
-        tabrix::destroyIndex(keys.idIndex);
-    if (keys.table)
-        tabrix::destroyTable(keys.table);
+    if (!keys.idIndex || !keys.keyIndex)
+        destroy(keys);
 }
 
 // What the database reads of an identity.
@@ -108,27 +110,60 @@ private:
     std::uint32_t type_;
 };
 
-ExternalGUID identityOf(const KeyKind& kind, const Row& row) {
-    const unsigned char* payload = row.bytes + kind.payloadOffset;
-    switch (kind.type) {
+// Ids count down: as long as identities of one kind come in a row, the distance of an id from the first row's is the
+// position of its row. The index answers for all others.
+const void* rowInSequence(const KeyTable& keys, std::uint32_t id) {
+    const void* row = keys.table ? tabrix::rowAtPosition(keys.table, keys.firstID - id) : nullptr;
+    return row && idOf(row) == id ? row : nullptr;
+}
+
+const void* findRow(const KeyTable& keys, std::uint32_t id) {
+    const void* row = rowInSequence(keys, id);
+    return row || !keys.table ? row : tabrix::findInPlace(keys.idIndex, &id);
+}
+
+// A copy of a stored key.
+template <class Key>
+Key keyOf(const void* row) {
+    Key key;
+    std::memcpy(&key, static_cast<const char*>(row) + 4, sizeof key);
+    return key;
+}
+
+ExternalGUID identityOf(ExternalGUID::Type_t type, const void* row) {
+    switch (type) {
     case ExternalGUID::IFCGlobalID:
-        return ExternalGUID::fromIFCGlobalID(reinterpret_cast<const char*>(payload));
-    case ExternalGUID::KXGUID: {
-        KXGUID_t guid;
-        std::memcpy(&guid, payload, sizeof guid);
-        return ExternalGUID::fromKX(guid);
+        return ExternalGUID::fromIFCGlobalID(static_cast<const char*>(row) + 4);
+    case ExternalGUID::KXGUID:
+        return ExternalGUID::fromKX(keyOf<KXGUID_t>(row));
+    case ExternalGUID::CadmaticObi:
+        return ExternalGUID::fromCadmaticObi(keyOf<int>(row));
+    default:
+        return ExternalGUID::fromDWGHandle(keyOf<std::uint64_t>(row) >> 32); // the low half, behind four zeros
     }
-    case ExternalGUID::CadmaticObi: {
-        int obi;
-        std::memcpy(&obi, payload, sizeof obi);
-        return ExternalGUID::fromCadmaticObi(obi);
+}
+
+bool isKeyed(std::uint32_t id) {
+    return static_cast<std::int32_t>(id) < 0;
+}
+
+ExternalGUID noIdentity() {
+    return ExternalGUID::fromByteStream(0, nullptr);
+}
+
+ExternalGUID spatialIdentity(const SpatialTree& tree, std::uint32_t id) {
+    ExternalGUID guid = noIdentity();
+    if (const double* hash = spatialHashAt(tree, id))
+        guid.fromSpatialHash(hash);
+    return guid;
+}
+
+ExternalGUID keyedIdentity(const KeyTable* keys, std::uint32_t id) {
+    for (const KeyKind& kind : keyKinds) {
+        if (const void* row = findRow(*keys++, id))
+            return identityOf(kind.type, row);
     }
-    default: {
-        unsigned long long handle;
-        std::memcpy(&handle, payload, sizeof handle);
-        return ExternalGUID::fromDWGHandle(handle);
-    }
-    }
+    return noIdentity();
 }
 
 ExternalGUIDRuntimeID_e runtimeID(std::uint32_t id) {
@@ -174,15 +209,19 @@ ExternalGUIDRuntimeID_e ExternalGUIDDatabase::insertGUID(const ExternalGUID& gui
     if (!identity.isKeyed())
         return NoRuntimeID;
 
-    const KeyTable& keys = state_->keys[identity.kind()];
+    KeyTable& keys = state_->keys[identity.kind()];
     const std::uint32_t id = state_->nextKeyedID;
     Row row = identity.keyRow(id);
-    const int status = keys.usable() ? tabrix::findOrInsert(keys.keyIndex, row.bytes) : tabrix::statusFailed;
+    const int status = keys.table ? tabrix::findOrInsert(keys.keyIndex, row.bytes) : tabrix::statusFailed;
     if (status == tabrix::statusOk)
-        return runtimeID(row.id());
+        return runtimeID(idOf(row.bytes));
     // Used up even when the store refuses the row.
     --state_->nextKeyedID;
-    return status == tabrix::statusNotFound ? runtimeID(id) : NoRuntimeID;
+    if (status != tabrix::statusNotFound)
+        return NoRuntimeID;
+    if (keys.table->rowCount == 1)
+        keys.firstID = id;
+    return runtimeID(id);
 }
 
 ExternalGUIDRuntimeID_e ExternalGUIDDatabase::findGUID(const ExternalGUID& guid) {
@@ -193,27 +232,17 @@ ExternalGUIDRuntimeID_e ExternalGUIDDatabase::findGUID(const ExternalGUID& guid)
         return NoRuntimeID;
 
     const KeyTable& keys = state_->keys[identity.kind()];
-    Row row = identity.keyRow(0);
-    if (!keys.usable() || tabrix::find(keys.keyIndex, row.bytes) != tabrix::statusOk)
-        return NoRuntimeID;
-    return runtimeID(row.id());
+    const void* row = keys.table ? tabrix::findInPlace(keys.keyIndex, identity.keyRow(0).bytes) : nullptr;
+    return row ? runtimeID(idOf(row)) : NoRuntimeID;
 }
 
 ExternalGUID ExternalGUIDDatabase::findGUID(ExternalGUIDRuntimeID_e id) {
-    const std::uint32_t number = id;
-    const bool keyed = static_cast<std::int32_t>(number) < 0;
-    if (keyed) {
-        for (std::size_t i = 0; i < keyKindCount; ++i) {
-            Row row(number);
-            if (state_->keys[i].usable() && tabrix::find(state_->keys[i].idIndex, row.bytes) == tabrix::statusOk)
-                return identityOf(keyKinds[i], row);
-        }
+    if (isKeyed(id)) [[likely]] {
+        if (const void* row = rowInSequence(state_->keys[0], id)) [[likely]]
+            return ExternalGUID::fromIFCGlobalID(static_cast<const char*>(row) + 4);
+        return keyedIdentity(state_->keys, id);
     }
-    ExternalGUID guid = ExternalGUID::fromByteStream(0, nullptr);
-    const double* hash = keyed ? nullptr : spatialHashAt(state_->tree, number);
-    if (hash)
-        guid.fromSpatialHash(hash);
-    return guid;
+    return spatialIdentity(state_->tree, id);
 }
 
 } // namespace Velmor

@@ -146,6 +146,7 @@ void markUsed(Table& table, std::size_t bucketNumber) {
     std::size_t slot = static_cast<std::size_t>(bucket.nextFree);
     bucket.bitmap[slot / 32] |= std::uint32_t{1} << (slot % 32);
     ++bucket.used;
+    ++table.rowCount;
     if (bucket.used < table.rowsPerBucket) {
         while (isUsed(bucket, slot))
             ++slot;
@@ -299,11 +300,15 @@ int insert(Table* table, const void* row) {
 int find(Index* index, void* row) {
     if (!index->unique)
         return statusNotUnique;
-    const unsigned char* found = findRow(*index, hashRow(*index, bytesOf(row)), bytesOf(row));
+    const void* found = findInPlace(index, row);
     if (!found)
         return statusNotFound;
     std::memcpy(row, found, index->table->rowDataSize);
     return statusOk;
+}
+
+const void* findInPlace(const Index* index, const void* row) {
+    return index->unique ? findRow(*index, hashRow(*index, bytesOf(row)), bytesOf(row)) : nullptr;
 }
 
 int findOrInsert(Index* index, void* row) {

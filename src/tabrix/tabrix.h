@@ -87,6 +87,7 @@ struct Table {
     Bucket** buckets;
     std::uint32_t bucketCapacity; ///< Of the array of bucket pointers.
     std::uint32_t bucketCount;    ///< At most `maxBuckets`.
+    std::uint32_t rowCount;       ///< Rows fill the positions 0 .. row count - 1.
     std::int32_t firstFreeBucket; ///< First bucket with a free slot, -1: none.
     std::uint32_t hashSize;       ///< Of every index; a power of two, at least the number of row positions.
     std::uint32_t hashBits;       ///< log2 of the hash size.
@@ -158,6 +159,17 @@ int insert(Table* table, const void* row);
 /// @param[in,out] row row-data bytes with the fields of the index filled in; overwritten by the row that was found.
 /// @return `statusOk`, `statusNotFound` or `statusNotUnique`.
 int find(Index* index, void* row);
+
+/// `find` without copying.
+/// @return the row in the table; null when it is not found, or when the index is not unique.
+const void* findInPlace(const Index* index, const void* row);
+
+/// The row at a position, which is the number of rows inserted before it; null beyond the last row.
+inline const void* rowAtPosition(const Table* table, std::uint32_t position) {
+    if (position >= table->rowCount)
+        return nullptr;
+    return table->buckets[position / table->rowsPerBucket]->rows + position % table->rowsPerBucket * table->rowSlotSize;
+}
 
 /// `find`, and `insert` when it finds nothing, in one search.
 /// @param[in,out] row row-data bytes; overwritten by the row that was found.
