@@ -1,0 +1,280 @@
+#include "support/FailingAllocation.h"
+
+#include <Velmor/Identity.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+
+using namespace Velmor;
+using velmor_tests::FailAllocation;
+
+namespace {
+
+/// Runs something and gives what it printed on standard error.
+template <class Function>
+std::string errorOf(Function function) {
+    testing::internal::CaptureStderr();
+    function();
+    std::string text = testing::internal::GetCapturedStderr();
+    std::erase(text, '\r');
+    return text;
+}
+
+/// Whether a function throws std::bad_alloc when its n-th allocation fails.
+template <class Function>
+bool throwsBadAlloc(unsigned n, Function function) {
+    const FailAllocation fail(n);
+    try {
+        function();
+    } catch (const std::bad_alloc&) {
+        return true;
+    }
+    return false;
+}
+
+/// What one insertion did whose n-th allocation failed.
+struct Attempt {
+    std::uint32_t id = 0;
+    bool failed = false;
+    std::size_t size = 0;
+    std::string error;
+};
+
+Attempt insertWithFailure(ExternalGUIDDatabase& database, const ExternalGUID& guid, unsigned n) {
+    Attempt attempt;
+    attempt.error = errorOf([&] {
+        const FailAllocation fail(n);
+        attempt.id = database.insertGUID(guid);
+        attempt.failed = fail.happened();
+        attempt.size = fail.failedSize();
+    });
+    return attempt;
+}
+
+ExternalGUID spatial(double value) {
+    std::array<double, 11> hash;
+    hash.fill(value);
+    ExternalGUID guid;
+    guid.fromSpatialHash(hash.data());
+    return guid;
+}
+
+ExternalGUID keyed(std::uint32_t type, std::uint32_t number) {
+    const std::string text = std::to_string(1000000000 + number);
+    KXGUID_t guid{};
+    switch (type) {
+    case 2:
+        return ExternalGUID::fromIFCGlobalID(("ABCDEFGHIJKL" + text).c_str());
+    case 3:
+        std::memcpy(guid.bytes, text.data(), text.size());
+        return ExternalGUID::fromKX(guid);
+    case 4:
+        return ExternalGUID::fromCadmaticObi(static_cast<int>(number));
+    default:
+        return ExternalGUID::fromDWGHandle(number);
+    }
+}
+
+std::string message(std::size_t size, const std::string& label) {
+    return "libtabrix: cannot allocate memory (" + std::to_string(size) + " bytes) for " + label + "\n";
+}
+
+} // namespace
+
+TEST(ExternalGUIDMemory, EveryNewRecordThatFailsThrows) {
+    const ExternalGUID original = keyed(2, 1);
+    const double vertex[3] = {1, 2, 3};
+    EXPECT_TRUE(throwsBadAlloc(1, [] { ExternalGUID guid; }));
+    EXPECT_TRUE(throwsBadAlloc(1, [&] { ExternalGUID guid(original); }));
+    EXPECT_TRUE(throwsBadAlloc(1, [] { ExternalGUID::fromByteStream(4, "\2\0\0\0"); }));
+    EXPECT_TRUE(throwsBadAlloc(1, [] { ExternalGUID::fromIFCGlobalID("0123456789ABCDEFGHIJ_$"); }));
+    EXPECT_TRUE(throwsBadAlloc(1, [] { ExternalGUID::fromKX(KXGUID_t{}); }));
+    EXPECT_TRUE(throwsBadAlloc(1, [] { ExternalGUID::fromCadmaticObi(1); }));
+    EXPECT_TRUE(throwsBadAlloc(1, [] { ExternalGUID::fromDWGHandle(1); }));
+    EXPECT_TRUE(throwsBadAlloc(1, [&] { ExternalGUID::spatialHashFromVertexes(1, vertex); }));
+}
+
+TEST(ExternalGUIDMemory, ARecordIsOneAllocationOfNinetySixBytes) {
+    std::size_t size = 0;
+    try {
+        const FailAllocation fail(1);
+        try {
+            ExternalGUID guid;
+        } catch (...) {
+            size = fail.failedSize();
+            throw;
+        }
+    } catch (const std::bad_alloc&) {
+    }
+    EXPECT_EQ(size, 96u);
+    const double vertices[6] = {};
+    unsigned seen;
+    {
+        const FailAllocation fail(100);
+        const ExternalGUID guid = ExternalGUID::spatialHashFromVertexes(2, vertices);
+        seen = fail.seen();
+    }
+    EXPECT_EQ(seen, 1u);
+}
+
+TEST(ExternalGUIDMemory, AssignmentAndAccessAllocateNothing) {
+    ExternalGUID target = keyed(2, 1);
+    const ExternalGUID source = keyed(3, 1);
+    const double hash[11] = {};
+    unsigned seen;
+    {
+        const FailAllocation fail(1, true);
+        target = source;
+        target.getType();
+        target.getIFCGlobalID();
+        target.getKXGUID();
+        target.getCadmaticObi();
+        target.getDWGHandle();
+        target.getSpatialHash();
+        unsigned size = 0;
+        target.getBytes(&size);
+        target.fromSpatialHash(hash);
+        seen = fail.seen();
+    }
+    EXPECT_EQ(seen, 0u);
+    EXPECT_EQ(target.getType(), ExternalGUID::SpatialHash);
+}
+
+TEST(ExternalGUIDDatabaseMemory, FailedChunkAnswersZeroSilently) {
+    ExternalGUIDDatabase database;
+    for (int i = 0; i < 1024; ++i)
+        ASSERT_EQ(database.insertGUID(spatial(i)), static_cast<unsigned>(i));
+    unsigned n = 1;
+    for (;; ++n) {
+        ASSERT_LT(n, 10u);
+        const Attempt attempt = insertWithFailure(database, spatial(5000), n);
+        EXPECT_EQ(attempt.error, "");
+        if (!attempt.failed) {
+            EXPECT_EQ(attempt.id, 1024u);
+            break;
+        }
+        EXPECT_EQ(attempt.id, 0u);
+        // Also what is there already is answered so: the room is made before the search.
+        const Attempt known = insertWithFailure(database, spatial(7), n);
+        EXPECT_TRUE(known.failed);
+        EXPECT_EQ(known.id, 0u);
+        EXPECT_EQ(known.error, "");
+        EXPECT_EQ(database.findGUID(static_cast<ExternalGUIDRuntimeID_e>(1024)).getType(), ExternalGUID::Invalid);
+        EXPECT_EQ(database.findGUID(spatial(5000)), NoRuntimeID);
+        EXPECT_EQ(database.findGUID(spatial(7)), 7u);
+        EXPECT_EQ(database.findGUID(spatial(1023)), 1023u);
+    }
+    EXPECT_GT(n, 1u) << "nothing was made to fail";
+    EXPECT_EQ(database.findGUID(spatial(5000)), 1024u);
+    EXPECT_EQ(database.insertGUID(spatial(6000)), 1025u);
+    EXPECT_EQ(database.findGUID(static_cast<ExternalGUIDRuntimeID_e>(2047)).getType(), ExternalGUID::SpatialHash);
+    EXPECT_EQ(database.findGUID(static_cast<ExternalGUIDRuntimeID_e>(2048)).getType(), ExternalGUID::Invalid);
+}
+
+TEST(ExternalGUIDDatabaseMemory, RefusedInsertionUsesItsIdUp) {
+    struct Expected {
+        std::string label;
+        std::size_t size; // 0: not told
+    };
+    const std::size_t slotSizes[] = {32, 24, 8, 16};
+    for (std::uint32_t type = 2; type <= 5; ++type)
+        for (const std::uint32_t rows : {2000u, 4000u}) {
+            SCOPED_TRACE("type " + std::to_string(type) + ", rows " + std::to_string(rows));
+            std::vector<Expected> expected = {
+                {"bucket", 0}, {"bucket data", 2000 * slotSizes[type - 2]}, {"bucket free table", 252}};
+            if (rows == 4000) // the third bucket outgrows the hash of both indexes
+                for (int index = 0; index < 2; ++index) {
+                    expected.push_back({"index entry array", 4 * 16384});
+                    expected.push_back({"index link array", 12 * 16384});
+                }
+            ExternalGUIDDatabase database;
+            for (std::uint32_t i = 0; i < rows; ++i)
+                ASSERT_EQ(database.insertGUID(keyed(type, i)), 0xFFFFFFFEu - i);
+            std::uint32_t next = 0xFFFFFFFEu - rows;
+            for (unsigned n = 1; n <= expected.size(); ++n, --next) {
+                const Attempt attempt = insertWithFailure(database, keyed(type, rows), n);
+                ASSERT_TRUE(attempt.failed);
+                EXPECT_EQ(attempt.id, 0xFFFFFFFFu);
+                if (expected[n - 1].size != 0) {
+                    EXPECT_EQ(attempt.size, expected[n - 1].size);
+                }
+                EXPECT_EQ(attempt.error, message(attempt.size, expected[n - 1].label));
+                EXPECT_EQ(database.findGUID(keyed(type, rows)), NoRuntimeID);
+                EXPECT_EQ(database.findGUID(static_cast<ExternalGUIDRuntimeID_e>(next)).getType(), ExternalGUID::Invalid);
+                EXPECT_EQ(database.insertGUID(keyed(type, 0)), 0xFFFFFFFEu);
+                EXPECT_EQ(database.findGUID(keyed(type, rows - 1)), 0xFFFFFFFEu - (rows - 1));
+            }
+            EXPECT_EQ(database.insertGUID(keyed(type, rows)), next);
+            EXPECT_EQ(database.findGUID(keyed(type, rows)), next);
+            EXPECT_EQ(database.insertGUID(keyed(type == 5 ? 2 : type + 1, 1)), next - 1) << "one counter for all kinds";
+            for (std::uint32_t i = 0; i < rows; ++i)
+                ASSERT_EQ(database.findGUID(keyed(type, i)), 0xFFFFFFFEu - i);
+        }
+}
+
+TEST(ExternalGUIDDatabaseMemory, SearchesAllocateNothing) {
+    ExternalGUIDDatabase database;
+    ExternalGUID guids[] = {spatial(1),  keyed(2, 1), keyed(3, 1), keyed(4, 1),
+                            keyed(5, 1), spatial(2),  keyed(2, 2), ExternalGUID()};
+    for (int i = 0; i < 5; ++i)
+        database.insertGUID(guids[i]);
+    unsigned seen;
+    {
+        const FailAllocation fail(1, true);
+        for (const ExternalGUID& guid : guids)
+            database.findGUID(guid);
+        for (int i = 0; i < 5; ++i)
+            database.insertGUID(guids[i]);
+        seen = fail.seen();
+    }
+    EXPECT_EQ(seen, 0u);
+}
+
+TEST(ExternalGUIDDatabaseMemory, ADatabaseShortOfMemoryAtItsBirthAnswersSafely) {
+    bool anyFailed = true;
+    for (unsigned n = 1; anyFailed; ++n) {
+        ASSERT_LT(n, 200u);
+        SCOPED_TRACE(n);
+        std::unique_ptr<ExternalGUIDDatabase> database;
+        const std::string error = errorOf([&] {
+            // Its own object comes from operator new, which is not in question here.
+            const FailAllocation fail(n);
+            try {
+                database = std::make_unique<ExternalGUIDDatabase>();
+            } catch (const std::bad_alloc&) {
+            }
+            anyFailed = fail.happened();
+        });
+        if (!anyFailed) {
+            ASSERT_NE(database, nullptr);
+            EXPECT_EQ(error, "");
+        }
+        if (!database)
+            continue;
+        // A table that is not there has no room: its kind is refused. Everything else works as ever.
+        errorOf([&] {
+            for (std::uint32_t round = 0; round < 2; ++round)
+                for (std::uint32_t type = 2; type <= 5; ++type)
+                    for (std::uint32_t i = 0; i < 10; ++i) {
+                        const std::uint32_t number = database->insertGUID(keyed(type, i));
+                        EXPECT_EQ(database->findGUID(keyed(type, i)), number);
+                        EXPECT_EQ(database->findGUID(static_cast<ExternalGUIDRuntimeID_e>(number)).getType(),
+                                  number == NoRuntimeID ? 0u : type);
+                    }
+            if (error.empty()) { // it was no table that failed
+                for (std::uint32_t type = 2; type <= 5; ++type)
+                    EXPECT_EQ(database->insertGUID(keyed(type, 0)), 0xFFFFFFFEu - 10 * (type - 2));
+            }
+            EXPECT_EQ(database->findGUID(spatial(1)), NoRuntimeID);
+            EXPECT_EQ(database->insertGUID(spatial(1)), 0u);
+            EXPECT_EQ(database->insertGUID(spatial(2)), 1u);
+            EXPECT_EQ(database->findGUID(spatial(2)), 1u);
+        });
+    }
+}
