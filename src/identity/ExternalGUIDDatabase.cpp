@@ -30,17 +30,19 @@ struct KeyKind {
     ExternalGUID::Type_t type;
     std::uint32_t fieldType;
     std::int32_t fieldSize;
-    std::size_t payloadSize;
     std::size_t payloadOffset;
 };
 
-// In the order of the types. The key field begins at 4. A DWG handle is placed at 8 on purpose: its field then holds four
-// zero bytes and the handle's low half, so that handles are one identity when their low 32 bits agree.
+constexpr std::size_t keyOffset = 4; // of the key field, behind the id
+constexpr std::size_t longestKey = 22;
+
+// In the order of the types. A DWG handle is placed at 8 on purpose: its field then holds four zero bytes and the handle's
+// low half, so that handles are one identity when their low 32 bits agree.
 constexpr KeyKind keyKinds[] = {
-    {ExternalGUID::IFCGlobalID, tabrix::fieldBytes, 22, 22, 4},
-    {ExternalGUID::KXGUID, tabrix::fieldBytes, 16, 16, 4},
-    {ExternalGUID::CadmaticObi, tabrix::fieldInt32, 4, 4, 4},
-    {ExternalGUID::DWGHandle, tabrix::fieldBytes, 8, 8, 8},
+    {ExternalGUID::IFCGlobalID, tabrix::fieldBytes, longestKey, keyOffset},
+    {ExternalGUID::KXGUID, tabrix::fieldBytes, 16, keyOffset},
+    {ExternalGUID::CadmaticObi, tabrix::fieldInt32, 4, keyOffset},
+    {ExternalGUID::DWGHandle, tabrix::fieldBytes, 8, 8},
 };
 
 constexpr std::size_t keyKindCount = std::size(keyKinds);
@@ -97,8 +99,8 @@ public:
 
     Row keyRow(std::uint32_t id) const {
         Row row(id);
-        const KeyKind& keyKind = keyKinds[kind()];
-        std::memcpy(row.bytes + keyKind.payloadOffset, payload(), keyKind.payloadSize);
+        // As much as the longest key: of a shorter one the store does not read what follows it.
+        std::memcpy(row.bytes + keyKinds[kind()].payloadOffset, payload(), longestKey);
         return row;
     }
 
@@ -126,14 +128,14 @@ const void* findRow(const KeyTable& keys, std::uint32_t id) {
 template <class Key>
 Key keyOf(const void* row) {
     Key key;
-    std::memcpy(&key, static_cast<const char*>(row) + 4, sizeof key);
+    std::memcpy(&key, static_cast<const char*>(row) + keyOffset, sizeof key);
     return key;
 }
 
 ExternalGUID identityOf(ExternalGUID::Type_t type, const void* row) {
     switch (type) {
     case ExternalGUID::IFCGlobalID:
-        return ExternalGUID::fromIFCGlobalID(static_cast<const char*>(row) + 4);
+        return ExternalGUID::fromIFCGlobalID(static_cast<const char*>(row) + keyOffset);
     case ExternalGUID::KXGUID:
         return ExternalGUID::fromKX(keyOf<KXGUID_t>(row));
     case ExternalGUID::CadmaticObi:
@@ -238,8 +240,9 @@ ExternalGUIDRuntimeID_e ExternalGUIDDatabase::findGUID(const ExternalGUID& guid)
 
 ExternalGUID ExternalGUIDDatabase::findGUID(ExternalGUIDRuntimeID_e id) {
     if (isKeyed(id)) [[likely]] {
+        // The usual import has IFC identities alone.
         if (const void* row = rowInSequence(state_->keys[0], id)) [[likely]]
-            return ExternalGUID::fromIFCGlobalID(static_cast<const char*>(row) + 4);
+            return ExternalGUID::fromIFCGlobalID(static_cast<const char*>(row) + keyOffset);
         return keyedIdentity(state_->keys, id);
     }
     return spatialIdentity(state_->tree, id);
