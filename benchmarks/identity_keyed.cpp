@@ -1,0 +1,143 @@
+// Keyed identities: insertion, look-up by key (present and absent) and look-up by id, beside two std::unordered_map and two
+// absl::flat_hash_map.
+//
+// Every pass goes over all identities in an order unlike that of insertion; the identities themselves lie in memory in the
+// order in which they are asked for, so that all contestants read them at the same small cost. Insertion is timed without
+// the construction of the database, which is measured by itself. A look-up by id makes an ExternalGUID for every contestant.
+
+#include "identity_contestants.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace benchmarks {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point begin) {
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+// Numbers begin .. begin + count - 1 in random order.
+std::vector<std::uint64_t> shuffled(std::uint64_t begin, std::size_t count) {
+    std::vector<std::uint64_t> numbers(count);
+    for (std::size_t i = 0; i < count; ++i)
+        numbers[i] = begin + i;
+    std::shuffle(numbers.begin(), numbers.end(), std::mt19937_64(count));
+    return numbers;
+}
+
+std::vector<Velmor::ExternalGUID> identities(std::uint64_t begin, std::size_t count) {
+    std::vector<Velmor::ExternalGUID> guids;
+    guids.reserve(count);
+    for (const std::uint64_t number : shuffled(begin, count))
+        guids.push_back(Velmor::ExternalGUID::fromIFCGlobalID(GlobalId(number).text.data()));
+    return guids;
+}
+
+void report(benchmark::State& state, std::size_t count) {
+    state.SetItemsProcessed(static_cast<std::int64_t>(count) * state.iterations());
+}
+
+template <class Database>
+std::unique_ptr<Database> filled(std::size_t count) {
+    auto database = std::make_unique<Database>();
+    for (std::uint64_t i = 0; i < count; ++i)
+        database->insertGUID(Velmor::ExternalGUID::fromIFCGlobalID(GlobalId(i).text.data()));
+    return database;
+}
+
+template <class Database>
+void construct(benchmark::State& state) {
+    for (auto _ : state) {
+        Database database;
+        benchmark::DoNotOptimize(database);
+    }
+    report(state, 1);
+}
+
+template <class Database>
+void insert(benchmark::State& state) {
+    const std::size_t count = static_cast<std::size_t>(state.range(0));
+    const std::vector<Velmor::ExternalGUID> guids = identities(0, count);
+    for (auto _ : state) {
+        Database database;
+        const Clock::time_point begin = Clock::now();
+        for (const Velmor::ExternalGUID& guid : guids)
+            benchmark::DoNotOptimize(database.insertGUID(guid));
+        state.SetIterationTime(secondsSince(begin));
+    }
+    report(state, count);
+}
+
+template <class Database>
+void findKeys(benchmark::State& state, std::uint64_t begin) {
+    const std::size_t count = static_cast<std::size_t>(state.range(0));
+    const std::unique_ptr<Database> database = filled<Database>(count);
+    const std::vector<Velmor::ExternalGUID> guids = identities(begin, count);
+    for (auto _ : state) {
+        const Clock::time_point start = Clock::now();
+        for (const Velmor::ExternalGUID& guid : guids)
+            benchmark::DoNotOptimize(database->findGUID(guid));
+        state.SetIterationTime(secondsSince(start));
+    }
+    report(state, count);
+}
+
+template <class Database>
+void findHit(benchmark::State& state) {
+    findKeys<Database>(state, 0);
+}
+
+template <class Database>
+void findMiss(benchmark::State& state) {
+    findKeys<Database>(state, static_cast<std::uint64_t>(state.range(0)));
+}
+
+template <class Database>
+void findById(benchmark::State& state) {
+    const std::size_t count = static_cast<std::size_t>(state.range(0));
+    const std::unique_ptr<Database> database = filled<Database>(count);
+    const std::vector<std::uint64_t> ids = shuffled(Velmor::FirstKeyedRuntimeID + 1 - std::uint64_t{count}, count);
+    for (auto _ : state) {
+        const Clock::time_point start = Clock::now();
+        for (const std::uint64_t id : ids)
+            benchmark::DoNotOptimize(database->findGUID(static_cast<Velmor::ExternalGUIDRuntimeID_e>(id)));
+        state.SetIterationTime(secondsSince(start));
+    }
+    report(state, count);
+}
+
+template <class Database>
+void registerContestant(const std::string& name, std::int64_t count) {
+    const auto add = [&](const std::string& operation, void (*function)(benchmark::State&)) {
+        benchmark::RegisterBenchmark((operation + "/" + name).c_str(), function)->Arg(count)->UseManualTime();
+    };
+    add("insert", insert<Database>);
+    add("find hit", findHit<Database>);
+    add("find miss", findMiss<Database>);
+    add("find by id", findById<Database>);
+}
+
+} // namespace
+
+void registerKeyed() {
+    benchmark::RegisterBenchmark("construct/velmor", construct<Velmor::ExternalGUIDDatabase>)->Arg(0);
+    benchmark::RegisterBenchmark("construct/unordered_map", construct<StandardMaps>)->Arg(0);
+    benchmark::RegisterBenchmark("construct/flat_hash_map", construct<FlatMaps>)->Arg(0);
+    for (const std::int64_t count : {1'000, 100'000, 1'000'000, 4'000'000}) {
+        registerContestant<Velmor::ExternalGUIDDatabase>("velmor", count);
+        registerContestant<StandardMaps>("unordered_map", count);
+        registerContestant<FlatMaps>("flat_hash_map", count);
+    }
+}
+
+} // namespace benchmarks
