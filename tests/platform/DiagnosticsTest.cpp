@@ -525,7 +525,9 @@ std::vector<std::string> longHostileTexts() {
             "%" + repeated("-", 8000) + "d",
             "%" + repeated("l", 8000) + "d",
             "%" + repeated("9", 8000) + "$n",
-            "%" + repeated("*", 8000)};
+            "%" + repeated("*", 8000),
+            "%8000d" + repeated("y", 8000),
+            "%4000s%4000d" + repeated("y", 8000) + "%s"};
 }
 
 constexpr std::size_t outputBound = 1 << 20;

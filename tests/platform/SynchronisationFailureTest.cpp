@@ -107,6 +107,15 @@ TEST(Signal, IsOneEventHandle) {
     signal.wait();
 }
 
+TEST(Signal, ClosesItsEventInTheEnd) {
+    HANDLE event = nullptr;
+    {
+        Signal signal;
+        event = firstWord(&signal);
+    }
+    EXPECT_FALSE(Velmor::os::closeHandle(event));
+}
+
 /// Puts another handle in the place of a signal's own.
 void replaceHandle(Signal& signal, HANDLE handle) {
     std::memcpy(static_cast<void*>(&signal), &handle, sizeof handle);

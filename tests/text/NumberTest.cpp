@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdint>
 #include <iostream>
 #include <random>
 #include <string>
@@ -88,6 +89,34 @@ TEST(IntFromWString, SaturatesAtTheEndsOfItsRange) {
     expectNumber("-9223372036854775809", INT_MIN);
     expectNumber(std::string(10000, '9'), INT_MAX);
     expectNumber("-" + std::string(10000, '9'), INT_MIN);
+}
+
+TEST(IntFromWString, KnowsTheSpacesAndDigitsOfOtherScripts) {
+    EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("\uFF14\uFF12")), 42); // full-width
+    EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("\u0664\u0662")), 42); // Arabic-Indic
+    EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("-\u09EA2")), -42);    // Bengali, then ASCII
+    EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("\u3000\u00A0\u200342")), 42);
+    EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("\u20075")), 5);
+    EXPECT_EQ(StringOperations::IntFromWString(WideString{WideChar{0x85}, WideChar{'5'}}), 0);
+    EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("\uFEFF5")), 0);
+    EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("\u00B2")), 0); // a superscript is no digit
+}
+
+// FNV-1a over what every character gives alone, as a space, as a digit and before a sign; a program on Windows made it with
+// _wtoi.
+TEST(IntFromWString, EveryCharacterIsTakenAsOnWindows) {
+    std::uint64_t hash = 0xCBF29CE484222325u;
+    for (unsigned unit = 1; unit < 65536; ++unit) {
+        const auto character = static_cast<WideChar>(unit);
+        for (const WideString& text : {WideString{character}, WideString{character, WideChar{'5'}},
+                                       WideString{WideChar{'1'}, character, WideChar{'2'}},
+                                       WideString{WideChar{' '}, character, WideChar{'-'}, WideChar{'7'}}}) {
+            const auto number = static_cast<unsigned>(StringOperations::IntFromWString(text));
+            hash = (hash ^ (number & 0xFF)) * 0x100000001B3u;
+            hash = (hash ^ (number >> 8 & 0xFF)) * 0x100000001B3u;
+        }
+    }
+    EXPECT_EQ(hash, 0x9A9FB5C968C168EBu);
 }
 
 TEST(IntFromWString, NoLowByteOfACharacterCounts) {
