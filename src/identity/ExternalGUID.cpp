@@ -61,8 +61,8 @@ ExternalGUID::~ExternalGUID() {
 }
 
 ExternalGUID& ExternalGUID::operator=(const ExternalGUID& other) {
-    if (record_)
-        std::memmove(record_, other.record_, recordSize);
+    if (record_ && this != &other)
+        std::memcpy(record_, other.record_, recordSize);
     return *this;
 }
 

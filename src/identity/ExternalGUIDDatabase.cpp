@@ -200,7 +200,8 @@ ExternalGUIDDatabase::~ExternalGUIDDatabase() {
 
 // The state is shared and the former one kept, on purpose: see the header.
 ExternalGUIDDatabase& ExternalGUIDDatabase::operator=(const ExternalGUIDDatabase& other) {
-    state_ = other.state_;
+    if (this != &other)
+        state_ = other.state_;
     return *this;
 }
 

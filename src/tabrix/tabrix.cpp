@@ -79,7 +79,7 @@ bool addBucket(Table& table) {
     std::uint32_t capacity = table.bucketCapacity;
     if (table.bucketCount == capacity) {
         capacity = capacity ? capacity * bucketCapacityFactor : firstBucketCapacity;
-        buckets = static_cast<Bucket**>(allocate(capacity * sizeof(Bucket*), "bucket pointer array"));
+        buckets = static_cast<Bucket**>(allocate(capacity * sizeof(void*), "bucket pointer array"));
         if (!buckets)
             return false;
         std::copy_n(table.buckets, table.bucketCount, buckets);
@@ -245,9 +245,11 @@ Table* createTable(const TableSpec& spec, const FieldSpec* fields) {
 }
 
 int destroyTable(Table* table) {
-    while (table->indexes) {
-        if (destroyIndex(table->indexes) != statusOk)
+    for (Index* index = table->indexes; index;) {
+        Index* const next = index->next;
+        if (destroyIndex(index) != statusOk)
             return statusFailed;
+        index = next;
     }
     for (std::uint32_t i = 0; i < table->bucketCount; ++i)
         destroyBucket(table->buckets[i]);

@@ -93,10 +93,12 @@ ExternalVersion::~ExternalVersion() {
 }
 
 ExternalVersion& ExternalVersion::operator=(const ExternalVersion& other) {
-    CExternalVersion* record = allocateRecord();
-    *record = *other.record_;
-    std::free(record_);
-    record_ = record;
+    if (this != &other) {
+        CExternalVersion* record = allocateRecord();
+        *record = *other.record_;
+        std::free(record_);
+        record_ = record;
+    }
     return *this;
 }
 
