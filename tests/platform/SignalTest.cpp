@@ -44,6 +44,7 @@ public:
           }) {}
 
     bool returned() const { return returned_; }
+    std::thread::native_handle_type thread() { return thread_.native_handle(); }
     void join() { thread_.join(); }
 
 private:
@@ -131,6 +132,47 @@ TEST(Signal, MayBeDestroyedAsSoonAsWaitReturns) {
         signal.reset(); // the other thread may still be on its way out of raise()
         thread.join();
     }
+}
+
+std::atomic<int> interruptions{0};
+
+#if defined(_WIN32)
+void CALLBACK interruption(ULONG_PTR) {
+    ++interruptions;
+}
+
+/// Queues a call to the waiting thread, which an alertable wait would take up.
+void interrupt(Waiter& waiter) {
+    const HANDLE thread = static_cast<HANDLE>(pthread_gethandle(waiter.thread()));
+    ASSERT_NE(QueueUserAPC(&interruption, thread, 0), 0u);
+}
+
+constexpr int interruptionsWhileWaiting = 0;
+#else
+extern "C" void interruption(int) {
+    ++interruptions;
+}
+
+void interrupt(Waiter& waiter) {
+    struct sigaction action {};
+    action.sa_handler = &interruption;
+    sigaction(SIGUSR1, &action, nullptr);
+    ASSERT_EQ(pthread_kill(waiter.thread(), SIGUSR1), 0);
+}
+
+constexpr int interruptionsWhileWaiting = 1;
+#endif
+
+TEST(Signal, NothingElseEndsAWait) {
+    Signal signal;
+    Waiter waiter(signal);
+    std::this_thread::sleep_for(std::chrono::milliseconds(40));
+    interrupt(waiter);
+    std::this_thread::sleep_for(std::chrono::milliseconds(60));
+    EXPECT_FALSE(waiter.returned());
+    EXPECT_EQ(interruptions, interruptionsWhileWaiting);
+    signal.raise();
+    waiter.join();
 }
 
 TEST(Signal, AreIndependent) {

@@ -7,12 +7,17 @@
 #include <iostream>
 #include <random>
 #include <string>
+#include <type_traits>
 
 namespace {
 
 using Velmor::StringOperations;
 using Velmor::WideChar;
 using Velmor::WideString;
+
+static_assert(sizeof(StringOperations::CharSet_e) == 4);
+static_assert(std::is_empty_v<StringOperations>);
+static_assert(std::is_copy_assignable_v<StringOperations> && std::is_move_assignable_v<StringOperations>);
 
 WideString wide(const std::string& text) {
     return WideString(text.begin(), text.end());
