@@ -13,6 +13,7 @@
 #include <limits>
 #include <memory>
 #include <numeric>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -606,6 +607,19 @@ TEST(FileStream, TemporaryFileHasItsNameInTheUsersFolder) {
     EXPECT_TRUE(std::filesystem::equivalent(path.parent_path(), temporaries.folder.path())) << path;
     EXPECT_TRUE(isNameOfTemporary(narrow(path.filename()))) << path;
 }
+
+#if !defined(_WIN32)
+TEST(FileStream, TemporaryFolderIsTmpUnlessTheUserSaysOtherwise) {
+    for (const auto& value : {std::optional<std::string>(), std::optional<std::string>("")}) {
+        OwnTemporaryFolder temporaries;
+        setVariable(temporaryFolderVariable, value);
+        const Stream stream = createTemporary();
+        const auto path = pathOfTemporary(temporaries, stream);
+        EXPECT_EQ(path.parent_path(), "/tmp");
+        EXPECT_TRUE(isNameOfTemporary(narrow(path.filename()))) << path;
+    }
+}
+#endif
 
 TEST(FileStream, TemporaryFilesAreDifferentFiles) {
     const OwnTemporaryFolder temporaries;
