@@ -1,0 +1,144 @@
+#include "IfcRecord.h"
+
+#include <algorithm>
+
+namespace importer {
+
+Limits Limits::forFile(std::uint64_t size) {
+    constexpr std::uint64_t mega = 1 << 20;
+    return {mega + size / 4, 64 * mega + 32 * size, 512 * mega + 256 * size};
+}
+
+void IfcContext::beginProduct() {
+    workOfProduct_ = 0;
+    notes_.clear();
+    moreNotes_ = 0;
+}
+
+void IfcContext::note(const Instance& instance, const std::string& reason) {
+    constexpr std::size_t most = 16;
+    if (notes_.size() < most)
+        notes_.push_back({&instance, reason});
+    else
+        ++moreNotes_;
+}
+
+void IfcContext::charge(std::uint64_t work) {
+    workOfProduct_ += work;
+    workDone_ += work;
+    if (workDone_ > limits.work)
+        throw TooMuch{"the shapes of the file take more work than a file of its size may ask for"};
+    if (workOfProduct_ > limits.workPerProduct)
+        throw TooMuch{"the shape takes more work than one product of a file of this size may ask for"};
+}
+
+Nesting::Nesting(IfcContext& context, const Instance& instance) : context_(context) {
+    constexpr std::size_t deepest = 64;
+    const auto& outer = context.nesting_;
+    if (std::find(outer.begin(), outer.end(), &instance) != outer.end())
+        throw Fault{&instance, "contains itself"};
+    if (outer.size() == deepest)
+        throw Fault{&instance, "lies within more than " + std::to_string(deepest) + " others"};
+    context.nesting_.push_back(&instance);
+}
+
+Record::Record(IfcContext& context, const Instance& instance) : context_(context), instance_(instance) {
+    const std::string_view parameters = context.file.parametersOf(instance);
+    context.charge(64 + parameters.size());
+    ValueReader reader(parameters);
+    while (count_ < most && reader.next(values_[count_]))
+        ++count_;
+    values_[count_] = Value();
+}
+
+double Record::number(std::size_t index) const {
+    const Value& value = (*this)[index];
+    Value measure = value;
+    if (value.kind == ValueKind::Typed)
+        ValueReader(contentOf(value)).next(measure);
+    const std::optional<double> number = numberOf(measure);
+    if (!number)
+        unexpected(index, "a number");
+    return *number;
+}
+
+double Record::positive(std::size_t index) const {
+    const double value = number(index);
+    if (!(value > 0.0))
+        unexpected(index, "a positive number");
+    return value;
+}
+
+double Record::radius(std::size_t index) const {
+    const double value = number(index, 0.0);
+    if (!(value >= 0.0))
+        unexpected(index, "a number that is not negative");
+    return value;
+}
+
+bool Record::isTrue(std::size_t index) const {
+    const std::string_view value = enumeration(index);
+    if (value != "T" && value != "F")
+        unexpected(index, ".T. or .F.");
+    return value == "T";
+}
+
+std::string_view Record::enumeration(std::size_t index) const {
+    if ((*this)[index].kind != ValueKind::Enumeration)
+        unexpected(index, "an enumeration");
+    return (*this)[index].text;
+}
+
+const Instance& Record::reference(std::size_t index) const {
+    if ((*this)[index].kind != ValueKind::Reference)
+        unexpected(index, "a reference to an instance");
+    return resolve((*this)[index]);
+}
+
+const Instance* Record::optionalReference(std::size_t index) const {
+    return given(index) ? &reference(index) : nullptr;
+}
+
+ValueReader Record::list(std::size_t index) const {
+    if ((*this)[index].kind != ValueKind::List)
+        unexpected(index, "a list");
+    return ValueReader((*this)[index].text);
+}
+
+std::vector<const Instance*> Record::references(std::size_t index) const {
+    std::vector<const Instance*> result;
+    ValueReader reader = list(index);
+    for (Value value; reader.next(value);)
+        result.push_back(&resolve(value));
+    return result;
+}
+
+const Instance& Record::resolve(const Value& value) const {
+    const std::optional<std::uint64_t> number = referenceOf(value);
+    if (!number)
+        fault("'" + std::string(value.text.substr(0, 20)) + "' is no reference to an instance");
+    const Instance* found = context_.file.find(*number);
+    if (!found)
+        fault("refers to #" + std::to_string(*number) + ", which the file does not have");
+    return *found;
+}
+
+void Record::unexpected(std::size_t index, const char* expected) const {
+    fault("argument " + std::to_string(index + 1) + " of " + std::to_string(count_) + " is not as expected: " + expected);
+}
+
+int readNumbers(std::string_view list, double* numbers, int most) {
+    ValueReader reader(list);
+    int count = 0;
+    for (Value value; reader.next(value); ++count) {
+        const std::optional<double> number = numberOf(value);
+        if (!number)
+            return -1;
+        if (count == most)
+            return most + 1;
+        numbers[count] = *number;
+    }
+    return count;
+}
+
+} // namespace importer

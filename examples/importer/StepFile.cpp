@@ -1,0 +1,289 @@
+#include "StepFile.h"
+
+#include "StepLexer.h"
+#include "StepText.h"
+
+#include <Velmor/Platform.h>
+#include <Velmor/Text.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+#include <memory>
+
+namespace importer {
+
+namespace {
+
+constexpr std::size_t readBlock = 1 << 20;
+constexpr std::size_t lineBlock = 1 << 12;
+
+constexpr const char* fileBegin = "ISO-10303-21";
+constexpr const char* fileEnd = "END-ISO-10303-21";
+
+/// The name that a statement begins with.
+std::string_view keywordAt(const char* position, const char* end) {
+    const char* last = position;
+    while (last != end && (isNameCharacter(*last) || *last == '-'))
+        ++last;
+    return {position, static_cast<std::size_t>(last - position)};
+}
+
+/// What stands between the parentheses behind `position`; nothing when there are none.
+std::string_view parametersAt(const char* position, const char* end) {
+    position = skipBlanks(position, end);
+    if (position == end || *position != '(')
+        return {};
+    const ParametersEnd last = findParametersEnd(position, end);
+    return last.how == ParametersEnd::Closed
+               ? std::string_view(position + 1, static_cast<std::size_t>(last.position - position - 2))
+               : std::string_view();
+}
+
+/// A piece of the text for a message.
+std::string quoted(const char* position, const char* end) {
+    constexpr std::ptrdiff_t most = 30;
+    std::string result = "'";
+    for (const char* last = position + std::min(most, end - position); position != last && *position != '\n'; ++position)
+        result += *position >= ' ' && *position <= '~' ? *position : '?';
+    return result + "'";
+}
+
+} // namespace
+
+StepFile::StepFile(std::vector<char>&& text, std::string name) : text_(std::move(text)), name_(std::move(name)) {
+    countLines();
+    scan();
+    orderInstances();
+}
+
+StepFile StepFile::open(const Velmor::WideString& path) {
+    const std::string name = Velmor::StringOperations::ConvertToUTF8(path);
+    const std::unique_ptr<Velmor::FileStream> stream(Velmor::FileStream::openFileForReading(path));
+    if (stream->getHandle() == Velmor::ProcessOperations::InvalidHandle())
+        throw ModelError(name + ": cannot be opened; expected a STEP file (ISO 10303-21) that can be read");
+    std::vector<char> text;
+    std::error_code unknown;
+    const std::uintmax_t size = std::filesystem::file_size(std::filesystem::path(path), unknown);
+    if (!unknown)
+        text.reserve(static_cast<std::size_t>(size) + 1);
+    std::vector<char> block;
+    do {
+        if (!stream->read(readBlock, block))
+            throw ModelError(name + ": cannot be read behind byte " + std::to_string(text.size()) +
+                             "; expected a STEP file (ISO 10303-21)");
+        text.insert(text.end(), block.begin(), block.end());
+    } while (!block.empty());
+    return StepFile(std::move(text), name);
+}
+
+const Instance* StepFile::find(std::uint64_t number) const {
+    const auto found = std::lower_bound(instances_.begin(), instances_.end(), number,
+                                        [](const Instance& instance, std::uint64_t key) { return instance.number < key; });
+    return found != instances_.end() && found->number == number ? &*found : nullptr;
+}
+
+std::string_view StepFile::nameOf(const Instance& instance) const {
+    if (instance.length == 0)
+        return {};
+    const char* begin = text_.data() + instance.offset;
+    const char* end = begin + instance.length;
+    const char* position = begin + 1;
+    while (*position != '=')
+        position = skipBlanks(position + 1, end);
+    position = skipBlanks(position + 1, end);
+    return keywordAt(position, end);
+}
+
+std::string_view StepFile::parametersOf(const Instance& instance) const {
+    const std::string_view name = nameOf(instance);
+    return parametersAt(name.data() + name.size(), text_.data() + instance.offset + instance.length);
+}
+
+std::uint64_t StepFile::lineAt(std::uint64_t offset) const {
+    offset = std::min(offset, static_cast<std::uint64_t>(text_.size()));
+    const std::uint64_t block = offset / lineBlock;
+    const char* begin = text_.data() + block * lineBlock;
+    return 1 + linesBefore_[block] + static_cast<std::uint64_t>(std::count(begin, text_.data() + offset, '\n'));
+}
+
+void StepFile::fail(std::uint64_t offset, const std::string& found, const std::string& expected) const {
+    throw ModelError(name_ + ", line " + std::to_string(lineAt(offset)) + ": " + found + "; expected " + expected);
+}
+
+void StepFile::countLines() {
+    linesBefore_.reserve(text_.size() / lineBlock + 1);
+    std::uint64_t lines = 0;
+    for (std::size_t begin = 0; begin <= text_.size(); begin += lineBlock) {
+        linesBefore_.push_back(lines);
+        const char* first = text_.data() + begin;
+        lines += static_cast<std::uint64_t>(std::count(first, first + std::min(lineBlock, text_.size() - begin), '\n'));
+    }
+}
+
+void StepFile::scan() {
+    position_ = text_.data();
+    end_ = position_ + text_.size();
+    if (text_.empty())
+        fail(0, "the file is empty", "'ISO-10303-21;'");
+    if (std::string_view(position_, text_.size()).starts_with("\xEF\xBB\xBF"))
+        position_ += 3;
+    position_ = skipBlanks(position_, end_);
+    if (keywordAt(position_, end_) != fileBegin)
+        fail(offsetOf(position_), "no STEP file (ISO 10303-21), but " + quoted(position_, end_), "'ISO-10303-21;'");
+    statement("';' behind ISO-10303-21");
+    scanHeader();
+    bool data = false;
+    for (;;) {
+        const Statement section = statement(data ? "'END-ISO-10303-21;' or a section" : "'DATA;'");
+        const std::string keyword = capitals(keywordAt(section.begin, section.end));
+        if (keyword == "DATA") {
+            data = true;
+            scanData();
+        } else if (keyword == "ANCHOR" || keyword == "REFERENCE" || keyword == "SIGNATURE") {
+            for (Statement inside = section; keywordAt(inside.begin, inside.end) != "ENDSEC";)
+                inside = statement("'ENDSEC;' of a section");
+        } else if (keyword == fileEnd && data) {
+            return;
+        } else {
+            fail(offsetOf(section.begin), "found " + quoted(section.begin, section.end),
+                 data ? "'END-ISO-10303-21;' or a section" : "'DATA;'");
+        }
+    }
+}
+
+StepFile::Statement StepFile::statement(const char* expected) {
+    const char* begin = skipBlanks(position_, end_);
+    for (const char* last = begin; last != end_;) {
+        if (*last == ';') {
+            position_ = last + 1;
+            return {begin, last};
+        }
+        const char* next = *last == '\'' ? skipText(last, end_) : skipBlanks(last, end_);
+        last = next == last ? last + 1 : next ? next : end_;
+    }
+    fail(text_.size(), "the file ends", expected);
+}
+
+void StepFile::scanHeader() {
+    const Statement header = statement("'HEADER;'");
+    if (keywordAt(header.begin, header.end) != "HEADER")
+        fail(offsetOf(header.begin), "found " + quoted(header.begin, header.end), "'HEADER;'");
+    const char* const headerBegin = header.begin;
+    for (;;) {
+        const Statement entry = statement("'ENDSEC;' of the header");
+        const std::string_view keyword = keywordAt(entry.begin, entry.end);
+        if (keyword == "ENDSEC")
+            break;
+        if (keyword == "DATA" || keyword == fileEnd || entry.begin == entry.end || *entry.begin == '#')
+            fail(offsetOf(entry.begin), "found " + quoted(entry.begin, entry.end), "'ENDSEC;' of the header");
+        if (keyword != "FILE_SCHEMA")
+            continue;
+        // A list of names within the list of parameters.
+        Value names;
+        Value first;
+        ValueReader(parametersAt(keyword.data() + keyword.size(), entry.end)).next(names);
+        ValueReader(names.text).next(first);
+        if (names.kind != ValueKind::List || first.kind != ValueKind::Text)
+            fail(offsetOf(entry.begin), "found " + quoted(entry.begin, entry.end), "FILE_SCHEMA(('name of a schema'))");
+        schema_ = capitals(first.text);
+        const bool known =
+            schema_.starts_with("IFC2X3") || (schema_.starts_with("IFC4") && !(schema_.size() > 4 && isDigit(schema_[4])));
+        if (!known)
+            fail(offsetOf(entry.begin), "the schema is " + quoted(schema_.data(), schema_.data() + schema_.size()),
+                 "IFC2X3, IFC4 or IFC4X3");
+    }
+    if (schema_.empty())
+        fail(offsetOf(headerBegin), "the header has no FILE_SCHEMA", "IFC2X3, IFC4 or IFC4X3");
+}
+
+void StepFile::scanData() {
+    for (;;) {
+        position_ = skipBlanks(position_, end_);
+        if (position_ != end_ && *position_ == '#') {
+            scanInstance();
+            continue;
+        }
+        const Statement entry = statement("'ENDSEC;' of the DATA section");
+        const std::string_view keyword = keywordAt(entry.begin, entry.end);
+        if (keyword == "ENDSEC")
+            return;
+        if (keyword == fileEnd || keyword == fileBegin || keyword == "DATA" || keyword == "HEADER")
+            fail(offsetOf(entry.begin), "found " + quoted(entry.begin, entry.end), "'ENDSEC;' of the DATA section");
+        damaged(entry.begin, 0, "an instance '#1=NAME(...);'");
+    }
+}
+
+void StepFile::scanInstance() {
+    const char* const begin = position_;
+    std::uint64_t number = 0;
+    const auto [digitsEnd, error] = std::from_chars(begin + 1, end_, number);
+    position_ = skipBlanks(digitsEnd, end_);
+    const bool numbered = error == std::errc() && number != 0 && position_ != end_ && *position_ == '=';
+    if (numbered)
+        position_ = skipBlanks(position_ + 1, end_);
+    const std::string_view name = keywordAt(position_, end_);
+    position_ = skipBlanks(name.data() + name.size(), end_);
+    if (!numbered || position_ == end_ || *position_ != '(') {
+        // Nothing that is known about it helps to find its end: the next semicolon.
+        statement("'=', a name and '(' in the instance that begins here");
+        damaged(begin, numbered ? number : 0, "'#1=NAME(...);'");
+        return;
+    }
+    const ParametersEnd parameters = findParametersEnd(position_, end_);
+    if (parameters.how == ParametersEnd::CutOff)
+        fail(text_.size(),
+             "the file ends inside #" + std::to_string(number) + ", which begins on line " +
+                 std::to_string(lineAt(offsetOf(begin))),
+             "')' and ';'");
+    position_ = skipBlanks(parameters.position, end_);
+    if (position_ == end_)
+        fail(text_.size(), "the file ends behind #" + std::to_string(number), "';'");
+    const bool ended = *position_ == ';';
+    if (ended)
+        ++position_;
+    const auto length = static_cast<std::uint64_t>(parameters.position - begin);
+    if (parameters.how != ParametersEnd::Closed)
+        damaged(begin, number, "')' before ';'");
+    else if (length > std::numeric_limits<std::uint32_t>::max())
+        damaged(begin, number, "an instance of less than 4 GiB");
+    else
+        instances_.push_back({number, offsetOf(begin), static_cast<std::uint32_t>(length), entityNamed(name)});
+    if (!ended) {
+        damaged(begin, number, "';' behind ')'");
+        if (*position_ != '#')
+            statement("';'");
+    }
+}
+
+void StepFile::damaged(const char* instance, std::uint64_t number, const std::string& expected) {
+    const std::uint64_t offset = offsetOf(instance);
+    problems_.push_back({lineAt(offset), number, "found " + quoted(instance, end_) + "; expected " + expected});
+}
+
+void StepFile::orderInstances() {
+    const auto before = [](const Instance& a, const Instance& b) {
+        return a.number != b.number ? a.number < b.number : a.offset < b.offset;
+    };
+    if (!std::is_sorted(instances_.begin(), instances_.end(), before))
+        std::sort(instances_.begin(), instances_.end(), before);
+    const auto again = [this](const Instance& first, const Instance& other) {
+        if (first.number != other.number)
+            return false;
+        problems_.push_back({lineAt(other.offset), other.number,
+                             "the number is given already on line " + std::to_string(lineAt(first.offset)) +
+                                 "; expected a number of its own"});
+        return true;
+    };
+    instances_.erase(std::unique(instances_.begin(), instances_.end(), again), instances_.end());
+    for (const Instance& instance : instances_) {
+        if (instance.entity == Entity::Product)
+            products_.push_back(&instance);
+    }
+    std::sort(products_.begin(), products_.end(),
+              [](const Instance* a, const Instance* b) { return a->offset < b->offset; });
+}
+
+} // namespace importer
