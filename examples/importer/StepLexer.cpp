@@ -94,7 +94,7 @@ Value valueAt(const char*& position, const char* end) {
 }
 
 std::string_view withoutPlus(std::string_view number) {
-    return number.starts_with('+') ? number.substr(1) : number;
+    return number.starts_with('+') && !number.starts_with("+-") ? number.substr(1) : number;
 }
 
 } // namespace
