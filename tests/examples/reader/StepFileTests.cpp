@@ -47,7 +47,7 @@ TEST(StepFile, LinesAreCountedAcrossBlocks) {
     for (int i = 1; i <= 2000; ++i)
         data += "#" + std::to_string(i) + "=IFCX(\n$);\n";
     const StepFile file = fileOf(stepFile(data));
-    for (const std::uint64_t number : {1, 2, 777, 2000})
+    for (const std::uint64_t number : {1u, 2u, 777u, 2000u})
         EXPECT_EQ(file.lineAt(file.find(number)->offset), 8 + 2 * (number - 1));
 }
 
