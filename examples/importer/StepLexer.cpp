@@ -1,11 +1,22 @@
 #include "StepLexer.h"
 
+#include <array>
 #include <charconv>
 #include <cstring>
 
 namespace importer {
 
 namespace {
+
+/// The characters that mean nothing to the search for the end of parameters: nearly all, and it looks at every one of a
+/// file.
+constexpr std::array<bool, 256> isPlain = [] {
+    std::array<bool, 256> plain{};
+    plain.fill(true);
+    for (const unsigned char c : {'(', ')', ';', '\'', '"', '/'})
+        plain[c] = false;
+    return plain;
+}();
 
 bool isBlank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r') || c == '\0';
@@ -156,6 +167,10 @@ const char* skipText(const char* position, const char* end) {
 ParametersEnd findParametersEnd(const char* position, const char* end) {
     std::size_t depth = 0;
     while (position != end) {
+        if (isPlain[static_cast<unsigned char>(*position)]) {
+            ++position;
+            continue;
+        }
         switch (*position) {
         case '(':
             ++depth;
