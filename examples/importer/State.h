@@ -1,0 +1,43 @@
+#pragma once
+
+// The state folder: what the host keeps of an import until the next one.
+
+#include "Streams.h"
+
+#include <filesystem>
+#include <vector>
+
+namespace importer {
+
+/// The state cannot be read or kept: the message names the file and what is wrong with it.
+class StateError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The objects of the previous import and nothing else, in one file of a folder.
+class State {
+public:
+    /// @param folder where the file lies; made when something is kept.
+    explicit State(const std::filesystem::path& folder);
+
+    /// Whether there was a previous import.
+    bool exists() const;
+
+    /// The objects of the previous import, in their order.
+    /// @throws StateError for a damaged file, which stays as it is.
+    std::vector<ObjectRecord> read() const;
+
+    /// Keeps the objects of this import: in a new file, which is read back and then renamed over the old one.
+    /// @throws StateError; the file of the previous import is then as it was.
+    void write(const std::vector<ObjectRecord>& objects) const;
+
+    /// The file.
+    const std::filesystem::path& file() const { return file_; }
+
+private:
+    std::filesystem::path file_;
+    std::filesystem::path newFile_;
+};
+
+} // namespace importer
