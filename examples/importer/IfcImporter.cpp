@@ -1,0 +1,117 @@
+// ifc_importer: reads an IFC model and hands its objects over. A host starts it; by itself it has nothing to write to.
+
+#include "Fingerprint.h"
+#include "IfcModel.h"
+#include "Progress.h"
+#include "Streams.h"
+
+#include <Velmor/Velmor.h>
+
+#include <cstdio>
+#include <exception>
+#include <memory>
+
+namespace {
+
+using namespace importer;
+using Stream = std::unique_ptr<Velmor::FileStream>;
+
+Stream openStream(const ForeignObjectEnv_t& environment, Velmor::ForeignObjectStream_e stream) {
+    return Stream(Velmor::FileStream::createFromHandle(environment.handles[stream]));
+}
+
+/// Turns what is read into records.
+class HandOver : public ModelSink {
+public:
+    explicit HandOver(const ForeignObjectEnv_t& environment)
+        : objectsStream_(openStream(environment, Velmor::ObjectsStream)),
+          logStream_(openStream(environment, Velmor::LogStream)),
+          progressStream_(openStream(environment, Velmor::ProgressStream)), objects_(*objectsStream_, "the objects stream"),
+          problems_(*logStream_, "the log stream"), progress_(*progressStream_) {}
+
+    void schema(const std::string& name) override { info_.schema = name; }
+
+    void product(Product&& product) override {
+        ObjectRecord record;
+        record.line = product.line;
+        record.instance = product.instance;
+        record.className = product.className;
+        record.name = Velmor::StringOperations::ConvertToUTF8(product.name);
+
+        const auto geometry = fingerprint(product);
+        record.spatialHash = geometry.spatialHash;
+        record.version = geometry.version;
+        if (!geometry.finite) {
+            problem({product.line, product.instance,
+                     "its coordinates are beyond what numbers can hold; taken as without geometry"});
+        }
+        std::string reason;
+        record.globalId = globalIds_.identify(product, reason);
+        if (!reason.empty()) {
+            const bool hasGeometry = record.spatialHash.getType() == Velmor::ExternalGUID::SpatialHash;
+            problem(
+                {product.line, product.instance,
+                 reason + (hasGeometry ? "; identified by its geometry" : "; without geometry it cannot be identified")});
+        }
+        objects_.write(encode(record));
+    }
+
+    void problem(const Problem& problem) override {
+        problems_.write(encode(ProblemRecord{problem.line, problem.instance, problem.reason}));
+    }
+
+    void progress(double done) override { progress_.report(done); }
+
+    /// The last words: how it went, and what the other streams hold.
+    void finish(const ForeignObjectEnv_t& environment, const std::string& error) {
+        info_.error = error;
+        if (error.empty()) {
+            objects_.flush();
+            problems_.flush();
+        }
+        info_.objects = objects_.totals();
+        info_.problems = problems_.totals();
+        const auto stream = openStream(environment, Velmor::InfoStream);
+        RecordWriter writer(*stream, "the info stream");
+        writer.write(encode(info_));
+        writer.flush();
+    }
+
+private:
+    Stream objectsStream_;
+    Stream logStream_;
+    Stream progressStream_;
+    RecordWriter objects_;
+    RecordWriter problems_;
+    ProgressWriter progress_;
+    GlobalIds globalIds_;
+    InfoRecord info_;
+};
+
+int fail(const char* message, int exitCode) {
+    std::fprintf(stderr, "ifc_importer: %s\n", message);
+    return exitCode;
+}
+
+} // namespace
+
+int main() {
+    ForeignObjectEnv_t environment;
+    if (!foreignobject_env_deserialize(environment)) {
+        return fail("no host has prepared the environment; start import_host", 2);
+    }
+    try {
+        HandOver handOver(environment);
+        std::string error;
+        try {
+            readIfcModel(environment.filename, handOver);
+        } catch (const std::exception& failure) {
+            error = failure.what();
+        }
+        handOver.finish(environment, error);
+        return error.empty() ? 0 : 1;
+    } catch (const std::exception& failure) {
+        // Not even the last words got through; the host sees that they are missing.
+        return fail(failure.what(), 1);
+    }
+}
