@@ -1,0 +1,53 @@
+#pragma once
+
+// What has changed between two imports of a model.
+
+#include "Streams.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace importer {
+
+/// The numbers of one IFC class, or of all.
+struct ClassCounts {
+    std::uint64_t objects = 0;     ///< Of this import: new, unchanged and modified ones.
+    std::uint64_t added = 0;       ///< Not there at the previous import.
+    std::uint64_t unchanged = 0;   ///< Versions equal within their tolerances.
+    std::uint64_t modified = 0;    ///< Versions not equal.
+    double lowestSimilarity = 1.0; ///< Among the modified ones.
+    std::uint64_t gone = 0;        ///< Of the previous import, counted under the class they had.
+};
+
+/// One change of one object, for the list.
+struct Change {
+    /// What happened; an object may be renamed, moved or of another class beside being modified.
+    enum Kind { Modified, Added, Gone, Renamed, Reclassified, Moved };
+
+    Kind kind = Modified;
+    std::size_t object = 0;  ///< Index into this import's objects; for `Gone` into the previous import's.
+    std::size_t before = 0;  ///< Index into the previous import's objects, but for `Added`.
+    double similarity = 1.0; ///< Of a modified object.
+};
+
+/// The comparison of an import with the previous one.
+struct Comparison {
+    std::map<std::string, ClassCounts> classes; ///< By class name.
+    ClassCounts total;                          ///< Over all classes.
+    std::vector<Change> changes;                ///< In the order of this import's objects, then the gone ones.
+    std::uint64_t unidentified = 0;             ///< Objects of this import without an identity, which nothing above counts.
+};
+
+/// Compares two imports.
+///
+/// Objects are the same when the identity database gives them the same runtime id: by GlobalId, or by spatial hash for those
+/// that have none and for all when GlobalIds are to be ignored. Where several share an id (copies in one place), they are
+/// paired within their class first, equal ones before others, and in the order of the files.
+///
+/// A version of type `Geometry` or `BoundingBox` does not know where its object is. An object that has only gone elsewhere
+/// is thus unchanged, and told as `Moved` by the centre of its spatial hash.
+Comparison compare(const std::vector<ObjectRecord>& before, const std::vector<ObjectRecord>& now, bool identifyByGeometry);
+
+} // namespace importer
