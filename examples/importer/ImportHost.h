@@ -1,0 +1,70 @@
+#pragma once
+
+// The host's parts: what it was asked for, the child that reads the model, and the report.
+
+#include "Comparison.h"
+#include "Streams.h"
+
+#include <Velmor/Velmor.h>
+
+#include <array>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace importer {
+
+/// The import cannot be done: the message says why.
+class ImportError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The command line is not understood: the message says why.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// What the host was asked for.
+struct Options {
+    std::vector<std::filesystem::path> models;  ///< In the order in which they are imported.
+    std::optional<std::filesystem::path> state; ///< One folder for all of them, which makes them revisions of one another.
+    std::filesystem::path importer;             ///< The program that reads the models.
+    bool identifyByGeometry = false;            ///< Whether GlobalIds are ignored.
+    bool help = false;                          ///< Whether only the usage is asked for.
+};
+
+/// What the usage error and --help print.
+extern const char* const usageText;
+
+/// Understands a command line.
+/// @param arguments without the program's name.
+/// @param importer  the importer when none is named.
+/// @throws UsageError
+Options parseArguments(const std::vector<std::filesystem::path>& arguments, const std::filesystem::path& importer);
+
+/// What an importer handed over.
+struct HandedOver {
+    std::string schema;
+    std::vector<ObjectRecord> objects;
+    std::vector<ProblemRecord> problems; ///< The first of them.
+    std::uint64_t problemCount = 0;      ///< Of all.
+};
+
+/// How many problems are kept for the report.
+inline constexpr std::size_t problemsTold = 10;
+
+/// Lets an importer read a model: the contract's environment with its sixteen streams, the child, its progress, the streams.
+/// @throws ImportError when it does not come to its end, FormatError when what it handed over is incomplete.
+HandedOver runImporter(const std::filesystem::path& importer, const std::filesystem::path& model);
+
+/// What the host says about one import.
+/// @param before the objects of the previous import; null at the first.
+std::string report(const std::filesystem::path& model, const HandedOver& handedOver, const std::vector<ObjectRecord>* before,
+                   const Comparison& comparison);
+
+} // namespace importer

@@ -1,0 +1,144 @@
+#include "ImportHost.h"
+
+#include "Progress.h"
+#include "Text.h"
+
+namespace importer {
+namespace {
+
+namespace fs = std::filesystem;
+using Velmor::EnvironmentVariables;
+using Velmor::FileStream;
+using Velmor::ProcessOperations;
+
+constexpr int pollMilliseconds = 20;
+
+/// The sixteen streams of one import. They stay open until the child has ended; then the files vanish with them.
+class Streams {
+public:
+    Streams() {
+        for (auto& stream : streams_) {
+            stream.reset(FileStream::createTemporaryFile());
+            if (stream->getHandle() == FileStream().getHandle()) {
+                throw ImportError("a temporary file cannot be created; does the temporary folder exist, and is there room?");
+            }
+        }
+    }
+
+    FileStream& operator[](Velmor::ForeignObjectStream_e stream) { return *streams_[stream]; }
+
+    /// Publishes the streams and the three strings for the child.
+    void publish(const fs::path& importer, const fs::path& model) const {
+        EnvironmentVariables::SetInt(VELMOR_WIDE("fo_handle_version"), 1);
+        EnvironmentVariables::SetString(VELMOR_WIDE("fo_string_filename"), wide(model));
+        EnvironmentVariables::SetString(VELMOR_WIDE("fo_string_module"), wide(importer));
+        EnvironmentVariables::SetString(VELMOR_WIDE("fo_string_path"), wide(model.parent_path()));
+        for (std::size_t i = 0; i < streams_.size(); ++i) {
+            EnvironmentVariables::SetFileStreamHandle(Velmor::ForeignObjectStreamVariables[i], streams_[i]->getHandle());
+        }
+    }
+
+private:
+    std::array<std::unique_ptr<FileStream>, Velmor::ForeignObjectStreamCount> streams_;
+};
+
+/// A child process; one that still runs is ended with its object.
+class Child {
+public:
+    explicit Child(const fs::path& program) {
+        // The program is named by its path; its command line holds nothing that had to be quoted.
+        process_ = ProcessOperations::createProcess(wide(program), VELMOR_WIDE("importer"), true);
+        if (process_ == ProcessOperations::InvalidHandle()) {
+            throw ImportError("the importer " + utf8(program) + " cannot be started");
+        }
+    }
+
+    ~Child() {
+        unsigned exitCode = 0;
+        if (!hasEnded(exitCode)) {
+            ProcessOperations::terminateProcess(process_, 1);
+        }
+        ProcessOperations::closeProcess(process_);
+    }
+
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    bool hasEnded(unsigned& exitCode) const { return ProcessOperations::hasEnded(process_, &exitCode); }
+
+private:
+    HANDLE process_;
+};
+
+unsigned waitFor(const Child& child, FileStream& progress) {
+    ProgressReader reader(progress);
+    ProgressBar bar;
+    unsigned exitCode = 0;
+    while (!child.hasEnded(exitCode)) {
+        bar.show(reader.perMille());
+        Velmor::ThreadOperations::usleep(pollMilliseconds);
+    }
+    return exitCode;
+}
+
+// The importer's last words, if it came to them.
+std::optional<InfoRecord> readInfo(FileStream& stream) {
+    RecordReader reader(stream, "the info stream");
+    std::string payload;
+    if (!reader.next(payload)) {
+        return std::nullopt;
+    }
+    return decodeInfo(payload);
+}
+
+void readProblems(FileStream& stream, const StreamTotals& expected, HandedOver& result) {
+    RecordReader reader(stream, "the log stream");
+    std::string payload;
+    while (reader.next(payload)) {
+        ++result.problemCount;
+        if (result.problems.size() < problemsTold) {
+            result.problems.push_back(decodeProblem(payload));
+        }
+    }
+    if (reader.totals() != expected) {
+        throw FormatError("the log stream: expected " + std::to_string(expected.records) + " problems in " +
+                          std::to_string(expected.bytes) + " bytes, found " + std::to_string(reader.totals().records) +
+                          " in " + std::to_string(reader.totals().bytes) + ", or others");
+    }
+}
+
+} // namespace
+
+HandedOver runImporter(const fs::path& importer, const fs::path& model) {
+    Streams streams;
+    streams.publish(fs::absolute(importer), fs::absolute(model));
+    const Child child(fs::absolute(importer));
+    const unsigned exitCode = waitFor(child, streams[Velmor::ProgressStream]);
+
+    const auto incomplete = [&](const std::string& what) {
+        return ImportError("the importer ended with code " + std::to_string(exitCode) + "; " + what);
+    };
+    try {
+        const auto info = readInfo(streams[Velmor::InfoStream]);
+        if (!info) {
+            throw incomplete("it did not come to its end (it crashed, was ended, or had no room left on the disk)");
+        }
+        if (!info->error.empty()) {
+            throw ImportError(printable(info->error));
+        }
+        if (exitCode != 0) {
+            throw incomplete("what it handed over is not trusted");
+        }
+        HandedOver result;
+        result.schema = info->schema;
+        readProblems(streams[Velmor::LogStream], info->problems, result);
+        RecordReader reader(streams[Velmor::ObjectsStream], "the objects stream");
+        readObjects(reader, info->objects,
+                    [&result](ObjectRecord&& object) { result.objects.push_back(std::move(object)); });
+        return result;
+    } catch (const FormatError& error) {
+        throw incomplete(std::string("what it handed over is incomplete: ") + error.what());
+    }
+}
+
+} // namespace importer

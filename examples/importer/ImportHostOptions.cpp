@@ -1,0 +1,58 @@
+#include "ImportHost.h"
+
+#include "Text.h"
+
+namespace importer {
+
+const char* const usageText =
+    "usage: import_host MODEL... [--state DIR] [--identify-by-geometry] [--importer PROGRAM]\n"
+    "\n"
+    "Imports IFC models one after another and tells what has changed since the previous import of each.\n"
+    "\n"
+    "  --state DIR             keep what is imported in DIR; the models are then revisions of one another.\n"
+    "                          Otherwise each has its own folder, import-state/<file name> in the current one.\n"
+    "  --identify-by-geometry  ignore GlobalIds; objects are the same when their geometry is in the same place\n"
+    "  --importer PROGRAM      the program that reads the models; otherwise ifc_importer beside this program\n"
+    "  --help                  print this text\n";
+
+Options parseArguments(const std::vector<std::filesystem::path>& arguments, const std::filesystem::path& importer) {
+    Options options;
+    options.importer = importer;
+    for (const auto& argument : arguments) {
+        try {
+            wide(argument);
+        } catch (const std::filesystem::filesystem_error&) {
+            throw UsageError("argument '" + utf8(argument) + "' is not UTF-8 text");
+        }
+    }
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const auto argument = utf8(arguments[i]);
+        const auto value = [&] {
+            if (i + 1 == arguments.size() || arguments[i + 1].empty()) {
+                throw UsageError(argument + " needs a value");
+            }
+            return arguments[++i];
+        };
+        if (argument == "--state") {
+            options.state = value();
+        } else if (argument == "--importer") {
+            options.importer = value();
+        } else if (argument == "--identify-by-geometry") {
+            options.identifyByGeometry = true;
+        } else if (argument == "--help") {
+            options.help = true;
+        } else if (argument.empty()) {
+            throw UsageError("a model's name is empty");
+        } else if (argument.starts_with("--")) {
+            throw UsageError("there is no option " + argument);
+        } else {
+            options.models.push_back(arguments[i]);
+        }
+    }
+    if (options.models.empty() && !options.help) {
+        throw UsageError("no model is named");
+    }
+    return options;
+}
+
+} // namespace importer
