@@ -1,0 +1,437 @@
+// import_host and ifc_importer together, started as a user starts them.
+
+#include "HostRun.h"
+
+#include "Streams.h"
+
+#include "gmock/gmock.h"
+#include "gtest/gtest.h"
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+
+using namespace velmor_tests;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string workshop = exampleModel("workshop.ifc").string();
+const std::string revised = exampleModel("workshop-revised.ifc").string();
+
+// A model of the test's own, made of the workshop by replacing a part.
+std::string changedWorkshop(const fs::path& file, const std::string& part, const std::string& by) {
+    writeFile(file, replaced(readFile(workshop), part, by));
+    return file.string();
+}
+
+// "line 50, #123": where an instance stands in the workshop.
+std::string place(const std::string& text, const std::string& instance) {
+    const auto at = text.find('\n' + instance + '=');
+    EXPECT_NE(at, std::string::npos) << instance;
+    const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n') + 2;
+    return "line " + std::to_string(line) + ", " + instance;
+}
+
+// A model of many walls, by name "many", of about 350 bytes each.
+std::string manyWalls(unsigned count) {
+    std::string text =
+        "ISO-10303-21;\nHEADER;\nFILE_DESCRIPTION((''),'2;1');\n"
+        "FILE_NAME('many','2026-02-02T08:00:00',(''),(''),'','','');\nFILE_SCHEMA(('IFC4'));\nENDSEC;\nDATA;\n"
+        "#1=IFCSIUNIT(*,.LENGTHUNIT.,$,.METRE.);\n#2=IFCUNITASSIGNMENT((#1));\n"
+        "#3=IFCCARTESIANPOINT((0.,0.,0.));\n#4=IFCAXIS2PLACEMENT3D(#3,$,$);\n"
+        "#5=IFCGEOMETRICREPRESENTATIONCONTEXT($,'Model',3,0.01,#4,$);\n"
+        "#6=IFCPROJECT('0Many000Project0000000',$,$,$,$,$,$,(#5),#2);\n"
+        "#7=IFCCARTESIANPOINT((0.,0.));\n#8=IFCAXIS2PLACEMENT2D(#7,$);\n#9=IFCDIRECTION((0.,0.,1.));\n"
+        "#10=IFCRECTANGLEPROFILEDEF(.AREA.,$,#8,1.,0.2);\n#11=IFCEXTRUDEDAREASOLID(#10,#4,#9,3.);\n"
+        "#12=IFCSHAPEREPRESENTATION(#5,'Body','SweptSolid',(#11));\n"
+        "#13=IFCPRODUCTDEFINITIONSHAPE($,$,(#12));\n";
+    for (unsigned i = 0; i < count; ++i) {
+        const auto id = [i](unsigned k) { return '#' + std::to_string(100 + 10 * i + k); };
+        char guid[23];
+        std::snprintf(guid, sizeof guid, "0Many000Wall%010u", i);
+        text += id(0) + "=IFCCARTESIANPOINT((" + std::to_string(2 * i) + ".,0.,0.));\n" + id(1) + "=IFCAXIS2PLACEMENT3D(" +
+                id(0) + ",$,$);\n" + id(2) + "=IFCLOCALPLACEMENT($," + id(1) + ");\n" + id(3) + "=IFCWALL('" + guid +
+                "',$,'Wall " + std::to_string(i) + "',$,$," + id(2) + ",#13,$,$);\n";
+    }
+    return text + "ENDSEC;\nEND-ISO-10303-21;\n";
+}
+
+} // namespace
+
+// The result of every change in the revision, worked out by hand: S is the mean distance of the eight corners from the
+// centre, close(x) = ((1 - x - 0.7) / 0.3) cubed, and the volume factor (2 R - 1) cubed with the ratio R of the volumes.
+TEST(ImportHost, TellsWhatChangedInTheWorkshop) {
+    const TemporaryFolder folder;
+    const auto state = (folder / "state").string();
+    const auto first = runHost({workshop, "--state", state});
+    EXPECT_EQ(first.exitCode, 0);
+    EXPECT_EQ(first.error, "");
+    EXPECT_THAT(first.output, StartsWith("workshop.ifc: IFC4, 30 objects, first import\n"));
+    EXPECT_THAT(first.output, Not(HasSubstr("problems")));
+    EXPECT_EQ(first.table().at("total"), (TableRow{30, 30, 0, 0, "-", 0}));
+    EXPECT_EQ(first.table().at("IFCBEAM"), (TableRow{7, 7, 0, 0, "-", 0}));
+
+    const auto second = runHost({revised, "--state", state});
+    EXPECT_EQ(second.exitCode, 0);
+    EXPECT_EQ(second.error, "");
+    EXPECT_THAT(second.output,
+                StartsWith("workshop-revised.ifc: IFC4, 31 objects, compared with the 30 of the previous import\n"));
+    const std::map<std::string, TableRow> expected = {
+        // B2: area 7548 mm2 instead of 5246 and 100 mm deeper, 0.041 in all; B7 gone, B8 new.
+        {"IFCBEAM", {7, 1, 5, 1, "0.040", 1}},
+        {"IFCBUILDING", {1, 0, 1, 0, "-", 0}},
+        {"IFCBUILDINGSTOREY", {1, 0, 1, 0, "-", 0}},
+        // C3: area 7530 mm2 instead of 6208, 0.273; C6: 0.1 m to S = 2.005 m, 0.580; C1 is only renamed.
+        {"IFCCOLUMN", {6, 0, 4, 2, "0.273", 0}},
+        {"IFCDOOR", {1, 1, 0, 0, "-", 1}},
+        // Was a proxy: not a new object, but one of another class.
+        {"IFCFOOTING", {1, 0, 1, 0, "-", 0}},
+        // F2: 0.4 m to S = 1.06 m is more than 0.3; F3 is new.
+        {"IFCFURNITURE", {3, 1, 1, 1, "0.000", 0}},
+        // N1: 0.2 m to S = 0.972 m.
+        {"IFCOPENINGELEMENT", {2, 0, 1, 1, "0.031", 0}},
+        // The canopy is an open sheet: its place is not part of its version.
+        {"IFCPLATE", {1, 0, 1, 0, "-", 0}},
+        {"IFCSITE", {1, 0, 1, 0, "-", 0}},
+        // The floor: volume 0.8 of it, centre 25 mm lower, 50 mm thicker, S = 6.98 m.
+        {"IFCSLAB", {2, 0, 1, 1, "0.193", 0}},
+        // W4: 1 m to S = 3.09 m is more than 0.3.
+        {"IFCWALL", {4, 0, 3, 1, "0.000", 0}},
+        // N1: moves with its opening, 0.2 m to S = 0.947 m.
+        {"IFCWINDOW", {1, 0, 0, 1, "0.025", 0}},
+        {"total", {31, 3, 20, 8, "0.000", 2}}};
+    EXPECT_EQ(second.table(), expected);
+    EXPECT_THAT(second.output, HasSubstr("changes: renamed 1, reclassified 1, moved without a change of shape 1\n"));
+    EXPECT_THAT(second.output, HasSubstr("renamed       IFCCOLUMN 'Column A1' ("));
+    EXPECT_THAT(second.output, HasSubstr(", was 'Column C1'\n"));
+    EXPECT_THAT(second.output, HasSubstr("reclassified  IFCFOOTING 'Machine base M1' ("));
+    EXPECT_THAT(second.output, HasSubstr("moved         IFCPLATE 'Canopy P1' ("));
+    EXPECT_THAT(second.output, HasSubstr("gone          IFCDOOR 'Stahlt\xC3\xBCr D1' ("));
+    EXPECT_THAT(second.output, HasSubstr("modified      IFCCOLUMN 'Column C6' (" + place(readFile(revised), "#173") +
+                                         "), similarity 0.579\n"));
+
+    const auto third = runHost({revised, "--state", state});
+    EXPECT_EQ(third.table().at("total"), (TableRow{31, 0, 31, 0, "-", 0}));
+    EXPECT_THAT(third.output, Not(HasSubstr("changes")));
+}
+
+TEST(ImportHost, TellsWhatChangedInTheWorkshopByGeometryAlone) {
+    const TemporaryFolder folder;
+    const auto state = (folder / "state").string();
+    const auto run = runHost({workshop, revised, "--state", state, "--identify-by-geometry"});
+    EXPECT_EQ(run.exitCode, 0);
+    const std::map<std::string, TableRow> expected = {
+        {"IFCBEAM", {7, 2, 5, 0, "-", 2}},       // B2 has other corners, B7 and B8 as before
+        {"IFCCOLUMN", {6, 1, 4, 1, "0.273", 1}}, // C3 has the same outline, C6 is elsewhere
+        {"IFCDOOR", {1, 0, 1, 0, "-", 0}},       // the new door is where the old one was
+        {"IFCFOOTING", {1, 0, 1, 0, "-", 0}},        {"IFCFURNITURE", {3, 2, 1, 0, "-", 1}},
+        {"IFCOPENINGELEMENT", {2, 1, 1, 0, "-", 1}}, {"IFCPLATE", {1, 1, 0, 0, "-", 1}},
+        {"IFCSLAB", {2, 1, 1, 0, "-", 1}},           {"IFCWALL", {4, 1, 3, 0, "-", 1}},
+        {"IFCWINDOW", {1, 1, 0, 0, "-", 1}},         {"total", {28, 10, 17, 1, "0.273", 9}}};
+    EXPECT_EQ(run.table(), expected);
+    // Site, building and storey have no geometry.
+    EXPECT_THAT(run.output, HasSubstr("not identified, neither compared nor counted above: 3\n  IFCSITE 'Site' ("));
+
+    // The state serves either way of identifying.
+    const auto byId = runHost({revised, "--state", state});
+    EXPECT_EQ(byId.table().at("total"), (TableRow{31, 0, 31, 0, "-", 0}));
+    const auto byGeometry = runHost({revised, "--state", state, "--identify-by-geometry"});
+    EXPECT_EQ(byGeometry.table().at("total"), (TableRow{28, 0, 28, 0, "-", 0}));
+}
+
+TEST(ImportHost, KeepsAStateForEachModelWhenNoneIsNamed) {
+    const TemporaryFolder folder;
+    fs::create_directories(folder / "here");
+    const auto before = fs::current_path();
+    fs::current_path(folder / "here");
+    const auto first = runHost({workshop, revised});
+    const auto second = runHost({workshop, revised});
+    fs::current_path(before);
+    EXPECT_THAT(first.output, HasSubstr("\nworkshop-revised.ifc: IFC4, 31 objects, first import\n"));
+    EXPECT_THAT(second.output, StartsWith("workshop.ifc: IFC4, 30 objects, compared with the 30 "));
+    EXPECT_EQ(second.table().at("total"), (TableRow{31, 0, 31, 0, "-", 0}));
+    EXPECT_TRUE(fs::exists(folder / "here" / "import-state" / "workshop.ifc" / "import.state"));
+}
+
+TEST(ImportHost, TakesModelsWithBlanksAndForeignCharactersInTheirNames) {
+    const TemporaryFolder folder;
+    const auto model = folder / fs::path(u8"W\u00E4nde (1) & more") / "a model.ifc";
+    fs::create_directories(model.parent_path());
+    fs::copy_file(workshop, model);
+    const auto before = fs::current_path();
+    fs::current_path(model.parent_path()); // the shell of the test knows only what its code page can say
+    const auto run = runHost({"a model.ifc", "--state", "a state"});
+    fs::current_path(before);
+    EXPECT_EQ(run.exitCode, 0) << run.error;
+    EXPECT_EQ(run.table().at("total").objects, 30u);
+}
+
+TEST(ImportHost, ExplainsItsUsage) {
+    const auto help = runHost({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_THAT(help.output, StartsWith("usage: import_host MODEL..."));
+    for (const auto& arguments : std::vector<std::vector<std::string>>{{}, {"--state"}, {workshop, "--no-such-option"}}) {
+        const auto run = runHost(arguments);
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(run.output, "");
+        EXPECT_THAT(run.error, HasSubstr("usage: import_host MODEL..."));
+    }
+}
+
+TEST(ImportHost, StopsAtTheFirstModelThatFails) {
+    const TemporaryFolder folder;
+    const auto run = runHost({workshop, (folder / "missing.ifc").string(), revised, "--state", (folder / "state").string()});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.output, StartsWith("workshop.ifc: "));
+    EXPECT_THAT(run.output, Not(HasSubstr("workshop-revised.ifc: ")));
+    EXPECT_THAT(run.error, StartsWith("import_host: "));
+    EXPECT_THAT(run.error, HasSubstr("missing.ifc"));
+}
+
+// Whatever makes an import meaningless leaves the previous state as it was.
+class FailingImport : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(runHost({workshop, "--state", state}).exitCode, 0);
+        before = readFile(stateFile);
+    }
+
+    void TearDown() override {
+        EXPECT_EQ(readFile(stateFile), before);
+        EXPECT_FALSE(fs::exists(folder / "state" / "import.state.new"));
+    }
+
+    HostRun expectFailure(const std::vector<std::string>& arguments, const std::string& reason,
+                          const std::string& shell = {}) {
+        auto all = arguments;
+        all.insert(all.end(), {"--state", state});
+        auto run = runHost(all, shell);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(run.output, "");
+        EXPECT_THAT(run.error, StartsWith("import_host: "));
+        EXPECT_THAT(run.error, HasSubstr(reason));
+        return run;
+    }
+
+    const TemporaryFolder folder;
+    const std::string state = (folder / "state").string();
+    const fs::path stateFile = folder / "state" / "import.state";
+    std::string before;
+};
+
+TEST_F(FailingImport, OfAMissingModel) {
+    expectFailure({(folder / "missing.ifc").string()}, "missing.ifc");
+}
+
+TEST_F(FailingImport, OfAFolder) {
+    expectFailure({(folder / "state").string()}, "state");
+}
+
+TEST_F(FailingImport, OfWhatIsNoStepFile) {
+    for (const char* const content : {"", "\n", "no STEP file\n", "ISO-10303-22;\n", "PK\3\4"}) {
+        writeFile(folder / "other.ifc", content);
+        expectFailure({(folder / "other.ifc").string()}, "other.ifc");
+    }
+}
+
+TEST_F(FailingImport, OfAFileThatIsCutOff) {
+    const auto whole = readFile(workshop);
+    for (std::size_t length = 20; length + 30 < whole.size(); length += whole.size() / 12) {
+        writeFile(folder / "cut.ifc", whole.substr(0, length));
+        expectFailure({(folder / "cut.ifc").string()}, "cut.ifc");
+    }
+}
+
+TEST_F(FailingImport, OfAnotherSchema) {
+    expectFailure({changedWorkshop(folder / "other.ifc", "'IFC4'", "'AP242_MANAGED_MODEL_BASED_3D_ENGINEERING'")}, "AP242");
+}
+
+TEST_F(FailingImport, ByAnImporterThatIsNotThere) {
+    expectFailure({workshop, "--importer", (folder / "missing").string()}, "cannot be started");
+}
+
+TEST_F(FailingImport, ByAnImporterThatFailsInEveryWay) {
+    const struct {
+        const char* how;
+        const char* reason;
+    } cases[] = {
+        {"silent", "ended with code 0; it did not come to its end"},
+        {"crash", "it did not come to its end"},
+        {"nonsense", "what it handed over is incomplete: the info stream: byte 0: expected a record of 4294967295 bytes"},
+        {"refuse", "line 3: expected?something else"},
+        {"exit-3", "ended with code 3; what it handed over is not trusted"},
+        {"missing-object", "the objects stream: byte "},
+        {"surplus-object", "expected the end of the file behind 1 objects"},
+        {"altered-object", "expected the checksum "},
+        {"missing-problem", "the log stream: expected 2 problems"}};
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.how);
+        writeFile(folder / each.how / "model.ifc", "");
+        expectFailure({(folder / each.how / "model.ifc").string(), "--importer", program("standin_importer").string()},
+                      each.reason);
+    }
+}
+
+TEST_F(FailingImport, ByAnImporterThatIsKilledHalfWay) {
+    writeFile(folder / "kill" / "model.ifc", manyWalls(40000));
+    const auto model = (folder / "kill" / "model.ifc").string();
+    expectFailure({model, "--importer", program("standin_importer").string()},
+                  "ended with code 77; it did not come to its end");
+}
+
+TEST_F(FailingImport, OntoAStateThatIsDamaged) {
+    auto damaged = before;
+    damaged[damaged.size() / 2] ^= 1;
+    writeFile(stateFile, damaged);
+    const auto run = expectFailure({workshop}, "the state file is damaged: ");
+    EXPECT_THAT(run.error, HasSubstr("import.state: byte "));
+    EXPECT_THAT(run.error, HasSubstr("expected the checksum "));
+    EXPECT_EQ(readFile(stateFile), damaged);
+    writeFile(stateFile, "something else");
+    expectFailure({workshop}, "the state file is damaged: ");
+    EXPECT_EQ(readFile(stateFile), "something else");
+    writeFile(stateFile, before);
+}
+
+TEST_F(FailingImport, IntoAStateThatCannotBeKept) {
+    writeFile(folder / "state" / "import.state.new" / "in the way", "x");
+    expectFailure({revised}, "the state is not kept: ");
+    fs::remove_all(folder / "state" / "import.state.new");
+}
+
+#if !defined(_WIN32)
+// A limit on the size of files does to a writer what a full disk does.
+TEST_F(FailingImport, IntoAStateForWhichThereIsNoRoom) {
+    // The objects fill whole blocks exactly, so that the importer still has room; the state is their bytes and a header.
+    const std::size_t header = 4 + 8 + 4 + 24;
+    const auto padding = 512 - (before.size() - header) % 512;
+    const auto model =
+        changedWorkshop(folder / "padded.ifc", "'Ground floor'", "'Ground floor" + std::string(padding, '.') + '\'');
+    ASSERT_EQ(runHost({model, "--state", (folder / "other").string()}).exitCode, 0);
+    const auto objects = readFile(folder / "other" / "import.state").size() - header;
+    ASSERT_EQ(objects % 512, 0u);
+    const auto limit = [](std::size_t blocks) { return "trap '' XFSZ; ulimit -f " + std::to_string(blocks) + ';'; };
+
+    expectFailure({model}, "the state is not kept: the new state file ", limit(objects / 512));
+    expectFailure({model}, "the objects stream cannot be written; is the disk full?", limit(objects / 512 - 1));
+}
+
+TEST_F(FailingImport, WithoutATemporaryFolder) {
+    expectFailure({workshop}, "a temporary file cannot be created", "TMPDIR=/nonexistent/folder; export TMPDIR;");
+}
+#endif
+
+// What spoils one object is told and counted, and the import goes on.
+TEST(SpoiledObject, WithAGlobalIdGivenTwiceGoesByItsGeometry) {
+    const TemporaryFolder folder;
+    const auto model = changedWorkshop(folder / "twice.ifc", "0Workshop0Column0000C2", "0Workshop0Column0000C1");
+    const auto run = runHost({model, "--state", (folder / "state").string()});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.table().at("IFCCOLUMN").objects, 6u);
+    EXPECT_THAT(run.output, HasSubstr("problems: 1\n  " + place(readFile(model), "#133") +
+                                      ": its GlobalId '0Workshop0Column0000C1' was given to #123 before; "
+                                      "identified by its geometry\n"));
+    const auto again = runHost({model, "--state", (folder / "state").string()});
+    EXPECT_EQ(again.table().at("total"), (TableRow{30, 0, 30, 0, "-", 0}));
+}
+
+TEST(SpoiledObject, WithAnUnusableGlobalIdGoesByItsGeometry) {
+    const struct {
+        const char* id;
+        const char* reason;
+    } cases[] = {{"''", "it has no GlobalId"},
+                 {"$", "it has no GlobalId"},
+                 {"'0Workshop0Column0000C'", "its GlobalId '0Workshop0Column0000C' is not 22 characters"},
+                 {"'0Workshop0Column0000C22'", "its GlobalId '0Workshop0Column0000C22' is not 22 characters"}};
+    for (const auto& each : cases) {
+        const TemporaryFolder folder;
+        const auto state = (folder / "state").string();
+        ASSERT_EQ(runHost({workshop, "--state", state}).exitCode, 0);
+        const auto model = changedWorkshop(folder / "bad.ifc", "'0Workshop0Column0000C2'", each.id);
+        const auto run = runHost({model, "--state", state});
+        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_THAT(run.output, HasSubstr("problems: 1\n  " + place(readFile(model), "#133") + ": " + each.reason +
+                                          "; identified by its geometry\n"));
+        // What was known by its GlobalId is gone, and what has none now is new.
+        EXPECT_EQ(run.table().at("IFCCOLUMN"), (TableRow{6, 1, 5, 0, "-", 1}));
+    }
+}
+
+TEST(SpoiledObject, WithNeitherGlobalIdNorGeometryIsNotCompared) {
+    const TemporaryFolder folder;
+    const auto model = changedWorkshop(folder / "bad.ifc", "0Workshop0Storey000000", "");
+    for (int round = 0; round < 2; ++round) {
+        const auto run = runHost({model, "--state", (folder / "state").string()});
+        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_EQ(run.table().at("total").objects, 29u);
+        EXPECT_EQ(run.table().at("total").gone, 0u);
+        EXPECT_THAT(
+            run.output,
+            HasSubstr("not identified, neither compared nor counted above: 1\n  IFCBUILDINGSTOREY 'Ground floor' ("));
+        EXPECT_THAT(run.output, HasSubstr(place(readFile(model), "#27") +
+                                          ": it has no GlobalId; without geometry it cannot be identified\n"));
+    }
+}
+
+TEST(SpoiledObject, WithAReferenceToNothingOrACycleOfPlacementsIsTold) {
+    const TemporaryFolder folder;
+    const struct {
+        const char* part;
+        const char* by;
+    } cases[] = {{"#171=IFCAXIS2PLACEMENT3D(#170,$,$)", "#171=IFCAXIS2PLACEMENT3D(#99999,$,$)"},
+                 {"#172=IFCLOCALPLACEMENT(#26,#171)", "#172=IFCLOCALPLACEMENT(#172,#171)"}};
+    for (const auto& each : cases) {
+        const auto run =
+            runHost({changedWorkshop(folder / "bad.ifc", each.part, each.by), "--state", (folder / "state").string()});
+        EXPECT_EQ(run.exitCode, 0) << run.error;
+        EXPECT_EQ(run.table().at("IFCCOLUMN").objects, 6u);
+        EXPECT_THAT(run.output, HasSubstr("problems: 1\n  line "));
+    }
+}
+
+TEST(SpoiledObjects, AreAllCountedAndTheFirstTold) {
+    const TemporaryFolder folder;
+    const auto model = changedWorkshop(folder / "bad.ifc", "'0Workshop0Co", "'Co");
+    const auto run = runHost({model, "--state", (folder / "state").string()});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(run.output, HasSubstr("problems: 6\n"));
+    const auto none = changedWorkshop(folder / "worse.ifc", "'0Workshop0", "'");
+    const auto worse = runHost({none, "--state", (folder / "state").string()});
+    EXPECT_EQ(worse.exitCode, 0);
+    EXPECT_THAT(worse.output, HasSubstr("problems: 30\n"));
+    EXPECT_THAT(worse.output, HasSubstr("  ... and 20 more\n"));
+}
+
+TEST(ImportHost, PrintsNoControlCharactersOfAModel) {
+    const TemporaryFolder folder;
+    writeFile(folder / "whole" / "model.ifc", "");
+    const auto run = runHost({(folder / "whole" / "model.ifc").string(), "--importer", program("standin_importer").string(),
+                              "--state", (folder / "state").string()});
+    EXPECT_EQ(run.exitCode, 0) << run.error;
+    EXPECT_EQ(run.output, "model.ifc: STANDIN, 2 objects, first import\n"
+                          "  class     objects  new  unchanged  modified  lowest similarity  gone\n"
+                          "  IFC?[31m        1    1          0         0                  -     0\n"
+                          "  IFCBEAM         1    1          0         0                  -     0\n"
+                          "  total           2    2          0         0                  -     0\n"
+                          "problems: 1\n"
+                          "  line 7, #8: a reason?with a tab\n");
+}
+
+TEST(ImportHost, ImportsAModelOfManyObjects) {
+    const TemporaryFolder folder;
+    writeFile(folder / "many.ifc", manyWalls(20000));
+    const auto model = (folder / "many.ifc").string();
+    for (const char* const identify : {"--state", "--identify-by-geometry"}) {
+        std::vector<std::string> arguments = {model, model, "--state", (folder / identify).string()};
+        if (std::string(identify) != "--state") {
+            arguments.emplace_back(identify);
+        }
+        const auto run = runHost(arguments);
+        EXPECT_EQ(run.exitCode, 0) << run.error;
+        EXPECT_EQ(run.table().at("total"), (TableRow{20000, 0, 20000, 0, "-", 0}));
+    }
+}

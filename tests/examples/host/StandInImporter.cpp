@@ -1,0 +1,121 @@
+// Stands in for ifc_importer and fails, in the way that the name of the model's folder says.
+
+#include "Progress.h"
+#include "Streams.h"
+
+#include <Velmor/Velmor.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace {
+
+using namespace importer;
+using Stream = std::unique_ptr<Velmor::FileStream>;
+
+ForeignObjectEnv_t environment;
+
+Stream openStream(Velmor::ForeignObjectStream_e stream) {
+    return Stream(Velmor::FileStream::createFromHandle(environment.handles[stream]));
+}
+
+void writeInfo(const InfoRecord& info) {
+    const auto stream = openStream(Velmor::InfoStream);
+    RecordWriter writer(*stream, "info");
+    writer.write(encode(info));
+    writer.flush();
+}
+
+std::string object(const std::string& id, const std::string& className, const std::string& name) {
+    ObjectRecord record;
+    record.line = 1;
+    record.instance = 2;
+    record.globalId = Velmor::ExternalGUID::fromIFCGlobalID(id.c_str());
+    record.className = className;
+    record.name = name;
+    return encode(record);
+}
+
+// Two objects and a problem; returns the info that belongs to them.
+InfoRecord handOver() {
+    const auto objectsStream = openStream(Velmor::ObjectsStream);
+    const auto logStream = openStream(Velmor::LogStream);
+    RecordWriter objects(*objectsStream, "objects");
+    RecordWriter problems(*logStream, "problems");
+    objects.write(object("0StandIn0Object0000001", "IFCBEAM", "one"));
+    objects.write(object("0StandIn0Object0000002", "IFC\x1B[31m", "two\r\n"));
+    problems.write(encode(ProblemRecord{7, 8, "a reason\twith a tab"}));
+    objects.flush();
+    problems.flush();
+    InfoRecord info;
+    info.schema = "STANDIN";
+    info.objects = objects.totals();
+    info.problems = problems.totals();
+    return info;
+}
+
+// Ends the real importer in the middle of its work. Answers its exit code.
+int killImporter() {
+    const auto program = std::filesystem::path(environment.module)
+                             .replace_filename(
+#if defined(_WIN32)
+                                 "ifc_importer.exe"
+#else
+                                 "ifc_importer"
+#endif
+                             );
+    const auto process =
+        Velmor::ProcessOperations::createProcess(program.string<Velmor::WideChar>(), VELMOR_WIDE("ifc_importer"), true);
+    if (process == Velmor::ProcessOperations::InvalidHandle()) {
+        return 99;
+    }
+    const auto stream = openStream(Velmor::ProgressStream);
+    ProgressReader progress(*stream);
+    unsigned exitCode = 0;
+    while (!Velmor::ProcessOperations::hasEnded(process, &exitCode)) {
+        if (progress.perMille() > 0) {
+            Velmor::ProcessOperations::terminateProcess(process, 77);
+        }
+    }
+    Velmor::ProcessOperations::closeProcess(process);
+    return static_cast<int>(exitCode);
+}
+
+} // namespace
+
+int main() {
+    if (!foreignobject_env_deserialize(environment)) {
+        return 98;
+    }
+    const auto how = std::filesystem::path(environment.path).filename().string();
+    if (how == "silent") {
+        return 0;
+    }
+    if (how == "kill") {
+        return killImporter();
+    }
+    if (how == "nonsense") {
+        const std::string nonsense(1000, '\xFF');
+        openStream(Velmor::InfoStream)->write(nonsense.size(), nonsense.data());
+        return 0;
+    }
+    auto info = handOver();
+    if (how == "crash") {
+        std::abort();
+    }
+    if (how == "refuse") {
+        info.error = "line 3: expected\tsomething else";
+    } else if (how == "missing-object") {
+        info.objects.add(object("0StandIn0Object0000003", "IFCBEAM", "never written"));
+    } else if (how == "surplus-object") {
+        --info.objects.records;
+    } else if (how == "altered-object") {
+        ++info.objects.checksum;
+    } else if (how == "missing-problem") {
+        info.problems.add(encode(ProblemRecord{1, 1, "never written"}));
+    }
+    writeInfo(info);
+    return how == "exit-3" ? 3 : how == "refuse" ? 1 : 0;
+}

@@ -1,0 +1,145 @@
+#include "State.h"
+#include "TemporaryFolder.h"
+
+#include "gtest/gtest.h"
+
+#include <filesystem>
+
+using namespace importer;
+using namespace velmor_tests;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::vector<ObjectRecord> objects(std::size_t count, const std::string& name) {
+    std::vector<ObjectRecord> result(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        char id[23];
+        std::snprintf(id, sizeof id, "0StateObject%010u", static_cast<unsigned>(i));
+        result[i].instance = i;
+        result[i].globalId = Velmor::ExternalGUID::fromIFCGlobalID(id);
+        result[i].className = "IFCWALL";
+        result[i].name = name;
+        result[i].version = Velmor::createFromBoundingBox(1, 2, 3);
+    }
+    return result;
+}
+
+// What reading a state says; empty when it is read.
+std::string readingError(const State& state) {
+    try {
+        state.read();
+        return {};
+    } catch (const StateError& error) {
+        return error.what();
+    }
+}
+
+std::string writingError(const State& state, const std::vector<ObjectRecord>& what) {
+    try {
+        state.write(what);
+        return {};
+    } catch (const StateError& error) {
+        return error.what();
+    }
+}
+
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+} // namespace
+
+TEST(State, ComesBackAsItWasKept) {
+    const TemporaryFolder folder;
+    const State state(folder / "a" / "b");
+    EXPECT_FALSE(state.exists());
+    for (const std::size_t count : {3u, 0u, 2000u}) {
+        state.write(objects(count, "wall"));
+        EXPECT_TRUE(state.exists());
+        const auto back = state.read();
+        ASSERT_EQ(back.size(), count);
+        for (std::size_t i = 0; i < count; ++i) {
+            EXPECT_EQ(back[i].instance, i);
+            EXPECT_EQ(back[i].name, "wall");
+        }
+    }
+    EXPECT_FALSE(fs::exists(folder / "a" / "b" / "import.state.new"));
+}
+
+TEST(State, InAFolderWithAForeignNameIsKept) {
+    const TemporaryFolder folder;
+    const State state(folder / fs::path(u8"Zust\u00E4nde \u6587"));
+    state.write(objects(1, "wall"));
+    EXPECT_EQ(state.read().size(), 1u);
+}
+
+TEST(State, DamagedAnywhereIsRefusedAndLeftAsItIs) {
+    const TemporaryFolder folder;
+    const State state(folder / "kept");
+    state.write(objects(2, "wall"));
+    const auto whole = readFile(state.file());
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+        auto damaged = whole;
+        damaged[at] = static_cast<char>(damaged[at] ^ 0x10);
+        writeFile(state.file(), damaged);
+        const auto error = readingError(state);
+        EXPECT_TRUE(contains(error, "import.state: byte ") && contains(error, "expected")) << at << ": " << error;
+        EXPECT_EQ(readFile(state.file()), damaged);
+    }
+}
+
+TEST(State, CutOffAnywhereOrContinuedIsRefused) {
+    const TemporaryFolder folder;
+    const State state(folder / "kept");
+    state.write(objects(2, "wall"));
+    const auto whole = readFile(state.file());
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        writeFile(state.file(), whole.substr(0, length));
+        EXPECT_TRUE(contains(readingError(state), "end of the file")) << length << ": " << readingError(state);
+    }
+    writeFile(state.file(), whole + '\0');
+    EXPECT_NE(readingError(state), "");
+    writeFile(state.file(), whole + whole);
+    EXPECT_TRUE(contains(readingError(state), "expected the end of the file behind 2 objects"));
+    writeFile(state.file(), "not a state at all");
+    EXPECT_TRUE(contains(readingError(state), "byte 0: expected"));
+}
+
+TEST(State, ThatIsNoFileIsRefused) {
+    const TemporaryFolder folder;
+    const State state(folder / "kept");
+    fs::create_directories(state.file());
+    EXPECT_TRUE(state.exists());
+    EXPECT_NE(readingError(state), "");
+}
+
+TEST(State, ThatCannotBeKeptLeavesThePreviousOne) {
+    const TemporaryFolder folder;
+    const State state(folder / "kept");
+    state.write(objects(2, "before"));
+    const auto before = readFile(state.file());
+    writeFile(folder / "kept" / "import.state.new" / "in the way", "x");
+    const auto error = writingError(state, objects(3, "after"));
+    EXPECT_TRUE(contains(error, "the state is not kept: the new state file ") && contains(error, "cannot be created"))
+        << error;
+    EXPECT_EQ(readFile(state.file()), before);
+
+    fs::remove_all(folder / "kept" / "import.state.new");
+    writeFile(folder / "a file", "x");
+    EXPECT_TRUE(contains(writingError(State(folder / "a file" / "kept"), objects(1, "after")), "the state is not kept"));
+}
+
+#if defined(__linux__)
+TEST(State, OnAFullDiskLeavesThePreviousOne) {
+    const TemporaryFolder folder;
+    const State state(folder / "kept");
+    state.write(objects(2, "before"));
+    const auto before = readFile(state.file());
+    fs::create_symlink("/dev/full", folder / "kept" / "import.state.new");
+    EXPECT_TRUE(contains(writingError(state, objects(3, "after")), "is the disk full?"));
+    EXPECT_EQ(readFile(state.file()), before);
+    EXPECT_FALSE(fs::exists(fs::symlink_status(folder / "kept" / "import.state.new")));
+    EXPECT_TRUE(fs::exists("/dev/full"));
+}
+#endif

@@ -1,0 +1,36 @@
+#include "Text.h"
+
+#include "gtest/gtest.h"
+
+#include <Velmor/Velmor.h>
+
+using namespace importer;
+
+TEST(Printable, LetsTextPassAndControlsNot) {
+    EXPECT_EQ(printable("T\xC3\xBCr 1"), "T\xC3\xBCr 1");
+    EXPECT_EQ(printable("a\x1B[31m\r\n\tb\x7F"), "a?[31m???b?");
+    EXPECT_EQ(printable("\xC2\x9B"
+                        "1m \xC2\xA0"),
+              "?1m \xC2\xA0"); // U+009B begins a command, U+00A0 is a blank
+    EXPECT_EQ(printable(std::string("\0", 1)), "?");
+}
+
+TEST(Printable, JoinsTheHalvesThatTheLibraryEncodes) {
+    const Velmor::WideString hammer = {0xD83D, 0xDD28}; // U+1F528
+    EXPECT_EQ(printable(Velmor::StringOperations::ConvertToUTF8(hammer)), "\xF0\x9F\x94\xA8");
+    const Velmor::WideString half = {0xD83D, 'x'};
+    EXPECT_EQ(printable(Velmor::StringOperations::ConvertToUTF8(half)), "\xED\xA0\xBDx");
+}
+
+TEST(Printable, ReadsNothingBeyondTheText) {
+    const std::string cut = "\xED\xA0\xBD\xED\xB4";
+    EXPECT_EQ(printable(cut), cut);
+    EXPECT_EQ(printable("\xC2"), "\xC2");
+}
+
+TEST(Shortened, CutsBetweenCharacters) {
+    EXPECT_EQ(shortened("abc", 3), "abc");
+    EXPECT_EQ(shortened("abcd", 3), "abc...");
+    EXPECT_EQ(shortened("ab\xC3\xBC", 3), "ab...");
+    EXPECT_EQ(shortened("\x80\x80", 1), "...");
+}
