@@ -120,7 +120,7 @@ Comparison compare(const std::vector<ObjectRecord>& before, const std::vector<Ob
     for (std::size_t i = 0; i < now.size(); ++i) {
         const auto& object = now[i];
         if (idsNow[i] == Velmor::NoRuntimeID) {
-            ++result.unidentified;
+            result.unidentified.push_back(i);
             continue;
         }
         count(object.className, [](ClassCounts& counts) { ++counts.objects; });

@@ -37,7 +37,7 @@ struct Comparison {
     std::map<std::string, ClassCounts> classes; ///< By class name.
     ClassCounts total;                          ///< Over all classes.
     std::vector<Change> changes;                ///< In the order of this import's objects, then the gone ones.
-    std::uint64_t unidentified = 0;             ///< Objects of this import without an identity, which nothing above counts.
+    std::vector<std::size_t> unidentified;      ///< This import's objects without an identity, which nothing above counts.
 };
 
 /// Compares two imports.

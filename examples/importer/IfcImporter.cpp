@@ -62,13 +62,15 @@ public:
 
     void progress(double done) override { progress_.report(done); }
 
+    /// Hands over what is still held back.
+    void flush() {
+        objects_.flush();
+        problems_.flush();
+    }
+
     /// The last words: how it went, and what the other streams hold.
     void finish(const ForeignObjectEnv_t& environment, const std::string& error) {
         info_.error = error;
-        if (error.empty()) {
-            objects_.flush();
-            problems_.flush();
-        }
         info_.objects = objects_.totals();
         info_.problems = problems_.totals();
         const auto stream = openStream(environment, Velmor::InfoStream);
@@ -105,6 +107,7 @@ int main() {
         std::string error;
         try {
             readIfcModel(environment.filename, handOver);
+            handOver.flush();
         } catch (const std::exception& failure) {
             error = failure.what();
         }

@@ -19,11 +19,8 @@ namespace fs = std::filesystem;
 // The importer lies beside this program.
 fs::path defaultImporter() {
 #if defined(_WIN32)
-    wchar_t* program = nullptr;
-    if (_get_wpgmptr(&program) != 0 || program == nullptr) {
-        return L"ifc_importer.exe";
-    }
-    return fs::path(program).replace_filename(L"ifc_importer.exe");
+    // The C runtime's name of the program, which is a whole path once wmain has been called.
+    return fs::path(_wpgmptr).replace_filename(L"ifc_importer.exe");
 #else
     return fs::read_symlink("/proc/self/exe").replace_filename("ifc_importer");
 #endif

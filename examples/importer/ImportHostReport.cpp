@@ -76,25 +76,29 @@ std::string quoted(const std::string& name) {
     return '\'' + shortened(printable(name), nameBytes) + '\'';
 }
 
+// "IFCBEAM 'Beam B2' (line 106, #233)"
+std::string subject(const ObjectRecord& object) {
+    return printable(object.className) + ' ' + quoted(object.name) + " (" + place(object.line, object.instance) + ")";
+}
+
 std::string changeLine(const Change& change, const std::vector<ObjectRecord>& before, const std::vector<ObjectRecord>& now) {
     const auto& object = change.kind == Change::Gone ? before[change.object] : now[change.object];
-    const std::string subject =
-        printable(object.className) + ' ' + quoted(object.name) + " (" + place(object.line, object.instance) + ")";
+    const std::string who = subject(object);
     switch (change.kind) {
     case Change::Modified:
-        return "modified      " + subject + ", similarity " + shownSimilarity(change.similarity);
+        return "modified      " + who + ", similarity " + shownSimilarity(change.similarity);
     case Change::Added:
-        return "new           " + subject;
+        return "new           " + who;
     case Change::Gone:
-        return "gone          " + subject + " of the previous model";
+        return "gone          " + who + " of the previous model";
     case Change::Renamed:
-        return "renamed       " + subject + ", was " + quoted(before[change.before].name);
+        return "renamed       " + who + ", was " + quoted(before[change.before].name);
     case Change::Reclassified:
-        return "reclassified  " + subject + ", was " + printable(before[change.before].className);
+        return "reclassified  " + who + ", was " + printable(before[change.before].className);
     case Change::Moved:
-        return "moved         " + subject + ", its shape is unchanged";
+        return "moved         " + who + ", its shape is unchanged";
     }
-    return subject;
+    return who;
 }
 
 std::string changeList(const Comparison& comparison, const std::vector<ObjectRecord>& before,
@@ -114,6 +118,19 @@ std::string changeList(const Comparison& comparison, const std::vector<ObjectRec
         text += "  " + changeLine(changes[i], before, now) + '\n';
     }
     return text + rest(changes.size(), shown);
+}
+
+std::string unidentifiedList(const Comparison& comparison, const std::vector<ObjectRecord>& now) {
+    const auto& unidentified = comparison.unidentified;
+    if (unidentified.empty()) {
+        return {};
+    }
+    std::string text = "not identified, neither compared nor counted above: " + std::to_string(unidentified.size()) + '\n';
+    const auto shown = std::min(unidentified.size(), problemsTold);
+    for (std::size_t i = 0; i < shown; ++i) {
+        text += "  " + subject(now[unidentified[i]]) + '\n';
+    }
+    return text + rest(unidentified.size(), shown);
 }
 
 std::string problemList(const HandedOver& handedOver) {
@@ -137,9 +154,7 @@ std::string report(const std::filesystem::path& model, const HandedOver& handedO
                                : std::string("first import")) +
                        '\n';
     text += table(comparison);
-    if (comparison.unidentified > 0) {
-        text += "not identified, neither compared nor counted above: " + std::to_string(comparison.unidentified) + '\n';
-    }
+    text += unidentifiedList(comparison, handedOver.objects);
     if (before) {
         text += changeList(comparison, *before, handedOver.objects);
     }
