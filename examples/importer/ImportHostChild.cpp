@@ -11,7 +11,7 @@ using Velmor::EnvironmentVariables;
 using Velmor::FileStream;
 using Velmor::ProcessOperations;
 
-constexpr int pollMilliseconds = 20;
+constexpr int pollMilliseconds = 5;
 
 /// The sixteen streams of one import. They stay open until the child has ended; then the files vanish with them.
 class Streams {

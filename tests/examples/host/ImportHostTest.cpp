@@ -277,7 +277,7 @@ TEST_F(FailingImport, ByAnImporterThatFailsInEveryWay) {
 }
 
 TEST_F(FailingImport, ByAnImporterThatIsKilledHalfWay) {
-    writeFile(folder / "kill" / "model.ifc", manyWalls(40000));
+    writeFile(folder / "kill" / "model.ifc", manyWalls(80000));
     const auto model = (folder / "kill" / "model.ifc").string();
     expectFailure({model, "--importer", program("standin_importer").string()},
                   "ended with code 77; it did not come to its end");
