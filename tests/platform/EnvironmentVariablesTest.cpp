@@ -442,7 +442,7 @@ TEST(EnvironmentVariables, MissingHandleIsReportedOnce) {
     const ScenarioRun run = runUnderDebugger("MissingHandles");
     EXPECT_EQ(run.channel, "No handle for VELMOR_FIRST\n");
     EXPECT_EQ(run.output, "No handle for VELMOR_FIRST\n");
-    EXPECT_EQ(run.breaks, 1);
+    EXPECT_EQ(run.reportsBeforeBreak, std::vector<std::size_t>{1});
     EXPECT_EQ(run.exitCode, 0u);
 }
 

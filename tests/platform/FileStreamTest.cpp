@@ -102,6 +102,9 @@ bool isNameOfTemporary(const std::string& name) {
                        [](char c) { return std::isxdigit(static_cast<unsigned char>(c)); });
 }
 
+/// For each break, how many reports came before it.
+using Order = std::vector<std::size_t>;
+
 /// Makes the protected constructor callable.
 struct AnyStream : FileStream {
     AnyStream(HANDLE handle, bool owns) : FileStream(handle, owns) {}
@@ -876,7 +879,7 @@ TEST(FileStream, OpeningIsReportedOnce) {
     const ScenarioRun run = runUnderDebugger("OpenMissingFiles");
     EXPECT_EQ(run.channel, "opening of file no-such-folder/first.bin for reading failed.");
     EXPECT_EQ(run.output, "opening of file no-such-folder/first.bin for reading failed.");
-    EXPECT_EQ(run.breaks, 1);
+    EXPECT_EQ(run.reportsBeforeBreak, Order{1});
     EXPECT_TRUE(run.exited);
     EXPECT_EQ(run.exitCode, 0u);
 }
@@ -885,14 +888,14 @@ TEST(FileStream, CreatingIsReportedOnceWithTheWordsOfReading) {
     // The reading message is meant.
     const ScenarioRun run = runUnderDebugger("CreateInMissingFolder");
     EXPECT_EQ(run.channel, "opening of file no-such-folder/first.bin for reading failed.");
-    EXPECT_EQ(run.breaks, 1);
+    EXPECT_EQ(run.reportsBeforeBreak, Order{1});
 }
 
 TEST(FileStream, OpeningAndCreatingHaveTheirOwnReports) {
     const ScenarioRun run = runUnderDebugger("OpenAndCreateMissingFiles");
     EXPECT_EQ(run.reports, (std::vector<std::string>{"opening of file no-such-folder/first.bin for reading failed.",
                                                      "opening of file no-such-folder/second.bin for reading failed."}));
-    EXPECT_EQ(run.breaks, 2);
+    EXPECT_EQ(run.reportsBeforeBreak, (Order{1, 2}));
 }
 
 TEST(FileStream, FailedTemporaryFileIsReportedOnce) {
@@ -901,7 +904,7 @@ TEST(FileStream, FailedTemporaryFileIsReportedOnce) {
     const ScenarioRun run = runUnderDebugger("CreateTemporaryInMissingFolder", {missing});
     EXPECT_EQ(run.channel, "creation of temporary file failed.");
     EXPECT_EQ(run.output, "creation of temporary file failed.");
-    EXPECT_EQ(run.breaks, 1);
+    EXPECT_EQ(run.reportsBeforeBreak, Order{1});
     EXPECT_EQ(run.exitCode, 0u);
     const ScenarioRun alone = runAlone("CreateTemporaryInMissingFolder", {missing});
     EXPECT_EQ(alone.output, "");
@@ -912,11 +915,11 @@ TEST(FileStream, FailedTemporaryFileIsReportedOnce) {
 TEST(FileStream, FailedWriteIsReportedOnceWithTheSystemsCode) {
     const ScenarioRun invalid = runUnderDebugger("WriteToNoHandle");
     EXPECT_EQ(invalid.channel, "Error writing to file, 6\n"); // ERROR_INVALID_HANDLE
-    EXPECT_EQ(invalid.breaks, 1);
+    EXPECT_EQ(invalid.reportsBeforeBreak, Order{1});
     const ScenarioRun denied = runUnderDebugger("WriteToAReader");
     EXPECT_EQ(denied.channel, "Error writing to file, 5\n"); // ERROR_ACCESS_DENIED
     EXPECT_EQ(denied.output, "Error writing to file, 5\n");
-    EXPECT_EQ(denied.breaks, 1);
+    EXPECT_EQ(denied.reportsBeforeBreak, Order{1});
 }
 
 #if !defined(_WIN32)
@@ -951,7 +954,7 @@ TEST(FileStream, PathThatDoesNotConvertIsReportedEmpty) {
     const ScenarioRun run = runUnderDebugger("OpenMissingFileOfOneCharacter");
     EXPECT_EQ(run.reports, (std::vector<std::string>{"StringOperations::ConvertToCurrentLocale, Invalid Conversion.",
                                                      "opening of file  for reading failed."}));
-    EXPECT_EQ(run.breaks, 2);
+    EXPECT_EQ(run.reportsBeforeBreak, (Order{1, 2}));
 }
 
 TEST(FileStream, PathIsConvertedOnlyForAReport) {
