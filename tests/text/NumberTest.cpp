@@ -65,8 +65,11 @@ TEST(IntFromWString, ReadsTheNumberThatATextBeginsWith) {
     expectNumber("4,2", 4);
     expectNumber("a42", 0);
     expectNumber("-0", 0);
-    expectNumber(std::string(10000, '0') + "7", 7);
-    expectNumber(std::string(10000, ' ') + "7", 7);
+    for (const char filler : {'0', ' '}) {
+        std::string longText(10000, filler);
+        longText += '7';
+        expectNumber(longText, 7);
+    }
     expectNumber(std::string("1\0002", 3), 1); // a zero unit is a character like another that is no digit
     expectNumber(std::string("\000"
                              "2",
