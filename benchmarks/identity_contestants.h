@@ -6,6 +6,8 @@
 
 #include <absl/container/flat_hash_map.h>
 
+#include <time.h>
+
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -92,6 +94,13 @@ using FlatHash = absl::Hash<Key>;
 
 using StandardMaps = TwoMaps<StandardMap, StandardHash>;
 using FlatMaps = TwoMaps<FlatMap, FlatHash>;
+
+/// Processor time of this thread: what other programs take of the machine does not count.
+inline double processorSeconds() {
+    timespec time;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
 
 /// Measures, in a process of its own for each contestant, the peak memory of a number of identities, and prints it.
 void printPeakMemory(std::uint64_t count);
