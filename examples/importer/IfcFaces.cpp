@@ -158,7 +158,7 @@ void readIndices(const Record& record, const Value& list, std::size_t points, st
     for (Value value; reader.next(value);) {
         const std::int64_t index = integerOf(value).value_or(0);
         if (index < 1 || static_cast<std::uint64_t>(index) > points)
-            record.fault("'" + std::string(value.text.substr(0, 20)) +
+            record.fault(std::string("'").append(value.text.substr(0, 20)) +
                          "' names a point that the list of points does not have");
         indices.push_back(static_cast<std::uint32_t>(index - 1));
     }

@@ -116,7 +116,7 @@ std::vector<const Instance*> Record::references(std::size_t index) const {
 const Instance& Record::resolve(const Value& value) const {
     const std::optional<std::uint64_t> number = referenceOf(value);
     if (!number)
-        fault("'" + std::string(value.text.substr(0, 20)) + "' is no reference to an instance");
+        fault(std::string("'").append(value.text.substr(0, 20)) + "' is no reference to an instance");
     const Instance* found = context_.file.find(*number);
     if (!found)
         fault("refers to #" + std::to_string(*number) + ", which the file does not have");
