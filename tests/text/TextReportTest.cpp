@@ -146,7 +146,9 @@ TEST(TextReports, APercentSignInTheSourceIsInterpretedOnStandardOutput) {
 }
 
 VELMOR_SCENARIO(LongSource) {
-    require(fromUtf8(std::string(20000, 'x') + "\xFF").empty(), "stray byte");
+    std::string source(20000, 'x');
+    source += '\xFF';
+    require(fromUtf8(source).empty(), "stray byte");
 }
 
 TEST(TextReports, ALongSourceIsCut) {
