@@ -83,7 +83,7 @@ std::string subject(const ObjectRecord& object) {
 
 std::string changeLine(const Change& change, const std::vector<ObjectRecord>& before, const std::vector<ObjectRecord>& now) {
     const auto& object = change.kind == Change::Gone ? before[change.object] : now[change.object];
-    const std::string who = subject(object);
+    std::string who = subject(object);
     switch (change.kind) {
     case Change::Modified:
         return "modified      " + who + ", similarity " + shownSimilarity(change.similarity);
