@@ -13,8 +13,8 @@ namespace {
 constexpr std::array<bool, 256> isPlain = [] {
     std::array<bool, 256> plain{};
     plain.fill(true);
-    for (const unsigned char c : {'(', ')', ';', '\'', '"', '/'})
-        plain[c] = false;
+    for (const char c : {'(', ')', ';', '\'', '"', '/'})
+        plain[static_cast<unsigned char>(c)] = false;
     return plain;
 }();
 
