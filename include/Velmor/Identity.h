@@ -85,8 +85,7 @@ public:
     /// The spatial hash of a vertex cloud: the centre of its axis-aligned box, and for each of the eight octants around the
     /// centre the distance of the farthest vertex.
     ///
-    /// The last vertex of the list never takes part, on purpose: callers close their vertex loops by repeating a vertex.
-    /// Repeat one, or append any vertex, if all are to count.
+    /// The last vertex of the list never takes part, on purpose. Repeat one, or append any vertex, if all are to count.
     ///
     /// @param count number of vertices. 0 and 1 behave alike: the first vertex is the centre, all radii are 0.
     /// @param xyz   `count` vertices as consecutive triples x, y, z in the importer's length unit; at least one triple is
@@ -138,12 +137,15 @@ enum ExternalGUIDRuntimeID_e : std::uint32_t {
 ///
 /// Failure: operations answer `NoRuntimeID`, or a record of type `Invalid`. When no memory is left for a spatial hash,
 /// `insertGUID` answers 0, which is also the id of the first one; when none is left for a keyed identity, the store prints
-/// one line to standard error.
+/// one line to standard error. `std::bad_alloc` is thrown by the constructor without memory for the state, and by
+/// `findGUID` of an id without memory for its result. A kind of keyed identities for which the constructor found no memory
+/// takes none ever after: inserting one answers `NoRuntimeID` (its id is used up all the same).
 ///
 /// Threads: none of its operations may run concurrently on one database; a caller that shares one serialises the calls.
 class VELMOR_API ExternalGUIDDatabase {
 public:
     /// An empty database.
+    /// @throws std::bad_alloc without memory for its state; for what a lack of more memory means, see above.
     ExternalGUIDDatabase();
 
     /// Frees everything the database holds. Of databases that share their state by assignment only one may be destroyed.
@@ -168,6 +170,7 @@ public:
     /// @return the identity, or a record of type `Invalid` when the id is unknown. A DWG handle comes back with its low 32
     ///         bits and an upper half of zeros. A spatial id is not compared with the number of ids given out: one that lies
     ///         in an allocated chunk of 1024 but was never given out yields a `SpatialHash` of whatever that place holds.
+    /// @throws std::bad_alloc without memory for the result.
     ExternalGUID findGUID(ExternalGUIDRuntimeID_e id);
 
 private:

@@ -24,7 +24,7 @@ struct CExternalVersion;
 /// Threads: distinct objects may be used concurrently; one object may be read concurrently.
 class VELMOR_API ExternalVersion {
 public:
-    /// Which fields of the record carry data. A byte stream may carry any other value; it is kept as it stands.
+    /// Which fields of the record carry data. A byte stream may carry any other value.
     enum Type_t : std::uint32_t {
         Invalid = 0,     ///< None.
         BoundingBox = 1, ///< The box.
@@ -37,7 +37,7 @@ public:
 
     /// Adopts a record: the object owns it and frees it.
     /// @param record a block from `malloc`, not null.
-    explicit ExternalVersion(CExternalVersion* record);
+    ExternalVersion(CExternalVersion* record);
 
     /// A new record with the other's type and its fifteen numbers.
     ExternalVersion(const ExternalVersion& other);
@@ -57,8 +57,9 @@ public:
 
     /// Reads a byte stream into this fingerprint. Numbers that the stream does not give keep their values.
     /// @param size length of the stream in bytes; less than 4 sets the type to `Invalid` and reads nothing.
-    /// @param buf  the stream. Its type is taken at once; a stream that is cut or has bytes left over after its distances
-    ///             keeps what was read before the damage.
+    /// @param buf  the stream. Its type is taken at once; a stream that is cut or has bytes left over before its box keeps
+    ///             what was read before the damage. The four bytes of the type are taken as signed on purpose: one above
+    ///             127 borrows from those over it, so that a type with such a byte is not read back as it was written.
     void fromByteStream(unsigned size, const char* buf);
 
     /// Writes one line of text: "invalid", or the diagonal of the box, the distances and the centroid as "bb=%e d1=%e ...".

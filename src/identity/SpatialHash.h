@@ -4,8 +4,8 @@
 
 // The spatial hash of a vertex cloud: centre x, y, z of its box, then the radii of the eight octants around the centre.
 //
-// Both functions give the same bits for every input, NaN, infinities and zeros of either sign included; the plain one says
-// what they do.
+// Both functions give the same bits (any NaN for a NaN) for every input, NaN, infinities and zeros of either sign included;
+// the plain one says what they do.
 
 namespace Velmor {
 

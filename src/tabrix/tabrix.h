@@ -27,8 +27,9 @@ inline constexpr int statusFailed = 4;       ///< No room could be made, or an i
 // ---------------------------------------------------------------------------------------------------------------
 
 /// Field types. Strings end at their first zero unit or, inline, with their field. Pointers in rows are never null; the row
-/// holds the pointer, and its text must outlive the row. All fields are compared and hashed by what they hold; a zero and a
-/// negative zero of a floating type are equal but hash apart.
+/// holds the pointer, and its text must outlive the row. All fields are compared and hashed by what they hold. A zero and a
+/// negative zero of a floating type are equal; as the last field of a key they hash apart and are not found for each other,
+/// before another field they hash alike (the sign is shifted out).
 inline constexpr std::uint32_t fieldInt32 = 0;             ///< 4 bytes
 inline constexpr std::uint32_t fieldFloat = 1;             ///< 4 bytes; a NaN equals nothing
 inline constexpr std::uint32_t fieldDouble = 2;            ///< 8 bytes; a NaN equals nothing
