@@ -1,4 +1,4 @@
-#include "identity/SpatialHash.h"
+#include "identity/Record.h"
 #include "platform/diagnostics/Diagnostics.h"
 
 #include <Velmor/Identity.h>
@@ -12,14 +12,6 @@ namespace Velmor {
 
 namespace {
 
-// The record, which is also the byte stream.
-constexpr std::size_t recordSize = 96;
-constexpr std::size_t payloadOffset = 8;
-
-constexpr std::size_t spatialHashSize = spatialHashDimension * sizeof(double);
-constexpr std::size_t ifcGlobalIDSize = 22;
-
-static_assert(payloadOffset + spatialHashSize == recordSize);
 static_assert(sizeof(int) == 4 && sizeof(unsigned long long) == 8 && sizeof(double) == 8);
 
 char* allocateRecord() {
@@ -30,7 +22,7 @@ char* allocateRecord() {
 }
 
 void setType(char* record, ExternalGUID::Type_t type) {
-    std::memcpy(record, &type, sizeof type);
+    std::memcpy(record + tagOffset, &type, sizeof type);
 }
 
 // A copy of zeros: compilers turn a short memset into a string instruction, which is slower by far.
@@ -118,7 +110,7 @@ ExternalGUID ExternalGUID::spatialHashFromVertexes(unsigned count, const double*
 
 ExternalGUID::Type_t ExternalGUID::getType() const {
     std::uint32_t type;
-    std::memcpy(&type, record_, sizeof type);
+    std::memcpy(&type, record_ + tagOffset, sizeof type);
     return static_cast<Type_t>(type);
 }
 

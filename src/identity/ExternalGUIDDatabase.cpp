@@ -1,8 +1,10 @@
+#include "identity/Record.h"
 #include "identity/SpatialTree.h"
 #include "tabrix/tabrix.h"
 
 #include <Velmor/Identity.h>
 
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -30,11 +32,15 @@ struct KeyKind {
     ExternalGUID::Type_t type;
     std::uint32_t fieldType;
     std::int32_t fieldSize;
-    std::size_t payloadOffset;
+    std::size_t rowOffset;
 };
 
 constexpr std::size_t keyOffset = 4; // of the key field, behind the id
-constexpr std::size_t longestKey = 22;
+constexpr std::size_t handleOffset = 8;
+constexpr std::size_t longestKey = ifcGlobalIDSize;
+
+static_assert(sizeof(Row) >= handleOffset + longestKey, "as much as the longest key is written wherever a key goes");
+static_assert(std::endian::native == std::endian::little, "the low half of a handle comes first");
 
 // In the order of the types. A DWG handle is placed at 8 on purpose: its field then holds four zero bytes and the handle's
 // low half, so that handles are one identity when their low 32 bits agree.
@@ -42,7 +48,7 @@ constexpr KeyKind keyKinds[] = {
     {ExternalGUID::IFCGlobalID, tabrix::fieldBytes, longestKey, keyOffset},
     {ExternalGUID::KXGUID, tabrix::fieldBytes, 16, keyOffset},
     {ExternalGUID::CadmaticObi, tabrix::fieldInt32, 4, keyOffset},
-    {ExternalGUID::DWGHandle, tabrix::fieldBytes, 8, 8},
+    {ExternalGUID::DWGHandle, tabrix::fieldBytes, 8, handleOffset},
 };
 
 constexpr std::size_t keyKindCount = std::size(keyKinds);
@@ -86,7 +92,7 @@ void build(KeyTable& keys, const KeyKind& kind) {
 class Identity {
 public:
     explicit Identity(const ExternalGUID& guid) : record_(guid.getBytes(&size_)) {
-        std::memcpy(&type_, record_, sizeof type_);
+        std::memcpy(&type_, record_ + tagOffset, sizeof type_);
     }
 
     bool isSpatial() const { return type_ == ExternalGUID::SpatialHash; }
@@ -100,12 +106,12 @@ public:
     Row keyRow(std::uint32_t id) const {
         Row row(id);
         // As much as the longest key: of a shorter one the store does not read what follows it.
-        std::memcpy(row.bytes + keyKinds[kind()].payloadOffset, payload(), longestKey);
+        std::memcpy(row.bytes + keyKinds[kind()].rowOffset, payload(), longestKey);
         return row;
     }
 
 private:
-    const char* payload() const { return record_ + 8; }
+    const char* payload() const { return record_ + payloadOffset; }
 
     unsigned size_;
     const char* record_;

@@ -28,7 +28,7 @@ bool matches(const SpatialNode& node, const double* key) {
 }
 
 // Walks from the node in `*link` until one matches or there is none; answers the place of the one or the other.
-SpatialNode* const* walk(SpatialNode* const* link, const double* key) {
+SpatialNode** walk(SpatialNode** link, const double* key) {
     std::size_t axis = 0;
     while (SpatialNode* node = *link) {
         if (matches(*node, key))
@@ -76,7 +76,7 @@ std::uint32_t insertSpatialHash(SpatialTree& tree, const double* key) {
 
     if (tree.count > 0) {
         SpatialNode* root = tree.first->nodes;
-        SpatialNode** link = const_cast<SpatialNode**>(walk(&root, key));
+        SpatialNode** link = walk(&root, key);
         if (*link)
             return (*link)->id;
         *link = candidate;
@@ -89,7 +89,7 @@ std::uint32_t insertSpatialHash(SpatialTree& tree, const double* key) {
 std::uint32_t findSpatialHash(const SpatialTree& tree, const double* key) {
     if (tree.count == 0)
         return noSpatialNode;
-    SpatialNode* const root = tree.first->nodes;
+    SpatialNode* root = tree.first->nodes;
     const SpatialNode* node = *walk(&root, key);
     return node ? node->id : noSpatialNode;
 }
