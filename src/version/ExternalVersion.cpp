@@ -1,5 +1,6 @@
 #include "platform/diagnostics/Diagnostics.h"
 #include "version/Euclid.h"
+#include "version/Record.h"
 
 #include <Velmor/Version.h>
 
@@ -9,16 +10,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 
 namespace Velmor {
 
 namespace {
 
 static_assert(std::endian::native == std::endian::little && sizeof(double) == 8, "numbers are copied into the stream");
-
-constexpr std::size_t coordinates = 3;
-constexpr std::size_t distances = 8;
 
 constexpr unsigned typeSize = 4;
 constexpr unsigned boxSize = coordinates * sizeof(double);
@@ -30,13 +27,6 @@ static_assert(longestStream == 124);
 
 constexpr double volumeTolerance = 1e-6;
 constexpr double lengthTolerance = 0.001;
-
-CExternalVersion* allocateRecord() {
-    void* record = std::calloc(1, sizeof(CExternalVersion));
-    if (!record)
-        throw std::bad_alloc();
-    return static_cast<CExternalVersion*>(record);
-}
 
 bool carriesNothing(ExternalVersion::Type_t type) {
     return type == ExternalVersion::Invalid || type > ExternalVersion::Geometry;

@@ -1,5 +1,6 @@
 #include "version/Euclid.h"
 #include "version/Power.h"
+#include "version/Record.h"
 
 #include <Velmor/Version.h>
 
@@ -9,8 +10,6 @@
 namespace Velmor {
 
 namespace {
-
-constexpr std::size_t distances = 8;
 
 // Factors reach 0 at these values; the widths are computed from them, so that a perfect match gives exactly 1.
 constexpr double closenessFloor = 0.7;
