@@ -5,6 +5,8 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
+#include <ios>
 #include <limits>
 #include <random>
 
@@ -57,6 +59,23 @@ TEST(Power, FourthPowerIsRoundedOnce) {
         multiplicationFails += number * number * number * number != square * square ? 1 : 0;
     }
     EXPECT_GT(multiplicationFails, 0) << "these numbers tell rounding once from rounding twice";
+}
+
+// Positive doubles lie in the order of their bits.
+std::int64_t placesApart(double a, double b) {
+    return std::abs(std::bit_cast<std::int64_t>(a) - std::bit_cast<std::int64_t>(b));
+}
+
+TEST(Power, OfAnyDoubleIsAtMostOnePlaceFromTheSystems) {
+    const std::uint32_t seed = std::random_device()();
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937_64 random(seed);
+    std::uniform_real_distribution<double> bases(0.01, 1.0);
+    for (int i = 0; i < 200000; ++i) {
+        const double base = bases(random);
+        for (const int exponent : {3, 4})
+            ASSERT_LE(placesApart(power(base, exponent), std::pow(base, exponent)), 1) << std::hexfloat << base;
+    }
 }
 
 TEST(Power, SpecialNumbersStaySpecial) {
