@@ -10,6 +10,7 @@
 #include <iconv.h>
 #include <unicode/ustring.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <random>
 #include <string>
