@@ -1,3 +1,4 @@
+#include "support/Setting.h"
 #include "support/UnderDebugger.h"
 
 #include <Velmor/Identity.h>
@@ -19,6 +20,7 @@
 #include <vector>
 
 using namespace Velmor;
+using velmor_tests::setting;
 
 namespace {
 
@@ -144,11 +146,6 @@ std::uint32_t tagOf(const std::string& getter) {
 }
 
 const char* const reportingGetters[] = {"ifc", "kx", "cadmatic", "dwg"};
-
-std::string setting(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? value : "";
-}
 
 } // namespace
 

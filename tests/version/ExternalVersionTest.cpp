@@ -1,3 +1,4 @@
+#include "support/Setting.h"
 #include "support/UnderDebugger.h"
 
 #include <Velmor/Version.h>
@@ -21,6 +22,7 @@
 #include <vector>
 
 using namespace Velmor;
+using velmor_tests::setting;
 
 namespace {
 
@@ -125,11 +127,6 @@ std::string textOf(const ExternalVersion& v) {
     char text[1000] = "untouched";
     v.toString(sizeof text, text);
     return text;
-}
-
-std::string setting(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? value : "";
 }
 
 const std::uint32_t typesAboveThree[] = {4, 5, 7, 100, 255, 256, 0x102, 0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFF};
