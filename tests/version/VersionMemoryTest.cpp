@@ -1,44 +1,36 @@
-#include "support/FailingAllocation.h"
+#include "support/WithFailure.h"
 
 #include <Velmor/Version.h>
 
 #include <gtest/gtest.h>
 
-#include <new>
+#include <array>
 
 using namespace Velmor;
 using velmor_tests::FailAllocation;
-
-namespace {
-
-/// Whether a function throws std::bad_alloc when its next allocation fails.
-template <class Function>
-bool throwsBadAlloc(Function function) {
-    const FailAllocation fail(1);
-    try {
-        function();
-    } catch (const std::bad_alloc&) {
-        return true;
-    }
-    return false;
-}
-
-} // namespace
+using velmor_tests::throwsBadAlloc;
 
 TEST(ExternalVersionMemory, EveryNewRecordThatFailsThrows) {
     double numbers[8] = {};
     const ExternalVersion original = createFromBoundingBox(1, 2, 3);
-    EXPECT_TRUE(throwsBadAlloc([] { ExternalVersion v; }));
-    EXPECT_TRUE(throwsBadAlloc([&] { ExternalVersion v(original); }));
-    EXPECT_TRUE(throwsBadAlloc([] { createFromBoundingBox(1, 2, 3); }));
-    EXPECT_TRUE(throwsBadAlloc([&] { createFromGeometry(1, 2, 3, numbers); }));
-    EXPECT_TRUE(throwsBadAlloc([&] { createFromSolid(1, 2, 3, numbers, 4, numbers); }));
+    EXPECT_TRUE(throwsBadAlloc(1, [] { ExternalVersion v; }));
+    EXPECT_TRUE(throwsBadAlloc(1, [&] { ExternalVersion v(original); }));
+    EXPECT_TRUE(throwsBadAlloc(1, [] { createFromBoundingBox(1, 2, 3); }));
+    EXPECT_TRUE(throwsBadAlloc(1, [&] { createFromGeometry(1, 2, 3, numbers); }));
+    EXPECT_TRUE(throwsBadAlloc(1, [&] { createFromSolid(1, 2, 3, numbers, 4, numbers); }));
 }
 
-TEST(ExternalVersionMemory, AnAssignmentThatFailsThrowsAndLeavesAnObjectThatCanBeDestroyed) {
+TEST(ExternalVersionMemory, AnAssignmentThatFailsThrowsAndChangesNothing) {
+    double d[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    double c[3] = {-1, -2, -3};
     const ExternalVersion source = createFromBoundingBox(1, 2, 3);
-    ExternalVersion target;
-    EXPECT_TRUE(throwsBadAlloc([&] { target = source; }));
+    ExternalVersion target = createFromSolid(4, 5, 6, d, 7, c);
+    std::array<char, 124> before;
+    ASSERT_EQ(target.toByteStream(124, before.data()), 124u);
+    EXPECT_TRUE(throwsBadAlloc(1, [&] { target = source; }));
+    std::array<char, 124> after;
+    ASSERT_EQ(target.toByteStream(124, after.data()), 124u);
+    EXPECT_EQ(after, before);
 }
 
 TEST(ExternalVersionMemory, ReadingAndComparingAllocateNothing) {

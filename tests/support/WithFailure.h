@@ -1,0 +1,62 @@
+#pragma once
+
+// Runs something while an allocation fails, and tells what came of it (INTERNAL suites only, as FailingAllocation.h).
+
+#include "support/FailingAllocation.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <new>
+#include <string>
+
+namespace velmor_tests {
+
+/// Runs something and gives what it printed on standard error.
+template <class Function>
+std::string errorOf(Function function) {
+    testing::internal::CaptureStderr();
+    function();
+    std::string text = testing::internal::GetCapturedStderr();
+    std::erase(text, '\r');
+    return text;
+}
+
+/// What one attempt with a failing allocation did.
+struct Attempt {
+    bool failed = false;  ///< The allocation was reached.
+    std::size_t size = 0; ///< What it asked for.
+    std::string error;    ///< Printed on standard error.
+};
+
+/// Runs something while its n-th allocation, and all later ones if asked, fail.
+template <class Function>
+Attempt withFailure(unsigned n, bool andAllLater, Function function) {
+    Attempt attempt;
+    attempt.error = errorOf([&] {
+        const FailAllocation fail(n, andAllLater);
+        function();
+        attempt.failed = fail.happened();
+        attempt.size = fail.failedSize();
+    });
+    return attempt;
+}
+
+/// Whether a function throws std::bad_alloc when its n-th allocation fails.
+template <class Function>
+bool throwsBadAlloc(unsigned n, Function function) {
+    const FailAllocation fail(n);
+    try {
+        function();
+    } catch (const std::bad_alloc&) {
+        return true;
+    }
+    return false;
+}
+
+/// The line that the hash-table store prints for an allocation that failed.
+inline std::string message(std::size_t size, const std::string& label) {
+    return "libtabrix: cannot allocate memory (" + std::to_string(size) + " bytes) for " + label + "\n";
+}
+
+} // namespace velmor_tests
