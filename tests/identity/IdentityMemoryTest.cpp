@@ -1,4 +1,4 @@
-#include "support/FailingAllocation.h"
+#include "support/WithFailure.h"
 
 #include <Velmor/Identity.h>
 
@@ -10,51 +10,22 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 using namespace Velmor;
-using velmor_tests::FailAllocation;
+using namespace velmor_tests;
 
 namespace {
 
-/// Runs something and gives what it printed on standard error.
-template <class Function>
-std::string errorOf(Function function) {
-    testing::internal::CaptureStderr();
-    function();
-    std::string text = testing::internal::GetCapturedStderr();
-    std::erase(text, '\r');
-    return text;
-}
-
-/// Whether a function throws std::bad_alloc when its n-th allocation fails.
-template <class Function>
-bool throwsBadAlloc(unsigned n, Function function) {
-    const FailAllocation fail(n);
-    try {
-        function();
-    } catch (const std::bad_alloc&) {
-        return true;
-    }
-    return false;
-}
-
 /// What one insertion did whose n-th allocation failed.
-struct Attempt {
+struct Insertion : Attempt {
     std::uint32_t id = 0;
-    bool failed = false;
-    std::size_t size = 0;
-    std::string error;
 };
 
-Attempt insertWithFailure(ExternalGUIDDatabase& database, const ExternalGUID& guid, unsigned n) {
-    Attempt attempt;
-    attempt.error = errorOf([&] {
-        const FailAllocation fail(n);
-        attempt.id = database.insertGUID(guid);
-        attempt.failed = fail.happened();
-        attempt.size = fail.failedSize();
-    });
-    return attempt;
+Insertion insertWithFailure(ExternalGUIDDatabase& database, const ExternalGUID& guid, unsigned n) {
+    Insertion insertion;
+    static_cast<Attempt&>(insertion) = withFailure(n, false, [&] { insertion.id = database.insertGUID(guid); });
+    return insertion;
 }
 
 ExternalGUID spatial(double value) {
@@ -79,10 +50,6 @@ ExternalGUID keyed(std::uint32_t type, std::uint32_t number) {
     default:
         return ExternalGUID::fromDWGHandle(number);
     }
-}
-
-std::string message(std::size_t size, const std::string& label) {
-    return "libtabrix: cannot allocate memory (" + std::to_string(size) + " bytes) for " + label + "\n";
 }
 
 } // namespace
@@ -153,7 +120,7 @@ TEST(ExternalGUIDDatabaseMemory, FailedChunkAnswersZeroSilently) {
     unsigned n = 1;
     for (;; ++n) {
         ASSERT_LT(n, 10u);
-        const Attempt attempt = insertWithFailure(database, spatial(5000), n);
+        const Insertion attempt = insertWithFailure(database, spatial(5000), n);
         EXPECT_EQ(attempt.error, "");
         if (!attempt.failed) {
             EXPECT_EQ(attempt.id, 1024u);
@@ -161,7 +128,7 @@ TEST(ExternalGUIDDatabaseMemory, FailedChunkAnswersZeroSilently) {
         }
         EXPECT_EQ(attempt.id, 0u);
         // Also what is there already is answered so: the room is made before the search.
-        const Attempt known = insertWithFailure(database, spatial(7), n);
+        const Insertion known = insertWithFailure(database, spatial(7), n);
         EXPECT_TRUE(known.failed);
         EXPECT_EQ(known.id, 0u);
         EXPECT_EQ(known.error, "");
@@ -198,7 +165,7 @@ TEST(ExternalGUIDDatabaseMemory, RefusedInsertionUsesItsIdUp) {
                 ASSERT_EQ(database.insertGUID(keyed(type, i)), 0xFFFFFFFEu - i);
             std::uint32_t next = 0xFFFFFFFEu - rows;
             for (unsigned n = 1; n <= expected.size(); ++n, --next) {
-                const Attempt attempt = insertWithFailure(database, keyed(type, rows), n);
+                const Insertion attempt = insertWithFailure(database, keyed(type, rows), n);
                 ASSERT_TRUE(attempt.failed);
                 EXPECT_EQ(attempt.id, 0xFFFFFFFFu);
                 if (expected[n - 1].size != 0) {
@@ -216,6 +183,28 @@ TEST(ExternalGUIDDatabaseMemory, RefusedInsertionUsesItsIdUp) {
             for (std::uint32_t i = 0; i < rows; ++i)
                 ASSERT_EQ(database.findGUID(keyed(type, i)), 0xFFFFFFFEu - i);
         }
+}
+
+TEST(ExternalGUIDDatabaseMemory, IdsBehindAUsedUpOneStillGiveTheirIdentities) {
+    for (std::uint32_t type = 2; type <= 5; ++type) {
+        SCOPED_TRACE("type " + std::to_string(type));
+        ExternalGUIDDatabase database;
+        for (std::uint32_t i = 0; i < 2000; ++i)
+            ASSERT_EQ(database.insertGUID(keyed(type, i)), 0xFFFFFFFEu - i);
+        const Insertion refused = insertWithFailure(database, keyed(type, 2000), 1);
+        ASSERT_TRUE(refused.failed);
+        ASSERT_EQ(refused.id, 0xFFFFFFFFu);
+        // Rows and ids are one apart from here on.
+        for (std::uint32_t i = 2001; i < 2100; ++i)
+            ASSERT_EQ(database.insertGUID(keyed(type, i)), 0xFFFFFFFEu - i);
+        for (std::uint32_t i = 0; i < 2100; ++i) {
+            const ExternalGUID found = database.findGUID(static_cast<ExternalGUIDRuntimeID_e>(0xFFFFFFFEu - i));
+            const ExternalGUID expected = i == 2000 ? ExternalGUID::fromByteStream(0, nullptr) : keyed(type, i);
+            unsigned size = 0;
+            const std::string bytes(found.getBytes(&size), 96);
+            ASSERT_EQ(bytes, std::string(expected.getBytes(&size), 96)) << i;
+        }
+    }
 }
 
 TEST(ExternalGUIDDatabaseMemory, SearchesAllocateNothing) {
@@ -255,18 +244,29 @@ TEST(ExternalGUIDDatabaseMemory, ADatabaseShortOfMemoryAtItsBirthAnswersSafely) 
             ASSERT_NE(database, nullptr);
             EXPECT_EQ(error, "");
         }
-        if (!database)
+        if (!database) {
+            EXPECT_EQ(n, 1u) << "only without its state there is no database";
+            EXPECT_EQ(error, "");
             continue;
+        }
         // A table that is not there has no room: its kind is refused. Everything else works as ever.
-        errorOf([&] {
+        const std::string laterError = errorOf([&] {
+            std::uint32_t answers[6] = {};
             for (std::uint32_t round = 0; round < 2; ++round)
                 for (std::uint32_t type = 2; type <= 5; ++type)
                     for (std::uint32_t i = 0; i < 10; ++i) {
                         const std::uint32_t number = database->insertGUID(keyed(type, i));
+                        answers[type] += number != NoRuntimeID ? 1 : 0;
                         EXPECT_EQ(database->findGUID(keyed(type, i)), number);
                         EXPECT_EQ(database->findGUID(static_cast<ExternalGUIDRuntimeID_e>(number)).getType(),
                                   number == NoRuntimeID ? 0u : type);
                     }
+            int refusedKinds = 0;
+            for (std::uint32_t type = 2; type <= 5; ++type) {
+                EXPECT_TRUE(answers[type] == 0 || answers[type] == 20) << "type " << type << ": " << answers[type];
+                refusedKinds += answers[type] == 0 ? 1 : 0;
+            }
+            EXPECT_EQ(refusedKinds, error.empty() ? 0 : 1);
             if (error.empty()) { // it was no table that failed
                 for (std::uint32_t type = 2; type <= 5; ++type)
                     EXPECT_EQ(database->insertGUID(keyed(type, 0)), 0xFFFFFFFEu - 10 * (type - 2));
@@ -276,5 +276,6 @@ TEST(ExternalGUIDDatabaseMemory, ADatabaseShortOfMemoryAtItsBirthAnswersSafely) 
             EXPECT_EQ(database->insertGUID(spatial(2)), 1u);
             EXPECT_EQ(database->findGUID(spatial(2)), 1u);
         });
+        EXPECT_EQ(laterError, "");
     }
 }
