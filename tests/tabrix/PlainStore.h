@@ -84,8 +84,7 @@ public:
     void find(const PlainIndex& index, const Bytes& row) const;
 
     /// Compares every record of the table with the model.
-    /// @param pointerArrayMayHaveGrown an insertion failed after it had made room for the pointer to a new bucket.
-    void verify(bool pointerArrayMayHaveGrown = false) const;
+    void verify() const;
 
 private:
     void verifyIndex(const PlainIndex& index) const;
