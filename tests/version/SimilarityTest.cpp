@@ -83,8 +83,8 @@ double plainSimilarity(const Fields& a, const Fields& b) {
     const double fb = close(apart(a.box, b.box) / scale);
     if (a.type == 3)
         return fc * fd * fb;
-    const double most = std::max(a.volume, b.volume);
-    const double least = std::min(a.volume, b.volume);
+    const double most = a.volume > b.volume ? a.volume : b.volume;
+    const double least = a.volume > b.volume ? b.volume : a.volume;
     const double ratio = std::fabs(most) > 1e-20 ? least / most : 1.0;
     const double fv = std::pow(clamped((ratio - 0.5) + (ratio - 0.5)), 3.0);
     return fc * fv * fd * fb;
@@ -278,6 +278,17 @@ TEST(Similarity, OfVolumesIsTheirRatio) {
     EXPECT_TRUE(std::isnan(similarity(solid(10, infinity), solid(10, infinity))));
 }
 
+TEST(Similarity, OfANaNVolumeDependsOnItsSide) {
+    // Beside a NaN the second volume is taken as the greater one. The first's NaN then is the smaller, and so is the ratio a
+    // NaN; the second's is not known to be large enough for a ratio.
+    for (double other : {10.0, -10.0, 1e300, infinity}) {
+        EXPECT_TRUE(std::isnan(similarity(solid(10, notANumber), solid(10, other)))) << other;
+        EXPECT_EQ(similarity(solid(10, other), solid(10, notANumber)), 1.0) << other;
+    }
+    EXPECT_EQ(similarity(solid(10, notANumber), solid(10, 0)), 1.0) << "too small for a ratio";
+    EXPECT_EQ(similarity(solid(10, notANumber), solid(10, notANumber)), 1.0);
+}
+
 TEST(Similarity, OfAGeometryIgnoresVolumes) {
     Fields a = geometry();
     Fields b = geometry();
@@ -356,7 +367,8 @@ TEST(Similarity, OfFactoryMadeVersions) {
 }
 
 TEST(Similarity, HasTheSameBitsOnEverySystem) {
-    // Worked out in exact arithmetic, rounded after each operation and once after each power.
+    // Worked out with Python's fractions: each operation exact, then rounded to the nearest double, ties to even; square
+    // roots by math.isqrt of 2^800 times the number; powers exact and rounded once.
     const struct {
         Fields a, b;
         double similarity;
@@ -451,12 +463,13 @@ TEST(Similarity, MatchesThePlainModel) {
                 x += random.number(-0.3, 0.3) * off;
             b.volume *= random.number(0.5, 2);
             if (random.below(10) == 0) {
-                const double odds[] = {0.0, -0.0, 5e-324, 1e300, -1e300, 1e-20, -1};
-                const double odd = odds[random.below(7)];
-                (round % 4 == 0   ? a.volume
-                 : round % 4 == 1 ? b.d[random.below(8)]
-                 : round % 4 == 2 ? a.box[1]
-                                  : b.centroid[2]) = odd;
+                const double odds[] = {0.0, -0.0, 5e-324, 1e300, -1e300, 1e-20, -1, notANumber};
+                const double odd = odds[random.below(8)];
+                (round % 5 == 0   ? a.volume
+                 : round % 5 == 1 ? b.d[random.below(8)]
+                 : round % 5 == 2 ? a.box[1]
+                 : round % 5 == 3 ? b.centroid[2]
+                                  : b.volume) = odd;
             }
             if (random.below(50) == 0)
                 std::fill_n(a.d, 8, 0.0);
