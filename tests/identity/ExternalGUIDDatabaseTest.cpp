@@ -13,7 +13,10 @@
 #include <limits>
 #include <new>
 #include <random>
+#include <string>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 using namespace Velmor;
 using velmor_tests::Hash;
@@ -635,7 +638,7 @@ TEST(ExternalGUIDDatabase, AssignmentToItselfChangesNothing) {
     EXPECT_EQ(database.findGUID(ifc(globalId(1))), 0xFFFFFFFEu);
 }
 
-VELMOR_SCENARIO(DatabaseSession) {
+VELMOR_SCENARIO(DatabaseAtWork) {
     ExternalGUIDDatabase database;
     const ExternalGUID guids[] = {ExternalGUID(),
                                   spatial(filled(notANumber)),
@@ -657,7 +660,7 @@ VELMOR_SCENARIO(DatabaseSession) {
 }
 
 TEST(ExternalGUIDDatabase, ReportsNothingToADebugger) {
-    const auto run = velmor_tests::runUnderDebugger("DatabaseSession");
+    const auto run = velmor_tests::runUnderDebugger("DatabaseAtWork");
     EXPECT_TRUE(run.exited);
     EXPECT_EQ(run.exitCode, 0u);
     EXPECT_EQ(run.breaks, 0);

@@ -156,7 +156,8 @@ TEST(SpatialHash, EqualVerticesHaveNoRadius) {
 }
 
 TEST(SpatialHash, OctantsFollowTheSignsOfTheThreeAxes) {
-    // Around the centre 0, octant k's only vertex is k + 1 along each axis; the box is held by one vertex at each end.
+    // Vertices (+-2, +-3, +-6): two opposite ones hold the box around the centre 0, each at distance 7 and alone in its
+    // octant.
     for (unsigned octant = 0; octant < 8; ++octant) {
         const double x = octant & 1 ? 2 : -2;
         const double y = octant & 2 ? 3 : -3;
@@ -183,7 +184,9 @@ TEST(SpatialHash, TheFarthestVertexOfAnOctantCounts) {
 }
 
 TEST(SpatialHash, SquaresAreSummedInTheirOrder) {
-    // Each of these differs in its last bit from some other order of the sum, or from one with fused products.
+    // Each of these differs in its last bit from every other order of the sum, and from some way to fuse the products.
+    // Worked out with Python's fractions: each operation exact, then rounded to the nearest double; roots by math.isqrt of
+    // 2^800 times the number.
     const struct {
         double x, y, z, radius;
     } cases[] = {
