@@ -45,7 +45,7 @@ build() {
     if [[ -e $root/build/$preset/CMakeCache.txt ]] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$root/build/$preset/CMakeCache.txt"; then
         rm -rf "$root/build/$preset"
     fi
-    if [[ ! -e $root/build/$preset/build.ninja ]]; then
+    if [[ ! -e $root/build/$preset/build.ninja || $root/CMakePresets.json -nt $root/build/$preset/CMakeCache.txt ]]; then
         if ! (cd "$root" && cmake --preset "$preset" "${options[@]}") >"$log" 2>&1; then
             cat "$log" >&2
             echo "Configuring $preset failed." >&2
