@@ -213,8 +213,12 @@ unsigned getTempPath(unsigned capacity, WideChar* buffer) {
 }
 
 unsigned getTempFileName(const WideChar* folder, const WideChar* prefix, WideChar* name) {
+    if (*folder == 0) { // there was no folder to be had; the current one is no place for temporary files
+        posix::setLastError(posix::errorPathNotFound);
+        return 0;
+    }
     WideString path = folder;
-    if (!path.empty() && path.back() != VELMOR_WIDE('/'))
+    if (path.back() != VELMOR_WIDE('/'))
         path += VELMOR_WIDE('/');
     path.append(WideString(prefix), 0, 3);
     constexpr std::size_t endingLength = 8; // "xxxx.tmp"
