@@ -159,8 +159,8 @@ bool readFile(HANDLE file, void* buffer, std::uint32_t size, std::uint32_t* coun
         const ssize_t result = read(descriptor, static_cast<char*>(buffer) + *count, size - *count);
         if (result < 0 && errno == EINTR)
             continue;
-        if (result < 0)
-            return failAccess(descriptor);
+        if (result < 0) // behind a part that was read, the next call meets the failure
+            return *count != 0 || failAccess(descriptor);
         *count += static_cast<std::uint32_t>(result);
         if (result == 0 || *count == size)
             return true;
