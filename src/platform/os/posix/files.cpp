@@ -91,12 +91,14 @@ public:
         pthread_sigmask(SIG_BLOCK, &signals_, &former_);
     }
 
-    ~WriteSignalsHeld() {
+    ~WriteSignalsHeld() { pthread_sigmask(SIG_SETMASK, &former_, nullptr); }
+
+    /// Takes the signal that came with a failed write. Keeps errno.
+    void discard() const {
         const int savedError = errno;
         const timespec noWait = {};
         while (sigtimedwait(&signals_, nullptr, &noWait) > 0) {
         }
-        pthread_sigmask(SIG_SETMASK, &former_, nullptr);
         errno = savedError;
     }
 
@@ -179,15 +181,19 @@ bool writeFile(HANDLE file, const void* data, std::uint32_t size) {
     }
     const WriteSignalsHeld held;
     std::uint32_t written = 0;
-    do {
+    for (;;) {
         const ssize_t result = write(descriptor, static_cast<const char*>(data) + written, size - written);
         if (result < 0 && errno == EINTR)
             continue;
-        if (result < 0)
+        if (result < 0) {
+            if (errno == EPIPE || errno == EFBIG)
+                held.discard();
             return failAccess(descriptor);
+        }
         written += static_cast<std::uint32_t>(result);
-    } while (written < size);
-    return true;
+        if (written >= size)
+            return true;
+    }
 }
 
 bool setFilePointer(HANDLE file, std::int32_t distance) {
