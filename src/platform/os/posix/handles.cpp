@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace Velmor::os {
@@ -114,6 +115,11 @@ bool closeHandle(HANDLE handle) {
     using namespace posix;
     const int descriptor = descriptorOf(handle);
     if (descriptor >= 0) {
+        // A child that is just being started has a copy of the descriptor until its program runs, and with it the file's
+        // lock. Where the program is not to have the descriptor, the lock ends here.
+        const int flags = fcntl(descriptor, F_GETFD);
+        if (flags >= 0 && (flags & FD_CLOEXEC) != 0)
+            flock(descriptor, LOCK_UN);
         if (close(descriptor) == 0)
             return true;
         setLastErrorFromErrno(errno);
