@@ -28,6 +28,8 @@ DynamicLibrary::~DynamicLibrary() {
 
 DynamicLibrary* DynamicLibrary::loadDynamicLibrary(const WideString& name, const WideString& folder) {
     const WideString oldPath = EnvironmentVariables::GetString(VELMOR_WIDE("PATH"));
+    if (oldPath.empty() && os::getEnvironmentVariable(VELMOR_WIDE("PATH"), nullptr, 0) > 1)
+        return new DynamicLibrary(nullptr); // it could not be read, and what could not be given back is not lent
     const WideString newPath = folder + os::searchPathSeparator() + oldPath;
     void* const module = loadWithPath(name, newPath, oldPath);
     if (module == nullptr && os::isDebuggerPresent()) {
