@@ -124,12 +124,13 @@ inline void decodeRegular(const unsigned char* source, const ByteBlock& bytes, W
     unsigned char steps[block];
     store(steps, bytes.steps());
     WideChar* const end = destination + bytes.characters();
-    const WideChar behind = *end;
+    unsigned char behind[sizeof(WideChar)]; // as bytes: the caller may never have written that unit
+    std::memcpy(behind, end, sizeof behind);
     for (std::size_t i = 0; i < block; ++i) {
         *destination = units[i];
         destination += steps[i];
     }
-    *end = behind;
+    std::memcpy(end, behind, sizeof behind);
 }
 
 /// The bytes of eight units below 0x800, in two bytes each.
