@@ -51,22 +51,25 @@ int parseNumber(const char*& position) {
     return number;
 }
 
+/// The flags that C defines for a type of conversion; what the others do is left open.
+const char* definedFlags(char type) {
+    if (std::strchr("cCsSp", type) != nullptr)
+        return "-";
+    return std::strchr("diu", type) != nullptr ? "-+ 0" : "-+ #0";
+}
+
 /// Appends what a conversion prints whose arguments are all zero.
 /// @param position behind the percent sign.
 /// @return behind the conversion; null if there is none that a formatter knows.
 const char* appendZeroConversion(const char* position, BoundedText& out) {
-    constexpr const char* flagCharacters = "-+ #0";
-    char conversion[16] = "%";
-    std::size_t length = 1;
-
     // "%5$d" names the argument: it is a zero like all others.
     const char* afterDigits = position + std::strspn(position, "0123456789");
     if (afterDigits != position && *afterDigits == '$')
         position = afterDigits + 1;
 
-    for (; *position != '\0' && std::strchr(flagCharacters, *position) != nullptr; ++position)
-        if (std::memchr(conversion + 1, *position, length - 1) == nullptr)
-            conversion[length++] = *position;
+    const char* const flags = position;
+    const std::size_t flagCount = std::strspn(position, "-+ #0");
+    position += flagCount;
     const int width = parseNumber(position);
     int precision = -1; // taken as if it were not given
     if (*position == '.') {
@@ -78,9 +81,14 @@ const char* appendZeroConversion(const char* position, BoundedText& out) {
     else
         position += std::strspn(position, "hljztLqwI");
 
+    const char type = *position;
+    char conversion[16] = "%";
+    std::size_t length = 1;
+    for (const char* flag = definedFlags(type); *flag != '\0'; ++flag)
+        if (std::memchr(flags, *flag, flagCount) != nullptr)
+            conversion[length++] = *flag;
     std::memcpy(conversion + length, "*.*", 3);
     length += 3;
-    const char type = *position;
     switch (type) {
     case 'd':
     case 'i':
