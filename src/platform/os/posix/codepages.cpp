@@ -1,6 +1,7 @@
 #include "platform/os/os.h"
 #include "platform/os/posix/codepagedata.h"
 #include "platform/os/posix/handles.h"
+#include "platform/os/posix/utf16.h"
 
 #include <algorithm>
 #include <array>
@@ -213,14 +214,6 @@ private:
     }
 };
 
-constexpr bool isHighSurrogate(WideChar unit) {
-    return (unit & 0xFC00) == 0xD800;
-}
-
-constexpr bool isLowSurrogate(WideChar unit) {
-    return (unit & 0xFC00) == 0xDC00;
-}
-
 class Utf8Writer {
 public:
     Character<char> read(const WideChar* source, std::size_t length) const {
@@ -229,14 +222,14 @@ public:
             return {{static_cast<char>(unit)}, 1, 1};
         if (unit < 0x800)
             return {{static_cast<char>(0xC0 | unit >> 6), continuation(unit)}, 2, 1};
-        if (isHighSurrogate(source[0]) && length > 1 && isLowSurrogate(source[1])) {
+        if (posix::isHighSurrogate(source[0]) && length > 1 && posix::isLowSurrogate(source[1])) {
             const unsigned value = 0x10000 + ((unit & 0x3FF) << 10 | (source[1] & 0x3FFu));
             return {{static_cast<char>(0xF0 | value >> 18), continuation(value >> 12), continuation(value >> 6),
                      continuation(value)},
                     4,
                     2};
         }
-        const bool alone = isHighSurrogate(source[0]) || isLowSurrogate(source[0]);
+        const bool alone = posix::isHighSurrogate(source[0]) || posix::isLowSurrogate(source[0]);
         const unsigned value = alone ? replacementCharacter : unit;
         return {{static_cast<char>(0xE0 | value >> 12), continuation(value >> 6), continuation(value)}, 3, 1};
     }
@@ -391,7 +384,7 @@ public:
 
     Character<char> read(const WideChar* source, std::size_t length) {
         Character<char> result;
-        if (isHighSurrogate(source[0]) && length > 1 && isLowSurrogate(source[1]) && encode(source, 2, result))
+        if (posix::isHighSurrogate(source[0]) && length > 1 && posix::isLowSurrogate(source[1]) && encode(source, 2, result))
             return result;
         if (encode(source, 1, result))
             return result;

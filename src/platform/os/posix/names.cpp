@@ -1,5 +1,7 @@
 #include "platform/os/posix/names.h"
 
+#include "platform/os/posix/utf16.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -8,14 +10,6 @@ namespace Velmor::os::posix {
 namespace {
 
 constexpr std::uint32_t byteEscape = 0xDC00; // a byte b that is no UTF-8 stands as U+DC00 + b, which begins at U+DC80
-
-bool isHighSurrogate(std::uint32_t unit) {
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-
-bool isLowSurrogate(std::uint32_t unit) {
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
 
 /// Reads one character of well-formed UTF-8, surrogates and overlong forms excluded.
 /// @return its length in bytes; 0 if there is none.
