@@ -1,6 +1,7 @@
 #include "platform/os/posix/environment.h"
 #include "platform/os/posix/handles.h"
 #include "platform/os/posix/names.h"
+#include "platform/os/posix/priority.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -21,9 +22,6 @@
 namespace Velmor::os {
 
 namespace {
-
-/// BELOW_NORMAL_PRIORITY_CLASS on the scale of nice: of the process, not relative to its parent.
-constexpr int belowNormalNice = 5;
 
 /// The exit code of a process that somebody else has waited for: a host that ignores SIGCHLD or waits for all its children.
 constexpr unsigned exitCodeTakenAway = 0xFFFFFFFF;
@@ -293,7 +291,7 @@ HANDLE createProcess(const WideChar* application, WideChar* commandLine, bool in
                          argumentPointers.data(),
                          environmentPointers.data(),
                          inheritHandles,
-                         std::max(getpriority(PRIO_PROCESS, 0), belowNormalNice),
+                         std::max(getpriority(PRIO_PROCESS, 0), posix::belowNormalNice), // not relative to this process
                          descriptors.rlim_cur,
                          -1};
 

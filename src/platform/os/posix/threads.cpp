@@ -1,4 +1,5 @@
 #include "platform/os/posix/handles.h"
+#include "platform/os/posix/priority.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,9 +17,6 @@
 namespace Velmor::os {
 
 namespace {
-
-/// THREAD_PRIORITY_BELOW_NORMAL on the scale of nice, relative to the process.
-constexpr int belowNormalNice = 5;
 
 class Thread : public posix::Object {
 public:
@@ -53,7 +51,7 @@ public:
 private:
     void lower() const {
         const int ofProcess = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
-        setpriority(PRIO_PROCESS, static_cast<id_t>(id_), ofProcess + belowNormalNice);
+        setpriority(PRIO_PROCESS, static_cast<id_t>(id_), ofProcess + posix::belowNormalNice);
     }
 
     std::mutex mutex_;
