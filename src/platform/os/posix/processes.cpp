@@ -201,8 +201,8 @@ struct Launch {
     char* const* environment;
     bool inheritHandles;
     int nice;
-    rlim_t descriptorLimit;
-    int failurePipe; ///< Takes the errno of a failure; closed by a successful exec.
+    rlim_t descriptorLimit; ///< The hard one: descriptors may be open from before the soft one was lowered.
+    int failurePipe;        ///< Takes the errno of a failure; closed by a successful exec.
 };
 
 /// Lets exec close everything but the standard streams.
@@ -212,7 +212,8 @@ void closeAllOnExec(const Launch& launch) {
     if (syscall(SYS_close_range, STDERR_FILENO + 1, ~0U, closeOnExec) == 0)
         return;
 #endif
-    const int limit = static_cast<int>(std::min<rlim_t>(launch.descriptorLimit, INT_MAX));
+    constexpr rlim_t usualMaximum = 1 << 20; // of the system, unless it was told otherwise
+    const int limit = static_cast<int>(std::min(launch.descriptorLimit, usualMaximum));
     for (int descriptor = STDERR_FILENO + 1; descriptor < limit; ++descriptor)
         fcntl(descriptor, F_SETFD, FD_CLOEXEC);
 }
@@ -292,7 +293,7 @@ HANDLE createProcess(const WideChar* application, WideChar* commandLine, bool in
                          environmentPointers.data(),
                          inheritHandles,
                          std::max(getpriority(PRIO_PROCESS, 0), posix::belowNormalNice), // not relative to this process
-                         descriptors.rlim_cur,
+                         descriptors.rlim_max,
                          -1};
 
         // The handle comes first: behind the fork nothing may fail any more.
