@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <mutex>
 #include <new>
 #include <string>
@@ -26,6 +28,37 @@ namespace {
 /// The exit code of a process that somebody else has waited for: a host that ignores SIGCHLD or waits for all its children.
 constexpr unsigned exitCodeTakenAway = 0xFFFFFFFF;
 
+/// Children that are still to be waited for, because no thread could be had for it. They are asked for whenever a process is
+/// started or its handle closed.
+class Orphans {
+public:
+    void add(pid_t pid) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        try {
+            pids_.push_back(pid);
+        } catch (const std::bad_alloc&) {
+            // It stays behind as a zombie.
+        }
+    }
+
+    /// Lets go of those that have ended.
+    void sweep() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        pids_.erase(
+            std::remove_if(pids_.begin(), pids_.end(), [](pid_t pid) { return waitpid(pid, nullptr, WNOHANG) != 0; }),
+            pids_.end());
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<pid_t> pids_;
+};
+
+Orphans& orphans() {
+    static Orphans* const instance = new Orphans; // never destroyed: threads may outlive main()
+    return *instance;
+}
+
 /// Waits for a child that nobody else knows any more.
 void* reap(void* child) {
     const pid_t pid = static_cast<pid_t>(reinterpret_cast<std::intptr_t>(child));
@@ -43,9 +76,11 @@ void reapInBackground(pid_t pid) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    pthread_attr_setstacksize(&attributes, std::max<std::size_t>(static_cast<std::size_t>(PTHREAD_STACK_MIN), 64 * 1024));
     pthread_sigmask(SIG_SETMASK, &all, &former);
     pthread_t thread;
-    pthread_create(&thread, &attributes, &reap, reinterpret_cast<void*>(static_cast<std::intptr_t>(pid)));
+    if (pthread_create(&thread, &attributes, &reap, reinterpret_cast<void*>(static_cast<std::intptr_t>(pid))) != 0)
+        orphans().add(pid);
     pthread_sigmask(SIG_SETMASK, &former, nullptr);
     pthread_attr_destroy(&attributes);
 }
@@ -56,6 +91,7 @@ public:
     Process() = default;
 
     ~Process() override {
+        orphans().sweep();
         update();
         if (waitable_)
             reapInBackground(pid_);
@@ -281,6 +317,7 @@ pid_t launchChild(Launch& launch) {
 
 HANDLE createProcess(const WideChar* application, WideChar* commandLine, bool inheritHandles) {
     try {
+        orphans().sweep();
         const std::string program = posix::narrowName(application);
         std::vector<std::string> arguments = splitCommandLine(commandLine, program);
         std::vector<std::string> environment = posix::environmentEntries();
