@@ -103,8 +103,8 @@ static_assert(sizeof(Signal) == sizeof(void*), "a signal is one handle");
 /// A file handle with the few operations that the exchange of data between processes needs.
 ///
 /// Failure: the factories always return a stream; when a file could not be opened its handle is `INVALID_HANDLE_VALUE` (all
-/// bits set), which `getHandle` shows. The first failure in the process, per factory and for writing, is reported to an
-/// attached debugger.
+/// bits set; off Windows, where there is no such macro, `ProcessOperations::InvalidHandle()`), which `getHandle` shows. The
+/// first failure in the process, per factory and for writing, is reported to an attached debugger.
 ///
 /// Ownership: the caller deletes the streams that the factories return; deleting closes the handle, unless the stream came
 /// from `createFromHandle`.
@@ -187,11 +187,11 @@ public:
     EnvironmentVariables& operator=(EnvironmentVariables&&) = default;
 
     /// Replaces every `%NAME%` of a text by that variable's value; names without a variable stay as they are.
-    /// @return the text; what comes back for an expansion of more than 32,766 units is not defined.
+    /// @return the text; empty without memory. What comes back for an expansion of more than 32,766 units is not defined.
     static WideString ExpandVariables(const WideString& text);
 
     /// The value of a variable, of up to 32,766 units.
-    /// @return the value; empty when the variable is missing.
+    /// @return the value; empty when the variable is missing, without memory, and on Linux for a longer value.
     static WideString GetString(const WideString& name);
 
     /// Sets a variable. An empty value sets it to the empty text and does not remove it.
@@ -205,8 +205,8 @@ public:
     static void SetInt(const WideString& name, int value);
 
     /// The handle that a variable publishes, as the signed decimal number of its value. It is not validated.
-    /// @return the handle; `INVALID_HANDLE_VALUE` for a missing variable (the first time reported to an attached debugger),
-    ///         null for a text that is no number.
+    /// @return the handle; `INVALID_HANDLE_VALUE` for a missing or empty variable and for a text of 2,047 units or more (the
+    ///         first time reported to an attached debugger); null for a text that is no number or has 1,024 to 2,046 units.
     static HANDLE GetFileStreamHandle(const WideString& name);
 
     /// Publishes a handle for child processes, as the signed decimal number of its value.
@@ -217,7 +217,8 @@ public:
 ///
 /// Failure: stated per operation; nothing throws, nothing is reported.
 ///
-/// Ownership: a process handle is the caller's, who closes it with `closeProcess`; the process runs on without it.
+/// Ownership: a process handle is the caller's, who closes it with `closeProcess`; the process runs on without it. On
+/// Windows one more handle, of the child's primary thread, stays open for every child until the caller's process ends.
 ///
 /// Threads: all operations may run concurrently.
 class VELMOR_API ProcessOperations {
@@ -245,7 +246,7 @@ public:
     /// Ends a process with the given exit code; does nothing to one that has ended.
     static void terminateProcess(HANDLE process, unsigned exitCode);
 
-    /// Closes a process handle; the process runs on.
+    /// Closes a process handle; the process runs on. On Linux a thread of the library's own then waits for its end.
     static void closeProcess(HANDLE process);
 };
 
@@ -261,13 +262,14 @@ public:
     ThreadOperations& operator=(const ThreadOperations&) = default;
     ThreadOperations& operator=(ThreadOperations&&) = default;
 
-    /// Starts a thread with a private copy of an argument block, and waits until that copy is taken.
+    /// Starts a thread with a private copy of an argument block, and waits until that copy is taken: for ever if the system
+    /// cannot start a thread.
     /// @param function      runs on the new thread with the copy and its size; its result is the thread's exit code. The
     ///                      copy is freed when it returns; it is null if there was no memory for it.
     /// @param data          the argument block; needed only until this call returns.
     /// @param size          its size in bytes.
     /// @param lowerPriority whether the thread runs at lowered priority.
-    /// @return the thread handle; null when there was no memory.
+    /// @return the thread handle; null when there was no memory for what the call itself needs.
     static unsigned* createThread(unsigned (*function)(void* data, std::uint64_t size), const void* data, std::uint64_t size,
                                   bool lowerPriority);
 
@@ -306,7 +308,8 @@ public:
     DynamicLibrary& operator=(const DynamicLibrary&) = delete;
 
     /// Loads a module; the folder stands first in "PATH" meanwhile, so that the module and what it depends on are found
-    /// there. "PATH" is restored in every case.
+    /// there. "PATH" is restored in every case; one that was not set is left empty. When it cannot be read, being too long
+    /// or for want of memory, it is left alone and nothing is loaded.
     /// @param name   the module's file name, with or without its ending, or its path.
     /// @param folder the folder.
     static DynamicLibrary* loadDynamicLibrary(const WideString& name, const WideString& folder);
