@@ -52,7 +52,9 @@ public:
     /// @param sourceLength its length in bytes.
     static WideString ConvertFromUTF8(const unsigned char* source, std::size_t sourceLength);
 
-    /// Decodes UTF-8 into the caller's buffer, by the rules of the forms above.
+    /// Decodes UTF-8 into the caller's buffer, by the rules of the forms above, except that a sequence that the end of the
+    /// text cuts off leaves no zero unit: a first byte of two ends the text, a first byte of three alone is dropped, and one
+    /// of three with one continuation byte is an error.
     /// @param source              the text.
     /// @param sourceLength        its length in bytes.
     /// @param[out] destination    receives the text and a terminating zero unit; text that does not fit is cut.
@@ -111,6 +113,7 @@ public:
     static WideString AsWString(unsigned int value);
 
     /// The number that a text begins with: white space, an optional sign, decimal digits up to the first other character.
+    /// White space and digits of other scripts count as well.
     /// @return the number, held at the ends of its range; 0 for text without digits.
     static int IntFromWString(const WideString& text);
 
