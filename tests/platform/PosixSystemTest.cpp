@@ -14,15 +14,21 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
 #include <fcntl.h>
+#include <link.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace velmor_tests;
@@ -258,6 +264,24 @@ TEST(PosixFiles, ReadFromAPipeGivesWhatIsThere) {
     close(ends[0]);
 }
 
+TEST(PosixFiles, FailureBehindAPartShowsAtTheNextRead) {
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const Folder folder;
+    writeFile(folder / "file", std::string(2 * page, 'x'));
+    const Stream stream(FileStream::openFileForReading(wide(folder / "file")));
+    // Memory of which the second half cannot be written.
+    void* const memory = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    char* const second = static_cast<char*>(memory) + page;
+    ASSERT_EQ(mprotect(second, page, PROT_NONE), 0);
+    std::uint32_t count = 0;
+    EXPECT_TRUE(os::readFile(stream->getHandle(), memory, static_cast<std::uint32_t>(2 * page), &count));
+    EXPECT_EQ(count, page);
+    EXPECT_FALSE(os::readFile(stream->getHandle(), second, static_cast<std::uint32_t>(page), &count));
+    EXPECT_EQ(count, 0u);
+    munmap(memory, 2 * page);
+}
+
 // Processes ---------------------------------------------------------------------------------------------------------------
 
 TEST(PosixProcesses, ChildHasDefaultActionsAndAnEmptySignalMask) {
@@ -280,9 +304,52 @@ TEST(PosixProcesses, KilledProcessAnswers128AndItsSignal) {
 }
 
 TEST(PosixProcesses, ExitCodesHaveEightBits) {
-    const HANDLE process = ProcessOperations::createProcess(wide("/bin/sh"), wide("sh -c \"exit 255\""), false);
-    EXPECT_EQ(join(process), 255u);
-    ProcessOperations::closeProcess(process);
+    for (const unsigned code : {255u, 256u, 300u}) {
+        const HANDLE process = startProcess(childProgram(), wide("child " + std::to_string(code)), false);
+        EXPECT_EQ(join(process), code % 256);
+        ProcessOperations::closeProcess(process);
+    }
+}
+
+namespace {
+
+/// Whether a child is left that has ended and that nobody has waited for; waits for one if it is told to.
+bool hasZombie(bool wait) {
+    siginfo_t info = {};
+    return waitid(P_ALL, 0, &info, WEXITED | WNOWAIT | (wait ? 0 : WNOHANG)) == 0 && info.si_pid != 0;
+}
+
+} // namespace
+
+VELMOR_SCENARIO(CloseRunningChildWithoutAThread) {
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC) != 0 || dup2(ends[0], STDIN_FILENO) != STDIN_FILENO)
+        std::_Exit(1);
+    const HANDLE child = ProcessOperations::createProcess(u"/bin/cat", u"cat", false);
+    // The limit does not hold for root.
+    if (geteuid() == 0 && setuid(65534) != 0)
+        std::_Exit(2);
+    rlimit former = {};
+    getrlimit(RLIMIT_NPROC, &former);
+    const rlimit none = {0, former.rlim_max};
+    if (setrlimit(RLIMIT_NPROC, &none) != 0)
+        std::_Exit(3);
+    ProcessOperations::closeProcess(child);
+    setrlimit(RLIMIT_NPROC, &former);
+    close(ends[1]); // the child's input ends, and with it the child
+    if (!hasZombie(true))
+        std::_Exit(4);
+    const HANDLE next = ProcessOperations::createProcess(u"/bin/true", u"true", false);
+    if (next == noHandle())
+        std::_Exit(5);
+    unsigned exitCode = 0;
+    while (!ProcessOperations::hasEnded(next, &exitCode))
+        os::sleep(1);
+    std::_Exit(hasZombie(false) ? 6 : 42);
+}
+
+TEST(PosixProcesses, ChildIsWaitedForAlsoWhenNoThreadCanBeStarted) {
+    EXPECT_EQ(runAlone("CloseRunningChildWithoutAThread", {}, std::chrono::seconds(30)).exitCode, 42u);
 }
 
 TEST(PosixProcesses, HostThatIgnoresItsChildrenLosesTheirCodes) {
@@ -318,18 +385,38 @@ std::filesystem::path testModule() {
 
 TEST(PosixModules, CutOffModuleIsRefused) {
     const std::string whole = readFile(testModule());
-    const Folder folder;
-    // The last parts of a module are not loaded, so that it may do without them.
-    for (std::size_t part = 0; part < 100; ++part) {
-        writeFile(folder / "cut.so", whole.substr(0, whole.size() * part / 100));
-        const Library library(DynamicLibrary::loadDynamicLibrary(u"cut", wide(folder.path())));
-        if (!library->isValid()) {
-            EXPECT_EQ(os::lastError(), 193u) << part; // ERROR_BAD_EXE_FORMAT
-        }
-        if (part <= 10) {
-            EXPECT_FALSE(library->isValid()) << part;
-        }
+    // What the loader needs ends with the last segment; the sections' table behind it is for others.
+    ElfW(Ehdr) header;
+    ASSERT_GE(whole.size(), sizeof header);
+    std::memcpy(&header, whole.data(), sizeof header);
+    std::size_t end = 0;
+    for (std::size_t i = 0; i < header.e_phnum; ++i) {
+        ElfW(Phdr) segment;
+        std::memcpy(&segment, whole.data() + header.e_phoff + i * sizeof segment, sizeof segment);
+        if (segment.p_type == PT_LOAD || segment.p_type == PT_DYNAMIC)
+            end = std::max<std::size_t>(end, segment.p_offset + segment.p_filesz);
     }
+    ASSERT_GT(end, sizeof header);
+    ASSERT_LT(end, whole.size());
+    const Folder folder;
+    const auto loads = [&](std::size_t size) {
+        writeFile(folder / "cut.so", whole.substr(0, size));
+        return Library(DynamicLibrary::loadDynamicLibrary(u"cut", wide(folder.path())))->isValid();
+    };
+    for (std::size_t part = 0; part < 100; ++part) {
+        EXPECT_FALSE(loads(end * part / 100)) << part;
+        EXPECT_EQ(os::lastError(), 193u) << part; // ERROR_BAD_EXE_FORMAT
+    }
+    EXPECT_FALSE(loads(end - 1));
+    EXPECT_TRUE(loads(end));
+}
+
+TEST(PosixModules, PathThatIsTooLongToBeReadIsLeftAlone) {
+    const std::string old(40000, 'p');
+    const VariableSetting path("PATH", old);
+    const Library library(DynamicLibrary::loadDynamicLibrary(wide(testModule()), u"/nowhere"));
+    EXPECT_FALSE(library->isValid());
+    EXPECT_TRUE(variable("PATH") == old);
 }
 
 TEST(PosixModules, EndingIsAddedToANameThatHasNone) {
