@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -23,10 +24,29 @@
 #if defined(_WIN32)
     #include <windows.h>
 #else
+    #include <pthread.h>
     #include <sys/resource.h>
     #include <sys/syscall.h>
     #include <unistd.h>
 #endif
+
+namespace {
+
+/// Lets the form of `operator new` that does not throw find no memory.
+std::atomic<bool> nothrowNewFails{false};
+
+} // namespace
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    if (nothrowNewFails) {
+        return nullptr;
+    }
+    try {
+        return ::operator new(size);
+    } catch (...) {
+        return nullptr;
+    }
+}
 
 using namespace velmor_tests;
 using Velmor::FileStream;
@@ -383,6 +403,43 @@ TEST(ThreadOperations, WithoutMemoryForItsStartThereIsNoThread) {
     ThreadOperations::usleep(20);
     EXPECT_FALSE(ran);
 }
+
+TEST(ThreadOperations, WithoutMemoryForItsSignalThereIsNoThread) {
+    static std::atomic<bool> ran;
+    ran = false;
+    nothrowNewFails = true;
+    unsigned* thread = ThreadOperations::createThread(
+        [](void*, std::uint64_t) -> unsigned {
+            ran = true;
+            return 0;
+        },
+        nullptr, 0, false);
+    nothrowNewFails = false;
+    EXPECT_EQ(thread, nullptr);
+    ThreadOperations::usleep(20);
+    EXPECT_FALSE(ran);
+}
+
+#if !defined(_WIN32)
+VELMOR_SCENARIO(StartAThreadThatTheSystemRefuses) {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, std::size_t{1} << 47); // all the addresses that there are
+    if (pthread_setattr_default_np(&attributes) != 0)
+        std::_Exit(1);
+    std::puts("waiting");
+    std::fflush(stdout);
+    ThreadOperations::createThread([](void*, std::uint64_t) -> unsigned { return 0; }, nullptr, 0, false);
+    std::_Exit(2);
+}
+
+TEST(ThreadOperations, ThreadThatCannotBeStartedIsWaitedForForEver) {
+    // That is meant: callers rely on the thread.
+    const ScenarioRun run = runAlone("StartAThreadThatTheSystemRefuses", {}, std::chrono::seconds(3));
+    EXPECT_EQ(run.output, "waiting\n");
+    EXPECT_FALSE(run.exited);
+}
+#endif
 
 VELMOR_SCENARIO(ThreadWithoutMemoryForItsCopy) {
     static const char little[8] = "little";
