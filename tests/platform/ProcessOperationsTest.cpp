@@ -558,7 +558,7 @@ TEST(ProcessOperations, RoundsLeakNothingButThePrimaryThreads) {
 
 TEST(ProcessOperations, RoundsOfClosedChildrenLeakNothing) {
     const auto round = [](unsigned) { ProcessOperations::closeProcess(startEnding(0)); };
-    expectLeakOfRounds(50, round);
+    expectLeakOfRounds(200, round);
 }
 
 TEST(ProcessOperations, ThreadsMayStartChildrenAtOnce) {
