@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -100,6 +101,14 @@ TEST(ToCurrentLocale, ConvertsItsWholeLength) {
     EXPECT_EQ(StringOperations::ConvertToCurrentLocale(units({'A', 0, 'B'})), "A\0B"s);
     EXPECT_EQ(StringOperations::ConvertToCurrentLocale(WideString()), "");
     EXPECT_EQ(StringOperations::ConvertToCurrentLocale(WideString(100000, WideChar{'x'})), std::string(100000, 'x'));
+}
+
+TEST(ToCurrentLocale, ALengthBeyondTheContainersIsRefusedByIt) {
+    const WideString text = VELMOR_WIDE("text");
+    char buffer[4] = {'o', 'l', 'd', '!'};
+    volatile std::size_t length = SIZE_MAX; // volatile: the compiler would warn
+    EXPECT_THROW(StringOperations::ConvertToCurrentLocale(text.data(), length, buffer, sizeof buffer), std::length_error);
+    EXPECT_EQ(std::string(buffer, sizeof buffer), "old!");
 }
 
 TEST(ToCurrentLocale, RefusesASingleByte) {
