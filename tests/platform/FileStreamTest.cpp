@@ -15,6 +15,7 @@
 #include <numeric>
 #include <optional>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -23,6 +24,7 @@
 #if !defined(_WIN32)
     #include <fcntl.h>
     #include <signal.h>
+    #include <sys/wait.h>
     #include <unistd.h>
 #endif
 
@@ -372,6 +374,15 @@ TEST(FileStream, WritingStreamRefusesToRead) {
     EXPECT_TRUE(block.empty());
 }
 
+TEST(FileStream, BlockBeyondAllMemoryIsRefusedByTheContainer) {
+    const Stream stream = createTemporary();
+    ASSERT_TRUE(put(stream, "content"));
+    stream->seekToBegin();
+    std::vector<char> block;
+    EXPECT_THROW(stream->read(std::numeric_limits<std::uint64_t>::max(), block), std::length_error);
+    EXPECT_EQ(take(stream, 7), "content");
+}
+
 // The file position
 // -----------------------------------------------------------------------------------------------------------
 
@@ -554,6 +565,28 @@ TEST(FileStream, ClaimOnAFileDoesNotPassToAChild) {
     }
 }
 
+#if !defined(_WIN32)
+TEST(FileStream, ClosedFileIsFreeWhileAChildIsBeingStarted) {
+    const Folder folder;
+    for (const bool writing : {true, false}) {
+        writeFile(folder / "file", "");
+        Stream stream = writing ? createFile(folder / "file") : openFile(folder / "file");
+        ASSERT_TRUE(holdsFile(stream));
+        const pid_t child = fork(); // as it is for a moment, before its program runs: with a copy of every descriptor
+        if (child == 0) {
+            for (;;) {
+                pause();
+            }
+        }
+        ASSERT_GT(child, 0);
+        stream.reset();
+        EXPECT_TRUE(holdsFile(createFile(folder / "file"))) << writing;
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+}
+#endif
+
 TEST(FileStream, OneOfManyCompetingWritersHoldsTheFile) {
     const Folder folder;
     const auto path = folder / "file";
@@ -621,6 +654,27 @@ TEST(FileStream, TemporaryFolderIsTmpUnlessTheUserSaysOtherwise) {
         EXPECT_EQ(path.parent_path(), "/tmp");
         EXPECT_TRUE(isNameOfTemporary(narrow(path.filename()))) << path;
     }
+}
+
+TEST(FileStream, TemporaryFolderMustLeaveRoomForAName) {
+    const Folder folder;
+    std::string path = narrow(folder.path());
+    while (path.size() < 248 - 100) {
+        path += "/" + std::string(50, 'd');
+    }
+    path += "/" + std::string(245 - path.size(), 'e');
+    for (const std::string& fits : {path, path + "e"}) {
+        std::filesystem::create_directories(fits);
+        const VariableSetting setting(temporaryFolderVariable, fits);
+        EXPECT_TRUE(holdsFile(createTemporary())) << fits.size();
+    }
+    path += "ee";
+    std::filesystem::create_directories(path);
+    const VariableSetting setting(temporaryFolderVariable, path);
+    EXPECT_FALSE(holdsFile(createTemporary()));
+    // Not even its name can be had, and no other folder takes its place.
+    setVariable(temporaryFolderVariable, std::string(5000, '/'));
+    EXPECT_FALSE(holdsFile(createTemporary()));
 }
 #endif
 
