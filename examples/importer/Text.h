@@ -10,8 +10,9 @@
 
 namespace importer {
 
-/// Text of a model made fit for a terminal: control characters become '?', and the two halves of a character beyond U+FFFF,
-/// which the library encodes one by one, become one UTF-8 character.
+/// Text of a model made fit for a terminal: control characters, marks of the direction of writing and halves of a character
+/// without the other half become '?'. The two halves of a character beyond U+FFFF, which the library encodes one by one,
+/// become one UTF-8 character.
 std::string printable(std::string_view text);
 
 /// The first part of a text, cut between two characters, with "..." when something is cut off.

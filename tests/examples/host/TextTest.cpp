@@ -19,12 +19,29 @@ TEST(Printable, JoinsTheHalvesThatTheLibraryEncodes) {
     const Velmor::WideString hammer = {0xD83D, 0xDD28}; // U+1F528
     EXPECT_EQ(printable(Velmor::StringOperations::ConvertToUTF8(hammer)), "\xF0\x9F\x94\xA8");
     const Velmor::WideString half = {0xD83D, 'x'};
-    EXPECT_EQ(printable(Velmor::StringOperations::ConvertToUTF8(half)), "\xED\xA0\xBDx");
+    EXPECT_EQ(printable(Velmor::StringOperations::ConvertToUTF8(half)), "?x");
+    const Velmor::WideString wrongWayRound = {0xDD28, 0xD83D};
+    EXPECT_EQ(printable(Velmor::StringOperations::ConvertToUTF8(wrongWayRound)), "??");
+    const Velmor::WideString neighbours = {0xD7FF, 0xE000};
+    EXPECT_EQ(printable(Velmor::StringOperations::ConvertToUTF8(neighbours)), "\xED\x9F\xBF\xEE\x80\x80");
+}
+
+TEST(Printable, LetsNoMarkOfTheDirectionPass) {
+    const auto isTakenOut = [](unsigned mark) {
+        const Velmor::WideString text = {static_cast<Velmor::WideChar>(mark)};
+        return printable(Velmor::StringOperations::ConvertToUTF8(text)) == "?";
+    };
+    for (unsigned mark = 0x2000; mark <= 0x2070; ++mark) {
+        const bool expected =
+            mark == 0x200E || mark == 0x200F || (mark >= 0x202A && mark <= 0x202E) || (mark >= 0x2066 && mark <= 0x2069);
+        EXPECT_EQ(isTakenOut(mark), expected) << std::hex << mark;
+    }
 }
 
 TEST(Printable, ReadsNothingBeyondTheText) {
     const std::string cut = "\xED\xA0\xBD\xED\xB4";
-    EXPECT_EQ(printable(cut), cut);
+    EXPECT_EQ(printable(cut), "?\xED\xB4");
+    EXPECT_EQ(printable("\xE2\x80"), "\xE2\x80");
     EXPECT_EQ(printable("\xC2"), "\xC2");
 }
 
