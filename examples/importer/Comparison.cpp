@@ -12,7 +12,6 @@ namespace {
 
 using Velmor::ExternalGUID;
 
-constexpr std::size_t lookAhead = 64;    // copies in one place that are searched for an equal one
 constexpr double placeTolerance = 0.001; // metres, as that of the versions' centroids
 constexpr std::size_t none = static_cast<std::size_t>(-1);
 
@@ -70,7 +69,7 @@ std::vector<std::size_t> pair(const std::vector<ObjectRecord>& before, const std
                 continue;
             }
             auto& candidates = found->second;
-            const auto last = candidates.begin() + static_cast<std::ptrdiff_t>(std::min(candidates.size(), lookAhead));
+            const auto last = candidates.begin() + static_cast<std::ptrdiff_t>(std::min(candidates.size(), copiesSearched));
             const auto candidate = std::find_if(
                 candidates.begin(), last, [&](std::size_t b) { return !equalOnly || before[b].version == now[i].version; });
             if (candidate != last) {

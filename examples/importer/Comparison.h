@@ -40,11 +40,17 @@ struct Comparison {
     std::vector<std::size_t> unidentified;      ///< This import's objects without an identity, which nothing above counts.
 };
 
+/// How many of the copies in one place are searched for an equal one, for each object; all of them would take quadratic
+/// time.
+inline constexpr std::size_t copiesSearched = 64;
+
 /// Compares two imports.
 ///
 /// Objects are the same when the identity database gives them the same runtime id: by GlobalId, or by spatial hash for those
 /// that have none and for all when GlobalIds are to be ignored. Where several share an id (copies in one place), they are
-/// paired within their class first, equal ones before others, and in the order of the files.
+/// paired within their class first, equal ones before others, and in the order of the files. Only the first `copiesSearched`
+/// that are still without a counterpart are searched for an equal one: of more different copies in one place, some may be
+/// told as modified although their equal is there.
 ///
 /// A version of type `Geometry` or `BoundingBox` does not know where its object is. An object that has only gone elsewhere
 /// is thus unchanged, and told as `Moved` by the centre of its spatial hash.
