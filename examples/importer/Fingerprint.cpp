@@ -13,6 +13,7 @@ using Velmor::ExternalGUID;
 using Velmor::ExternalVersion;
 
 constexpr std::size_t globalIdLength = 22;
+constexpr char globalIdCharacters[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_$";
 
 bool isFinite(double value) {
     return std::isfinite(value);
@@ -62,8 +63,8 @@ ExternalGUID GlobalIds::identify(const Product& product, std::string& reason) {
         reason = "it has no GlobalId";
         return noIdentity();
     }
-    if (id.size() != globalIdLength) {
-        reason = "its GlobalId '" + shortened(id, 40) + "' is not 22 characters";
+    if (id.size() != globalIdLength || id.find_first_not_of(globalIdCharacters) != std::string::npos) {
+        reason = "'" + shortened(id, 40) + "' is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)";
         return noIdentity();
     }
     const auto identity = ExternalGUID::fromIFCGlobalID(id.c_str());

@@ -27,7 +27,8 @@ Fingerprint fingerprint(Product& product);
 class GlobalIds {
 public:
     /// The identity by GlobalId of a product.
-    /// @param[out] reason why there is none: it is empty, not 22 characters, or given to an instance before.
+    /// @param[out] reason why there is none: it is empty, not 22 characters of 0-9, A-Z, a-z, _ and $, or given to an
+    /// instance before.
     /// @return the identity; type `Invalid` with a reason otherwise.
     Velmor::ExternalGUID identify(const Product& product, std::string& reason);
 

@@ -110,18 +110,26 @@ TEST(Fingerprint, OfCoordinatesBeyondNumbersIsEmptyAndSaysSo) {
     }
 }
 
-TEST(GlobalIds, AreTakenOnceAndOnlyWith22Characters) {
+TEST(GlobalIds, AreTakenOnceAndOnlyWith22CharactersOfTheirAlphabet) {
+    const std::string no = " is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)";
     const struct {
         const char* id;
-        const char* reason;
+        std::string reason;
     } cases[] = {{"0123456789012345678901", ""},
                  {"0123456789012345678902", ""},
                  {"0123456789012345678901", "its GlobalId '0123456789012345678901' was given to #100 before"},
                  {"0123456789012345678902", "its GlobalId '0123456789012345678902' was given to #101 before"},
                  {"", "it has no GlobalId"},
-                 {"x", "its GlobalId 'x' is not 22 characters"},
-                 {"012345678901234567890", "its GlobalId '012345678901234567890' is not 22 characters"},
-                 {"01234567890123456789012", "its GlobalId '01234567890123456789012' is not 22 characters"},
+                 {"x", "'x'" + no},
+                 {"012345678901234567890", "'012345678901234567890'" + no},
+                 {"01234567890123456789012", "'01234567890123456789012'" + no},
+                 {"012345678901234567890-", "'012345678901234567890-'" + no},
+                 {" 123456789012345678901", "' 123456789012345678901'" + no},
+                 {"01234567890123456789\xC3\xBC", "'01234567890123456789\xC3\xBC'" + no},   // 22 bytes
+                 {"012345678901234567890\xC3\xBC", "'012345678901234567890\xC3\xBC'" + no}, // 22 characters
+                 {"ABCDEFGHIJKLMNOPQRSTUV", ""},
+                 {"WXYZabcdefghijklmnopqr", ""},
+                 {"stuvwxyz_$0123456789ab", ""},
                  {"0123456789012345678903", ""}};
     GlobalIds ids;
     Product product;
@@ -143,5 +151,5 @@ TEST(GlobalIds, OfAnyLengthAreToldInShort) {
     product.globalId.assign(1000000, 'x');
     std::string reason;
     EXPECT_EQ(ids.identify(product, reason).getType(), ExternalGUID::Invalid);
-    EXPECT_EQ(reason, "its GlobalId '" + std::string(40, 'x') + "...' is not 22 characters");
+    EXPECT_EQ(reason, "'" + std::string(40, 'x') + "...' is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)");
 }

@@ -340,13 +340,19 @@ TEST(SpoiledObject, WithAGlobalIdGivenTwiceGoesByItsGeometry) {
 }
 
 TEST(SpoiledObject, WithAnUnusableGlobalIdGoesByItsGeometry) {
+    const std::string no = " is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)";
+    const std::string umlaut = "\xC3\xBC";
     const struct {
         const char* id;
-        const char* reason;
+        std::string reason;
     } cases[] = {{"''", "it has no GlobalId"},
                  {"$", "it has no GlobalId"},
-                 {"'0Workshop0Column0000C'", "its GlobalId '0Workshop0Column0000C' is not 22 characters"},
-                 {"'0Workshop0Column0000C22'", "its GlobalId '0Workshop0Column0000C22' is not 22 characters"}};
+                 {"'0Workshop0Column0000C'", "'0Workshop0Column0000C'" + no},
+                 {"'0Workshop0Column0000C22'", "'0Workshop0Column0000C22'" + no},
+                 {"'0Workshop0Column 000C2'", "'0Workshop0Column 000C2'" + no},
+                 // 22 bytes, and 22 characters.
+                 {"'0Workshop0Column000\\X2\\00FC\\X0\\2'", "'0Workshop0Column000" + umlaut + "2'" + no},
+                 {"'0Workshop0Column0000\\X2\\00FC\\X0\\2'", "'0Workshop0Column0000" + umlaut + "2'" + no}};
     for (const auto& each : cases) {
         const TemporaryFolder folder;
         const auto state = (folder / "state").string();
