@@ -56,9 +56,7 @@ public:
         objects_.write(encode(record));
     }
 
-    void problem(const Problem& problem) override {
-        problems_.write(encode(ProblemRecord{problem.line, problem.instance, problem.reason}));
-    }
+    void problem(const Problem& problem) override { problems_.write({problem.line, problem.instance, problem.reason}); }
 
     void progress(double done) override { progress_.report(done); }
 
@@ -73,6 +71,7 @@ public:
         info_.error = error;
         info_.objects = objects_.totals();
         info_.problems = problems_.totals();
+        info_.problemsUntold = problems_.untold();
         const auto stream = openStream(environment, Velmor::InfoStream);
         RecordWriter writer(*stream, "the info stream");
         writer.write(encode(info_));
@@ -84,7 +83,7 @@ private:
     Stream logStream_;
     Stream progressStream_;
     RecordWriter objects_;
-    RecordWriter problems_;
+    ProblemWriter problems_;
     ProgressWriter progress_;
     GlobalIds globalIds_;
     InfoRecord info_;

@@ -132,6 +132,7 @@ HandedOver runImporter(const fs::path& importer, const fs::path& model) {
         HandedOver result;
         result.schema = info->schema;
         readProblems(streams[Velmor::LogStream], info->problems, result);
+        result.problemCount += info->problemsUntold;
         RecordReader reader(streams[Velmor::ObjectsStream], "the objects stream");
         readObjects(reader, info->objects,
                     [&result](ObjectRecord&& object) { result.objects.push_back(std::move(object)); });

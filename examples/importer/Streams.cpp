@@ -178,6 +178,7 @@ std::string encode(const InfoRecord& record) {
     appendText(out, record.schema);
     appendTotals(out, record.objects);
     appendTotals(out, record.problems);
+    append(out, record.problemsUntold, 8);
     return out;
 }
 
@@ -220,6 +221,7 @@ InfoRecord decodeInfo(std::string_view payload) {
     record.schema = fields.text("schema");
     record.objects = fields.totals("totals of the objects");
     record.problems = fields.totals("totals of the problems");
+    record.problemsUntold = fields.u64("number of problems untold");
     fields.end();
     return record;
 }
@@ -251,6 +253,14 @@ void RecordWriter::flush() {
         throw WriteError(name_ + " cannot be written; is the disk full?");
     }
     block_.clear();
+}
+
+void ProblemWriter::write(const ProblemRecord& problem) {
+    if (totals().records < problemsHandedOver) {
+        writer_.write(encode(problem));
+    } else {
+        ++untold_;
+    }
 }
 
 RecordReader::RecordReader(Velmor::FileStream& stream, std::string name) : stream_(stream), name_(std::move(name)) {

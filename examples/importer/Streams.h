@@ -61,10 +61,11 @@ struct StreamTotals {
 
 /// How the import went: the last thing an importer writes, to the info stream. Without it the hand-over is incomplete.
 struct InfoRecord {
-    std::string error;     ///< What made the import meaningless, UTF-8; empty when it is complete.
-    std::string schema;    ///< "IFC4".
-    StreamTotals objects;  ///< Of the objects stream.
-    StreamTotals problems; ///< Of the log stream.
+    std::string error;                ///< What made the import meaningless, UTF-8; empty when it is complete.
+    std::string schema;               ///< "IFC4".
+    StreamTotals objects;             ///< Of the objects stream.
+    StreamTotals problems;            ///< Of the log stream.
+    std::uint64_t problemsUntold = 0; ///< That were found beside those in the log stream.
 };
 
 /// First record of a state file.
@@ -108,6 +109,34 @@ private:
     std::string name_;
     std::string block_;
     StreamTotals totals_;
+};
+
+/// How many problems of one import go into the log stream.
+inline constexpr std::uint64_t problemsHandedOver = 10000;
+
+/// Writes problems to a stream, the first `problemsHandedOver` of them, and counts the rest.
+class ProblemWriter {
+public:
+    /// @param stream not owned, outlives the writer.
+    /// @param name   what the stream is called in messages.
+    ProblemWriter(Velmor::FileStream& stream, std::string name) : writer_(stream, std::move(name)) {}
+
+    /// Appends one problem, or counts it.
+    /// @throws WriteError
+    void write(const ProblemRecord& problem);
+
+    /// Hands the rest to the system, as that of a RecordWriter.
+    void flush() { writer_.flush(); }
+
+    /// What was written so far.
+    const StreamTotals& totals() const { return writer_.totals(); }
+
+    /// How many were only counted.
+    std::uint64_t untold() const { return untold_; }
+
+private:
+    RecordWriter writer_;
+    std::uint64_t untold_ = 0;
 };
 
 /// Reads records from a stream, in blocks, from its beginning.

@@ -412,6 +412,17 @@ TEST(SpoiledObjects, AreAllCountedAndTheFirstTold) {
     EXPECT_THAT(worse.output, HasSubstr("  ... and 20 more\n"));
 }
 
+TEST(SpoiledObjects, AreCountedBeyondWhatTheLogTakes) {
+    const TemporaryFolder folder;
+    const unsigned count = 10003;
+    writeFile(folder / "bad.ifc", replaced(manyWalls(count), "'0Many000Wall", "'Many000Wall"));
+    const auto run = runHost({(folder / "bad.ifc").string(), "--state", (folder / "state").string()});
+    EXPECT_EQ(run.exitCode, 0) << run.error;
+    EXPECT_EQ(run.table().at("total").objects, count);
+    EXPECT_THAT(run.output, HasSubstr("problems: 10003\n"));
+    EXPECT_THAT(run.output, HasSubstr("  ... and 9993 more\n"));
+}
+
 TEST(ImportHost, PrintsNoControlCharactersOfAModel) {
     const TemporaryFolder folder;
     writeFile(folder / "whole" / "model.ifc", "");

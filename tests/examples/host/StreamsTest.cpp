@@ -135,17 +135,19 @@ TEST(OtherRecords, ComeBackAsTheyWere) {
     info.schema = "IFC4";
     info.objects.add("abc");
     info.problems.add("");
+    info.problemsUntold = 5;
     const auto infoBack = decodeInfo(encode(info));
     EXPECT_EQ(infoBack.error, "an error");
     EXPECT_EQ(infoBack.schema, "IFC4");
     EXPECT_EQ(infoBack.objects, info.objects);
     EXPECT_EQ(infoBack.problems, info.problems);
+    EXPECT_EQ(infoBack.problemsUntold, 5u);
 
     EXPECT_EQ(decodeStateHeader(encode(StateHeader{info.objects})).objects, info.objects);
 }
 
 TEST(OtherRecords, AreRefusedWhenCutAnywhereOrOfAnotherKind) {
-    const std::string records[] = {encode(ProblemRecord{3, 4, "a reason"}), encode(InfoRecord{"e", "s", {}, {}}),
+    const std::string records[] = {encode(ProblemRecord{3, 4, "a reason"}), encode(InfoRecord{"e", "s", {}, {}, 0}),
                                    encode(StateHeader())};
     for (std::size_t length = 0; length < records[0].size(); ++length) {
         EXPECT_THROW(decodeProblem(records[0].substr(0, length)), FormatError);
@@ -175,6 +177,23 @@ TEST(StreamTotals, CountRecordsAndTheirBytes) {
         hash *= 0x100000001B3u;
     }
     EXPECT_EQ(totals.checksum, hash);
+}
+
+TEST(ProblemWriter, WritesTheFirstAndCountsTheRest) {
+    const Stream stream(FileStream::createTemporaryFile());
+    ProblemWriter writer(*stream, "it");
+    for (std::uint64_t i = 1; i <= 10003; ++i) {
+        writer.write({i, i, "a reason"});
+        EXPECT_EQ(writer.untold(), i <= 10000 ? 0 : i - 10000);
+    }
+    writer.flush();
+    RecordReader reader(*stream, "it");
+    std::string payload;
+    while (reader.next(payload)) {
+        ASSERT_EQ(decodeProblem(payload).line, reader.totals().records);
+    }
+    EXPECT_EQ(reader.totals().records, 10000u);
+    EXPECT_EQ(writer.totals(), reader.totals());
 }
 
 TEST(RecordStream, GivesBackRecordsOfAllSizesAcrossBlocks) {
