@@ -68,8 +68,9 @@ std::string rest(std::uint64_t all, std::size_t shown) {
     return all > shown ? "  ... and " + std::to_string(all - shown) + " more\n" : std::string();
 }
 
+// "line 106, #233"; the number 0 is no instance's.
 std::string place(std::uint64_t line, std::uint64_t instance) {
-    return "line " + std::to_string(line) + ", #" + std::to_string(instance);
+    return "line " + std::to_string(line) + (instance == 0 ? std::string() : ", #" + std::to_string(instance));
 }
 
 std::string quoted(const std::string& name) {

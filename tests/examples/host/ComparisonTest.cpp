@@ -245,8 +245,8 @@ TEST(Report, ShowsTableChangesAndProblems) {
               "  total          2    0          1         1              0.999     1\n"
               "changes: renamed 1, reclassified 0, moved without a change of shape 0\n"
               "  modified      IFCBEAM 'a' (line 12, #34), similarity 0.999\n"
-              "  renamed       IFCWALL 'new?name' (line 0, #0), was 'b'\n"
-              "  gone          IFCWALL 'c' (line 0, #0) of the previous model\n"
+              "  renamed       IFCWALL 'new?name' (line 0), was 'b'\n"
+              "  gone          IFCWALL 'c' (line 0) of the previous model\n"
               "problems: 2\n"
               "  line 7, #8: a reason\n"
               "  ... and 1 more\n");
