@@ -10,7 +10,8 @@ const char* const usageText =
     "Imports IFC models one after another and tells what has changed since the previous import of each.\n"
     "\n"
     "  --state DIR             keep what is imported in DIR; the models are then revisions of one another.\n"
-    "                          Otherwise each has its own folder, import-state/<file name> in the current one.\n"
+    "                          Otherwise it is import-state/<file name> in the current folder, by the name alone:\n"
+    "                          a/model.ifc and b/model.ifc are then revisions of one another, too.\n"
     "  --identify-by-geometry  ignore GlobalIds; objects are the same when their geometry is in the same place\n"
     "  --importer PROGRAM      the program that reads the models; otherwise ifc_importer beside this program\n"
     "  --help                  print this text\n";
