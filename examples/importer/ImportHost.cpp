@@ -8,7 +8,6 @@
 #include "Text.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 
 namespace {
@@ -26,6 +25,13 @@ fs::path defaultImporter() {
 #endif
 }
 
+// Writes to standard output, down to the system.
+void print(const std::string& text) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+        throw ImportError("standard output cannot be written; is the disk full, or its reader gone?");
+    }
+}
+
 void importModel(const Options& options, const fs::path& model) {
     const State state(options.state ? *options.state : fs::path("import-state") / model.filename());
     const bool first = !state.exists();
@@ -34,10 +40,19 @@ void importModel(const Options& options, const fs::path& model) {
 
     const auto handedOver = runImporter(options.importer, model);
     const auto comparison = compare(before, handedOver.objects, options.identifyByGeometry);
-    state.write(handedOver.objects);
     const auto text = report(model, handedOver, first ? nullptr : &before, comparison);
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+    // What has changed is told only once: who has not been told gets it at the next import.
+    state.write(handedOver.objects, [&text] {
+        checkInterruption();
+        print(text);
+    });
+}
+
+// "model.ifc: ", for a message that does not name the model itself.
+std::string modelPrefix(const fs::path& model, const std::string& message) {
+    std::error_code ignored;
+    const auto whole = utf8(fs::absolute(model, ignored)); // as the importer is told
+    return !whole.empty() && message.find(whole) != std::string::npos ? std::string() : utf8(model) + ": ";
 }
 
 int run(const std::vector<fs::path>& arguments) {
@@ -48,19 +63,22 @@ int run(const std::vector<fs::path>& arguments) {
         std::fprintf(stderr, "import_host: %s\n\n%s", error.what(), usageText);
         return 2;
     }
-    if (options.help) {
-        std::fputs(usageText, stdout);
-        return 0;
-    }
-    for (const auto& model : options.models) {
-        try {
-            importModel(options, model);
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "import_host: %s: %s\n", utf8(model).c_str(), error.what());
-            return 1;
+    catchInterruptions();
+    const std::filesystem::path* model = nullptr;
+    try {
+        if (options.help) {
+            print(usageText);
+            return 0;
         }
+        for (const auto& each : options.models) {
+            model = &each;
+            importModel(options, each);
+        }
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "import_host: %s%s\n", model ? modelPrefix(*model, error.what()).c_str() : "", error.what());
+        return 1;
     }
-    return 0;
 }
 
 } // namespace

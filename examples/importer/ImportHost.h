@@ -58,8 +58,16 @@ struct HandedOver {
 /// How many problems are kept for the report.
 inline constexpr std::size_t problemsTold = 10;
 
+/// From now on a signal that asks the program to end (Ctrl-C, SIGTERM, SIGHUP) does not end it at once, but by the next call
+/// of checkInterruption. A signal that is ignored stays ignored.
+void catchInterruptions();
+
+/// @throws ImportError when such a signal has come.
+void checkInterruption();
+
 /// Lets an importer read a model: the contract's environment with its sixteen streams, the child, its progress, the streams.
-/// @throws ImportError when it does not come to its end, FormatError when what it handed over is incomplete.
+/// @throws ImportError when it does not come to its end, what it handed over is incomplete, or the host is interrupted. The
+/// child has ended whatever happens.
 HandedOver runImporter(const std::filesystem::path& importer, const std::filesystem::path& model);
 
 /// What the host says about one import.

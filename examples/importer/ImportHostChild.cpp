@@ -3,6 +3,8 @@
 #include "Progress.h"
 #include "Text.h"
 
+#include <csignal>
+
 namespace importer {
 namespace {
 
@@ -12,6 +14,12 @@ using Velmor::FileStream;
 using Velmor::ProcessOperations;
 
 constexpr int pollMilliseconds = 5;
+
+volatile std::sig_atomic_t interrupted = 0;
+
+extern "C" void noteInterruption(int) {
+    interrupted = 1;
+}
 
 /// The sixteen streams of one import. They stay open until the child has ended; then the files vanish with them.
 class Streams {
@@ -75,6 +83,7 @@ unsigned waitFor(const Child& child, FileStream& progress) {
     ProgressBar bar;
     unsigned exitCode = 0;
     while (!child.hasEnded(exitCode)) {
+        checkInterruption();
         bar.show(reader.perMille());
         Velmor::ThreadOperations::usleep(pollMilliseconds);
     }
@@ -108,6 +117,31 @@ void readProblems(FileStream& stream, const StreamTotals& expected, HandedOver& 
 }
 
 } // namespace
+
+void catchInterruptions() {
+    for (const int signal : {
+             SIGINT, SIGTERM,
+#if defined(SIGBREAK)
+                 SIGBREAK, // Ctrl-Break of a Windows console
+#endif
+#if defined(SIGHUP)
+                 SIGHUP,
+#endif
+#if defined(SIGPIPE)
+                 SIGPIPE, // the reader of the report has gone: the writing fails, and says so
+#endif
+         }) {
+        if (std::signal(signal, noteInterruption) == SIG_IGN) {
+            std::signal(signal, SIG_IGN);
+        }
+    }
+}
+
+void checkInterruption() {
+    if (interrupted != 0) {
+        throw ImportError("interrupted");
+    }
+}
 
 HandedOver runImporter(const fs::path& importer, const fs::path& model) {
     Streams streams;

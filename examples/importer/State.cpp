@@ -70,12 +70,13 @@ std::vector<ObjectRecord> State::read() const {
     return objects;
 }
 
-void State::write(const std::vector<ObjectRecord>& objects) const {
+void State::write(const std::vector<ObjectRecord>& objects, const std::function<void()>& beforeReplacing) const {
     try {
         fs::create_directories(file_.parent_path());
         writeFile(newFile_, objects);
         // The writer cannot see a write that came out short; whoever reads the file can.
         readFile(newFile_, [](ObjectRecord&&) {});
+        beforeReplacing();
         fs::rename(newFile_, file_);
     } catch (const std::exception& error) {
         std::error_code ignored;

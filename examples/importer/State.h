@@ -5,6 +5,7 @@
 #include "Streams.h"
 
 #include <filesystem>
+#include <functional>
 #include <vector>
 
 namespace importer {
@@ -29,8 +30,10 @@ public:
     std::vector<ObjectRecord> read() const;
 
     /// Keeps the objects of this import: in a new file, which is read back and then renamed over the old one.
+    /// @param beforeReplacing what else has to succeed: called when the new file is whole. When it throws, nothing is kept.
     /// @throws StateError; the file of the previous import is then as it was.
-    void write(const std::vector<ObjectRecord>& objects) const;
+    void write(
+        const std::vector<ObjectRecord>& objects, const std::function<void()>& beforeReplacing = [] {}) const;
 
     /// The file.
     const std::filesystem::path& file() const { return file_; }

@@ -28,6 +28,15 @@ std::string changedWorkshop(const fs::path& file, const std::string& part, const
     return file.string();
 }
 
+// How often a part occurs in a text.
+std::size_t occurrences(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size())) {
+        ++count;
+    }
+    return count;
+}
+
 // "line 50, #123": where an instance stands in the workshop.
 std::string place(const std::string& text, const std::string& instance) {
     const auto at = text.find('\n' + instance + '=');
@@ -35,6 +44,19 @@ std::string place(const std::string& text, const std::string& instance) {
     const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n') + 2;
     return "line " + std::to_string(line) + ", " + instance;
 }
+
+#if !defined(_WIN32)
+// Whether a process is there and has not ended.
+bool isRunning(std::string pid) {
+    pid.erase(pid.find_last_not_of('\n') + 1);
+    try {
+        const auto status = readFile("/proc/" + pid + "/stat"); // "123 (name) S ..."
+        return status.find(") Z ") == std::string::npos && status.find(") X ") == std::string::npos;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+#endif
 
 // A model of many walls, by name "many", of about 350 bytes each.
 std::string manyWalls(unsigned count) {
@@ -189,7 +211,7 @@ TEST(ImportHost, StopsAtTheFirstModelThatFails) {
     EXPECT_THAT(run.output, StartsWith("workshop.ifc: "));
     EXPECT_THAT(run.output, Not(HasSubstr("workshop-revised.ifc: ")));
     EXPECT_THAT(run.error, StartsWith("import_host: "));
-    EXPECT_THAT(run.error, HasSubstr("missing.ifc"));
+    EXPECT_EQ(occurrences(run.error, "missing.ifc"), 1u) << run.error;
 }
 
 // Whatever makes an import meaningless leaves the previous state as it was.
@@ -224,7 +246,8 @@ protected:
 };
 
 TEST_F(FailingImport, OfAMissingModel) {
-    expectFailure({(folder / "missing.ifc").string()}, "missing.ifc");
+    const auto run = expectFailure({(folder / "missing.ifc").string()}, "missing.ifc");
+    EXPECT_EQ(occurrences(run.error, "missing.ifc"), 1u) << run.error;
 }
 
 TEST_F(FailingImport, OfAFolder) {
@@ -287,7 +310,7 @@ TEST_F(FailingImport, OntoAStateThatIsDamaged) {
     auto damaged = before;
     damaged[damaged.size() / 2] ^= 1;
     writeFile(stateFile, damaged);
-    const auto run = expectFailure({workshop}, "the state file is damaged: ");
+    const auto run = expectFailure({workshop}, "workshop.ifc: the state file is damaged: ");
     EXPECT_THAT(run.error, HasSubstr("import.state: byte "));
     EXPECT_THAT(run.error, HasSubstr("expected the checksum "));
     EXPECT_EQ(readFile(stateFile), damaged);
@@ -318,6 +341,55 @@ TEST_F(FailingImport, IntoAStateForWhichThereIsNoRoom) {
 
     expectFailure({model}, "the state is not kept: the new state file ", limit(objects / 512));
     expectFailure({model}, "the objects stream cannot be written; is the disk full?", limit(objects / 512 - 1));
+}
+
+TEST_F(FailingImport, WhoseLogHasNoRoom) {
+    std::string twice;
+    for (int i = 0; i < 100; ++i) {
+        twice += "#1=IFCDIRECTION((1.,0.,0.));\n"; // a number that is given again is a problem, and makes no object
+    }
+    writeFile(folder / "full.ifc", replaced(manyWalls(0), "ENDSEC;\nEND-ISO", twice + "ENDSEC;\nEND-ISO"));
+    const auto model = (folder / "full.ifc").string();
+    const auto roomy = runHost({model, "--state", (folder / "other").string()});
+    ASSERT_THAT(roomy.output, HasSubstr("problems: 100\n"));
+    expectFailure({model}, "the log stream cannot be written; is the disk full?", "trap '' XFSZ; ulimit -f 4;");
+}
+
+TEST_F(FailingImport, WhoseLastWordsHaveNoRoom) {
+    writeFile(folder / "talkative" / "model.ifc", "");
+    expectFailure({(folder / "talkative" / "model.ifc").string(), "--importer", program("standin_importer").string()},
+                  "the info stream: byte 0: expected a record of ", "trap '' XFSZ; ulimit -f 4;");
+}
+
+TEST_F(FailingImport, WhoseReportCannotBeWritten) {
+    const auto shell = "intoFullDisk() { \"$@\" >/dev/full; }; intoFullDisk";
+    expectFailure({revised}, "standard output cannot be written", shell);
+    EXPECT_EQ(runHost({"--help"}, shell).exitCode, 1);
+    // What could not be told is told by the next import.
+    const auto next = runHost({revised, "--state", state});
+    EXPECT_EQ(next.table().at("total"), (TableRow{31, 3, 20, 8, "0.000", 2}));
+    writeFile(stateFile, before);
+}
+
+TEST_F(FailingImport, ThatIsInterruptedTakesItsImporterAlong) {
+    writeFile(folder / "sleep" / "model.ifc", "");
+    const auto pidFile = folder / "sleep" / "pid";
+    for (const std::string signal : {"TERM", "HUP", "INT"}) {
+        SCOPED_TRACE(signal);
+        fs::remove(pidFile);
+        // The shell becomes the host, and keeps its process id. Whoever runs the tests may ignore these signals.
+        const auto shell = "( for i in $(seq 1200); do sleep 0.05; [ -e '" + pidFile.string() + "' ] && kill -" + signal +
+                           " $$ && break; done ) & exec env --default-signal=HUP,INT,TERM";
+        const auto run =
+            expectFailure({(folder / "sleep" / "model.ifc").string(), "--importer", program("standin_importer").string()},
+                          "interrupted", shell);
+        ASSERT_TRUE(fs::exists(pidFile)) << run.error;
+        const auto pid = readFile(pidFile);
+        for (int attempt = 0; attempt < 1000 && isRunning(pid); ++attempt) {
+            Velmor::ThreadOperations::usleep(10); // it has been ended, but the system may take its time
+        }
+        EXPECT_FALSE(isRunning(pid)) << pid;
+    }
 }
 
 TEST_F(FailingImport, WithoutATemporaryFolder) {

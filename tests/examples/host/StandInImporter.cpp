@@ -7,8 +7,13 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
+
+#if !defined(_WIN32)
+    #include <unistd.h>
+#endif
 
 namespace {
 
@@ -83,6 +88,17 @@ int killImporter() {
     return static_cast<int>(exitCode);
 }
 
+#if !defined(_WIN32)
+// Leaves its process id beside the model and works on and on, but not for ever.
+int sleepLong() {
+    const auto folder = std::filesystem::path(environment.path);
+    std::ofstream(folder / "pid.new") << getpid() << std::endl;
+    std::filesystem::rename(folder / "pid.new", folder / "pid");
+    Velmor::ThreadOperations::usleep(120000);
+    return 0;
+}
+#endif
+
 } // namespace
 
 int main() {
@@ -96,6 +112,11 @@ int main() {
     if (how == "kill") {
         return killImporter();
     }
+#if !defined(_WIN32)
+    if (how == "sleep") {
+        return sleepLong();
+    }
+#endif
     if (how == "nonsense") {
         const std::string nonsense(1000, '\xFF');
         openStream(Velmor::InfoStream)->write(nonsense.size(), nonsense.data());
@@ -107,6 +128,8 @@ int main() {
     }
     if (how == "refuse") {
         info.error = "line 3: expected\tsomething else";
+    } else if (how == "talkative") {
+        info.error.assign(100000, 'x');
     } else if (how == "missing-object") {
         info.objects.add(object("0StandIn0Object0000003", "IFCBEAM", "never written"));
     } else if (how == "surplus-object") {
@@ -116,6 +139,10 @@ int main() {
     } else if (how == "missing-problem") {
         info.problems.add(encode(ProblemRecord{1, 1, "never written"}));
     }
-    writeInfo(info);
+    try {
+        writeInfo(info);
+    } catch (const WriteError&) {
+        return 1;
+    }
     return how == "exit-3" ? 3 : how == "refuse" ? 1 : 0;
 }

@@ -130,6 +130,29 @@ TEST(State, ThatCannotBeKeptLeavesThePreviousOne) {
     EXPECT_TRUE(contains(writingError(State(folder / "a file" / "kept"), objects(1, "after")), "the state is not kept"));
 }
 
+TEST(State, IsReplacedOnlyAfterWhatElseHasToSucceed) {
+    const TemporaryFolder folder;
+    const State state(folder / "kept");
+    state.write(objects(2, "before"));
+    const auto before = readFile(state.file());
+    std::string whole;
+    const auto fail = [&] {
+        whole = readFile(folder / "kept" / "import.state.new");
+        throw std::runtime_error("not told");
+    };
+    try {
+        state.write(objects(3, "after"), fail);
+        ADD_FAILURE() << "the state is kept";
+    } catch (const StateError& error) {
+        EXPECT_STREQ(error.what(), "the state is not kept: not told");
+    }
+    EXPECT_EQ(readFile(state.file()), before);
+    EXPECT_FALSE(fs::exists(folder / "kept" / "import.state.new"));
+
+    state.write(objects(3, "after"), [&] { EXPECT_EQ(readFile(state.file()), before); });
+    EXPECT_EQ(readFile(state.file()), whole);
+}
+
 #if defined(__linux__)
 TEST(State, OnAFullDiskLeavesThePreviousOne) {
     const TemporaryFolder folder;
