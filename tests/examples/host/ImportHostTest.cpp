@@ -455,19 +455,34 @@ TEST(SpoiledObject, WithNeitherGlobalIdNorGeometryIsNotCompared) {
     }
 }
 
-TEST(SpoiledObject, WithAReferenceToNothingOrACycleOfPlacementsIsTold) {
+TEST(SpoiledObject, WithAShapeOrAPlacementThatCannotBeHadIsTold) {
     const TemporaryFolder folder;
     const struct {
         const char* part;
         const char* by;
-    } cases[] = {{"#171=IFCAXIS2PLACEMENT3D(#170,$,$)", "#171=IFCAXIS2PLACEMENT3D(#99999,$,$)"},
-                 {"#172=IFCLOCALPLACEMENT(#26,#171)", "#172=IFCLOCALPLACEMENT(#172,#171)"}};
+        const char* instance;
+        const char* reason;
+        const char* owner;
+    } cases[] = {{"#171=IFCAXIS2PLACEMENT3D(#170,$,$)", "#171=IFCAXIS2PLACEMENT3D(#99999,$,$)", "#171",
+                  "refers to #99999, which the file does not have", "IFCCOLUMN #173"},
+                 {"#172=IFCLOCALPLACEMENT(#26,#171)", "#172=IFCLOCALPLACEMENT(#172,#171)", "#172", "leads back to itself",
+                  "IFCCOLUMN #173"},
+                 // The section of the sixth beam alone.
+                 {"#203=IFCEXTRUDEDAREASOLID(#42,#8,#7,6000.)", "#203=IFCSECTIONEDSPINE(#8,(#42),(#8))", "#203",
+                  "not supported", "IFCBEAM #273"}};
     for (const auto& each : cases) {
-        const auto run =
-            runHost({changedWorkshop(folder / "bad.ifc", each.part, each.by), "--state", (folder / "state").string()});
+        SCOPED_TRACE(each.instance);
+        const auto model = changedWorkshop(folder / "bad.ifc", each.part, each.by);
+        const auto run = runHost({model, "--state", (folder / "state").string()});
         EXPECT_EQ(run.exitCode, 0) << run.error;
-        EXPECT_EQ(run.table().at("IFCCOLUMN").objects, 6u);
-        EXPECT_THAT(run.output, HasSubstr("problems: 1\n  line "));
+        EXPECT_EQ(run.table().at("total").objects, 30u);
+        EXPECT_EQ(occurrences(run.output, "problems: 1\n"), 1u);
+        const auto begin = run.output.find("problems: 1\n") + 12;
+        const auto told = run.output.substr(std::min(begin, run.output.size()));
+        EXPECT_THAT(told, StartsWith("  " + place(readFile(model), each.instance) + ": "));
+        EXPECT_THAT(told, HasSubstr(each.reason));
+        EXPECT_THAT(told, HasSubstr(std::string("(in ") + each.owner + ")"));
+        EXPECT_EQ(occurrences(told, "\n"), 1u);
     }
 }
 
