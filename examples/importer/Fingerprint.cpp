@@ -64,7 +64,7 @@ ExternalGUID GlobalIds::identify(const Product& product, std::string& reason) {
         return noIdentity();
     }
     if (id.size() != globalIdLength || id.find_first_not_of(globalIdCharacters) != std::string::npos) {
-        reason = "'" + shortened(id, 40) + "' is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)";
+        reason = std::string("'").append(shortened(id, 40)) + "' is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)";
         return noIdentity();
     }
     const auto identity = ExternalGUID::fromIFCGlobalID(id.c_str());
