@@ -34,7 +34,7 @@ struct Product {
 /// What spoiled one object; the import goes on.
 struct Problem {
     std::uint64_t line = 0;     ///< Line of the instance at fault, from 1.
-    std::uint64_t instance = 0; ///< Number of the instance at fault.
+    std::uint64_t instance = 0; ///< Number of the instance at fault; 0: none, what is damaged has no number.
     std::string reason;         ///< What is wrong with it, in UTF-8.
 };
 

@@ -16,6 +16,9 @@ namespace {
 /// Share of the work that is done when the file's instances are known.
 constexpr double scanned = 0.3;
 
+/// Problems beyond this many are only counted.
+constexpr std::uint64_t mostProblems = 100000;
+
 class ProductReader {
 public:
     ProductReader(const StepFile& file, const Limits& limits, ModelSink& sink)
@@ -26,18 +29,20 @@ public:
 private:
     void read(const Instance& instance);
     void readAttributes(const Record& record, Product& product);
+    void tell(const Problem& problem);
     void tell(const Instance& instance, const std::string& reason);
     void tellNotes(const std::string& owner);
 
     IfcContext context_;
     const StepFile& file_;
     ModelSink& sink_;
+    std::uint64_t problems_ = 0;
 };
 
 void ProductReader::readAll() {
     sink_.schema(file_.schema());
     for (const Problem& problem : file_.problems())
-        sink_.problem(problem);
+        tell(problem);
     context_.beginProduct();
     try {
         readUnits(context_);
@@ -53,6 +58,8 @@ void ProductReader::readAll() {
         if ((i + 1) * steps / products.size() != i * steps / products.size())
             sink_.progress(scanned + (1.0 - scanned) * static_cast<double>(i + 1) / static_cast<double>(products.size()));
     }
+    if (problems_ > mostProblems)
+        sink_.problem({0, 0, "and " + std::to_string(problems_ - mostProblems) + " more problems"});
     sink_.progress(1.0);
 }
 
@@ -97,8 +104,13 @@ void ProductReader::readAttributes(const Record& record, Product& product) {
                      " or more");
 }
 
+void ProductReader::tell(const Problem& problem) {
+    if (problems_++ < mostProblems)
+        sink_.problem(problem);
+}
+
 void ProductReader::tell(const Instance& instance, const std::string& reason) {
-    sink_.problem({file_.lineAt(instance.offset), instance.number, reason});
+    tell(Problem{file_.lineAt(instance.offset), instance.number, reason});
 }
 
 void ProductReader::tellNotes(const std::string& owner) {

@@ -71,7 +71,7 @@ void readUnits(IfcContext& context) {
             context.note(*fault.instance, fault.reason);
         }
     };
-    static constexpr Instance none{0, 0, 0, Entity::Other};
+    static constexpr Instance none{0, 0, 0, 0, 0, Entity::Other};
     const Instance* assignment = nullptr;
     bool lengthGiven = false;
     noting([&] { assignment = findAssignment(context); });

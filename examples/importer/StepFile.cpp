@@ -23,12 +23,27 @@ constexpr std::size_t lineBlock = 1 << 12;
 constexpr const char* fileBegin = "ISO-10303-21";
 constexpr const char* fileEnd = "END-ISO-10303-21";
 
+/// Beyond this many problems they are only counted: nobody reads more, and each takes more memory than what it tells of.
+constexpr std::size_t mostProblems = 1000;
+
+/// Longer than any entity's name.
+constexpr std::uint32_t longestName = 100;
+
 /// The name that a statement begins with.
 std::string_view keywordAt(const char* position, const char* end) {
     const char* last = position;
     while (last != end && (isNameCharacter(*last) || *last == '-'))
         ++last;
     return {position, static_cast<std::size_t>(last - position)};
+}
+
+/// The same for the names of sections and of what the header holds, in capitals.
+std::string sectionAt(const char* position, const char* end) {
+    return capitals(keywordAt(position, end));
+}
+
+bool isKnownSchema(std::string_view name) {
+    return name == "IFC4" || name.starts_with("IFC2X3") || name.starts_with("IFC4_ADD") || name.starts_with("IFC4X3");
 }
 
 /// What stands between the parentheses behind `position`; nothing when there are none.
@@ -57,6 +72,7 @@ StepFile::StepFile(std::vector<char>&& text, std::string name) : text_(std::move
     countLines();
     scan();
     orderInstances();
+    tellMoreProblems();
 }
 
 StepFile StepFile::open(const Velmor::WideString& path) {
@@ -86,20 +102,13 @@ const Instance* StepFile::find(std::uint64_t number) const {
 }
 
 std::string_view StepFile::nameOf(const Instance& instance) const {
-    if (instance.length == 0)
-        return {};
     const char* begin = text_.data() + instance.offset;
-    const char* end = begin + instance.length;
-    const char* position = begin + 1;
-    while (*position != '=')
-        position = skipBlanks(position + 1, end);
-    position = skipBlanks(position + 1, end);
-    return keywordAt(position, end);
+    return keywordAt(begin + instance.name, begin + std::min(instance.parameters, instance.name + longestName));
 }
 
 std::string_view StepFile::parametersOf(const Instance& instance) const {
-    const std::string_view name = nameOf(instance);
-    return parametersAt(name.data() + name.size(), text_.data() + instance.offset + instance.length);
+    return std::string_view(text_.data() + instance.offset + instance.parameters + 1,
+                            instance.length - instance.parameters - 2);
 }
 
 std::uint64_t StepFile::lineAt(std::uint64_t offset) const {
@@ -131,19 +140,19 @@ void StepFile::scan() {
     if (std::string_view(position_, text_.size()).starts_with("\xEF\xBB\xBF"))
         position_ += 3;
     position_ = skipBlanks(position_, end_);
-    if (keywordAt(position_, end_) != fileBegin)
+    if (sectionAt(position_, end_) != fileBegin)
         fail(offsetOf(position_), "no STEP file (ISO 10303-21), but " + quoted(position_, end_), "'ISO-10303-21;'");
     statement("';' behind ISO-10303-21");
     scanHeader();
     bool data = false;
     for (;;) {
         const Statement section = statement(data ? "'END-ISO-10303-21;' or a section" : "'DATA;'");
-        const std::string keyword = capitals(keywordAt(section.begin, section.end));
+        const std::string keyword = sectionAt(section.begin, section.end);
         if (keyword == "DATA") {
             data = true;
             scanData();
         } else if (keyword == "ANCHOR" || keyword == "REFERENCE" || keyword == "SIGNATURE") {
-            for (Statement inside = section; keywordAt(inside.begin, inside.end) != "ENDSEC";)
+            for (Statement inside = section; sectionAt(inside.begin, inside.end) != "ENDSEC";)
                 inside = statement("'ENDSEC;' of a section");
         } else if (keyword == fileEnd && data) {
             return;
@@ -161,20 +170,54 @@ StepFile::Statement StepFile::statement(const char* expected) {
             position_ = last + 1;
             return {begin, last};
         }
-        const char* next = *last == '\'' ? skipText(last, end_) : skipBlanks(last, end_);
-        last = next == last ? last + 1 : next ? next : end_;
+        if (*last != '\'') {
+            const char* next = skipBlanks(last, end_);
+            last = next == last ? last + 1 : next;
+            continue;
+        }
+        const char* const nextInstance = instanceLineBehind(last);
+        last = skipText(last, nextInstance);
+        if (!last && nextInstance != end_) {
+            position_ = nextInstance;
+            return {begin, nextInstance};
+        }
+        last = last ? last : end_;
     }
     fail(text_.size(), "the file ends", expected);
 }
 
+/// The next line that begins with "#1=": a text that is still open there has lost its closing apostrophe. Asked for places
+/// that never go back, it looks at the file once.
+const char* StepFile::instanceLineBehind(const char* position) {
+    if (instanceLine_ && instanceLine_ > position)
+        return instanceLine_;
+    const auto skipWhile = [this](const char* at, auto belongs) {
+        while (at != end_ && belongs(*at))
+            ++at;
+        return at;
+    };
+    const auto isSpace = [](char c) { return c == ' ' || c == '\t'; };
+    while (const void* found = std::memchr(position, '\n', static_cast<std::size_t>(end_ - position))) {
+        const char* const number = skipWhile(static_cast<const char*>(found) + 1, isSpace);
+        position = number;
+        if (number == end_ || *number != '#')
+            continue;
+        const char* const digitsEnd = skipWhile(number + 1, isDigit);
+        position = skipWhile(digitsEnd, isSpace);
+        if (digitsEnd != number + 1 && position != end_ && *position == '=')
+            return instanceLine_ = number;
+    }
+    return instanceLine_ = end_;
+}
+
 void StepFile::scanHeader() {
     const Statement header = statement("'HEADER;'");
-    if (keywordAt(header.begin, header.end) != "HEADER")
+    if (sectionAt(header.begin, header.end) != "HEADER")
         fail(offsetOf(header.begin), "found " + quoted(header.begin, header.end), "'HEADER;'");
     const char* const headerBegin = header.begin;
     for (;;) {
         const Statement entry = statement("'ENDSEC;' of the header");
-        const std::string_view keyword = keywordAt(entry.begin, entry.end);
+        const std::string keyword = sectionAt(entry.begin, entry.end);
         if (keyword == "ENDSEC")
             break;
         if (keyword == "DATA" || keyword == fileEnd || entry.begin == entry.end || *entry.begin == '#')
@@ -184,14 +227,12 @@ void StepFile::scanHeader() {
         // A list of names within the list of parameters.
         Value names;
         Value first;
-        ValueReader(parametersAt(keyword.data() + keyword.size(), entry.end)).next(names);
+        ValueReader(parametersAt(entry.begin + keyword.size(), entry.end)).next(names);
         ValueReader(names.text).next(first);
         if (names.kind != ValueKind::List || first.kind != ValueKind::Text)
             fail(offsetOf(entry.begin), "found " + quoted(entry.begin, entry.end), "FILE_SCHEMA(('name of a schema'))");
         schema_ = capitals(first.text);
-        const bool known =
-            schema_.starts_with("IFC2X3") || (schema_.starts_with("IFC4") && !(schema_.size() > 4 && isDigit(schema_[4])));
-        if (!known)
+        if (!isKnownSchema(schema_))
             fail(offsetOf(entry.begin), "the schema is " + quoted(schema_.data(), schema_.data() + schema_.size()),
                  "IFC2X3, IFC4 or IFC4X3");
     }
@@ -207,7 +248,9 @@ void StepFile::scanData() {
             continue;
         }
         const Statement entry = statement("'ENDSEC;' of the DATA section");
-        const std::string_view keyword = keywordAt(entry.begin, entry.end);
+        if (entry.begin == entry.end)
+            continue; // a semicolon too many harms nothing
+        const std::string keyword = sectionAt(entry.begin, entry.end);
         if (keyword == "ENDSEC")
             return;
         if (keyword == fileEnd || keyword == fileBegin || keyword == "DATA" || keyword == "HEADER")
@@ -224,6 +267,7 @@ void StepFile::scanInstance() {
     const bool numbered = error == std::errc() && number != 0 && position_ != end_ && *position_ == '=';
     if (numbered)
         position_ = skipBlanks(position_ + 1, end_);
+    const char* const nextInstance = instanceLineBehind(begin);
     const std::string_view name = keywordAt(position_, end_);
     position_ = skipBlanks(name.data() + name.size(), end_);
     if (!numbered || position_ == end_ || *position_ != '(') {
@@ -232,8 +276,16 @@ void StepFile::scanInstance() {
         damaged(begin, numbered ? number : 0, "'#1=NAME(...);'");
         return;
     }
-    const ParametersEnd parameters = findParametersEnd(position_, end_);
+    const char* const open = position_;
+    ParametersEnd parameters = findParametersEnd(open, std::max(open, nextInstance));
+    if (parameters.how == ParametersEnd::OpenText && nextInstance != end_) {
+        damaged(begin, number, "a text that ends before the next instance");
+        position_ = nextInstance;
+        return;
+    }
     if (parameters.how == ParametersEnd::CutOff)
+        parameters = findParametersEnd(open, end_); // the line that looks like an instance is part of a comment
+    if (parameters.how == ParametersEnd::CutOff || parameters.how == ParametersEnd::OpenText)
         fail(text_.size(),
              "the file ends inside #" + std::to_string(number) + ", which begins on line " +
                  std::to_string(lineAt(offsetOf(begin))),
@@ -250,7 +302,9 @@ void StepFile::scanInstance() {
     else if (length > std::numeric_limits<std::uint32_t>::max())
         damaged(begin, number, "an instance of less than 4 GiB");
     else
-        instances_.push_back({number, offsetOf(begin), static_cast<std::uint32_t>(length), entityNamed(name)});
+        instances_.push_back({number, offsetOf(begin), static_cast<std::uint32_t>(length),
+                              static_cast<std::uint32_t>(name.data() - begin), static_cast<std::uint32_t>(open - begin),
+                              entityNamed(name)});
     if (!ended) {
         damaged(begin, number, "';' behind ')'");
         if (*position_ != '#')
@@ -258,9 +312,24 @@ void StepFile::scanInstance() {
     }
 }
 
-void StepFile::damaged(const char* instance, std::uint64_t number, const std::string& expected) {
+void StepFile::damaged(const char* instance, std::uint64_t number, const char* expected) {
     const std::uint64_t offset = offsetOf(instance);
-    problems_.push_back({lineAt(offset), number, "found " + quoted(instance, end_) + "; expected " + expected});
+    if (mayTellProblemAt(offset))
+        problems_.push_back({lineAt(offset), number, "found " + quoted(instance, end_) + "; expected " + expected});
+}
+
+bool StepFile::mayTellProblemAt(std::uint64_t offset) {
+    if (problems_.size() < mostProblems)
+        return true;
+    if (moreProblems_++ == 0)
+        firstMoreProblem_ = offset;
+    return false;
+}
+
+void StepFile::tellMoreProblems() {
+    if (moreProblems_ != 0)
+        problems_.push_back({lineAt(firstMoreProblem_), 0,
+                             "and " + std::to_string(moreProblems_) + " more damaged instances, from this line on"});
 }
 
 void StepFile::orderInstances() {
@@ -272,9 +341,10 @@ void StepFile::orderInstances() {
     const auto again = [this](const Instance& first, const Instance& other) {
         if (first.number != other.number)
             return false;
-        problems_.push_back({lineAt(other.offset), other.number,
-                             "the number is given already on line " + std::to_string(lineAt(first.offset)) +
-                                 "; expected a number of its own"});
+        if (mayTellProblemAt(other.offset))
+            problems_.push_back({lineAt(other.offset), other.number,
+                                 "the number is given already on line " + std::to_string(lineAt(first.offset)) +
+                                     "; expected a number of its own"});
         return true;
     };
     instances_.erase(std::unique(instances_.begin(), instances_.end(), again), instances_.end());

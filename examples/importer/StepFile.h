@@ -17,7 +17,10 @@ struct Instance {
     std::uint64_t number; ///< #123
     std::uint64_t offset; ///< Of its # in the text.
     std::uint32_t length; ///< Up to behind its closing parenthesis.
-    Entity entity;        ///< `Other` too for one of several leaves.
+    // Kept, since between these any number of comments may stand.
+    std::uint32_t name;       ///< Where its entity's name begins, from `offset`.
+    std::uint32_t parameters; ///< Where its opening parenthesis stands, from `offset`.
+    Entity entity;            ///< `Other` too for one of several leaves.
 };
 
 class StepFile {
@@ -44,13 +47,15 @@ public:
     /// The instances of products, in the order of the file.
     const std::vector<const Instance*>& products() const { return products_; }
 
-    /// What is wrong with single instances: no syntax, or a number given twice. Of those the first one counts.
+    /// What is wrong with single instances: no syntax, or a number given twice. Of those the first one counts. Beyond a
+    /// thousand they are only counted, and the last problem says so.
     const std::vector<Problem>& problems() const { return problems_; }
 
     /// The instance of a number; null when there is none.
     const Instance* find(std::uint64_t number) const;
 
-    /// The entity's name as it stands in the file; empty for an instance of several leaves, or of no text.
+    /// The entity's name as it stands in the file, or its beginning if it is longer than any; empty for an instance of
+    /// several leaves.
     std::string_view nameOf(const Instance& instance) const;
 
     /// What stands between the parentheses of an instance.
@@ -71,10 +76,13 @@ private:
     void countLines();
     void scan();
     Statement statement(const char* expected);
+    const char* instanceLineBehind(const char* position);
     void scanHeader();
     void scanData();
     void scanInstance();
-    void damaged(const char* instance, std::uint64_t number, const std::string& expected);
+    void damaged(const char* instance, std::uint64_t number, const char* expected);
+    bool mayTellProblemAt(std::uint64_t offset);
+    void tellMoreProblems();
     void orderInstances();
 
     std::uint64_t offsetOf(const char* position) const { return static_cast<std::uint64_t>(position - text_.data()); }
@@ -83,10 +91,13 @@ private:
     std::string name_;
     const char* position_ = nullptr; // while scanning
     const char* end_ = nullptr;
+    const char* instanceLine_ = nullptr; // the last answer of instanceLineBehind
     std::string schema_;
     std::vector<Instance> instances_;
     std::vector<const Instance*> products_;
     std::vector<Problem> problems_;
+    std::uint64_t moreProblems_ = 0;         // not kept
+    std::uint64_t firstMoreProblem_ = 0;     // offset of the first of those
     std::vector<std::uint64_t> linesBefore_; // per block of the text
 };
 

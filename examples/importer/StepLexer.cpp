@@ -185,7 +185,7 @@ ParametersEnd findParametersEnd(const char* position, const char* end) {
         case '"':
             position = *position == '"' ? skipBinary(position, end) : skipText(position, end);
             if (!position)
-                return {end, ParametersEnd::CutOff};
+                return {end, ParametersEnd::OpenText};
             continue;
         case '/':
             if (beginsComment(position, end)) {

@@ -58,7 +58,7 @@ const char* skipText(const char* position, const char* end);
 /// Where the parameters of an instance end, and how.
 struct ParametersEnd {
     const char* position; ///< Behind the closing parenthesis; at the semicolon; or at the end of the text.
-    enum { Closed, Semicolon, CutOff } how;
+    enum { Closed, Semicolon, CutOff, OpenText } how; ///< The last: the text ends within a text or a binary.
 };
 
 /// Looks for the parenthesis that closes the one at `position`. A semicolon outside of texts and comments ends the search.

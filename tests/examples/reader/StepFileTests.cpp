@@ -80,12 +80,17 @@ TEST(StepFile, InstancesOfSeveralLeavesAreKeptAside) {
 
 TEST(StepFile, DamagedInstancesAreToldAndTheOthersRead) {
     const std::pair<const char*, const char*> cases[] = {
-        {"#1 IFCWALL($);", "expected '#1=NAME(...);'"},  {"#1=;", "expected '#1=NAME(...);'"},
-        {"#1=IFCWALL;", "expected '#1=NAME(...);'"},     {"#0=IFCWALL($);", "expected '#1=NAME(...);'"},
-        {"#x=IFCWALL($);", "expected '#1=NAME(...);'"},  {"#99999999999999999999=IFCWALL($);", "expected '#1=NAME(...);'"},
-        {"#1=IFCWALL(($);", "expected ')' before ';'"},  {"#1=IFCWALL($)", "expected ';' behind ')'"},
-        {"#1=IFCWALL($)) ;", "expected ';' behind ')'"}, {"IFCWALL($);", "expected an instance '#1=NAME(...);'"},
-        {";", "expected an instance '#1=NAME(...);'"},
+        {"#1 IFCWALL($);", "expected '#1=NAME(...);'"},
+        {"#1=;", "expected '#1=NAME(...);'"},
+        {"#1=IFCWALL;", "expected '#1=NAME(...);'"},
+        {"#0=IFCWALL($);", "expected '#1=NAME(...);'"},
+        {"#x=IFCWALL($);", "expected '#1=NAME(...);'"},
+        {"#99999999999999999999=IFCWALL($);", "expected '#1=NAME(...);'"},
+        {"#1=IFCWALL(($);", "expected ')' before ';'"},
+        {"#1=IFCWALL($)", "expected ';' behind ')'"},
+        {"#1=IFCWALL($)) ;", "expected ';' behind ')'"},
+        {"IFCWALL($);", "expected an instance '#1=NAME(...);'"},
+        {"'#1=IFCWALL($);';", "expected an instance '#1=NAME(...);'"},
     };
     for (const auto& [damage, expected] : cases) {
         const StepFile file = fileOf(stepFile("#7=IFCX();\n" + std::string(damage) + "\n#8=IFCSLAB($);\n"));
@@ -95,6 +100,48 @@ TEST(StepFile, DamagedInstancesAreToldAndTheOthersRead) {
             << damage << ": " << file.problems()[0].reason;
         EXPECT_NE(file.find(8), nullptr) << damage;
     }
+}
+
+TEST(StepFile, ASemicolonTooManyIsNoDamage) {
+    const StepFile file = fileOf(stepFile("#7=IFCX();;\n;;#8=IFCX();\n"));
+    EXPECT_TRUE(file.problems().empty());
+    EXPECT_EQ(file.instances().size(), 2u);
+}
+
+TEST(StepFile, DamageWithoutANumberIsToldWithNone) {
+    const StepFile file = fileOf(stepFile("#x=IFCWALL($);\n#5 IFCWALL($);\n#6=IFCWALL;\n"));
+    ASSERT_EQ(file.problems().size(), 3u);
+    EXPECT_EQ(file.problems()[0].instance, 0u);
+    EXPECT_EQ(file.problems()[1].instance, 0u);
+    EXPECT_EQ(file.problems()[2].instance, 6u);
+}
+
+TEST(StepFile, ATextThatIsNotClosedSpoilsOnlyItsInstance) {
+    for (const char* damage : {"#1=IFCWALL('1234,$,'a wall',$);", "#1=IFCWALL('1234,$,$,(1.,2.));", "#1=IFCWALL(\"0F,$);",
+                               "#1=IFCWALL($)';", "#1 IFCWALL('1234);"}) {
+        const StepFile file = fileOf(stepFile("#7=IFCX();\n" + std::string(damage) +
+                                              "\n #8 =IFCSLAB('a','b');\n#9=IFCSLAB('a','b');\n#10=IFCSLAB('c','d');\n"));
+        ASSERT_EQ(file.problems().size(), 1u) << damage;
+        EXPECT_EQ(file.problems()[0].line, 9u) << damage;
+        for (const std::uint64_t number : {7u, 8u, 9u, 10u})
+            EXPECT_NE(file.find(number), nullptr) << damage << " #" << number;
+    }
+}
+
+TEST(StepFile, TextsAndCommentsMayRunOverLineEnds) {
+    const StepFile file = fileOf(stepFile("#1=IFCX('a\n# 2','b\n#3',/*\n#4=IFCX($);\n*/$);\n/*\n#5=IFCX($);*/#6/*\n"
+                                          "#7=*/=IFCX('a');\n"));
+    EXPECT_TRUE(file.problems().empty());
+    ASSERT_EQ(file.instances().size(), 2u);
+    EXPECT_EQ(file.instances()[1].number, 6u);
+    EXPECT_EQ(file.parametersOf(file.instances()[1]), "'a'");
+}
+
+TEST(StepFile, NamesOfSectionsAreReadInAnyCase) {
+    const StepFile file = fileOf("iso-10303-21;Header;file_schema(('IFC4'));EndSec;\nanchor;endsec;data;#1=IFCWALL($);"
+                                 "endsec;end-iso-10303-21;");
+    EXPECT_EQ(file.products().size(), 1u);
+    EXPECT_TRUE(file.problems().empty());
 }
 
 TEST(StepFile, OfANumberGivenTwiceTheFirstCounts) {
@@ -145,9 +192,11 @@ TEST(StepFile, WhatIsNoStepFileIsRefusedWithWhatWasExpected) {
 }
 
 TEST(StepFile, OtherSchemasAreRefused) {
-    for (const char* schema : {"IFC2X3", "IFC2X3_TC1", "IFC4", "IFC4_ADD2_TC1", "IFC4X1", "IFC4X3", "IFC4X3_ADD2", "ifc4"})
+    for (const char* schema :
+         {"IFC2X3", "IFC2X3_TC1", "IFC4", "IFC4_ADD2_TC1", "IFC4_ADD1", "IFC4X3", "IFC4X3_RC1", "IFC4X3_ADD2", "ifc4"})
         EXPECT_EQ(refusalOf(stepFile("", schema)), "") << schema;
-    for (const char* schema : {"IFC2X2_FINAL", "IFC2X_FINAL", "IFC5", "IFC40", "IFC", "", "AUTOMOTIVE_DESIGN"})
+    for (const char* schema :
+         {"IFC2X2_FINAL", "IFC2X_FINAL", "IFC5", "IFC40", "IFC4X1", "IFC4X2", "IFC4_RC1", "IFC", "", "AUTOMOTIVE_DESIGN"})
         EXPECT_NE(refusalOf(stepFile("", schema)).find("line 5"), std::string::npos) << schema;
 }
 
