@@ -1,6 +1,8 @@
 #include "IfcPlacement.h"
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 namespace importer {
 
@@ -94,19 +96,21 @@ Transform readAxisPlacement(IfcContext& context, const Instance* instance) {
 }
 
 Transform readObjectPlacement(IfcContext& context, const Instance& instance) {
-    constexpr int longest = 256;
+    constexpr std::size_t longest = 256;
     Transform result;
+    std::vector<const Instance*> visited;
     const Instance* current = &instance;
-    for (int steps = 0; current; ++steps) {
-        if (steps == longest)
+    while (current) {
+        if (visited.size() == longest)
             throw Fault{&instance, "its chain of placements does not end within " + std::to_string(longest) + " steps"};
+        visited.push_back(current);
         const Record record(context, *current);
         if (record.entity() != Entity::LocalPlacement)
             record.fault("this kind of placement is not supported");
         result = readAxisPlacement(context, record.reference(1)) * result;
         current = record.optionalReference(0);
-        if (current == &instance)
-            throw Fault{&instance, "its chain of placements leads back to itself"};
+        if (std::find(visited.begin(), visited.end(), current) != visited.end())
+            record.fault("its chain of placements leads back to itself");
     }
     return result;
 }

@@ -61,13 +61,29 @@ TEST(Placements, AProductWithoutAPlacementIsInTheWorld) {
     EXPECT_EQ(product.vertexes, (std::vector<double>{1, 2, 3}));
 }
 
+TEST(Placements, ACycleIsToldWithTheInstanceThatClosesIt) {
+    const std::string axes = "#21=IFCAXIS2PLACEMENT3D(#8,$,$);\n";
+    const std::pair<const char*, std::uint64_t> cases[] = {
+        {"#20=IFCLOCALPLACEMENT(#20,#21);", 20},
+        {"#20=IFCLOCALPLACEMENT(#22,#21);#22=IFCLOCALPLACEMENT(#20,#21);", 22},
+        {"#20=IFCLOCALPLACEMENT(#22,#21);#22=IFCLOCALPLACEMENT(#23,#21);#23=IFCLOCALPLACEMENT(#22,#21);", 23},
+    };
+    for (const auto& [data, closing] : cases) {
+        const Taken taken = placed(data + axes);
+        ASSERT_EQ(taken.problems.size(), 1u) << data;
+        EXPECT_EQ(taken.problems[0].instance, closing);
+        EXPECT_EQ(taken.problems[0].reason,
+                  "IFCLOCALPLACEMENT: its chain of placements leads back to itself (in IFCWALL #10)");
+    }
+}
+
 TEST(Placements, OneThatCannotBeHadLeavesTheProductWithoutAPlaceAndSoWithoutAShape) {
     const std::pair<const char*, const char*> cases[] = {
         {"#20=IFCLOCALPLACEMENT(#20,#21);#21=IFCAXIS2PLACEMENT3D(#8,$,$);", "its chain of placements leads back to itself"},
         {"#20=IFCLOCALPLACEMENT(#22,#21);#22=IFCLOCALPLACEMENT(#20,#21);#21=IFCAXIS2PLACEMENT3D(#8,$,$);",
          "leads back to itself"},
         {"#20=IFCLOCALPLACEMENT(#22,#21);#22=IFCLOCALPLACEMENT(#22,#21);#21=IFCAXIS2PLACEMENT3D(#8,$,$);",
-         "does not end within 256 steps"},
+         "leads back to itself"},
         {"#20=IFCGRIDPLACEMENT(#8,$);", "IFCGRIDPLACEMENT: this kind of placement is not supported"},
         {"#20=IFCLINEARPLACEMENT($,#8,$);", "IFCLINEARPLACEMENT: this kind of placement is not supported"},
         {"#20=IFCLOCALPLACEMENT($,#8);", "this kind of placement is not supported"},
