@@ -24,6 +24,8 @@ public:
     void addLoop(std::uint32_t a, std::uint32_t b, std::uint32_t c);
     void addLoop(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d);
 
+    std::size_t cornerCount() const { return corners_.size(); }
+
     /// Whether the loops bound a solid: each edge occurs exactly twice, once in each direction.
     bool isClosed() const;
 

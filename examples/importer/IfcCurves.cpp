@@ -16,7 +16,8 @@ bool isSamePoint(const Vector3& a, const Vector3& b) {
 }
 
 /// Appends the points of a piece that goes on where the curve ends.
-void join(std::vector<Vector3>& points, const std::vector<Vector3>& piece) {
+void join(IfcContext& context, std::vector<Vector3>& points, const std::vector<Vector3>& piece) {
+    context.chargePointsOfList(points.size(), piece.size());
     const bool touches = !points.empty() && !piece.empty() && isSamePoint(points.back(), piece.front());
     points.insert(points.end(), piece.begin() + (touches ? 1 : 0), piece.end());
 }
@@ -124,7 +125,7 @@ std::vector<Vector3> readCompositeCurve(IfcContext& context, const Record& recor
         std::vector<Vector3> piece = readCurve(context, segment.reference(2));
         if (!segment.isTrue(1))
             std::reverse(piece.begin(), piece.end());
-        join(points, piece);
+        join(context, points, piece);
     }
     return points;
 }
@@ -169,6 +170,7 @@ std::vector<Vector3> readIndexedPolyCurve(IfcContext& context, const Record& rec
             const std::int64_t index = integerOf(value).value_or(0);
             if (index < 1 || index > static_cast<std::int64_t>(listed.size()))
                 record.fault("a segment names a point that its list does not have");
+            context.chargePointsOfList(piece.size(), 1);
             piece.push_back(listed[static_cast<std::size_t>(index - 1)]);
         }
         if (type == "IFCARCINDEX" && piece.size() == 3) {
@@ -177,7 +179,7 @@ std::vector<Vector3> readIndexedPolyCurve(IfcContext& context, const Record& rec
         } else if (type != "IFCLINEINDEX" || piece.size() < 2) {
             record.fault("a segment is neither an IFCLINEINDEX of two points or more nor an IFCARCINDEX of three");
         }
-        join(points, piece);
+        join(context, points, piece);
     }
     return points;
 }
@@ -280,6 +282,7 @@ std::vector<Vector3> readPointList(IfcContext& context, const Instance& instance
         if (value.kind != ValueKind::List || readNumbers(value.text, c, dimensions) != dimensions)
             record.fault("point " + std::to_string(points.size() + 1) + " is not of " + std::to_string(dimensions) +
                          " numbers");
+        context.chargePointsOfList(points.size(), 1);
         points.push_back({c[0], c[1], c[2]});
     }
     return points;

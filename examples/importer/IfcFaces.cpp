@@ -150,7 +150,8 @@ void readFace(IfcContext& context, const Instance& instance, PointIndex& index, 
 }
 
 /// Reads indices, from 1, into a list of points.
-void readIndices(const Record& record, const Value& list, std::size_t points, std::vector<std::uint32_t>& indices) {
+void readIndices(IfcContext& context, const Record& record, const Value& list, std::size_t points,
+                 std::vector<std::uint32_t>& indices) {
     if (list.kind != ValueKind::List)
         record.fault("a face is not a list of indices");
     indices.clear();
@@ -160,6 +161,7 @@ void readIndices(const Record& record, const Value& list, std::size_t points, st
         if (index < 1 || static_cast<std::uint64_t>(index) > points)
             record.fault(std::string("'").append(value.text.substr(0, 20)) +
                          "' names a point that the list of points does not have");
+        context.chargeCorners(1);
         indices.push_back(static_cast<std::uint32_t>(index - 1));
     }
 }
@@ -219,11 +221,11 @@ Faces readTessellation(IfcContext& context, const Instance& instance) {
     std::vector<std::uint32_t> detour;
     const Value& pointIndices = set[triangles ? 4 : 3];
     if (isIndexList(pointIndices))
-        readIndices(set, pointIndices, points.size(), detour);
+        readIndices(context, set, pointIndices, points.size(), detour);
     const bool direct = detour.empty();
     std::vector<std::uint32_t> corners;
     const auto read = [&](const Record& record, const Value& list) {
-        readIndices(record, list, direct ? points.size() : detour.size(), corners);
+        readIndices(context, record, list, direct ? points.size() : detour.size(), corners);
         for (std::uint32_t& corner : corners)
             corner = direct ? corner : detour[corner];
     };

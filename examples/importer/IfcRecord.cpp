@@ -6,7 +6,9 @@ namespace importer {
 
 Limits Limits::forFile(std::uint64_t size) {
     constexpr std::uint64_t mega = 1 << 20;
-    return {mega + size / 4, 64 * mega + 32 * size, 512 * mega + 256 * size};
+    // Real models take up to 0.6 times their size for one product and 5 times for all; a mesh that fills its file, 4 to 5
+    // times for that one product.
+    return {mega / 4 + size / 8, 16 * mega + 16 * size, 64 * mega + 48 * size};
 }
 
 void IfcContext::beginProduct() {
@@ -30,6 +32,12 @@ void IfcContext::charge(std::uint64_t work) {
         throw TooMuch{"the shapes of the file take more work than a file of its size may ask for"};
     if (workOfProduct_ > limits.workPerProduct)
         throw TooMuch{"the shape takes more work than one product of a file of this size may ask for"};
+}
+
+void IfcContext::chargePointsOfList(std::uint64_t had, std::uint64_t added) {
+    chargePoints(added);
+    if (had + added > limits.verticesPerProduct)
+        throw TooMuch{"the shape has more vertices than one product of a file of this size may have"};
 }
 
 Nesting::Nesting(IfcContext& context, const Instance& instance) : context_(context) {

@@ -52,6 +52,12 @@ public:
     /// Accounts for points that are about to be made. @throws TooMuch
     void chargePoints(std::uint64_t count) { charge(count * workPerPoint); }
 
+    /// Accounts for corners of faces. @throws TooMuch
+    void chargeCorners(std::uint64_t count) { charge(count * workPerCorner); }
+
+    /// Accounts for points that are added to a list that has so many. @throws TooMuch
+    void chargePointsOfList(std::uint64_t had, std::uint64_t added);
+
     /// Notes something about an item of the product being read.
     void note(const Instance& instance, const std::string& reason);
 
@@ -61,6 +67,7 @@ public:
 private:
     friend class Nesting;
     static constexpr std::uint64_t workPerPoint = 32;
+    static constexpr std::uint64_t workPerCorner = 8;
 
     std::vector<Fault> notes_;
     std::uint64_t moreNotes_ = 0;

@@ -166,7 +166,8 @@ void ShapeReader::readMappedItem(const Record& record, const Transform& toWorld)
 
 void ShapeReader::readBoolean(const Record& record, const Transform& toWorld) {
     solid_ = false;
-    // Cuts follow each other in long chains, so those are no nesting.
+    // The first operand stands for the result, of a union too. Cuts follow each other in long chains, so those are no
+    // nesting.
     constexpr int longest = 10000;
     const Instance* operand = &record.instance();
     for (int steps = 0;; ++steps) {
@@ -175,8 +176,6 @@ void ShapeReader::readBoolean(const Record& record, const Transform& toWorld) {
         const Record result(context_, *operand);
         if (result.entity() != Entity::BooleanResult && result.entity() != Entity::BooleanClippingResult)
             break;
-        if (result.enumeration(0) == "UNION")
-            readItem(result.reference(2), toWorld);
         operand = &result.reference(1);
     }
     readItem(*operand, toWorld);
@@ -209,6 +208,8 @@ void ShapeReader::addFaces(const Instance& instance, const Faces& faces, const T
 
 void ShapeReader::addSolid(const Instance& instance, const Polyhedron& body, const Transform& toWorld, double sign) {
     const std::vector<Vector3> moved = addVertexes(instance, body.points, toWorld);
+    if (solid_)
+        context_.chargeCorners(body.cornerCount());
     solid_ = solid_ && body.isClosed();
     if (!solid_)
         return;

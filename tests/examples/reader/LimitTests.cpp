@@ -101,6 +101,105 @@ TEST(Limits, ChainsOfPlacementsOfAllProductsTogetherAreBounded) {
     EXPECT_EQ(taken.problems.size(), 4999u - 255u) << "256 placements are a chain, more are too many";
 }
 
+/// Fifty walls whose body is a line of 20000 times the same point.
+std::string pointAgainAndAgain(const std::string& point) {
+    std::string data = point + "#21=IFCPOLYLINE((#20";
+    for (int i = 1; i < 20000; ++i)
+        data += ",#20";
+    data += "));\n#12=IFCSHAPEREPRESENTATION($,'Body','any',(#21));\n#11=IFCPRODUCTDEFINITIONSHAPE($,$,(#12));\n";
+    for (int i = 0; i < 50; ++i)
+        data += "#" + std::to_string(100 + i) + "=IFCWALL('x',$,$,$,$,$,#11);\n";
+    return data;
+}
+
+TEST(Limits, CommentsBetweenTokensAreReadOnce) {
+    // A million references: 2 TB if each read the comment.
+    const std::string comment = "/*" + std::string(2000000, 'x') + "*/";
+    const std::string coordinates = "((1.,2.,3.));\n";
+    const auto begin = std::chrono::steady_clock::now();
+    for (const std::string& point :
+         {"#20" + comment + "=IFCCARTESIANPOINT" + coordinates, "#20=" + comment + "IFCCARTESIANPOINT" + coordinates,
+          "#20=IFCCARTESIANPOINT" + comment + coordinates}) {
+        const Taken taken = readData(pointAgainAndAgain(point));
+        EXPECT_EQ(taken.reasons(), "");
+        ASSERT_EQ(taken.products.size(), 50u);
+        EXPECT_EQ(taken.products.back().vertexes.size(), 60000u);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
+}
+
+TEST(Limits, NotesOnAnInstanceWithALongCommentOrNameAreToldSoon) {
+    const std::string rest = std::string(2000000, 'X');
+    std::string walls;
+    for (int i = 0; i < 20000; ++i)
+        walls += "#" + std::to_string(100 + i) + "=IFCWALL('x',$,$,$,$,$,#11);\n";
+    const auto begin = std::chrono::steady_clock::now();
+    for (const std::string& shape : {"#11=/*" + rest + "*/IFCWHATEVER($);\n", "#11=IFCWHATEVER" + rest + "($);\n"}) {
+        const Taken taken = readData(shape + walls);
+        ASSERT_EQ(taken.problems.size(), 20000u);
+        EXPECT_EQ(taken.problems.back().reason.find("IFCWHATEVER"), 0u);
+        EXPECT_LT(taken.problems.back().reason.size(), 300u);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
+}
+
+TEST(Limits, DamageOfInstancesIsToldAThousandTimesAndThenCounted) {
+    std::string damage;
+    std::string again = "#9=IFCX();\n";
+    for (int i = 0; i < 1500; ++i) {
+        damage += "# ;\n";
+        again += "#9=IFCX();\n";
+    }
+    for (const std::string& data : {damage, again}) {
+        const StepFile file = fileOf(stepFile(data));
+        ASSERT_EQ(file.problems().size(), 1001u);
+        EXPECT_EQ(file.problems().back().reason, "and 500 more damaged instances, from this line on");
+        EXPECT_EQ(file.problems().back().line, file.problems()[999].line + 1);
+        EXPECT_EQ(file.problems().back().instance, 0u);
+    }
+}
+
+TEST(Limits, ProblemsOfAModelAreToldAHundredThousandTimesAndThenCounted) {
+    std::string data;
+    for (int i = 0; i < 100005; ++i)
+        data += "#" + std::to_string(100 + i) + "=IFCWALL('x',$,$,$,$,$,#1);\n";
+    const Taken taken = readData(data);
+    EXPECT_EQ(taken.products.size(), 100005u);
+    ASSERT_EQ(taken.problems.size(), 100001u);
+    EXPECT_NE(taken.problems[99999].reason.find("IFCPROJECT"), std::string::npos);
+    EXPECT_EQ(taken.problems.back().reason, "and 5 more problems");
+}
+
+/// `count` times `piece`, separated by commas.
+std::string listOf(const std::string& piece, int count) {
+    std::string list = piece;
+    for (int i = 1; i < count; ++i)
+        list += "," + piece;
+    return list;
+}
+
+TEST(Limits, PointsAndCornersAreAccountedForBeforeTheyAreMade) {
+    const std::string points = "#31=IFCCARTESIANPOINTLIST3D(((0.,0.,0.),(1.,0.,0.),(0.,1.,0.)));\n";
+    const std::string line = "#30=IFCINDEXEDPOLYCURVE(#31,(IFCLINEINDEX((" + listOf("1,2", 500) + "))),$);\n" + points;
+    const std::string segment = "#29=IFCCOMPOSITECURVESEGMENT(.CONTINUOUS.,.T.,#30);\n";
+    const std::string curve = "#20=IFCCOMPOSITECURVE((" + listOf("#29", 10) + "),.F.);\n" + segment + line;
+    const std::string longList =
+        "#20=IFCINDEXEDPOLYCURVE(#31,$,$);\n#31=IFCCARTESIANPOINTLIST3D((" + listOf("(0.,0.,0.)", 2000) + "));\n";
+    for (const std::string& data : {curve, longList}) {
+        const Taken few = readWithin({1500, 1 << 24, 1 << 24}, beamOf("#20") + data);
+        EXPECT_EQ(few.products.at(0).shape, Shape::None);
+        EXPECT_NE(few.reasons().find("more vertices"), std::string::npos) << few.reasons();
+        EXPECT_EQ(readWithin({10000, 1 << 24, 1 << 24}, beamOf("#20") + data).products.at(0).shape, Shape::Points);
+    }
+    const std::string faces = "#20=IFCPOLYGONALFACESET(#31,.T.,(" + listOf("#30", 10) +
+                              "),$);\n#30=IFCINDEXEDPOLYGONALFACE((" + listOf("1,2", 500) + "));\n" + points;
+    // Ten thousand corners from three points: nothing but the corners is much work.
+    const Taken taken = readWithin({1500, 100000, 1 << 24}, beamOf("#20") + faces);
+    EXPECT_EQ(taken.products.at(0).shape, Shape::None);
+    EXPECT_NE(taken.reasons().find("one product of a file of this size may"), std::string::npos) << taken.reasons();
+    EXPECT_EQ(readWithin({1500, 1 << 20, 1 << 24}, beamOf("#20") + faces).products.at(0).shape, Shape::Points);
+}
+
 /// Reads a text that may well be refused.
 void readOrRefuse(const std::string& text) {
     try {

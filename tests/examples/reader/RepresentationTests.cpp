@@ -74,8 +74,8 @@ TEST(MappedItems, WhatIsNoMapIsTold) {
 
 TEST(Booleans, TheFirstOperandGivesVerticesAndNoVolume) {
     const std::string other = "#21=IFCHALFSPACESOLID(#22,.F.);\n#22=IFCPLANE(#9);\n";
-    for (const char* entity :
-         {"IFCBOOLEANCLIPPINGRESULT(.DIFFERENCE.", "IFCBOOLEANRESULT(.DIFFERENCE.", "IFCBOOLEANRESULT(.INTERSECTION."}) {
+    for (const char* entity : {"IFCBOOLEANCLIPPINGRESULT(.DIFFERENCE.", "IFCBOOLEANRESULT(.DIFFERENCE.",
+                               "IFCBOOLEANRESULT(.INTERSECTION.", "IFCBOOLEANRESULT(.UNION."}) {
         const Product product = beam("#20=" + std::string(entity) + ",#30,#21);\n" + other + block);
         EXPECT_EQ(product.shape, Shape::Points) << entity;
         EXPECT_EQ(product.volume, 0.0);
@@ -83,11 +83,11 @@ TEST(Booleans, TheFirstOperandGivesVerticesAndNoVolume) {
     }
 }
 
-TEST(Booleans, AUnionHasTheVerticesOfBoth) {
+TEST(Booleans, OfAUnionTooTheFirstOperandCounts) {
     const Product product =
         beam("#20=IFCCSGSOLID(#21);\n#21=IFCBOOLEANRESULT(.UNION.,#30,#31);\n#31=IFCBLOCK(#9,4.,1.,1.);\n" + block);
     EXPECT_EQ(product.shape, Shape::Points);
-    expectBox(product, 0, 0, 0, 4, 2, 3);
+    expectBox(product, 0, 0, 0, 1, 2, 3);
 }
 
 TEST(Booleans, LongChainsOfCutsAreFollowed) {
@@ -101,8 +101,6 @@ TEST(Booleans, LongChainsOfCutsAreFollowed) {
 TEST(Booleans, ResultsOfThemselvesAreTold) {
     const Taken cut = readData(beamOf("#20") + "#20=IFCBOOLEANRESULT(.DIFFERENCE.,#20,#30);\n" + block);
     EXPECT_NE(cut.reasons().find("its first operands do not end within 10000 steps"), std::string::npos) << cut.reasons();
-    const Taken both = readData(beamOf("#20") + "#20=IFCBOOLEANRESULT(.UNION.,#30,#20);\n" + block);
-    EXPECT_NE(both.reasons().find("contains itself"), std::string::npos) << both.reasons();
     const Taken csg = readData(beamOf("#20") + "#20=IFCCSGSOLID(#20);\n");
     EXPECT_NE(csg.reasons().find("contains itself"), std::string::npos) << csg.reasons();
 }
