@@ -106,7 +106,7 @@ TEST(ToCurrentLocale, ConvertsItsWholeLength) {
 TEST(ToCurrentLocale, ALengthBeyondTheContainersIsRefusedByIt) {
     const WideString text = VELMOR_WIDE("text");
     char buffer[4] = {'o', 'l', 'd', '!'};
-    volatile std::size_t length = SIZE_MAX; // volatile: the compiler would warn
+    volatile std::size_t length = WideString().max_size() + 1; // volatile: the compiler would warn
     EXPECT_THROW(StringOperations::ConvertToCurrentLocale(text.data(), length, buffer, sizeof buffer), std::length_error);
     EXPECT_EQ(std::string(buffer, sizeof buffer), "old!");
 }
