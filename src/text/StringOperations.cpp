@@ -136,7 +136,9 @@ const std::string StringOperations::ConvertToCurrentLocale(const WideString& sou
 
 void StringOperations::ConvertToCurrentLocale(const WideChar* source, std::size_t sourceLength, char* destination,
                                               std::size_t destinationCapacity) {
-    const std::string text = ConvertToCurrentLocale(WideString(source, sourceLength));
+    WideString wideText;
+    wideText.assign(source, sourceLength); // refuses an impossible length before it computes with it, unlike the constructor
+    const std::string text = ConvertToCurrentLocale(wideText);
     std::fill_n(destination, destinationCapacity, '\0');
     std::copy_n(text.data(), std::min(text.size(), destinationCapacity), destination);
 }
