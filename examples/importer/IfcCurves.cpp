@@ -153,7 +153,7 @@ std::vector<Vector3> arcThrough(const Vector3& a, const Vector3& b, const Vector
 }
 
 std::vector<Vector3> readIndexedPolyCurve(IfcContext& context, const Record& record) {
-    const std::vector<Vector3> listed = readPointList(context, record.reference(0));
+    std::vector<Vector3> listed = readPointList(context, record.reference(0));
     if (!record.given(1))
         return listed;
     std::vector<Vector3> points;
