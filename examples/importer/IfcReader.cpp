@@ -116,7 +116,9 @@ void ProductReader::tell(const Instance& instance, const std::string& reason) {
 void ProductReader::tellNotes(const std::string& owner) {
     for (const Fault& note : context_.notes()) {
         const std::string name = capitals(file_.nameOf(*note.instance));
-        tell(*note.instance, (name.empty() ? "" : name + ": ") + note.reason + " (in " + owner + ")");
+        std::string reason = name.empty() ? name : name + ": ";
+        reason.append(note.reason).append(" (in ").append(owner).append(")");
+        tell(*note.instance, reason);
     }
     if (context_.moreNotes() != 0)
         tell(*context_.notes().back().instance, "and " + std::to_string(context_.moreNotes()) + " more (in " + owner + ")");

@@ -185,6 +185,7 @@ void ShapeReader::readBoundingBox(const Record& record, const Transform& toWorld
     const Vector3 corner = readPoint(context_, record.reference(0));
     const Vector3 size{record.positive(1), record.positive(2), record.positive(3)};
     std::vector<Vector3> points;
+    points.reserve(8);
     for (int i = 0; i < 8; ++i)
         points.push_back(corner + Vector3{i & 1 ? size.x : 0.0, i & 2 ? size.y : 0.0, i & 4 ? size.z : 0.0});
     addPoints(record.instance(), points, toWorld);

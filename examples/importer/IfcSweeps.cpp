@@ -102,8 +102,10 @@ Polyhedron revolve(IfcContext& context, const Record& record) {
         record.fault("its angle is not between nothing and a whole turn");
     const bool closed = std::fabs(angle) > 2.0 * pi * (1.0 - 1e-9);
     const int segments = segmentsOf(angle);
+    const int count = segments + (closed ? 0 : 1);
     std::vector<Transform> sections;
-    for (int i = 0; i < segments + (closed ? 0 : 1); ++i)
+    sections.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i)
         sections.push_back(rotation(axis, angle * i / segments));
     return sweep(context, regions, sections, closed);
 }

@@ -377,7 +377,7 @@ std::vector<Region> readRegions(IfcContext& context, const Record& record, Trans
 std::vector<Region> readProfile(IfcContext& context, const Instance& instance) {
     const Nesting nesting(context, instance);
     const Record record(context, instance);
-    context.chargePoints(2 * segmentsPerTurn);
+    context.chargePoints(std::uint64_t{2} * segmentsPerTurn);
     Transform position;
     std::vector<Region> regions = readRegions(context, record, position);
     if (regions.empty())
