@@ -6,6 +6,15 @@
 
 namespace Velmor {
 
+namespace {
+
+/// "for reading" is meant: both factories that open a path report with the same words.
+void reportFailedOpening(const WideString& path) {
+    reportDiagnostic(4, "opening of file %s for reading failed.", StringOperations::ConvertToCurrentLocale(path).c_str());
+}
+
+} // namespace
+
 FileStream::FileStream() : FileStream(os::invalidHandle(), false) {}
 
 FileStream::FileStream(HANDLE handle, bool owns) : handle_(handle), owns_(owns) {}
@@ -20,10 +29,7 @@ FileStream* FileStream::openFileForReading(const WideString& path) {
     const HANDLE handle = os::createFile(path.c_str(), {.read = true, .shareReading = true, .sequential = true});
     if (handle == os::invalidHandle()) {
         static ReportOnce once;
-        once([&] {
-            reportDiagnostic(4, "opening of file %s for reading failed.",
-                             StringOperations::ConvertToCurrentLocale(path).c_str());
-        });
+        once([&] { reportFailedOpening(path); });
     }
     return new FileStream(handle, true);
 }
@@ -32,11 +38,7 @@ FileStream* FileStream::createFileForWriting(const WideString& path) {
     const HANDLE handle = os::createFile(path.c_str(), {.write = true, .create = true, .sequential = true});
     if (handle == os::invalidHandle()) {
         static ReportOnce once;
-        once([&] {
-            // "for reading" is meant: both factories report with the same words.
-            reportDiagnostic(4, "opening of file %s for reading failed.",
-                             StringOperations::ConvertToCurrentLocale(path).c_str());
-        });
+        once([&] { reportFailedOpening(path); });
     }
     return new FileStream(handle, true);
 }
