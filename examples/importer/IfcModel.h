@@ -2,6 +2,9 @@
 
 // What the importer reads out of an IFC file, product by product.
 
+#include <Velmor/Georeferencing.h>
+#include <Velmor/IFCPropertySets.h>
+#include <Velmor/ReferenceObjectClass.h>
 #include <Velmor/WideText.h>
 
 #include <cstdint>
@@ -29,6 +32,11 @@ struct Product {
     std::vector<double> vertexes;   ///< Triples x, y, z in metres, in the model's world; every vertex of the shape.
     double volume = 0.0;            ///< In cubic metres.
     double centroid[3] = {0, 0, 0}; ///< In metres, in the model's world.
+    /// Its class by the tables of `ReferenceObjectClass`; `IFCINVALID` for an entity without a row.
+    Velmor::AttributeClassIFC_e objectClass = Velmor::AttributeClassIFC_e::IFCINVALID;
+    /// Its property sets, by the order in which the sink got them: its own first, then those of its type whose names it does
+    /// not have itself.
+    std::vector<std::uint32_t> propertySets;
 };
 
 /// What spoiled one object; the import goes on.
@@ -51,6 +59,12 @@ public:
 
     /// Called once, before any product, with the schema's name: "IFC2X3", "IFC4", "IFC4X3_ADD2".
     virtual void schema(const std::string& name) = 0;
+
+    /// Called once when the model has a georeference, before any product.
+    virtual void georeference(const Velmor::IFC4_MapConversion& conversion) { static_cast<void>(conversion); }
+
+    /// Called for each property set of the model, once, before any product that has it. The first one is number 0.
+    virtual void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) { static_cast<void>(set); }
 
     /// Called for each product, in the order of the file.
     virtual void product(Product&& product) = 0;
