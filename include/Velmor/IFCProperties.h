@@ -55,8 +55,6 @@ public:
     const IFC2X3Property& getProperty(unsigned int index) const;
 
 private:
-    void swap(IFC2X3PropertySet& other) noexcept;
-
     std::uint32_t count_;
     std::uint32_t capacity_;
     IFC2X3Property** items_; // capacity_ places from the C heap, the first count_ of them taken
@@ -132,7 +130,6 @@ protected:
     IFC2X3PropertySingleValue();
 
 private:
-    friend class IFC2X3Property;
     friend struct IFC2X3PropertyBuilder;
 
     ValueType_t valueType_;
@@ -170,7 +167,6 @@ protected:
     IFC2X3PropertyComplex();
 
 private:
-    friend class IFC2X3Property;
     friend struct IFC2X3PropertyBuilder;
 
     WideChar usageName_[IFC2X3TextUnits];
@@ -224,10 +220,7 @@ protected:
     IFC2X3Property();
 
 private:
-    friend class IFC2X3PropertySet;
     friend struct IFC2X3PropertyBuilder;
-
-    void swap(IFC2X3Property& other) noexcept;
 
     Type_t type_;
     WideChar name_[IFC2X3TextUnits];

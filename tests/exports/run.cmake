@@ -17,6 +17,11 @@ list(JOIN rows "\n" mangled)
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/exports.txt "${mangled}\n")
 execute_process(COMMAND ${FILT} INPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/exports.txt OUTPUT_VARIABLE names
     COMMAND_ERROR_IS_FATAL ANY)
+# One list for both systems: types that differ between them go by the names that the headers give them.
+string(REGEX REPLACE "char16_t|wchar_t" "WideChar" names "${names}")
+string(REPLACE "std::__cxx11::basic_string<WideChar, std::char_traits<WideChar>, std::allocator<WideChar> >" "WideString"
+    names "${names}")
+string(REGEX REPLACE "long( long)?\\)" "int64_t)" names "${names}")
 string(REGEX MATCHALL "[^\n]+" names "${names}")
 
 # "Velmor::Signal::wait()" belongs to the class Velmor::Signal; a free function is named with its arguments.

@@ -1,0 +1,45 @@
+#include <Velmor/IFCProperties.h>
+
+#include "ifc/PropertyInternals.h"
+
+#include <algorithm>
+
+namespace Velmor {
+
+IFC2X3PropertyComplex::IFC2X3PropertyComplex() : usageName_{} {
+    static_assert(offsetof(IFC2X3PropertyComplex, usageName_) == 0);
+    static_assert(offsetof(IFC2X3PropertyComplex, propertySet_) == 512);
+}
+
+IFC2X3PropertyComplex::IFC2X3PropertyComplex(const IFC2X3PropertyComplex& other) = default;
+
+// A copy on purpose: the source stays as it is.
+IFC2X3PropertyComplex::IFC2X3PropertyComplex(IFC2X3PropertyComplex&& other)
+    : IFC2X3PropertyComplex(static_cast<const IFC2X3PropertyComplex&>(other)) {}
+
+IFC2X3PropertyComplex& IFC2X3PropertyComplex::operator=(const IFC2X3PropertyComplex& other) {
+    propertySet_ = other.propertySet_; // first: this is what may fail
+    std::copy(std::begin(other.usageName_), std::end(other.usageName_), usageName_);
+    return *this;
+}
+
+// A copy on purpose, too.
+IFC2X3PropertyComplex& IFC2X3PropertyComplex::operator=(IFC2X3PropertyComplex&& other) {
+    return *this = static_cast<const IFC2X3PropertyComplex&>(other);
+}
+
+IFC2X3PropertyComplex::~IFC2X3PropertyComplex() = default;
+
+const WideChar* IFC2X3PropertyComplex::getUsageName() const {
+    return usageName_;
+}
+
+const unsigned short* IFC2X3PropertyComplex::getUsageName2() const {
+    return asUnsignedShort(usageName_);
+}
+
+const IFC2X3PropertySet& IFC2X3PropertyComplex::getPropertySet() const {
+    return propertySet_;
+}
+
+} // namespace Velmor

@@ -1,0 +1,105 @@
+#include <Velmor/IFCProperties.h>
+
+#include "ifc/PropertyInternals.h"
+#include "platform/diagnostics/Diagnostics.h"
+
+namespace Velmor {
+
+namespace {
+
+const WideChar noText[] = {0};
+
+} // namespace
+
+IFC2X3PropertySingleValue::IFC2X3PropertySingleValue()
+    : valueType_(Unspecified), boolean_(false), logical_(LogicalUnknown), integer_(0), real_(0.0),
+      integer64_(0), compoundPlaneAngle_{} {
+    static_assert(offsetof(IFC2X3PropertySingleValue, valueType_) == 0);
+    static_assert(offsetof(IFC2X3PropertySingleValue, boolean_) == 4);
+    static_assert(offsetof(IFC2X3PropertySingleValue, logical_) == 8);
+    static_assert(offsetof(IFC2X3PropertySingleValue, integer_) == 12);
+    static_assert(offsetof(IFC2X3PropertySingleValue, real_) == 16);
+    static_assert(offsetof(IFC2X3PropertySingleValue, integer64_) == 24);
+    static_assert(offsetof(IFC2X3PropertySingleValue, string_) == 32);
+    static_assert(offsetof(IFC2X3PropertySingleValue, compoundPlaneAngle_) == 32 + sizeof(WideString));
+    static_assert(sizeof(IFC2X3PropertySingleValue) == 48 + sizeof(WideString));
+}
+
+IFC2X3PropertySingleValue::IFC2X3PropertySingleValue(const IFC2X3PropertySingleValue& other) = default;
+IFC2X3PropertySingleValue& IFC2X3PropertySingleValue::operator=(const IFC2X3PropertySingleValue& other) = default;
+IFC2X3PropertySingleValue::~IFC2X3PropertySingleValue() = default;
+
+IFC2X3PropertySingleValue::ValueType_t IFC2X3PropertySingleValue::getValueType() const {
+    return valueType_;
+}
+
+bool IFC2X3PropertySingleValue::getBooleanValue() const {
+    if (valueType_ == Boolean)
+        return boolean_;
+    static ReportOnce once;
+    once();
+    return false;
+}
+
+std::int32_t IFC2X3PropertySingleValue::getIntValue() const {
+    if (valueType_ == Integer)
+        return integer_;
+    static ReportOnce once;
+    once();
+    return 0;
+}
+
+std::int64_t IFC2X3PropertySingleValue::getInt64Value() const {
+    if (valueType_ == Integer64)
+        return integer64_;
+    static ReportOnce once;
+    once();
+    return 0;
+}
+
+double IFC2X3PropertySingleValue::getRealValue() const {
+    if (isReal(valueType_))
+        return real_;
+    static ReportOnce once;
+    once();
+    return 0.0;
+}
+
+IFC2X3PropertySingleValue::Logical_s IFC2X3PropertySingleValue::getLogicalValue() const {
+    if (valueType_ == Logical)
+        return logical_;
+    static ReportOnce once;
+    once();
+    return LogicalUnknown;
+}
+
+const WideChar* IFC2X3PropertySingleValue::getStringValue() const {
+    if (valueType_ == String)
+        return string_.c_str();
+    static ReportOnce once;
+    once();
+    return noText;
+}
+
+const unsigned short* IFC2X3PropertySingleValue::getStringValue2() const {
+    if (valueType_ == String)
+        return asUnsignedShort(string_.c_str());
+    static ReportOnce once;
+    once();
+    return asUnsignedShort(noText);
+}
+
+const WideString& IFC2X3PropertySingleValue::getAsString() const {
+    if (valueType_ == String)
+        return string_;
+    static ReportOnce once;
+    once();
+    static const WideString noString;
+    return noString;
+}
+
+const int* IFC2X3PropertySingleValue::getCompoundPlaneAngle() const {
+    return compoundPlaneAngle_;
+}
+
+} // namespace Velmor

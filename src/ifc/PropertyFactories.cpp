@@ -1,0 +1,156 @@
+#include <Velmor/IFCProperties.h>
+
+#include "ifc/PropertyInternals.h"
+#include "platform/diagnostics/Diagnostics.h"
+
+#include <algorithm>
+
+namespace Velmor {
+
+using Value = IFC2X3PropertySingleValue;
+
+/// What the factories may do with the fields.
+struct IFC2X3PropertyBuilder {
+    static constexpr auto string = &Value::string_;
+    static constexpr auto boolean = &Value::boolean_;
+    static constexpr auto integer = &Value::integer_;
+    static constexpr auto integer64 = &Value::integer64_;
+    static constexpr auto real = &Value::real_;
+    static constexpr auto logical = &Value::logical_;
+
+    /// A property with a value that is neutral but for its type and one field.
+    template <class Field, class Content>
+    static IFC2X3Property singleValue(const WideChar* name, const WideChar* description, Value::ValueType_t type,
+                                      Field Value::*field, const Content& content) {
+        IFC2X3Property property;
+        begin(property, IFC2X3Property::SingleValue, name, description);
+        property.singleValue_ = new Value();
+        property.singleValue_->valueType_ = type;
+        property.singleValue_->*field = content;
+        return property;
+    }
+
+    static IFC2X3Property compoundPlaneAngle(const WideChar* name, const WideChar* description, const int* components) {
+        IFC2X3Property property = singleValue(name, description, Value::CompoundPlaneAngle, integer, 0);
+        if (components)
+            std::copy_n(components, 4, property.singleValue_->compoundPlaneAngle_);
+        return property;
+    }
+
+    static IFC2X3Property complex(const WideChar* name, const WideChar* description, const WideChar* usageName,
+                                  const IFC2X3PropertySet& propertySet) {
+        IFC2X3Property property;
+        begin(property, IFC2X3Property::Complex, name, description);
+        property.complex_ = new IFC2X3PropertyComplex();
+        copyText(property.complex_->usageName_, usageName);
+        property.complex_->propertySet_ = propertySet;
+        return property;
+    }
+
+private:
+    static void begin(IFC2X3Property& property, IFC2X3Property::Type_t type, const WideChar* name,
+                      const WideChar* description) {
+        property.type_ = type;
+        copyText(property.name_, name);
+        copyText(property.description_, description);
+    }
+
+    /// Copies a text into a record that is zero, up to its first NUL and to what fits before the terminating one.
+    static void copyText(WideChar (&target)[IFC2X3TextUnits], const WideChar* text) {
+        for (std::size_t i = 0; i < IFC2X3TextUnits - 1 && text[i] != 0; ++i)
+            target[i] = text[i];
+    }
+};
+
+using Builder = IFC2X3PropertyBuilder;
+
+IFC2X3Property createPropertySingleValueString(const WideString& name, const WideString& description,
+                                               const WideString& value) {
+    // Here, unlike below, the value ends at its first NUL as well.
+    return createPropertySingleValueString(name.c_str(), description.c_str(), WideString(value.c_str()));
+}
+
+IFC2X3Property createPropertySingleValueString(const WideChar* name, const WideChar* description, const WideString& value) {
+    return Builder::singleValue(name, description, Value::String, Builder::string, value);
+}
+
+IFC2X3Property createPropertySingleValueBoolean(const WideString& name, const WideString& description, bool value) {
+    return createPropertySingleValueBoolean(name.c_str(), description.c_str(), value);
+}
+
+IFC2X3Property createPropertySingleValueBoolean(const WideChar* name, const WideChar* description, bool value) {
+    return Builder::singleValue(name, description, Value::Boolean, Builder::boolean, value);
+}
+
+IFC2X3Property createPropertySingleValueInteger(const WideString& name, const WideString& description,
+                                                Value::ValueType_t type, std::int32_t value) {
+    return createPropertySingleValueInteger(name.c_str(), description.c_str(), type, value);
+}
+
+IFC2X3Property createPropertySingleValueInteger(const WideChar* name, const WideChar* description, Value::ValueType_t type,
+                                                std::int32_t value) {
+    if (type == Value::Integer)
+        return Builder::singleValue(name, description, type, Builder::integer, value);
+    static ReportOnce once;
+    once();
+    return Builder::singleValue(name, description, Value::Unspecified, Builder::integer, 0);
+}
+
+IFC2X3Property createPropertySingleValueInteger64(const WideString& name, const WideString& description,
+                                                  Value::ValueType_t type, std::int64_t value) {
+    return createPropertySingleValueInteger64(name.c_str(), description.c_str(), type, value);
+}
+
+IFC2X3Property createPropertySingleValueInteger64(const WideChar* name, const WideChar* description, Value::ValueType_t type,
+                                                  std::int64_t value) {
+    if (type == Value::Integer64)
+        return Builder::singleValue(name, description, type, Builder::integer64, value);
+    static ReportOnce once;
+    once();
+    return Builder::singleValue(name, description, Value::Unspecified, Builder::integer64, 0);
+}
+
+IFC2X3Property createPropertySingleValueReal(const WideString& name, const WideString& description, Value::ValueType_t type,
+                                             double value) {
+    return createPropertySingleValueReal(name.c_str(), description.c_str(), type, value);
+}
+
+IFC2X3Property createPropertySingleValueReal(const WideChar* name, const WideChar* description, Value::ValueType_t type,
+                                             double value) {
+    if (isReal(type))
+        return Builder::singleValue(name, description, type, Builder::real, value);
+    static ReportOnce once;
+    once();
+    return Builder::singleValue(name, description, Value::Unspecified, Builder::real, 0.0);
+}
+
+IFC2X3Property createPropertySingleValueLogical(const WideString& name, const WideString& description,
+                                                Value::Logical_s value) {
+    return createPropertySingleValueLogical(name.c_str(), description.c_str(), value);
+}
+
+IFC2X3Property createPropertySingleValueLogical(const WideChar* name, const WideChar* description, Value::Logical_s value) {
+    return Builder::singleValue(name, description, Value::Logical, Builder::logical, value);
+}
+
+IFC2X3Property createPropertySingleValueCompoundPlaneAngle(const WideString& name, const WideString& description,
+                                                           const int* components) {
+    return createPropertySingleValueCompoundPlaneAngle(name.c_str(), description.c_str(), components);
+}
+
+IFC2X3Property createPropertySingleValueCompoundPlaneAngle(const WideChar* name, const WideChar* description,
+                                                           const int* components) {
+    return Builder::compoundPlaneAngle(name, description, components);
+}
+
+IFC2X3Property createPropertyComplex(const WideString& name, const WideString& description, const WideString& usageName,
+                                     const IFC2X3PropertySet& propertySet) {
+    return createPropertyComplex(name.c_str(), description.c_str(), usageName.c_str(), propertySet);
+}
+
+IFC2X3Property createPropertyComplex(const WideChar* name, const WideChar* description, const WideChar* usageName,
+                                     const IFC2X3PropertySet& propertySet) {
+    return Builder::complex(name, description, usageName, propertySet);
+}
+
+} // namespace Velmor
