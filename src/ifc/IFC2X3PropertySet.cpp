@@ -59,8 +59,9 @@ void IFC2X3PropertySet::addProperty(const IFC2X3Property& property) {
 }
 
 void IFC2X3PropertySet::clear() {
-    while (count_ > 0)
-        delete items_[--count_];
+    for (std::uint32_t i = 0; i < count_; ++i)
+        delete items_[i];
+    count_ = 0;
 }
 
 unsigned int IFC2X3PropertySet::getCount() const {

@@ -1,0 +1,202 @@
+// Properties, common sets and class names. Beside the sets stands the same data in a vector of plain structures, beside the
+// copy of one property what it cannot do without.
+
+#include <Velmor/Velmor.h>
+
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace Velmor;
+using Value = IFC2X3PropertySingleValue;
+
+/// What a user would write who needs no fixed layout.
+struct PlainProperty {
+    std::u16string name;
+    std::u16string description;
+    std::uint32_t valueType = 0;
+    bool boolean = false;
+    std::uint32_t logical = 2;
+    std::int32_t integer = 0;
+    double real = 0.0;
+    std::int64_t integer64 = 0;
+    std::u16string string;
+    std::array<int, 4> compoundPlaneAngle{};
+};
+
+constexpr std::size_t count = 50;
+
+const char16_t* const names[] = {u"Reference", u"FireRating",           u"ThermalTransmittance", u"IsExternal",  u"Span",
+                                 u"Slope",     u"SurfaceSpreadOfFlame", u"NumberOfRiser",        u"LoadBearing", u"Layer"};
+const char16_t* const texts[] = {u"W-240", u"F90-AB", u"Basic wall, exterior, brick on block, 365 mm", u"Level 2"};
+
+/// The kinds of values as models have them: texts before all, then numbers and truth values.
+Value::ValueType_t typeOf(std::size_t i) {
+    static constexpr Value::ValueType_t types[] = {Value::String,  Value::String, Value::Real,   Value::Boolean,
+                                                   Value::Length,  Value::Length, Value::String, Value::Integer,
+                                                   Value::Boolean, Value::String};
+    return types[i % std::size(types)];
+}
+
+IFC2X3Property property(std::size_t i) {
+    const auto* const name = reinterpret_cast<const WideChar*>(names[i % std::size(names)]);
+    const auto* const none = VELMOR_WIDE("");
+    switch (typeOf(i)) {
+    case Value::String:
+        return createPropertySingleValueString(name, none, reinterpret_cast<const WideChar*>(texts[i % std::size(texts)]));
+    case Value::Boolean:
+        return createPropertySingleValueBoolean(name, none, i % 2 == 0);
+    case Value::Integer:
+        return createPropertySingleValueInteger(name, none, Value::Integer, static_cast<std::int32_t>(i));
+    default:
+        return createPropertySingleValueReal(name, none, typeOf(i), static_cast<double>(i) * 0.25);
+    }
+}
+
+PlainProperty plainProperty(std::size_t i) {
+    PlainProperty property;
+    property.name = names[i % std::size(names)];
+    property.valueType = typeOf(i);
+    switch (typeOf(i)) {
+    case Value::String:
+        property.string = texts[i % std::size(texts)];
+        break;
+    case Value::Boolean:
+        property.boolean = i % 2 == 0;
+        break;
+    case Value::Integer:
+        property.integer = static_cast<std::int32_t>(i);
+        break;
+    default:
+        property.real = static_cast<double>(i) * 0.25;
+    }
+    return property;
+}
+
+IFC2X3PropertySet builtSet() {
+    IFC2X3PropertySet set;
+    for (std::size_t i = 0; i < count; ++i)
+        set.addProperty(property(i));
+    return set;
+}
+
+std::vector<PlainProperty> builtVector() {
+    std::vector<PlainProperty> vector;
+    for (std::size_t i = 0; i < count; ++i)
+        vector.push_back(plainProperty(i));
+    return vector;
+}
+
+/// The time of each iteration as that of one of so many pieces.
+void perPiece(benchmark::State& state, std::size_t pieces) {
+    state.counters["each"] = benchmark::Counter(static_cast<double>(state.iterations() * pieces),
+                                                benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+void BuildSet_Velmor(benchmark::State& state) {
+    for (auto _ : state)
+        benchmark::DoNotOptimize(builtSet());
+    perPiece(state, count);
+}
+BENCHMARK(BuildSet_Velmor);
+
+void BuildSet_Vector(benchmark::State& state) {
+    for (auto _ : state)
+        benchmark::DoNotOptimize(builtVector());
+    perPiece(state, count);
+}
+BENCHMARK(BuildSet_Vector);
+
+void CopySet_Velmor(benchmark::State& state) {
+    const auto set = builtSet();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(IFC2X3PropertySet(set));
+    perPiece(state, count);
+}
+BENCHMARK(CopySet_Velmor);
+
+void CopySet_Vector(benchmark::State& state) {
+    const auto vector = builtVector();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(std::vector<PlainProperty>(vector));
+    perPiece(state, count);
+}
+BENCHMARK(CopySet_Vector);
+
+// One property and its value, which is an allocation of its own.
+void CopyProperty_Velmor(benchmark::State& state) {
+    const auto original = property(2);
+    alignas(IFC2X3Property) static unsigned char place[sizeof(IFC2X3Property)];
+    for (auto _ : state) {
+        auto* const copy = new (place) IFC2X3Property(original);
+        benchmark::DoNotOptimize(copy);
+        copy->~IFC2X3Property();
+    }
+}
+BENCHMARK(CopyProperty_Velmor);
+
+// What that cannot do without: the bytes of both records, and one allocation.
+void CopyProperty_BytesAndOneAllocation(benchmark::State& state) {
+    const auto original = property(2);
+    alignas(IFC2X3Property) static unsigned char place[sizeof(IFC2X3Property)];
+    for (auto _ : state) {
+        std::memcpy(place, &original, sizeof original);
+        void* const value = ::operator new(sizeof(Value));
+        std::memcpy(value, &original.getPropertySingleValue(), sizeof(Value));
+        benchmark::DoNotOptimize(place);
+        benchmark::DoNotOptimize(value);
+        benchmark::ClobberMemory();
+        ::operator delete(value);
+    }
+}
+BENCHMARK(CopyProperty_BytesAndOneAllocation);
+
+void ConvertBeam(benchmark::State& state) {
+    IFC2X3_PSet_BeamCommon_s beam{};
+    std::memcpy(beam.reference, VELMOR_WIDE("HEA 200"), sizeof VELMOR_WIDE("HEA 200"));
+    std::memcpy(beam.fireRating, VELMOR_WIDE("R60"), sizeof VELMOR_WIDE("R60"));
+    beam.hasSpan = beam.hasSlope = beam.isLoadBearing = true;
+    beam.spanKind = MeasureKind::Length;
+    beam.span = 6000.0;
+    beam.slopeKind = MeasureKind::PlaneAngle;
+    beam.slope = 1.5;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(static_cast<IFC2X3_PSet_Custom_s>(beam));
+    perPiece(state, 6);
+}
+BENCHMARK(ConvertBeam);
+
+void ConvertGlazing(benchmark::State& state) {
+    IFC2X3_PSet_DoorWindowGlazingType_s glazing{};
+    glazing.hasGlassThickness1 = glazing.hasGlassThickness2 = glazing.hasGlassThickness3 = true;
+    glazing.hasIsTempered = glazing.hasIsLaminated = glazing.hasIsCoated = glazing.hasIsWired = true;
+    glazing.hasTranslucency = glazing.hasReflectivity = glazing.hasBeamRadiationTransmittance = true;
+    glazing.hasSolarHeatGainTransmittance = glazing.hasThermalTransmittanceSummer = true;
+    glazing.hasThermalTransmittanceWinter = true;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(static_cast<IFC2X3_PSet_Custom_s>(glazing));
+    perPiece(state, 16);
+}
+BENCHMARK(ConvertGlazing);
+
+void ClassName(benchmark::State& state) {
+    char buffer[64];
+    std::uint32_t value = 0;
+    for (auto _ : state) {
+        value = (value + 101) % 243; // all of them, in no order
+        ReferenceObjectClass::asString(static_cast<AttributeClassIFC_e>(value), buffer, sizeof buffer);
+        benchmark::DoNotOptimize(buffer);
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(ClassName);
+
+} // namespace
+
+BENCHMARK_MAIN();
