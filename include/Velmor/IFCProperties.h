@@ -32,8 +32,7 @@ public:
     /// A deep copy with exactly `other.getCount()` places; empty if no array of that many can be had.
     IFC2X3PropertySet(const IFC2X3PropertySet& other);
 
-    /// Replaces the properties by a deep copy of the other's, as the copy constructor makes it. Assigning a set to itself is
-    /// not supported.
+    /// Replaces the properties by a deep copy of the other's, as the copy constructor makes it.
     IFC2X3PropertySet& operator=(const IFC2X3PropertySet& other);
 
     /// Destroys the properties.
@@ -148,9 +147,7 @@ private:
 class VELMOR_API IFC2X3PropertyComplex {
 public:
     IFC2X3PropertyComplex(const IFC2X3PropertyComplex& other);
-    IFC2X3PropertyComplex(IFC2X3PropertyComplex&& other);
     IFC2X3PropertyComplex& operator=(const IFC2X3PropertyComplex& other);
-    IFC2X3PropertyComplex& operator=(IFC2X3PropertyComplex&& other);
     ~IFC2X3PropertyComplex();
 
     /// The usage name, NUL-terminated, at most 255 units.
@@ -189,7 +186,6 @@ public:
     };
 
     IFC2X3Property(const IFC2X3Property& other);
-    /// Assigning a property to itself is not supported.
     IFC2X3Property& operator=(const IFC2X3Property& other);
     ~IFC2X3Property();
 

@@ -34,6 +34,8 @@ IFC2X3Property::IFC2X3Property(const IFC2X3Property& other) : type_(other.type_)
 }
 
 IFC2X3Property& IFC2X3Property::operator=(const IFC2X3Property& other) {
+    if (this == &other)
+        return *this;
     // The copies first: when one fails, this property is as it was; and the other may be part of this one.
     auto singleValue = copyOf(other.singleValue_);
     auto complex = copyOf(other.complex_);

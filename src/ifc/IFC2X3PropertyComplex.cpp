@@ -13,19 +13,12 @@ IFC2X3PropertyComplex::IFC2X3PropertyComplex() : usageName_{} {
 
 IFC2X3PropertyComplex::IFC2X3PropertyComplex(const IFC2X3PropertyComplex& other) = default;
 
-// A copy on purpose: the source stays as it is.
-IFC2X3PropertyComplex::IFC2X3PropertyComplex(IFC2X3PropertyComplex&& other)
-    : IFC2X3PropertyComplex(static_cast<const IFC2X3PropertyComplex&>(other)) {}
-
 IFC2X3PropertyComplex& IFC2X3PropertyComplex::operator=(const IFC2X3PropertyComplex& other) {
+    if (this == &other)
+        return *this;
     propertySet_ = other.propertySet_; // first: this is what may fail
     std::copy(std::begin(other.usageName_), std::end(other.usageName_), usageName_);
     return *this;
-}
-
-// A copy on purpose, too.
-IFC2X3PropertyComplex& IFC2X3PropertyComplex::operator=(IFC2X3PropertyComplex&& other) {
-    return *this = static_cast<const IFC2X3PropertyComplex&>(other);
 }
 
 IFC2X3PropertyComplex::~IFC2X3PropertyComplex() = default;

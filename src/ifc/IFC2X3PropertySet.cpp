@@ -21,7 +21,7 @@ IFC2X3PropertySet::IFC2X3PropertySet() : count_(0), capacity_(0), items_(nullptr
 IFC2X3PropertySet::IFC2X3PropertySet(const IFC2X3PropertySet& other) : IFC2X3PropertySet() {
     if (other.count_ == 0)
         return;
-    items_ = static_cast<IFC2X3Property**>(std::calloc(other.count_, sizeof *items_));
+    items_ = static_cast<IFC2X3Property**>(std::calloc(other.count_, sizeof(void*)));
     if (!items_)
         return; // an empty set, silently
     capacity_ = other.count_;
@@ -47,7 +47,7 @@ void IFC2X3PropertySet::addProperty(const IFC2X3Property& property) {
     std::uint32_t capacity = capacity_;
     if (count_ == capacity) {
         capacity += growth;
-        void* const grown = std::realloc(items_, capacity * sizeof *items_);
+        void* const grown = std::realloc(items_, capacity * sizeof(void*));
         if (!grown)
             return; // silently not added
         items_ = static_cast<IFC2X3Property**>(grown);
