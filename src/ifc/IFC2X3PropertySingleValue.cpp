@@ -3,6 +3,9 @@
 #include "ifc/PropertyInternals.h"
 #include "platform/diagnostics/Diagnostics.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace Velmor {
 
 namespace {
@@ -26,7 +29,21 @@ IFC2X3PropertySingleValue::IFC2X3PropertySingleValue()
 }
 
 IFC2X3PropertySingleValue::IFC2X3PropertySingleValue(const IFC2X3PropertySingleValue& other) = default;
-IFC2X3PropertySingleValue& IFC2X3PropertySingleValue::operator=(const IFC2X3PropertySingleValue& other) = default;
+
+IFC2X3PropertySingleValue& IFC2X3PropertySingleValue::operator=(const IFC2X3PropertySingleValue& other) {
+    if (this == &other)
+        return *this;
+    string_ = other.string_; // first: this is what may fail
+    valueType_ = other.valueType_;
+    boolean_ = other.boolean_;
+    logical_ = other.logical_;
+    integer_ = other.integer_;
+    real_ = other.real_;
+    integer64_ = other.integer64_;
+    std::copy(std::begin(other.compoundPlaneAngle_), std::end(other.compoundPlaneAngle_), compoundPlaneAngle_);
+    return *this;
+}
+
 IFC2X3PropertySingleValue::~IFC2X3PropertySingleValue() = default;
 
 IFC2X3PropertySingleValue::ValueType_t IFC2X3PropertySingleValue::getValueType() const {
