@@ -1,8 +1,9 @@
-// The linker leads every malloc, calloc and realloc of the suite's own code here (--wrap).
+// The linker leads every malloc, calloc, realloc and free of the suite's own code here (--wrap); `operator new` and
+// `operator delete` are replaced.
 
 #include "support/FailingAllocation.h"
 
-#include <cstdint>
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
@@ -14,9 +15,11 @@ extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
 void* __real_realloc(void* block, std::size_t size);
+void __real_free(void* block);
 void* __wrap_malloc(std::size_t size);
 void* __wrap_calloc(std::size_t count, std::size_t size);
 void* __wrap_realloc(void* block, std::size_t size);
+void __wrap_free(void* block);
 }
 
 namespace velmor_tests {
@@ -51,14 +54,43 @@ void arm(FailAllocation* failure) {
 }
 #endif
 
-bool refused(std::size_t size) {
+bool refused(std::size_t size, Allocations kind) {
     FailAllocation* const failure = armed();
-    return failure != nullptr && failure->refuses(size);
+    return failure != nullptr && failure->refuses(size, kind);
+}
+
+std::atomic<long> live{0};
+
+void* counted(void* block) {
+    if (block != nullptr)
+        live.fetch_add(1, std::memory_order_relaxed);
+    return block;
+}
+
+void release(void* block) {
+    if (block != nullptr)
+        live.fetch_sub(1, std::memory_order_relaxed);
+    __real_free(block);
+}
+
+void* allocateForNew(std::size_t size) {
+    if (refused(size, Allocations::All))
+        throw std::bad_alloc();
+    for (;;) {
+        void* const block = counted(__real_malloc(size != 0 ? size : 1));
+        if (block != nullptr)
+            return block;
+        const std::new_handler handler = std::get_new_handler();
+        if (handler == nullptr)
+            throw std::bad_alloc();
+        handler();
+    }
 }
 
 } // namespace
 
-FailAllocation::FailAllocation(unsigned n, bool andAllLater) : first_(n), andAllLater_(andAllLater) {
+FailAllocation::FailAllocation(unsigned n, bool andAllLater, Allocations which)
+    : first_(n), andAllLater_(andAllLater), which_(which) {
     arm(this);
 }
 
@@ -78,7 +110,9 @@ std::size_t FailAllocation::failedSize() const {
     return failedSize_;
 }
 
-bool FailAllocation::refuses(std::size_t size) {
+bool FailAllocation::refuses(std::size_t size, Allocations kind) {
+    if (kind == Allocations::All && which_ == Allocations::CHeap)
+        return false;
     ++seen_;
     const bool result = seen_ == first_ || (andAllLater_ && seen_ > first_);
     if (result && !happened_) {
@@ -88,39 +122,60 @@ bool FailAllocation::refuses(std::size_t size) {
     return result;
 }
 
+long liveAllocations() {
+    return live.load(std::memory_order_relaxed);
+}
+
 } // namespace velmor_tests
 
+using velmor_tests::Allocations;
+
 void* __wrap_malloc(std::size_t size) {
-    return velmor_tests::refused(size) ? nullptr : __real_malloc(size);
+    return velmor_tests::refused(size, Allocations::CHeap) ? nullptr : velmor_tests::counted(__real_malloc(size));
 }
 
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-    return velmor_tests::refused(count * size) ? nullptr : __real_calloc(count, size);
+    return velmor_tests::refused(count * size, Allocations::CHeap) ? nullptr
+                                                                   : velmor_tests::counted(__real_calloc(count, size));
 }
 
 void* __wrap_realloc(void* block, std::size_t size) {
-    return velmor_tests::refused(size) ? nullptr : __real_realloc(block, size);
+    if (velmor_tests::refused(size, Allocations::CHeap))
+        return nullptr;
+    void* const result = __real_realloc(block, size);
+    if (block == nullptr)
+        return velmor_tests::counted(result);
+    if (result == nullptr && size == 0) // then the block has been given back
+        velmor_tests::live.fetch_sub(1, std::memory_order_relaxed);
+    return result;
 }
 
-#if defined(_WIN32)
-// The C++ runtime is linked into a Windows suite; its blocks shall not count there either.
+void __wrap_free(void* block) {
+    velmor_tests::release(block);
+}
+
+// The forms that do not throw stay the runtime's, which calls these, and so do those with an alignment.
+
 void* operator new(std::size_t size) {
-    for (;;) {
-        void* const block = __real_malloc(size != 0 ? size : 1);
-        if (block != nullptr)
-            return block;
-        const std::new_handler handler = std::get_new_handler();
-        if (handler == nullptr)
-            throw std::bad_alloc();
-        handler();
-    }
+    return velmor_tests::allocateForNew(size);
+}
+
+void* operator new[](std::size_t size) {
+    return velmor_tests::allocateForNew(size);
 }
 
 void operator delete(void* block) noexcept {
-    std::free(block);
+    velmor_tests::release(block);
+}
+
+void operator delete[](void* block) noexcept {
+    velmor_tests::release(block);
 }
 
 void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
+    velmor_tests::release(block);
 }
-#endif
+
+void operator delete[](void* block, std::size_t) noexcept {
+    velmor_tests::release(block);
+}

@@ -1,18 +1,25 @@
 #pragma once
 
-// Lets chosen allocations of the statically linked library fail (INTERNAL suites only; see velmor_add_suite).
+// Lets chosen allocations of the statically linked library fail, and counts what it holds (INTERNAL suites only; see
+// velmor_add_suite).
 
 #include <cstddef>
 
 namespace velmor_tests {
 
-/// While an object of this type lives, the n-th malloc, calloc or realloc of the calling thread from its construction on
-/// fails (n = 1: the next one), and, if asked, every later one too. Only calls made by code linked into the suite count:
-/// the library's and the suite's own, but not those of `operator new` nor those inside shared libraries.
+/// Which allocations count.
+enum class Allocations {
+    CHeap, ///< malloc, calloc and realloc.
+    All    ///< These, and `operator new`, which then throws.
+};
+
+/// While an object of this type lives, the n-th allocation of the calling thread from its construction on fails (n = 1: the
+/// next one), and, if asked, every later one too. Only calls made by code linked into the suite count: the library's and
+/// the suite's own, but no malloc inside a shared library.
 /// Objects do not nest. Make it just before the call under test: the suite's own allocations count as well.
 class FailAllocation {
 public:
-    explicit FailAllocation(unsigned n, bool andAllLater = false);
+    explicit FailAllocation(unsigned n, bool andAllLater = false, Allocations which = Allocations::CHeap);
     ~FailAllocation();
     FailAllocation(const FailAllocation&) = delete;
     FailAllocation& operator=(const FailAllocation&) = delete;
@@ -27,14 +34,19 @@ public:
     std::size_t failedSize() const;
 
     /// Counts an allocation of the given size and tells whether it fails; for the allocation functions themselves.
-    bool refuses(std::size_t size);
+    bool refuses(std::size_t size, Allocations kind);
 
 private:
     unsigned first_;
     bool andAllLater_;
+    Allocations which_;
     unsigned seen_ = 0;
     bool happened_ = false;
     std::size_t failedSize_ = 0;
 };
+
+/// Number of blocks that code linked into the suite has taken, from the C heap or by `operator new`, and not given back.
+/// Compare two of these: the suite's own blocks and those of the runtime's start are in it.
+long liveAllocations();
 
 } // namespace velmor_tests

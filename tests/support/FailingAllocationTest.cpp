@@ -5,16 +5,24 @@
 #include <atomic>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <thread>
 #include <vector>
 
 namespace {
 
+using velmor_tests::Allocations;
 using velmor_tests::FailAllocation;
+using velmor_tests::liveAllocations;
 
 // The compiler may neither see that a block is unused nor what its size is.
 void* volatile block = nullptr;
 volatile std::size_t size = 40;
+
+void* used(void* taken) {
+    block = taken;
+    return taken;
+}
 
 bool allocates() {
     block = std::malloc(size);
@@ -101,7 +109,7 @@ TEST(FailAllocation, LeavesOtherThreadsAlone) {
     EXPECT_TRUE(failed);
 }
 
-TEST(FailAllocation, DoesNotCountOperatorNew) {
+TEST(FailAllocation, DoesNotCountOperatorNewUnlessAsked) {
     unsigned seen = 1;
     {
         FailAllocation failure(1, true);
@@ -111,6 +119,119 @@ TEST(FailAllocation, DoesNotCountOperatorNew) {
         seen = failure.seen();
     }
     EXPECT_EQ(seen, 0u);
+}
+
+template <class Allocate>
+bool givesBlock(Allocate allocate) {
+    try {
+        block = allocate();
+        return block != nullptr;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+bool newGivesBlock() {
+    const bool result = givesBlock([] { return operator new(size); });
+    operator delete(result ? block : nullptr);
+    return result;
+}
+
+bool arrayNewGivesBlock() {
+    const bool result = givesBlock([] { return operator new[](size); });
+    operator delete[](result ? block : nullptr);
+    return result;
+}
+
+TEST(FailAllocation, FailsOperatorNewWhenAsked) {
+    bool plain = true;
+    bool array = true;
+    unsigned seen = 0;
+    std::size_t failedSize = 0;
+    {
+        FailAllocation failure(1, false, Allocations::All);
+        plain = newGivesBlock();
+        seen = failure.seen();
+        failedSize = failure.failedSize();
+    }
+    {
+        FailAllocation failure(1, false, Allocations::All);
+        array = arrayNewGivesBlock();
+    }
+    EXPECT_FALSE(plain);
+    EXPECT_FALSE(array);
+    EXPECT_GE(seen, 1u); // a runtime that is linked into the suite takes the exception from the C heap
+    EXPECT_EQ(failedSize, 40u);
+    EXPECT_TRUE(newGivesBlock() && arrayNewGivesBlock());
+}
+
+TEST(FailAllocation, CountsBothHeapsInOneRow) {
+    bool results[4];
+    {
+        FailAllocation failure(3, false, Allocations::All);
+        results[0] = allocates();
+        results[1] = newGivesBlock();
+        results[2] = allocates();
+        results[3] = newGivesBlock();
+    }
+    EXPECT_TRUE(results[0] && results[1] && results[3]);
+    EXPECT_FALSE(results[2]);
+}
+
+TEST(LiveAllocations, CountsEveryBlockUntilItIsGivenBack) {
+    const auto since = [start = liveAllocations()] { return liveAllocations() - start; };
+    void* const allocated = used(std::malloc(size));
+    const long afterMalloc = since();
+    void* const zeroed = used(std::calloc(2, size));
+    const long afterCalloc = since();
+    void* grown = used(std::realloc(nullptr, size));
+    const long afterRealloc = since();
+    grown = used(std::realloc(grown, 100 * size));
+    const long afterGrowth = since();
+    block = operator new(size);
+    const long afterNew = since();
+    operator delete(block);
+    const long afterDelete = since();
+    std::free(grown);
+    std::free(zeroed);
+    std::free(allocated);
+    std::free(nullptr);
+    operator delete(nullptr);
+    const long atTheEnd = since();
+    block = operator new[](size);
+    const long afterArrayNew = since();
+    operator delete[](block);
+    const long afterArrayDelete = since();
+    EXPECT_EQ(afterMalloc, 1);
+    EXPECT_EQ(afterCalloc, 2);
+    EXPECT_EQ(afterRealloc, 3);
+    EXPECT_EQ(afterGrowth, 3);
+    EXPECT_EQ(afterNew, 4);
+    EXPECT_EQ(afterDelete, 3);
+    EXPECT_EQ(atTheEnd, 0);
+    EXPECT_EQ(afterArrayNew, 1);
+    EXPECT_EQ(afterArrayDelete, 0);
+}
+
+TEST(LiveAllocations, DoesNotCountWhatFailed) {
+    try { // what the runtime keeps for its first exception
+        throw std::bad_alloc();
+    } catch (const std::bad_alloc&) {
+    }
+    const long before = liveAllocations();
+    void* const kept = used(std::malloc(size));
+    void* grown = nullptr;
+    {
+        FailAllocation failure(1, true, Allocations::All);
+        allocates();
+        block = grown = std::realloc(kept, 2 * size);
+        newGivesBlock();
+    }
+    const long after = liveAllocations();
+    std::free(grown != nullptr ? grown : kept);
+    EXPECT_EQ(grown, nullptr);
+    EXPECT_EQ(after, before + 1);
+    EXPECT_EQ(liveAllocations(), before);
 }
 
 } // namespace
