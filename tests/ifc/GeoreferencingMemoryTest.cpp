@@ -1,0 +1,81 @@
+#include "support/FailingAllocation.h"
+
+#include <Velmor/Georeferencing.h>
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <utility>
+
+using namespace Velmor;
+using namespace velmor_tests;
+
+namespace {
+
+/// Checks that an operation throws, and keeps nothing, whichever of the seven texts cannot be copied.
+template <class Operation>
+void expectThrowsForEachText(Operation operation) {
+    try { // what the runtime keeps for its first exception is no leak
+        throw std::bad_alloc();
+    } catch (const std::bad_alloc&) {
+    }
+    for (unsigned n = 1; n <= 8; ++n) {
+        bool thrown = false, failed = false;
+        const long before = liveAllocations();
+        {
+            const FailAllocation fail(n, false, Allocations::All);
+            try {
+                operation();
+            } catch (const std::bad_alloc&) {
+                thrown = true;
+            }
+            failed = fail.happened();
+        }
+        const long after = liveAllocations();
+        EXPECT_EQ(after, before) << n;
+        EXPECT_EQ(thrown, n <= 7) << n;
+        EXPECT_EQ(failed, n <= 7) << "each text is copied once: " << n;
+    }
+}
+
+const WideString text(1000, VELMOR_WIDE('t'));
+
+} // namespace
+
+TEST(GeoreferencingMemory, AProjectionWhoseTextsCannotBeCopiedThrows) {
+    expectThrowsForEachText([] { const IFC4_MapProjection p(text, text, text, text, text, text, text, 1); });
+    const IFC4_MapProjection original(text, text, text, text, text, text, text, 1);
+    expectThrowsForEachText([&] { const IFC4_MapProjection copy = original; });
+    expectThrowsForEachText([&] {
+        IFC4_MapProjection target;
+        target = original;
+    });
+}
+
+TEST(GeoreferencingMemory, AConversionWhoseTextsCannotBeCopiedThrows) {
+    const IFC4_MapProjection projection(text, text, text, text, text, text, text, 1);
+    const Plexor::Vertex origin(1, 2, 3);
+    expectThrowsForEachText([&] { const IFC4_MapConversion conversion(origin, 1, 2, 3, 4, 5, 6, projection); });
+    const IFC4_MapConversion original(origin, 1, 2, 3, 4, 5, 6, projection);
+    expectThrowsForEachText([&] { const IFC4_MapConversion copy = original; });
+    expectThrowsForEachText([&] {
+        IFC4_MapConversion target;
+        target = original;
+    });
+}
+
+TEST(GeoreferencingMemory, DefaultsReadingAndMovingAllocateNothing) {
+    IFC4_MapConversion original(Plexor::Vertex(1, 2, 3), 1, 2, 3, 4, 5, 6,
+                                IFC4_MapProjection(text, text, text, text, text, text, text, 1));
+    unsigned seen;
+    {
+        const FailAllocation fail(1, true, Allocations::All);
+        IFC4_MapConversion moved = std::move(original);
+        IFC4_MapConversion assigned;
+        assigned = std::move(moved);
+        assigned.getMapProjection().getName();
+        assigned.getSourceOrigin();
+        seen = fail.seen();
+    }
+    EXPECT_EQ(seen, 0u);
+}
