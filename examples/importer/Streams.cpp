@@ -1,5 +1,7 @@
 #include "Streams.h"
 
+#include "RecordFields.h"
+
 #include <iterator>
 #include <limits>
 #include <vector>
@@ -9,24 +11,17 @@ namespace {
 
 using Velmor::ExternalGUID;
 using Velmor::ExternalVersion;
+using Velmor::IFC4_MapConversion;
+using Velmor::IFC4_MapProjection;
+using Velmor::StringOperations;
+using Velmor::WideString;
 
-constexpr std::uint32_t formatVersion = 1;
+constexpr std::uint32_t formatVersion = 2;
 constexpr std::string_view infoMark = "VELMINFO";
 constexpr std::string_view stateMark = "VELMSTAT";
 constexpr std::size_t blockSize = 65536; // one request to the system; also what a wild length can make a reader allocate
 constexpr unsigned identitySize = 96;
 constexpr unsigned longestVersion = 124;
-
-void append(std::string& out, std::uint64_t value, unsigned bytes) {
-    for (unsigned i = 0; i < bytes; ++i) {
-        out.push_back(static_cast<char>(value >> (8 * i) & 0xFF));
-    }
-}
-
-void appendText(std::string& out, std::string_view text) {
-    append(out, text.size(), 4);
-    out += text;
-}
 
 void appendIdentity(std::string& out, const ExternalGUID& identity) {
     unsigned size = 0;
@@ -40,87 +35,90 @@ void appendTotals(std::string& out, const StreamTotals& totals) {
     append(out, totals.checksum, 8);
 }
 
-std::uint64_t number(std::string_view bytes) {
-    std::uint64_t value = 0;
-    for (std::size_t i = bytes.size(); i-- > 0;) {
-        value = value << 8 | static_cast<unsigned char>(bytes[i]);
+ExternalGUID identity(Fields& fields, ExternalGUID::Type_t type, const char* field) {
+    const auto stream = fields.bytes(identitySize, field);
+    const auto result = ExternalGUID::fromByteStream(identitySize, stream.data());
+    if (result.getType() != type && result.getType() != ExternalGUID::Invalid) {
+        throw FormatError(std::string("expected ") + field + " of type " + std::to_string(type) + " or 0, found " +
+                          std::to_string(result.getType()));
     }
-    return value;
+    return result;
 }
 
-// Takes the fields of a record one after another.
-class Fields {
-public:
-    explicit Fields(std::string_view payload) : rest_(payload) {}
-
-    std::string_view bytes(std::uint64_t size, const char* field) {
-        if (size > rest_.size()) {
-            throw FormatError("expected " + std::to_string(size) + " bytes of " + field + ", found " +
-                              std::to_string(rest_.size()));
-        }
-        const auto result = rest_.substr(0, static_cast<std::size_t>(size));
-        rest_.remove_prefix(static_cast<std::size_t>(size));
-        return result;
+ExternalVersion version(Fields& fields) {
+    const auto stream = fields.text("version");
+    const auto type = stream.size() < 4 ? std::numeric_limits<std::uint64_t>::max() : numberIn(stream.substr(0, 4));
+    constexpr std::size_t sizes[] = {4, 28, longestVersion, 92};
+    if (type >= std::size(sizes) || stream.size() != sizes[type]) {
+        throw FormatError("expected a version of 4, 28, 124 or 92 bytes of type 0, 1, 2 or 3, found " +
+                          std::to_string(stream.size()) + " bytes");
     }
+    ExternalVersion result;
+    result.fromByteStream(static_cast<unsigned>(stream.size()), stream.data());
+    return result;
+}
 
-    std::uint32_t u32(const char* field) { return static_cast<std::uint32_t>(number(bytes(4, field))); }
+StreamTotals totals(Fields& fields, const char* field) {
+    StreamTotals result;
+    result.records = fields.u64(field);
+    result.bytes = fields.u64(field);
+    result.checksum = fields.u64(field);
+    return result;
+}
 
-    std::uint64_t u64(const char* field) { return number(bytes(8, field)); }
-
-    std::string_view text(const char* field) { return bytes(u32(field), field); }
-
-    ExternalGUID identity(ExternalGUID::Type_t type, const char* field) {
-        const auto stream = bytes(identitySize, field);
-        const auto result = ExternalGUID::fromByteStream(identitySize, stream.data());
-        if (result.getType() != type && result.getType() != ExternalGUID::Invalid) {
-            throw FormatError(std::string("expected ") + field + " of type " + std::to_string(type) + " or 0, found " +
-                              std::to_string(result.getType()));
-        }
-        return result;
+// The mark and the format version that the first record of its kind begins with.
+void mark(Fields& fields, std::string_view mark) {
+    if (fields.bytes(mark.size(), "mark") != mark) {
+        throw FormatError("expected the mark \"" + std::string(mark) + "\"");
     }
-
-    ExternalVersion version() {
-        const auto stream = text("version");
-        const auto type = stream.size() < 4 ? std::numeric_limits<std::uint64_t>::max() : number(stream.substr(0, 4));
-        constexpr std::size_t sizes[] = {4, 28, longestVersion, 92};
-        if (type >= std::size(sizes) || stream.size() != sizes[type]) {
-            throw FormatError("expected a version of 4, 28, 124 or 92 bytes of type 0, 1, 2 or 3, found " +
-                              std::to_string(stream.size()) + " bytes");
-        }
-        ExternalVersion result;
-        result.fromByteStream(static_cast<unsigned>(stream.size()), stream.data());
-        return result;
+    const auto version = fields.u32("format version");
+    if (version != formatVersion) {
+        throw VersionError("expected format version " + std::to_string(formatVersion) + ", found " +
+                           std::to_string(version));
     }
+}
 
-    StreamTotals totals(const char* field) {
-        StreamTotals result;
-        result.records = u64(field);
-        result.bytes = u64(field);
-        result.checksum = u64(field);
-        return result;
+// Texts of a georeference, in the order of its record.
+constexpr const WideString& (IFC4_MapProjection::*projectionTexts[])() const = {
+    &IFC4_MapProjection::getName,          &IFC4_MapProjection::getDescription,    &IFC4_MapProjection::getGeodeticDatum,
+    &IFC4_MapProjection::getVerticalDatum, &IFC4_MapProjection::getProjectionType, &IFC4_MapProjection::getZone,
+    &IFC4_MapProjection::getUnitName};
+
+void appendGeoreference(std::string& out, const IFC4_MapConversion& conversion) {
+    const auto& origin = conversion.getSourceOrigin();
+    for (const double number :
+         {origin.x, origin.y, origin.z, conversion.getEastings(), conversion.getNorthings(),
+          conversion.getOrthogonalHeight(), conversion.getXAxisAbscissa(), conversion.getXAxisOrdinate(),
+          conversion.getScaleToMapProjection()}) {
+        appendReal(out, number);
     }
-
-    // The mark and the format version that the first record of its kind begins with.
-    void mark(std::string_view mark) {
-        if (bytes(mark.size(), "mark") != mark) {
-            throw FormatError("expected the mark \"" + std::string(mark) + "\"");
-        }
-        const auto version = u32("format version");
-        if (version != formatVersion) {
-            throw FormatError("expected format version " + std::to_string(formatVersion) + ", found " +
-                              std::to_string(version));
-        }
+    const auto& projection = conversion.getMapProjection();
+    for (const auto text : projectionTexts) {
+        appendText(out, StringOperations::ConvertToUTF8((projection.*text)()));
     }
+    appendReal(out, projection.getScaleToMetric());
+}
 
-    void end() const {
-        if (!rest_.empty()) {
-            throw FormatError("expected the end of the record, found " + std::to_string(rest_.size()) + " more bytes");
-        }
+IFC4_MapConversion georeference(Fields& fields) {
+    double numbers[9];
+    for (auto& number : numbers) {
+        number = fields.real("map conversion");
     }
-
-private:
-    std::string_view rest_;
-};
+    WideString texts[std::size(projectionTexts)];
+    for (auto& text : texts) {
+        const auto utf8 = fields.text("projected system");
+        text = StringOperations::ConvertFromUTF8(reinterpret_cast<const unsigned char*>(utf8.data()), utf8.size());
+    }
+    const auto scaleToMetric = fields.real("scale of the projected system");
+    return {{numbers[0], numbers[1], numbers[2]},
+            numbers[3],
+            numbers[4],
+            numbers[5],
+            numbers[6],
+            numbers[7],
+            numbers[8],
+            {texts[0], texts[1], texts[2], texts[3], texts[4], texts[5], texts[6], scaleToMetric}};
+}
 
 std::string lengthPrefix(std::string_view payload) {
     if (payload.size() > std::numeric_limits<std::uint32_t>::max()) {
@@ -177,8 +175,14 @@ std::string encode(const InfoRecord& record) {
     appendText(out, record.error);
     appendText(out, record.schema);
     appendTotals(out, record.objects);
+    appendTotals(out, record.attributes);
     appendTotals(out, record.problems);
     append(out, record.problemsUntold, 8);
+    append(out, record.objectsWithoutClass, 8);
+    append(out, record.georeference ? 1 : 0, 4);
+    if (record.georeference) {
+        appendGeoreference(out, *record.georeference);
+    }
     return out;
 }
 
@@ -186,6 +190,7 @@ std::string encode(const StateHeader& record) {
     std::string out(stateMark);
     append(out, formatVersion, 4);
     appendTotals(out, record.objects);
+    appendTotals(out, record.attributes);
     return out;
 }
 
@@ -194,9 +199,9 @@ ObjectRecord decodeObject(std::string_view payload) {
     ObjectRecord record;
     record.line = fields.u64("line");
     record.instance = fields.u64("instance");
-    record.globalId = fields.identity(ExternalGUID::IFCGlobalID, "identity by GlobalId");
-    record.spatialHash = fields.identity(ExternalGUID::SpatialHash, "identity by geometry");
-    record.version = fields.version();
+    record.globalId = identity(fields, ExternalGUID::IFCGlobalID, "identity by GlobalId");
+    record.spatialHash = identity(fields, ExternalGUID::SpatialHash, "identity by geometry");
+    record.version = version(fields);
     record.className = fields.text("class name");
     record.name = fields.text("name");
     fields.end();
@@ -215,22 +220,28 @@ ProblemRecord decodeProblem(std::string_view payload) {
 
 InfoRecord decodeInfo(std::string_view payload) {
     Fields fields(payload);
-    fields.mark(infoMark);
+    mark(fields, infoMark);
     InfoRecord record;
     record.error = fields.text("error");
     record.schema = fields.text("schema");
-    record.objects = fields.totals("totals of the objects");
-    record.problems = fields.totals("totals of the problems");
+    record.objects = totals(fields, "totals of the objects");
+    record.attributes = totals(fields, "totals of the attributes");
+    record.problems = totals(fields, "totals of the problems");
     record.problemsUntold = fields.u64("number of problems untold");
+    record.objectsWithoutClass = fields.u64("number of objects without a class");
+    if (fields.flag("presence of a georeference")) {
+        record.georeference = georeference(fields);
+    }
     fields.end();
     return record;
 }
 
 StateHeader decodeStateHeader(std::string_view payload) {
     Fields fields(payload);
-    fields.mark(stateMark);
+    mark(fields, stateMark);
     StateHeader record;
-    record.objects = fields.totals("totals of the objects");
+    record.objects = totals(fields, "totals of the objects");
+    record.attributes = totals(fields, "totals of the attributes");
     fields.end();
     return record;
 }
@@ -294,7 +305,7 @@ bool RecordReader::next(std::string& payload) {
         }
         throw FormatError(where() + "expected a record, found the end of the file");
     }
-    const auto length = static_cast<std::size_t>(number(std::string_view(block_).substr(position_, 4)));
+    const auto length = static_cast<std::size_t>(numberIn(std::string_view(block_).substr(position_, 4)));
     if (atHand() < 4 + length && !fill(4 + length)) {
         throw FormatError(where() + "expected a record of " + std::to_string(length) + " bytes, found the end of the file");
     }
@@ -314,26 +325,35 @@ std::string RecordReader::where() const {
     return name_ + ": byte " + std::to_string(recordBegin_) + ": ";
 }
 
-void readObjects(RecordReader& reader, const StreamTotals& expected, const std::function<void(ObjectRecord&&)>& sink) {
+void readRecords(RecordReader& reader, const StreamTotals& expected, const char* what,
+                 const std::function<void(std::string_view)>& sink) {
     StreamTotals totals;
     std::string payload;
     while (totals.records < expected.records) {
-        reader.require(payload, "an object");
+        reader.require(payload, what);
         totals.add(payload);
         try {
-            sink(decodeObject(payload));
+            sink(payload);
         } catch (const FormatError& error) {
             throw FormatError(reader.where() + error.what());
         }
-    }
-    if (reader.next(payload)) {
-        throw FormatError(reader.where() + "expected the end of the file behind " + std::to_string(expected.records) +
-                          " objects");
     }
     if (totals != expected) {
         throw FormatError(reader.where() + "expected the checksum " + std::to_string(expected.checksum) + " of " +
                           std::to_string(expected.bytes) + " bytes, found " + std::to_string(totals.checksum) + " of " +
                           std::to_string(totals.bytes));
+    }
+}
+
+void readObjects(RecordReader& reader, const StreamTotals& expected, const std::function<void(ObjectRecord&&)>& sink) {
+    readRecords(reader, expected, "an object", [&sink](std::string_view payload) { sink(decodeObject(payload)); });
+}
+
+void requireEnd(RecordReader& reader) {
+    const auto records = reader.totals().records;
+    std::string payload;
+    if (reader.next(payload)) {
+        throw FormatError(reader.where() + "expected the end of the file behind " + std::to_string(records) + " records");
     }
 }
 

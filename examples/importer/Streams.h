@@ -8,9 +8,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace importer {
 
@@ -18,6 +20,12 @@ namespace importer {
 class FormatError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
+};
+
+/// A record is of another version of this format.
+class VersionError : public FormatError {
+public:
+    using FormatError::FormatError;
 };
 
 /// A stream cannot be written.
@@ -38,6 +46,7 @@ struct ObjectRecord {
     Velmor::ExternalVersion version;                 ///< Geometric fingerprint; type `Invalid` when it has no vertices.
     std::string className;                           ///< "IFCBEAM".
     std::string name;                                ///< UTF-8, as the library encodes it.
+    std::vector<std::uint32_t> propertySets;         ///< By their numbers. Not in the record itself: see PropertyRecords.h.
 };
 
 /// What spoiled one object.
@@ -64,13 +73,17 @@ struct InfoRecord {
     std::string error;                ///< What made the import meaningless, UTF-8; empty when it is complete.
     std::string schema;               ///< "IFC4".
     StreamTotals objects;             ///< Of the objects stream.
+    StreamTotals attributes;          ///< Of the attributes stream.
     StreamTotals problems;            ///< Of the log stream.
     std::uint64_t problemsUntold = 0; ///< That were found beside those in the log stream.
+    std::uint64_t objectsWithoutClass = 0; ///< Whose entities the class tables do not have.
+    std::optional<Velmor::IFC4_MapConversion> georeference;
 };
 
 /// First record of a state file.
 struct StateHeader {
-    StreamTotals objects; ///< Of the object records behind the header.
+    StreamTotals objects;    ///< Of the object records behind the header.
+    StreamTotals attributes; ///< Of the property sets and assignments behind those.
 };
 
 /// The bytes of a record, without its length prefix.
@@ -173,10 +186,18 @@ private:
     StreamTotals totals_;
 };
 
-/// Reads the objects that are left in a stream, to its end.
+/// Reads as many records as the writer counted.
 /// @param expected what the writer counted of them.
-/// @param sink     gets each object, before the totals are compared.
-/// @throws FormatError when the stream is damaged or does not come to the same totals.
+/// @param what     one of them, for messages: "an object".
+/// @param sink     gets the bytes of each, before the totals are compared.
+/// @throws FormatError when the stream is damaged or does not come to the same totals, or when the sink does.
+void readRecords(RecordReader& reader, const StreamTotals& expected, const char* what,
+                 const std::function<void(std::string_view)>& sink);
+
+/// Reads as many objects as the writer counted, as readRecords.
 void readObjects(RecordReader& reader, const StreamTotals& expected, const std::function<void(ObjectRecord&&)>& sink);
+
+/// @throws FormatError when the stream goes on.
+void requireEnd(RecordReader& reader);
 
 } // namespace importer
