@@ -9,8 +9,9 @@ namespace importer {
 
 /// What an instance is to the reader.
 enum class Entity : std::uint16_t {
-    Other,   ///< Nothing that it reads.
-    Product, ///< A physical or spatial object: see `entityNamed`.
+    Other,              ///< Nothing that it reads.
+    Product,            ///< A physical or spatial object: see `entityNamed`.
+    PropertyDefinition, ///< Says something of objects as a property set does, but is none: quantities, linings of doors.
     AdvancedBrep,
     AdvancedBrepWithVoids,
     AdvancedFace,
@@ -39,6 +40,7 @@ enum class Entity : std::uint16_t {
     CircleHollowProfileDef,
     CircleProfileDef,
     ClosedShell,
+    ComplexProperty,
     CompositeCurve,
     CompositeCurve2D,
     CompositeCurveOnSurface,
@@ -65,6 +67,8 @@ enum class Entity : std::uint16_t {
     FacetedBrep,
     FacetedBrepWithVoids,
     GeometricCurveSet,
+    GeometricRepresentationContext,
+    GeometricRepresentationSubContext,
     GeometricSet,
     GridPlacement,
     IShapeProfileDef,
@@ -76,6 +80,8 @@ enum class Entity : std::uint16_t {
     Line,
     LinearPlacement,
     LocalPlacement,
+    MapConversion,
+    MapConversionScaled,
     MappedItem,
     MeasureWithUnit,
     MirroredProfileDef,
@@ -88,9 +94,20 @@ enum class Entity : std::uint16_t {
     Polyline,
     ProductDefinitionShape,
     Project,
+    ProjectedCRS,
+    PropertyBoundedValue,
+    PropertyEnumeratedValue,
+    PropertyListValue,
+    PropertyReferenceValue,
+    PropertySet,
+    PropertySingleValue,
+    PropertyTableValue,
     RectangleHollowProfileDef,
     RectangleProfileDef,
     RectangularPyramid,
+    RelDefinesByProperties,
+    RelDefinesByType,
+    RelOverridesProperties,
     ReparametrisedCompositeCurveSegment,
     RepresentationMap,
     RevolvedAreaSolid,

@@ -1,13 +1,18 @@
 #include "IfcReader.h"
 
+#include "IfcClasses.h"
+#include "IfcCommonSets.h"
+#include "IfcGeoreference.h"
 #include "IfcPlacement.h"
+#include "IfcProperties.h"
+#include "IfcPropertyRelations.h"
 #include "IfcShape.h"
 #include "IfcUnits.h"
-#include "StepText.h"
 
 #include <Velmor/Text.h>
 
 #include <string>
+#include <unordered_map>
 
 namespace importer {
 
@@ -19,55 +24,120 @@ constexpr double scanned = 0.3;
 /// Problems beyond this many are only counted.
 constexpr std::uint64_t mostProblems = 100000;
 
-class ProductReader {
+/// What properties may take. They have an account of their own, so that they spoil no shape, and no shape spoils them.
+Limits ofProperties(Limits limits) {
+    limits.work = limits.workOfProperties;
+    limits.workPerProduct = limits.workOfProperties;
+    return limits;
+}
+
+class ModelReader {
 public:
-    ProductReader(const StepFile& file, const Limits& limits, ModelSink& sink)
-        : context_(file, limits), file_(file), sink_(sink) {}
+    ModelReader(const StepFile& file, const Limits& limits, ModelSink& sink)
+        : context_(file, limits), propertyContext_(file, ofProperties(limits)), file_(file), sink_(sink),
+          products_(file.instancesOf({Entity::Product})), sets_(file.instancesOf({Entity::PropertySet})),
+          relations_(propertyContext_, products_, sets_), steps_(sets_.size() + products_.size()) {}
 
     void readAll();
 
 private:
-    void read(const Instance& instance);
+    void readModel();
+    void readSets();
+    void readRelations();
+    void read(std::size_t place);
     void readAttributes(const Record& record, Product& product);
+    void readSetsOf(std::size_t place, Product& product);
+    void step();
     void tell(const Problem& problem);
     void tell(const Instance& instance, const std::string& reason);
-    void tellNotes(const std::string& owner);
+    void tellNotes(IfcContext& context, const std::string& owner);
 
     IfcContext context_;
+    IfcContext propertyContext_;
     const StepFile& file_;
     ModelSink& sink_;
+    const std::vector<const Instance*> products_;
+    const std::vector<const Instance*> sets_;
+    PropertyRelations relations_;
+    std::vector<std::uint32_t> setNames_; // per set, a number for its name
+    std::uint64_t steps_;                 // sets and products, each of them one
+    std::uint64_t stepsDone_ = 0;
     std::uint64_t problems_ = 0;
 };
 
-void ProductReader::readAll() {
+void ModelReader::readAll() {
     sink_.schema(file_.schema());
     for (const Problem& problem : file_.problems())
         tell(problem);
-    context_.beginProduct();
-    try {
-        readUnits(context_);
-    } catch (const TooMuch&) {
-        context_.note(file_.instances().front(), "the units take more work than a file of this size may ask for");
-    }
-    tellNotes("the model's units");
+    readModel();
     sink_.progress(scanned);
-    const auto& products = file_.products();
-    constexpr std::size_t steps = 200;
-    for (std::size_t i = 0; i < products.size(); ++i) {
-        read(*products[i]);
-        if ((i + 1) * steps / products.size() != i * steps / products.size())
-            sink_.progress(scanned + (1.0 - scanned) * static_cast<double>(i + 1) / static_cast<double>(products.size()));
+    readSets();
+    readRelations();
+    for (std::size_t place = 0; place < products_.size(); ++place) {
+        read(place);
+        step();
     }
     if (problems_ > mostProblems)
         sink_.problem({0, 0, "and " + std::to_string(problems_ - mostProblems) + " more problems"});
     sink_.progress(1.0);
 }
 
-void ProductReader::read(const Instance& instance) {
+/// What holds for the model as a whole.
+void ModelReader::readModel() {
+    context_.beginProduct();
+    try {
+        readUnits(context_);
+    } catch (const TooMuch&) {
+        context_.note(file_.instances().front(), "the units take more work than a file of this size may ask for");
+    }
+    tellNotes(context_, "the model's units");
+    propertyContext_.angleUnit = context_.angleUnit;
+
+    propertyContext_.beginProduct();
+    try {
+        if (const auto georeference = readGeoreference(propertyContext_))
+            sink_.georeference(*georeference);
+    } catch (const TooMuch& tooMuch) {
+        propertyContext_.note(file_.instances().front(), tooMuch.reason);
+    }
+    tellNotes(propertyContext_, "the model's georeference");
+}
+
+/// One set after the other: in the library's form a property takes more than 1 KiB.
+void ModelReader::readSets() {
+    PropertyReader reader(propertyContext_);
+    std::unordered_map<Velmor::WideString, std::uint32_t> numbers;
+    for (const Instance* instance : sets_) {
+        NamedSet read{};
+        reader.read(*instance, read);
+        tellNotes(propertyContext_, "IFCPROPERTYSET #" + std::to_string(instance->number));
+        setNames_.push_back(numbers.try_emplace(read.name, static_cast<std::uint32_t>(numbers.size())).first->second);
+        if (isCommonSet(read.set))
+            sink_.propertySet(withTemplate(read.set));
+        else
+            sink_.propertySet(std::move(read.set));
+        step();
+    }
+    for (const Problem& remark : reader.remarks())
+        tell(remark);
+}
+
+void ModelReader::readRelations() {
+    for (const Instance* relation :
+         file_.instancesOf({Entity::RelDefinesByProperties, Entity::RelOverridesProperties, Entity::RelDefinesByType})) {
+        relations_.read(*relation);
+        tellNotes(propertyContext_, "the relation #" + std::to_string(relation->number));
+    }
+    relations_.order();
+}
+
+void ModelReader::read(std::size_t place) {
+    const Instance& instance = *products_[place];
     Product product;
     product.instance = instance.number;
     product.line = file_.lineAt(instance.offset);
     product.className = capitals(file_.nameOf(instance));
+    product.objectClass = classNamed(product.className);
     context_.beginProduct();
     try {
         const Record record(context_, instance);
@@ -85,49 +155,59 @@ void ProductReader::read(const Instance& instance) {
         product.volume = 0.0;
         context_.note(instance, tooMuch.reason);
     }
-    tellNotes(product.className + " #" + std::to_string(product.instance));
+    readSetsOf(place, product);
+    tellNotes(context_, product.className + " #" + std::to_string(product.instance));
     sink_.product(std::move(product));
 }
 
-void ProductReader::readAttributes(const Record& record, Product& product) {
-    const auto text = [&](std::size_t index, const char* what) {
-        const Value& value = record[index];
-        if (value.kind != ValueKind::Text && value.kind != ValueKind::Omitted)
-            context_.note(record.instance(), std::string(what) + " is no text");
-        return value.kind == ValueKind::Text ? decodeText(value.text) : Velmor::WideString();
-    };
-    product.globalId = Velmor::StringOperations::ConvertToUTF8(text(0, "its GlobalId"));
-    product.name = text(2, "its name");
+void ModelReader::readAttributes(const Record& record, Product& product) {
+    product.globalId = Velmor::StringOperations::ConvertToUTF8(record.text(0, "its GlobalId"));
+    product.name = record.text(2, "its name");
     constexpr std::size_t fewest = 7;
     if (record.count() < fewest)
         record.fault("has " + std::to_string(record.count()) + " arguments; expected " + std::to_string(fewest) +
                      " or more");
 }
 
-void ProductReader::tell(const Problem& problem) {
+void ModelReader::readSetsOf(std::size_t place, Product& product) {
+    try {
+        product.propertySets = relations_.setsOf(place, setNames_);
+    } catch (const TooMuch& tooMuch) {
+        context_.note(*products_[place], tooMuch.reason);
+    }
+}
+
+void ModelReader::step() {
+    constexpr std::uint64_t reports = 200;
+    const std::uint64_t before = stepsDone_++;
+    if (stepsDone_ * reports / steps_ != before * reports / steps_)
+        sink_.progress(scanned + (1.0 - scanned) * static_cast<double>(stepsDone_) / static_cast<double>(steps_));
+}
+
+void ModelReader::tell(const Problem& problem) {
     if (problems_++ < mostProblems)
         sink_.problem(problem);
 }
 
-void ProductReader::tell(const Instance& instance, const std::string& reason) {
+void ModelReader::tell(const Instance& instance, const std::string& reason) {
     tell(Problem{file_.lineAt(instance.offset), instance.number, reason});
 }
 
-void ProductReader::tellNotes(const std::string& owner) {
-    for (const Fault& note : context_.notes()) {
+void ModelReader::tellNotes(IfcContext& context, const std::string& owner) {
+    for (const Fault& note : context.notes()) {
         const std::string name = capitals(file_.nameOf(*note.instance));
         std::string reason = name.empty() ? name : name + ": ";
         reason.append(note.reason).append(" (in ").append(owner).append(")");
         tell(*note.instance, reason);
     }
-    if (context_.moreNotes() != 0)
-        tell(*context_.notes().back().instance, "and " + std::to_string(context_.moreNotes()) + " more (in " + owner + ")");
+    if (context.moreNotes() != 0)
+        tell(*context.notes().back().instance, "and " + std::to_string(context.moreNotes()) + " more (in " + owner + ")");
 }
 
 } // namespace
 
 void readProducts(const StepFile& file, const Limits& limits, ModelSink& sink) {
-    ProductReader(file, limits, sink).readAll();
+    ModelReader(file, limits, sink).readAll();
 }
 
 void readIfcModel(const Velmor::WideString& path, ModelSink& sink) {

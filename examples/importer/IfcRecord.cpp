@@ -1,5 +1,7 @@
 #include "IfcRecord.h"
 
+#include "StepText.h"
+
 #include <algorithm>
 
 namespace importer {
@@ -8,7 +10,10 @@ Limits Limits::forFile(std::uint64_t size) {
     constexpr std::uint64_t mega = 1 << 20;
     // Real models take up to 0.6 times their size for one product and 5 times for all; a mesh that fills its file, 4 to 5
     // times for that one product.
-    return {mega / 4 + size / 8, 16 * mega + 16 * size, 64 * mega + 48 * size};
+    // Those with many large property sets that share their properties take up to 40 times their size for them; products
+    // take up to 0.1 sets for each byte.
+    return {mega / 4 + size / 8,  16 * mega + 16 * size,   64 * mega + 48 * size,
+            mega / 4 + size / 64, 128 * mega + 128 * size, mega + size};
 }
 
 void IfcContext::beginProduct() {
@@ -29,9 +34,9 @@ void IfcContext::charge(std::uint64_t work) {
     workOfProduct_ += work;
     workDone_ += work;
     if (workDone_ > limits.work)
-        throw TooMuch{"the shapes of the file take more work than a file of its size may ask for"};
+        throw TooMuch{"the objects of the file take more work than a file of its size may ask for"};
     if (workOfProduct_ > limits.workPerProduct)
-        throw TooMuch{"the shape takes more work than one product of a file of this size may ask for"};
+        throw TooMuch{"it takes more work than one product of a file of this size may ask for"};
 }
 
 void IfcContext::chargePointsOfList(std::uint64_t had, std::uint64_t added) {
@@ -40,8 +45,7 @@ void IfcContext::chargePointsOfList(std::uint64_t had, std::uint64_t added) {
         throw TooMuch{"the shape has more vertices than one product of a file of this size may have"};
 }
 
-Nesting::Nesting(IfcContext& context, const Instance& instance) : context_(context) {
-    constexpr std::size_t deepest = 64;
+Nesting::Nesting(IfcContext& context, const Instance& instance, std::size_t deepest) : context_(context) {
     const auto& outer = context.nesting_;
     if (std::find(outer.begin(), outer.end(), &instance) != outer.end())
         throw Fault{&instance, "contains itself"};
@@ -119,6 +123,27 @@ std::vector<const Instance*> Record::references(std::size_t index) const {
     for (Value value; reader.next(value);)
         result.push_back(&resolve(value));
     return result;
+}
+
+Velmor::WideString Record::text(std::size_t index, const char* what) const {
+    const Value& value = (*this)[index];
+    if (value.kind != ValueKind::Text && value.kind != ValueKind::Omitted)
+        context_.note(instance_, std::string(what) + " is no text");
+    return value.kind == ValueKind::Text ? decodeText(value.text) : Velmor::WideString();
+}
+
+const Instance* Record::find(const Value& value) const {
+    const std::optional<std::uint64_t> number = referenceOf(value);
+    return number ? context_.file.find(*number) : nullptr;
+}
+
+void Record::noteDamaged(const Value& first, std::uint64_t count) const {
+    try {
+        resolve(first);
+    } catch (const Fault& fault) {
+        const std::string more = count == 1 ? "" : "; " + std::to_string(count - 1) + " more references of the list as well";
+        context_.note(instance_, fault.reason + more);
+    }
 }
 
 const Instance& Record::resolve(const Value& value) const {

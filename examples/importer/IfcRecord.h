@@ -23,11 +23,15 @@ struct TooMuch {
     std::string reason;
 };
 
-/// How much the shapes of a file may take. Work is counted in bytes of text looked at, and in so many for each point made.
+/// How much the objects of a file may take. Work is counted in bytes of text looked at, and in so many for each point or
+/// property made.
 struct Limits {
     std::uint64_t verticesPerProduct;
     std::uint64_t workPerProduct;
     std::uint64_t work;
+    std::uint64_t propertiesPerSet = 1 << 18; ///< Those within complex ones too.
+    std::uint64_t workOfProperties = 1 << 27;
+    std::uint64_t setsOfProducts = 1 << 20; ///< Of all products together, as often as they have them.
 
     /// For a file of this size: beyond what a file of that size holds in honest use, and little enough to be done soon.
     static Limits forFile(std::uint64_t size);
@@ -81,7 +85,7 @@ private:
 class Nesting {
 public:
     /// @throws Fault
-    Nesting(IfcContext& context, const Instance& instance);
+    Nesting(IfcContext& context, const Instance& instance, std::size_t deepest = 64);
     ~Nesting() { context_.nesting_.pop_back(); }
 
     Nesting(const Nesting&) = delete;
@@ -116,6 +120,12 @@ public:
     const Instance* optionalReference(std::size_t index) const;
     ValueReader list(std::size_t index) const;
     std::vector<const Instance*> references(std::size_t index) const;
+    /// A text, decoded; empty if omitted. What is none is noted as `what`, and is empty.
+    Velmor::WideString text(std::size_t index, const char* what) const;
+
+    /// Hands over the instances that a list refers to. References to nothing are noted, as one.
+    template <typename Take>
+    void eachReference(ValueReader list, Take take) const;
 
     /// The instance that a value of this record refers to.
     const Instance& resolve(const Value& value) const;
@@ -124,6 +134,8 @@ public:
 
 private:
     [[noreturn]] void unexpected(std::size_t index, const char* expected) const;
+    const Instance* find(const Value& value) const;
+    void noteDamaged(const Value& first, std::uint64_t count) const;
 
     static constexpr std::size_t most = 16; // more than any argument that is read
 
@@ -132,6 +144,20 @@ private:
     Value values_[most + 1];
     std::size_t count_ = 0;
 };
+
+template <typename Take>
+void Record::eachReference(ValueReader list, Take take) const {
+    std::uint64_t damaged = 0;
+    Value first;
+    for (Value value; list.next(value);) {
+        if (const Instance* instance = find(value))
+            take(*instance);
+        else if (damaged++ == 0)
+            first = value;
+    }
+    if (damaged != 0)
+        noteDamaged(first, damaged);
+}
 
 /// Reads up to `most` numbers of a list.
 /// @return how many there were; more than `most` if there were more; -1 if one is no number.

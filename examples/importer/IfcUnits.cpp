@@ -1,5 +1,7 @@
 #include "IfcUnits.h"
 
+#include "StepText.h"
+
 #include <algorithm>
 #include <cmath>
 #include <iterator>
@@ -62,6 +64,30 @@ const Instance* findAssignment(IfcContext& context) {
 }
 
 } // namespace
+
+Velmor::WideString nameOfUnit(IfcContext& context, const Instance& instance) {
+    const Record record(context, instance);
+    switch (record.entity()) {
+    case Entity::SIUnit: {
+        std::string name(record.given(2) ? record.enumeration(2) : std::string_view());
+        name += record.enumeration(3);
+        return decodeText(name);
+    }
+    case Entity::ConversionBasedUnit:
+        return record.text(2, "its name");
+    default:
+        record.fault("this kind of unit is not supported");
+    }
+}
+
+double readUnit(IfcContext& context, const Instance& instance, std::string_view kind) {
+    if (instance.entity == Entity::SIUnit || instance.entity == Entity::ConversionBasedUnit) {
+        const Record record(context, instance);
+        if (record.enumeration(1) != kind)
+            record.fault("is not of the expected kind: " + std::string(kind));
+    }
+    return readUnit(context, instance);
+}
 
 void readUnits(IfcContext& context) {
     const auto noting = [&context](auto read) {

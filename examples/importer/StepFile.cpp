@@ -95,6 +95,16 @@ StepFile StepFile::open(const Velmor::WideString& path) {
     return StepFile(std::move(text), name);
 }
 
+std::vector<const Instance*> StepFile::instancesOf(std::initializer_list<Entity> entities) const {
+    std::vector<const Instance*> result;
+    for (const Instance& instance : instances_) {
+        if (std::find(entities.begin(), entities.end(), instance.entity) != entities.end())
+            result.push_back(&instance);
+    }
+    std::sort(result.begin(), result.end(), [](const Instance* a, const Instance* b) { return a->offset < b->offset; });
+    return result;
+}
+
 const Instance* StepFile::find(std::uint64_t number) const {
     const auto found = std::lower_bound(instances_.begin(), instances_.end(), number,
                                         [](const Instance& instance, std::uint64_t key) { return instance.number < key; });
@@ -348,12 +358,6 @@ void StepFile::orderInstances() {
         return true;
     };
     instances_.erase(std::unique(instances_.begin(), instances_.end(), again), instances_.end());
-    for (const Instance& instance : instances_) {
-        if (instance.entity == Entity::Product)
-            products_.push_back(&instance);
-    }
-    std::sort(products_.begin(), products_.end(),
-              [](const Instance* a, const Instance* b) { return a->offset < b->offset; });
 }
 
 } // namespace importer

@@ -6,6 +6,7 @@
 #include "IfcModel.h"
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,8 +45,8 @@ public:
     /// All instances, by their number.
     const std::vector<Instance>& instances() const { return instances_; }
 
-    /// The instances of products, in the order of the file.
-    const std::vector<const Instance*>& products() const { return products_; }
+    /// The instances of these entities, in the order of the file.
+    std::vector<const Instance*> instancesOf(std::initializer_list<Entity> entities) const;
 
     /// What is wrong with single instances: no syntax, or a number given twice. Of those the first one counts. Beyond a
     /// thousand they are only counted, and the last problem says so.
@@ -94,7 +95,6 @@ private:
     const char* instanceLine_ = nullptr; // the last answer of instanceLineBehind
     std::string schema_;
     std::vector<Instance> instances_;
-    std::vector<const Instance*> products_;
     std::vector<Problem> problems_;
     std::uint64_t moreProblems_ = 0;         // not kept
     std::uint64_t firstMoreProblem_ = 0;     // offset of the first of those

@@ -57,7 +57,7 @@ TEST(Limits, TheWorkOfAllProductsTogetherIsBoundedToo) {
     EXPECT_EQ(taken.products.size(), 21u);
     ASSERT_EQ(taken.problems.size(), 21u);
     EXPECT_NE(taken.problems.front().reason.find("one product"), std::string::npos);
-    EXPECT_NE(taken.problems.back().reason.find("the shapes of the file take more work"), std::string::npos);
+    EXPECT_NE(taken.problems.back().reason.find("the objects of the file take more work"), std::string::npos);
 }
 
 TEST(Limits, VerticesOfAProductAreBounded) {

@@ -35,10 +35,10 @@ TEST(StepFile, InstancesAreFoundByNumberWhateverTheirOrder) {
     EXPECT_EQ(file.parametersOf(*file.find(100)), "1,(2,3)");
     EXPECT_EQ(file.parametersOf(*file.find(8)), "'a;b'");
     EXPECT_EQ(file.parametersOf(*file.find(7)), "");
-    ASSERT_EQ(file.products().size(), 3u);
-    EXPECT_EQ(file.products()[0]->number, 30u) << "products come in the order of the file";
-    EXPECT_EQ(file.products()[1]->number, 100u);
-    EXPECT_EQ(file.products()[2]->number, 8u);
+    ASSERT_EQ(file.instancesOf({Entity::Product}).size(), 3u);
+    EXPECT_EQ(file.instancesOf({Entity::Product})[0]->number, 30u) << "products come in the order of the file";
+    EXPECT_EQ(file.instancesOf({Entity::Product})[1]->number, 100u);
+    EXPECT_EQ(file.instancesOf({Entity::Product})[2]->number, 8u);
     EXPECT_TRUE(file.problems().empty());
 }
 
@@ -57,8 +57,8 @@ TEST(StepFile, CommentsAndLineBreaksMayStandAnywhereBetweenTokens) {
                "DATA;/* #1=IFCWALL($); */\n# 1;\n#2 /*=*/ = /*(*/\nIFCWALL\n/*;*/(\n'a'\n,/*)*/$\n)\n/**/\n;"
                "ENDSEC;\nEND-ISO-10303-21;\nanything");
     EXPECT_EQ(file.schema(), "IFC4X3_ADD2");
-    ASSERT_EQ(file.products().size(), 1u);
-    EXPECT_EQ(file.parametersOf(*file.products()[0]), "\n'a'\n,/*)*/$\n");
+    ASSERT_EQ(file.instancesOf({Entity::Product}).size(), 1u);
+    EXPECT_EQ(file.parametersOf(*file.instancesOf({Entity::Product})[0]), "\n'a'\n,/*)*/$\n");
     ASSERT_EQ(file.problems().size(), 1u) << "# 1; is no instance";
     EXPECT_EQ(file.problems()[0].line, 3u);
 }
@@ -140,14 +140,14 @@ TEST(StepFile, TextsAndCommentsMayRunOverLineEnds) {
 TEST(StepFile, NamesOfSectionsAreReadInAnyCase) {
     const StepFile file = fileOf("iso-10303-21;Header;file_schema(('IFC4'));EndSec;\nanchor;endsec;data;#1=IFCWALL($);"
                                  "endsec;end-iso-10303-21;");
-    EXPECT_EQ(file.products().size(), 1u);
+    EXPECT_EQ(file.instancesOf({Entity::Product}).size(), 1u);
     EXPECT_TRUE(file.problems().empty());
 }
 
 TEST(StepFile, OfANumberGivenTwiceTheFirstCounts) {
     const StepFile file = fileOf(stepFile("#5=IFCWALL($);\n#6=IFCX();\n#5=IFCSLAB($);\n#5=IFCBEAM($);\n"));
     EXPECT_EQ(file.nameOf(*file.find(5)), "IFCWALL");
-    EXPECT_EQ(file.products().size(), 1u);
+    EXPECT_EQ(file.instancesOf({Entity::Product}).size(), 1u);
     ASSERT_EQ(file.problems().size(), 2u);
     EXPECT_EQ(file.problems()[0].line, 10u);
     EXPECT_EQ(file.problems()[0].instance, 5u);
