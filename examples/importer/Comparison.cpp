@@ -1,8 +1,11 @@
 #include "Comparison.h"
 
+#include "PropertyComparison.h"
+
 #include <algorithm>
 #include <cmath>
 #include <deque>
+#include <functional>
 #include <numeric>
 #include <random>
 #include <unordered_map>
@@ -54,7 +57,8 @@ struct IdAndClassHash {
 
 // For each object of this import its counterpart in the previous one, or `none`.
 std::vector<std::size_t> pair(const std::vector<ObjectRecord>& before, const std::vector<std::uint32_t>& idsBefore,
-                              const std::vector<ObjectRecord>& now, const std::vector<std::uint32_t>& idsNow) {
+                              const std::vector<ObjectRecord>& now, const std::vector<std::uint32_t>& idsNow,
+                              PropertyComparison& properties) {
     std::vector<std::size_t> partner(now.size(), none);
     std::vector<bool> taken(before.size());
 
@@ -62,7 +66,11 @@ std::vector<std::size_t> pair(const std::vector<ObjectRecord>& before, const std
     for (std::size_t i = 0; i < before.size(); ++i) {
         sameClass[{idsBefore[i], before[i].className}].push_back(i);
     }
-    for (const bool equalOnly : {true, false}) {
+    const auto sameVersion = [&](std::size_t b, std::size_t i) { return before[b].version == now[i].version; };
+    const std::function<bool(std::size_t, std::size_t)> fits[] = {
+        [&](std::size_t b, std::size_t i) { return sameVersion(b, i) && properties.isEqual(before[b], now[i]); },
+        sameVersion, [](std::size_t, std::size_t) { return true; }};
+    for (const auto& fit : fits) {
         for (std::size_t i = 0; i < now.size(); ++i) {
             const auto found = sameClass.find({idsNow[i], now[i].className});
             if (idsNow[i] == Velmor::NoRuntimeID || partner[i] != none || found == sameClass.end()) {
@@ -70,8 +78,7 @@ std::vector<std::size_t> pair(const std::vector<ObjectRecord>& before, const std
             }
             auto& candidates = found->second;
             const auto last = candidates.begin() + static_cast<std::ptrdiff_t>(std::min(candidates.size(), copiesSearched));
-            const auto candidate = std::find_if(
-                candidates.begin(), last, [&](std::size_t b) { return !equalOnly || before[b].version == now[i].version; });
+            const auto candidate = std::find_if(candidates.begin(), last, [&](std::size_t b) { return fit(b, i); });
             if (candidate != last) {
                 partner[i] = *candidate;
                 taken[*candidate] = true;
@@ -104,11 +111,14 @@ bool isElsewhere(const ObjectRecord& a, const ObjectRecord& b) {
 
 } // namespace
 
-Comparison compare(const std::vector<ObjectRecord>& before, const std::vector<ObjectRecord>& now, bool identifyByGeometry) {
+Comparison compare(const Model& modelBefore, const Model& modelNow, bool identifyByGeometry) {
+    const auto& before = modelBefore.objects;
+    const auto& now = modelNow.objects;
+    PropertyComparison properties(modelBefore, modelNow);
     Velmor::ExternalGUIDDatabase database;
     const auto idsBefore = runtimeIds(database, before, identifyByGeometry);
     const auto idsNow = runtimeIds(database, now, identifyByGeometry);
-    const auto partner = pair(before, idsBefore, now, idsNow);
+    const auto partner = pair(before, idsBefore, now, idsNow, properties);
 
     Comparison result;
     const auto count = [&result](const std::string& className, auto&& change) {
@@ -131,19 +141,24 @@ Comparison compare(const std::vector<ObjectRecord>& before, const std::vector<Ob
         }
         stillThere[b] = true;
         const auto& old = before[b];
-        if (object.version == old.version) {
-            count(object.className, [](ClassCounts& counts) { ++counts.unchanged; });
-            if (isElsewhere(object, old)) {
-                result.changes.push_back({Change::Moved, i, b});
+        Change change{Change::Modified, i, b};
+        change.otherVersion = object.version != old.version;
+        change.otherProperties = !properties.isEqual(old, object);
+        if (change.otherVersion || change.otherProperties) {
+            if (change.otherVersion) {
+                const double graded = object.version.similarity(old.version);
+                change.similarity = std::isnan(graded) ? 0.0 : graded; // numbers too large to be divided by one another
             }
-        } else {
-            const double graded = object.version.similarity(old.version);
-            const double similarity = std::isnan(graded) ? 0.0 : graded; // numbers too large to be divided by one another
-            count(object.className, [similarity](ClassCounts& counts) {
+            count(object.className, [&change](ClassCounts& counts) {
                 ++counts.modified;
-                counts.lowestSimilarity = std::min(counts.lowestSimilarity, similarity);
+                counts.lowestSimilarity = std::min(counts.lowestSimilarity, change.similarity);
             });
-            result.changes.push_back({Change::Modified, i, b, similarity});
+            result.changes.push_back(change);
+        } else {
+            count(object.className, [](ClassCounts& counts) { ++counts.unchanged; });
+        }
+        if (!change.otherVersion && isElsewhere(object, old)) {
+            result.changes.push_back({Change::Moved, i, b});
         }
         if (object.className != old.className) {
             result.changes.push_back({Change::Reclassified, i, b});

@@ -3,12 +3,14 @@
 #include "Fingerprint.h"
 #include "IfcModel.h"
 #include "Progress.h"
+#include "PropertyRecords.h"
 #include "Streams.h"
 
 #include <Velmor/Velmor.h>
 
 #include <cstdio>
 #include <exception>
+#include <map>
 #include <memory>
 
 namespace {
@@ -25,17 +27,23 @@ class HandOver : public ModelSink {
 public:
     explicit HandOver(const ForeignObjectEnv_t& environment)
         : objectsStream_(openStream(environment, Velmor::ObjectsStream)),
+          attributesStream_(openStream(environment, Velmor::AttributesStream)),
           logStream_(openStream(environment, Velmor::LogStream)),
           progressStream_(openStream(environment, Velmor::ProgressStream)), objects_(*objectsStream_, "the objects stream"),
-          problems_(*logStream_, "the log stream"), progress_(*progressStream_) {}
+          attributes_(*attributesStream_, "the attributes stream"), problems_(*logStream_, "the log stream"),
+          progress_(*progressStream_) {}
 
     void schema(const std::string& name) override { info_.schema = name; }
+
+    void georeference(const Velmor::IFC4_MapConversion& conversion) override { info_.georeference = conversion; }
+
+    void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) override { attributes_.write(encode(set)); }
 
     void product(Product&& product) override {
         ObjectRecord record;
         record.line = product.line;
         record.instance = product.instance;
-        record.className = product.className;
+        record.className = className(product);
         record.name = Velmor::StringOperations::ConvertToUTF8(product.name);
 
         const auto geometry = fingerprint(product);
@@ -53,6 +61,9 @@ public:
                 {product.line, product.instance,
                  reason + (hasGeometry ? "; identified by its geometry" : "; without geometry it cannot be identified")});
         }
+        if (!product.propertySets.empty()) {
+            attributes_.write(encode(Assignment{objects_.totals().records, std::move(product.propertySets)}));
+        }
         objects_.write(encode(record));
     }
 
@@ -62,7 +73,13 @@ public:
 
     /// Hands over what is still held back.
     void flush() {
+        for (const auto& [entity, first] : withoutClass_) {
+            problem({first.line, first.instance,
+                     entity + " has no row in the class tables; objects of it, taken as IFCINVALID: " +
+                         std::to_string(first.count)});
+        }
         objects_.flush();
+        attributes_.flush();
         problems_.flush();
     }
 
@@ -70,6 +87,7 @@ public:
     void finish(const ForeignObjectEnv_t& environment, const std::string& error) {
         info_.error = error;
         info_.objects = objects_.totals();
+        info_.attributes = attributes_.totals();
         info_.problems = problems_.totals();
         info_.problemsUntold = problems_.untold();
         const auto stream = openStream(environment, Velmor::InfoStream);
@@ -79,13 +97,34 @@ public:
     }
 
 private:
+    // Objects of one entity that the class tables do not have.
+    struct WithoutClass {
+        std::uint64_t line = 0; // of the first one, as the instance
+        std::uint64_t instance = 0;
+        std::uint64_t count = 0;
+    };
+
+    std::string className(const Product& product) {
+        if (product.objectClass == Velmor::AttributeClassIFC_e::IFCINVALID) {
+            const WithoutClass first{product.line, product.instance, 0};
+            ++withoutClass_.try_emplace(product.className, first).first->second.count;
+            ++info_.objectsWithoutClass;
+        }
+        char name[64];
+        Velmor::ReferenceObjectClass::asString(product.objectClass, name, sizeof name);
+        return name;
+    }
+
     Stream objectsStream_;
+    Stream attributesStream_;
     Stream logStream_;
     Stream progressStream_;
     RecordWriter objects_;
+    RecordWriter attributes_;
     ProblemWriter problems_;
     ProgressWriter progress_;
     GlobalIds globalIds_;
+    std::map<std::string, WithoutClass> withoutClass_; // by the entity's name
     InfoRecord info_;
 };
 

@@ -36,13 +36,19 @@ void importModel(const Options& options, const fs::path& model) {
     const State state(options.state ? *options.state : fs::path("import-state") / model.filename());
     const bool first = !state.exists();
     // Before anything else, so that a damaged state costs no import.
-    const auto before = first ? std::vector<ObjectRecord>() : state.read();
+    const auto before = first ? Model() : state.read();
 
     const auto handedOver = runImporter(options.importer, model);
-    const auto comparison = compare(before, handedOver.objects, options.identifyByGeometry);
-    const auto text = report(model, handedOver, first ? nullptr : &before, comparison);
+    const auto comparison = compare(before, handedOver.model, options.identifyByGeometry);
+    auto text = report(model, handedOver, first ? nullptr : &before, comparison);
+    for (const auto& globalId : options.properties) {
+        text += propertiesOf(handedOver.model, globalId);
+    }
+    if (options.georeference) {
+        text += georeferenceOf(handedOver);
+    }
     // What has changed is told only once: who has not been told gets it at the next import.
-    state.write(handedOver.objects, [&text] {
+    state.write(handedOver.model, [&text] {
         checkInterruption();
         print(text);
     });

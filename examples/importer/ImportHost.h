@@ -3,7 +3,7 @@
 // The host's parts: what it was asked for, the child that reads the model, and the report.
 
 #include "Comparison.h"
-#include "Streams.h"
+#include "Model.h"
 
 #include <Velmor/Velmor.h>
 
@@ -35,6 +35,8 @@ struct Options {
     std::optional<std::filesystem::path> state; ///< One folder for all of them, which makes them revisions of one another.
     std::filesystem::path importer;             ///< The program that reads the models.
     bool identifyByGeometry = false;            ///< Whether GlobalIds are ignored.
+    std::vector<std::string> properties;        ///< GlobalIds of the objects whose properties are to be shown.
+    bool georeference = false;                  ///< Whether the georeference is to be shown.
     bool help = false;                          ///< Whether only the usage is asked for.
 };
 
@@ -50,9 +52,11 @@ Options parseArguments(const std::vector<std::filesystem::path>& arguments, cons
 /// What an importer handed over.
 struct HandedOver {
     std::string schema;
-    std::vector<ObjectRecord> objects;
-    std::vector<ProblemRecord> problems; ///< The first of them.
-    std::uint64_t problemCount = 0;      ///< Of all.
+    Model model;
+    std::optional<Velmor::IFC4_MapConversion> georeference;
+    std::uint64_t objectsWithoutClass = 0; ///< That came as IFCINVALID.
+    std::vector<ProblemRecord> problems;   ///< The first of them.
+    std::uint64_t problemCount = 0;        ///< Of all.
 };
 
 /// How many problems are kept for the report.
@@ -71,8 +75,15 @@ void checkInterruption();
 HandedOver runImporter(const std::filesystem::path& importer, const std::filesystem::path& model);
 
 /// What the host says about one import.
-/// @param before the objects of the previous import; null at the first.
-std::string report(const std::filesystem::path& model, const HandedOver& handedOver, const std::vector<ObjectRecord>* before,
+/// @param before what the previous import left; null at the first.
+std::string report(const std::filesystem::path& model, const HandedOver& handedOver, const Model* before,
                    const Comparison& comparison);
+
+/// What the host says about the properties of one object.
+/// @throws ImportError when the model has no object of this GlobalId.
+std::string propertiesOf(const Model& model, const std::string& globalId);
+
+/// What the host says about the georeference.
+std::string georeferenceOf(const HandedOver& handedOver);
 
 } // namespace importer

@@ -1,6 +1,7 @@
 #include "ImportHost.h"
 
 #include "Progress.h"
+#include "PropertyRecords.h"
 #include "Text.h"
 
 #include <csignal>
@@ -167,10 +168,22 @@ HandedOver runImporter(const fs::path& importer, const fs::path& model) {
         result.schema = info->schema;
         readProblems(streams[Velmor::LogStream], info->problems, result);
         result.problemCount += info->problemsUntold;
-        RecordReader reader(streams[Velmor::ObjectsStream], "the objects stream");
-        readObjects(reader, info->objects,
-                    [&result](ObjectRecord&& object) { result.objects.push_back(std::move(object)); });
+        result.objectsWithoutClass = info->objectsWithoutClass;
+        result.georeference = info->georeference;
+        auto& kept = result.model;
+        RecordReader objects(streams[Velmor::ObjectsStream], "the objects stream");
+        readObjects(objects, info->objects, [&kept](ObjectRecord&& object) { kept.objects.push_back(std::move(object)); });
+        requireEnd(objects);
+        RecordReader attributes(streams[Velmor::AttributesStream], "the attributes stream");
+        readAttributes(
+            attributes, info->attributes, kept.objects.size(),
+            [&kept](std::string_view set) { kept.propertySets.emplace_back(set); },
+            [&kept](Assignment&& assignment) { kept.objects[assignment.object].propertySets = std::move(assignment.sets); });
+        requireEnd(attributes);
         return result;
+    } catch (const VersionError& error) {
+        throw ImportError("the importer " + utf8(importer) + " does not fit this program: " + error.what() +
+                          "; both must come from one build");
     } catch (const FormatError& error) {
         throw incomplete(std::string("what it handed over is incomplete: ") + error.what());
     }

@@ -6,6 +6,7 @@ namespace importer {
 
 const char* const usageText =
     "usage: import_host MODEL... [--state DIR] [--identify-by-geometry] [--importer PROGRAM]\n"
+    "                   [--properties GLOBALID]... [--georeference]\n"
     "\n"
     "Imports IFC models one after another and tells what has changed since the previous import of each.\n"
     "\n"
@@ -13,6 +14,9 @@ const char* const usageText =
     "                          Otherwise it is import-state/<file name> in the current folder, by the name alone:\n"
     "                          a/model.ifc and b/model.ifc are then revisions of one another, too.\n"
     "  --identify-by-geometry  ignore GlobalIds; objects are the same when their geometry is in the same place\n"
+    "  --properties GLOBALID   show the class, the name and all property sets of the object with that GlobalId, which\n"
+    "                          every model must have; may be given for several objects\n"
+    "  --georeference          show the map conversion and the projected coordinate reference system\n"
     "  --importer PROGRAM      the program that reads the models; otherwise ifc_importer beside this program\n"
     "  --help                  print this text\n";
 
@@ -38,6 +42,10 @@ Options parseArguments(const std::vector<std::filesystem::path>& arguments, cons
             options.state = value();
         } else if (argument == "--importer") {
             options.importer = value();
+        } else if (argument == "--properties") {
+            options.properties.push_back(utf8(value()));
+        } else if (argument == "--georeference") {
+            options.georeference = true;
         } else if (argument == "--identify-by-geometry") {
             options.identifyByGeometry = true;
         } else if (argument == "--help") {

@@ -1,5 +1,7 @@
 #include "ImportHost.h"
 
+#include "PropertyComparison.h"
+#include "PropertyText.h"
 #include "Text.h"
 
 #include <algorithm>
@@ -10,9 +12,11 @@ namespace importer {
 namespace {
 
 constexpr std::size_t changesTold = 20;
+constexpr std::size_t propertiesTold = 5; // of one object
 constexpr std::size_t nameBytes = 60;
+constexpr std::size_t pathBytes = 120;
 
-// Three decimals, cut: what was modified never shows as 1.000.
+// Three decimals, cut: versions that differ never show as 1.000.
 std::string shownSimilarity(double similarity) {
     char text[32];
     std::snprintf(text, sizeof text, "%.3f", std::floor(similarity * 1000.0) / 1000.0);
@@ -82,28 +86,77 @@ std::string subject(const ObjectRecord& object) {
     return printable(object.className) + ' ' + quoted(object.name) + " (" + place(object.line, object.instance) + ")";
 }
 
-std::string changeLine(const Change& change, const std::vector<ObjectRecord>& before, const std::vector<ObjectRecord>& now) {
-    const auto& object = change.kind == Change::Gone ? before[change.object] : now[change.object];
+// "integer 5", or without its type "5".
+std::string propertyValue(const EncodedProperty& property, bool withType) {
+    if (property.isComplex) {
+        return "complex " + quoted(std::string(property.value));
+    }
+    const auto decoded = decodeSingleValue(property);
+    const auto& value = decoded.getPropertySingleValue();
+    return (withType ? shownType(value.getValueType()) + std::string(" ") : std::string()) + shownValue(value, nameBytes);
+}
+
+// "Pset_BeamCommon.Span 6000 -> 6200"
+std::string propertyDifference(const PropertyDifference& difference) {
+    std::string path;
+    for (const auto name : difference.path) {
+        path += (path.empty() ? "" : ".") + printable(name);
+    }
+    path = shortened(path, pathBytes);
+    const auto* const before = difference.before;
+    const auto* const now = difference.now;
+    if (difference.kind != PropertyDifference::Changed) {
+        const auto* const property = before != nullptr ? before : now;
+        return (property != nullptr ? path + ' ' + propertyValue(*property, false) : "property set " + path) +
+               (difference.kind == PropertyDifference::Added ? " added" : " removed");
+    }
+    const bool otherType = before->isComplex != now->isComplex || before->valueType != now->valueType;
+    const auto was = propertyValue(*before, otherType);
+    const auto is = propertyValue(*now, otherType);
+    path += ' ' + was + " -> " + is;
+    if (was == is) { // what differs is beyond what is shown, or cannot be shown
+        const auto differs = std::mismatch(before->value.begin(), before->value.end(), now->value.begin(), now->value.end());
+        path += " (they differ from byte " + std::to_string(differs.first - before->value.begin() + 1) + " on)";
+    }
+    return path;
+}
+
+// ", Pset_BeamCommon.Span 6000 -> 6200; Pset_BeamCommon.Slope 0.5 removed; ... and 2 more"
+std::string propertyDifferences(const Change& change, const Model& before, const Model& now) {
+    std::string text;
+    std::size_t count = 0;
+    tellPropertyDifferences(before, before.objects[change.before], now, now.objects[change.object],
+                            [&](const PropertyDifference& difference) {
+                                if (count++ < propertiesTold) {
+                                    text += (text.empty() ? ", " : "; ") + propertyDifference(difference);
+                                }
+                            });
+    return count > propertiesTold ? text + "; ... and " + std::to_string(count - propertiesTold) + " more" : text;
+}
+
+std::string changeLine(const Change& change, const Model& before, const Model& now) {
+    const auto& object = change.kind == Change::Gone ? before.objects[change.object] : now.objects[change.object];
     std::string who = subject(object);
     switch (change.kind) {
     case Change::Modified:
-        return "modified      " + who + ", similarity " + shownSimilarity(change.similarity);
+        return "modified      " + who +
+               (change.otherVersion ? ", similarity " + shownSimilarity(change.similarity) : std::string()) +
+               (change.otherProperties ? propertyDifferences(change, before, now) : std::string());
     case Change::Added:
         return "new           " + who;
     case Change::Gone:
         return "gone          " + who + " of the previous model";
     case Change::Renamed:
-        return "renamed       " + who + ", was " + quoted(before[change.before].name);
+        return "renamed       " + who + ", was " + quoted(before.objects[change.before].name);
     case Change::Reclassified:
-        return "reclassified  " + who + ", was " + printable(before[change.before].className);
+        return "reclassified  " + who + ", was " + printable(before.objects[change.before].className);
     case Change::Moved:
         return "moved         " + who + ", its shape is unchanged";
     }
     return who;
 }
 
-std::string changeList(const Comparison& comparison, const std::vector<ObjectRecord>& before,
-                       const std::vector<ObjectRecord>& now) {
+std::string changeList(const Comparison& comparison, const Model& before, const Model& now) {
     const auto& changes = comparison.changes;
     if (changes.empty()) {
         return {};
@@ -112,8 +165,11 @@ std::string changeList(const Comparison& comparison, const std::vector<ObjectRec
         const auto count = std::count_if(changes.begin(), changes.end(), [kind](const Change& c) { return c.kind == kind; });
         return std::to_string(count);
     };
+    const auto withProperties =
+        std::count_if(changes.begin(), changes.end(), [](const Change& change) { return change.otherProperties; });
     std::string text = "changes: renamed " + countOf(Change::Renamed) + ", reclassified " + countOf(Change::Reclassified) +
-                       ", moved without a change of shape " + countOf(Change::Moved) + '\n';
+                       ", moved without a change of shape " + countOf(Change::Moved) + ", with other properties " +
+                       std::to_string(withProperties) + '\n';
     const auto shown = std::min(changes.size(), changesTold);
     for (std::size_t i = 0; i < shown; ++i) {
         text += "  " + changeLine(changes[i], before, now) + '\n';
@@ -147,19 +203,44 @@ std::string problemList(const HandedOver& handedOver) {
 
 } // namespace
 
-std::string report(const std::filesystem::path& model, const HandedOver& handedOver, const std::vector<ObjectRecord>* before,
+std::string report(const std::filesystem::path& model, const HandedOver& handedOver, const Model* before,
                    const Comparison& comparison) {
+    const auto& objects = handedOver.model.objects;
     std::string text = utf8(model.filename()) + ": " + printable(handedOver.schema) + ", " +
-                       counted(handedOver.objects.size(), "object", "objects") + ", " +
-                       (before ? "compared with the " + std::to_string(before->size()) + " of the previous import"
+                       counted(objects.size(), "object", "objects") + ", " +
+                       (before ? "compared with the " + std::to_string(before->objects.size()) + " of the previous import"
                                : std::string("first import")) +
                        '\n';
     text += table(comparison);
-    text += unidentifiedList(comparison, handedOver.objects);
+    if (handedOver.objectsWithoutClass > 0) {
+        text += "of entities without a class of their own, taken as IFCINVALID: " +
+                std::to_string(handedOver.objectsWithoutClass) + '\n';
+    }
+    text += unidentifiedList(comparison, objects);
     if (before) {
-        text += changeList(comparison, *before, handedOver.objects);
+        text += changeList(comparison, *before, handedOver.model);
     }
     return text + problemList(handedOver);
+}
+
+std::string propertiesOf(const Model& model, const std::string& globalId) {
+    const auto object = std::find_if(model.objects.begin(), model.objects.end(), [&globalId](const ObjectRecord& each) {
+        return each.globalId.getType() == Velmor::ExternalGUID::IFCGlobalID && each.globalId.getIFCGlobalID() == globalId;
+    });
+    if (object == model.objects.end()) {
+        throw ImportError("the model has no object with the GlobalId '" + printable(globalId) + '\'');
+    }
+    std::string text = "properties of " + globalId + ": " + printable(object->className) + " '" + printable(object->name) +
+                       "' (" + place(object->line, object->instance) + "), " +
+                       counted(object->propertySets.size(), "property set", "property sets") + '\n';
+    for (const auto set : object->propertySets) {
+        text += shownPropertySet(decodePropertySet(model.propertySets[set]));
+    }
+    return text;
+}
+
+std::string georeferenceOf(const HandedOver& handedOver) {
+    return handedOver.georeference ? shownGeoreference(*handedOver.georeference) : "no georeference\n";
 }
 
 } // namespace importer

@@ -84,7 +84,6 @@ void parseProperties(Fields& fields, unsigned depth, std::vector<EncodedProperty
     const auto count = fields.u32("number of properties");
     for (std::uint32_t i = 0; i < count; ++i) {
         EncodedProperty property;
-        property.depth = depth;
         const auto type = fields.u32("type of a property");
         if (type != IFC2X3Property::SingleValue && type != IFC2X3Property::Complex) {
             throw FormatError("expected a property of type 1 or 2, found " + std::to_string(type));
@@ -94,8 +93,10 @@ void parseProperties(Fields& fields, unsigned depth, std::vector<EncodedProperty
         property.description = fields.text("description of a property");
         if (property.isComplex) {
             property.value = fields.text("usage name");
+            const auto index = properties.size();
             properties.push_back(property);
             parseProperties(fields, depth + 1, properties);
+            properties[index].behind = properties.size();
             continue;
         }
         const auto valueType = fields.u32("value type");
@@ -110,6 +111,7 @@ void parseProperties(Fields& fields, unsigned depth, std::vector<EncodedProperty
         if (property.valueType == IFC2X3PropertySingleValue::Boolean && numberIn(property.value) > 1) {
             throw FormatError("expected 0 or 1 as boolean value, found " + std::to_string(numberIn(property.value)));
         }
+        property.behind = properties.size() + 1;
         properties.push_back(property);
     }
 }
@@ -122,15 +124,14 @@ void add(IFC2X3PropertySet& set, const IFC2X3Property& property) {
     }
 }
 
-// The properties from `next` on that are of this depth, with what is within them.
-IFC2X3PropertySet build(const std::vector<EncodedProperty>& properties, std::size_t& next, unsigned depth) {
+// The properties from one index up to another, with what is within them.
+IFC2X3PropertySet build(const std::vector<EncodedProperty>& properties, std::size_t begin, std::size_t end) {
     IFC2X3PropertySet set;
-    while (next < properties.size() && properties[next].depth == depth) {
-        const auto& property = properties[next++];
+    for (auto i = begin; i < end; i = properties[i].behind) {
+        const auto& property = properties[i];
         if (property.isComplex) {
-            const auto nested = build(properties, next, depth + 1);
             add(set, Velmor::createPropertyComplex(fromUTF8(property.name), fromUTF8(property.description),
-                                                   fromUTF8(property.value), nested));
+                                                   fromUTF8(property.value), build(properties, i + 1, property.behind)));
         } else {
             add(set, decodeSingleValue(property));
         }
@@ -200,8 +201,7 @@ IFC2X3_PSet_Custom_s decodePropertySet(std::string_view payload) {
     std::copy_n(encoded.globalId.data(), globalIdSize, set.globalId);
     copyText(encoded.name, set.name);
     copyText(encoded.description, set.description);
-    std::size_t next = 0;
-    set.properties = build(encoded.properties, next, 0);
+    set.properties = build(encoded.properties, 0, encoded.properties.size());
     return set;
 }
 
@@ -232,6 +232,10 @@ IFC2X3Property decodeSingleValue(const EncodedProperty& property) {
     default:
         return Velmor::createPropertySingleValueReal(name, description, property.valueType, realIn(property.value));
     }
+}
+
+std::string_view nameOf(std::string_view payload) {
+    return Fields(contentOf(payload)).text("name");
 }
 
 std::string_view contentOf(std::string_view payload) {

@@ -20,12 +20,12 @@ inline constexpr unsigned deepestNesting = 64;
 
 /// One property of an encoded set. The views are parts of the set's bytes.
 struct EncodedProperty {
-    unsigned depth = 0; ///< How many complex properties it is within.
     std::string_view name;
     std::string_view description;
     bool isComplex = false;
     Velmor::IFC2X3PropertySingleValue::ValueType_t valueType = {}; ///< Unless it is complex.
     std::string_view value; ///< The bytes of its value; the usage name of a complex property.
+    std::size_t behind = 0; ///< Index of what stands behind it and all that is within it.
 };
 
 /// An encoded property set, taken apart.
@@ -33,7 +33,7 @@ struct EncodedSet {
     std::string_view globalId; ///< 22 bytes.
     std::string_view name;
     std::string_view description;
-    std::vector<EncodedProperty> properties; ///< Each complex property with those within it right behind it.
+    std::vector<EncodedProperty> properties; ///< Those within a complex property stand right behind it.
 };
 
 /// Which property sets an object has.
@@ -61,6 +61,9 @@ Velmor::IFC2X3_PSet_Custom_s decodePropertySet(std::string_view payload);
 
 /// The library's property that an encoded single value makes.
 Velmor::IFC2X3Property decodeSingleValue(const EncodedProperty& property);
+
+/// The name of a property set that has been parsed before.
+std::string_view nameOf(std::string_view payload);
 
 /// What a set's bytes hold beside the kind of the record and the GlobalId of the set: equal bytes are equal content.
 std::string_view contentOf(std::string_view payload);

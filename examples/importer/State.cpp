@@ -1,5 +1,7 @@
 #include "State.h"
 
+#include "PropertyRecords.h"
+
 #include "Text.h"
 
 #include <memory>
@@ -16,7 +18,9 @@ bool isOpen(const Stream& stream) {
     return stream->getHandle() != FileStream().getHandle();
 }
 
-void readFile(const fs::path& file, const std::function<void(ObjectRecord&&)>& sink) {
+void readFile(const fs::path& file, const std::function<void(ObjectRecord&&)>& objectSink,
+              const std::function<void(std::string_view)>& setSink,
+              const std::function<void(Assignment&&)>& assignmentSink) {
     const Stream stream(FileStream::openFileForReading(wide(file)));
     if (!isOpen(stream)) {
         throw StateError("the state file " + utf8(file) + " cannot be opened");
@@ -28,29 +32,49 @@ void readFile(const fs::path& file, const std::function<void(ObjectRecord&&)>& s
         StateHeader header;
         try {
             header = decodeStateHeader(payload);
+        } catch (const VersionError& error) {
+            throw StateError("the state file is of another version of this program: " + reader.where() + error.what() +
+                             "; remove it, and the next import counts as the first");
         } catch (const FormatError& error) {
             throw FormatError(reader.where() + error.what());
         }
-        readObjects(reader, header.objects, sink);
+        readObjects(reader, header.objects, objectSink);
+        readAttributes(reader, header.attributes, header.objects.records, setSink, assignmentSink);
+        requireEnd(reader);
     } catch (const FormatError& error) {
         throw StateError(std::string("the state file is damaged: ") + error.what());
     }
 }
 
-void writeFile(const fs::path& file, const std::vector<ObjectRecord>& objects) {
+// Gives each record that stands for the property sets of a model.
+template <typename Sink>
+void encodeAttributes(const Model& model, const Sink& sink) {
+    for (const auto& set : model.propertySets) {
+        sink(set);
+    }
+    for (std::size_t i = 0; i < model.objects.size(); ++i) {
+        if (!model.objects[i].propertySets.empty()) {
+            sink(encode(Assignment{i, model.objects[i].propertySets}));
+        }
+    }
+}
+
+void writeFile(const fs::path& file, const Model& model) {
     const Stream stream(FileStream::createFileForWriting(wide(file)));
     if (!isOpen(stream)) {
         throw StateError("the new state file " + utf8(file) + " cannot be created");
     }
     StateHeader header;
-    for (const auto& object : objects) {
+    for (const auto& object : model.objects) {
         header.objects.add(encode(object));
     }
+    encodeAttributes(model, [&header](std::string_view record) { header.attributes.add(record); });
     RecordWriter writer(*stream, "the new state file " + utf8(file));
     writer.write(encode(header));
-    for (const auto& object : objects) {
+    for (const auto& object : model.objects) {
         writer.write(encode(object));
     }
+    encodeAttributes(model, [&writer](std::string_view record) { writer.write(record); });
     writer.flush();
 }
 
@@ -64,18 +88,22 @@ bool State::exists() const {
     return fs::exists(fs::symlink_status(file_, error));
 }
 
-std::vector<ObjectRecord> State::read() const {
-    std::vector<ObjectRecord> objects;
-    readFile(file_, [&objects](ObjectRecord&& object) { objects.push_back(std::move(object)); });
-    return objects;
+Model State::read() const {
+    Model model;
+    readFile(
+        file_, [&model](ObjectRecord&& object) { model.objects.push_back(std::move(object)); },
+        [&model](std::string_view set) { model.propertySets.emplace_back(set); },
+        [&model](Assignment&& assignment) { model.objects[assignment.object].propertySets = std::move(assignment.sets); });
+    return model;
 }
 
-void State::write(const std::vector<ObjectRecord>& objects, const std::function<void()>& beforeReplacing) const {
+void State::write(const Model& model, const std::function<void()>& beforeReplacing) const {
     try {
         fs::create_directories(file_.parent_path());
-        writeFile(newFile_, objects);
+        writeFile(newFile_, model);
         // The writer cannot see a write that came out short; whoever reads the file can.
-        readFile(newFile_, [](ObjectRecord&&) {});
+        readFile(
+            newFile_, [](ObjectRecord&&) {}, [](std::string_view) {}, [](Assignment&&) {});
         beforeReplacing();
         fs::rename(newFile_, file_);
     } catch (const std::exception& error) {

@@ -2,11 +2,10 @@
 
 // The state folder: what the host keeps of an import until the next one.
 
-#include "Streams.h"
+#include "Model.h"
 
 #include <filesystem>
 #include <functional>
-#include <vector>
 
 namespace importer {
 
@@ -16,7 +15,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The objects of the previous import and nothing else, in one file of a folder.
+/// The objects of the previous import with their property sets and nothing else, in one file of a folder.
 class State {
 public:
     /// @param folder where the file lies; made when something is kept.
@@ -25,15 +24,15 @@ public:
     /// Whether there was a previous import.
     bool exists() const;
 
-    /// The objects of the previous import, in their order.
-    /// @throws StateError for a damaged file, which stays as it is.
-    std::vector<ObjectRecord> read() const;
+    /// What the previous import left.
+    /// @throws StateError for a damaged file and for one of another format version; it stays as it is.
+    Model read() const;
 
-    /// Keeps the objects of this import: in a new file, which is read back and then renamed over the old one.
+    /// Keeps this import: in a new file, which is read back and then renamed over the old one.
     /// @param beforeReplacing what else has to succeed: called when the new file is whole. When it throws, nothing is kept.
     /// @throws StateError; the file of the previous import is then as it was.
     void write(
-        const std::vector<ObjectRecord>& objects, const std::function<void()>& beforeReplacing = [] {}) const;
+        const Model& model, const std::function<void()>& beforeReplacing = [] {}) const;
 
     /// The file.
     const std::filesystem::path& file() const { return file_; }

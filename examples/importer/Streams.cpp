@@ -86,10 +86,9 @@ constexpr const WideString& (IFC4_MapProjection::*projectionTexts[])() const = {
 
 void appendGeoreference(std::string& out, const IFC4_MapConversion& conversion) {
     const auto& origin = conversion.getSourceOrigin();
-    for (const double number :
-         {origin.x, origin.y, origin.z, conversion.getEastings(), conversion.getNorthings(),
-          conversion.getOrthogonalHeight(), conversion.getXAxisAbscissa(), conversion.getXAxisOrdinate(),
-          conversion.getScaleToMapProjection()}) {
+    for (const double number : {origin.x, origin.y, origin.z, conversion.getEastings(), conversion.getNorthings(),
+                                conversion.getOrthogonalHeight(), conversion.getXAxisAbscissa(),
+                                conversion.getXAxisOrdinate(), conversion.getScaleToMapProjection()}) {
         appendReal(out, number);
     }
     const auto& projection = conversion.getMapProjection();

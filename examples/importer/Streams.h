@@ -70,12 +70,12 @@ struct StreamTotals {
 
 /// How the import went: the last thing an importer writes, to the info stream. Without it the hand-over is incomplete.
 struct InfoRecord {
-    std::string error;                ///< What made the import meaningless, UTF-8; empty when it is complete.
-    std::string schema;               ///< "IFC4".
-    StreamTotals objects;             ///< Of the objects stream.
-    StreamTotals attributes;          ///< Of the attributes stream.
-    StreamTotals problems;            ///< Of the log stream.
-    std::uint64_t problemsUntold = 0; ///< That were found beside those in the log stream.
+    std::string error;                     ///< What made the import meaningless, UTF-8; empty when it is complete.
+    std::string schema;                    ///< "IFC4".
+    StreamTotals objects;                  ///< Of the objects stream.
+    StreamTotals attributes;               ///< Of the attributes stream.
+    StreamTotals problems;                 ///< Of the log stream.
+    std::uint64_t problemsUntold = 0;      ///< That were found beside those in the log stream.
     std::uint64_t objectsWithoutClass = 0; ///< Whose entities the class tables do not have.
     std::optional<Velmor::IFC4_MapConversion> georeference;
 };
