@@ -50,6 +50,11 @@ ObjectRecord withoutGeometry(const std::string& id, const std::string& className
     return record;
 }
 
+// Imports without property sets.
+Comparison compared(const std::vector<ObjectRecord>& before, const std::vector<ObjectRecord>& now, bool byGeometry) {
+    return compare(Model{before, {}}, Model{now, {}}, byGeometry);
+}
+
 // "objects new unchanged modified gone"
 std::string text(const ClassCounts& counts) {
     return std::to_string(counts.objects) + ' ' + std::to_string(counts.added) + ' ' + std::to_string(counts.unchanged) +
@@ -64,21 +69,21 @@ std::size_t countOf(const Comparison& comparison, Change::Kind kind) {
 } // namespace
 
 TEST(Comparison, OfNothingIsEmpty) {
-    const auto comparison = compare({}, {}, false);
+    const auto comparison = compared({}, {}, false);
     EXPECT_TRUE(comparison.classes.empty());
     EXPECT_EQ(text(comparison.total), "0 0 0 0 0");
 }
 
 TEST(Comparison, AtTheFirstImportFindsAllNew) {
-    const auto comparison = compare({}, {object("a", "IFCBEAM", 0), object("b", "IFCWALL", 5)}, false);
+    const auto comparison = compared({}, {object("a", "IFCBEAM", 0), object("b", "IFCWALL", 5)}, false);
     EXPECT_EQ(text(comparison.total), "2 2 0 0 0");
     EXPECT_EQ(text(comparison.classes.at("IFCBEAM")), "1 1 0 0 0");
 }
 
 TEST(Comparison, TellsNewUnchangedModifiedAndGonePerClass) {
     const auto comparison =
-        compare({object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5), object("c", "IFCWALL", 9)},
-                {object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5.1), object("d", "IFCBEAM", 20)}, false);
+        compared({object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5), object("c", "IFCWALL", 9)},
+                 {object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5.1), object("d", "IFCBEAM", 20)}, false);
     EXPECT_EQ(text(comparison.classes.at("IFCBEAM")), "3 1 1 1 0");
     EXPECT_EQ(text(comparison.classes.at("IFCWALL")), "0 0 0 0 1");
     EXPECT_EQ(text(comparison.total), "3 1 1 1 1");
@@ -87,7 +92,7 @@ TEST(Comparison, TellsNewUnchangedModifiedAndGonePerClass) {
 }
 
 TEST(Comparison, KeepsTheLowestSimilarityOfAClass) {
-    const auto comparison = compare(
+    const auto comparison = compared(
         {object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5), object("c", "IFCWALL", 9)},
         {object("a", "IFCBEAM", 0, 1, 0.9), object("b", "IFCBEAM", 5, 1, 0.8), object("c", "IFCWALL", 9, 1, 0.9)}, false);
     EXPECT_NEAR(comparison.classes.at("IFCBEAM").lowestSimilarity, 0.216, 1e-9); // (0.8 - 0.5) * 2, cubed
@@ -98,8 +103,8 @@ TEST(Comparison, KeepsTheLowestSimilarityOfAClass) {
 TEST(Comparison, TellsRenamedAndReclassifiedBesideTheVersion) {
     auto renamed = object("a", "IFCBEAM", 0);
     renamed.name = "other";
-    const auto comparison = compare({object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5)},
-                                    {renamed, object("b", "IFCMEMBER", 5, 1, 0.9)}, false);
+    const auto comparison = compared({object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5)},
+                                     {renamed, object("b", "IFCMEMBER", 5, 1, 0.9)}, false);
     EXPECT_EQ(text(comparison.classes.at("IFCBEAM")), "1 0 1 0 0");
     EXPECT_EQ(text(comparison.classes.at("IFCMEMBER")), "1 0 0 1 0");
     EXPECT_EQ(countOf(comparison, Change::Renamed), 1u);
@@ -108,7 +113,7 @@ TEST(Comparison, TellsRenamedAndReclassifiedBesideTheVersion) {
 }
 
 TEST(Comparison, TellsAnOpenShapeThatMovedThoughItsVersionIsUnchanged) {
-    const auto comparison = compare({sheet("a", 0), sheet("b", 5)}, {sheet("a", 0.5), sheet("b", 5)}, false);
+    const auto comparison = compared({sheet("a", 0), sheet("b", 5)}, {sheet("a", 0.5), sheet("b", 5)}, false);
     EXPECT_EQ(text(comparison.total), "2 0 2 0 0");
     ASSERT_EQ(comparison.changes.size(), 1u);
     EXPECT_EQ(comparison.changes[0].kind, Change::Moved);
@@ -116,8 +121,8 @@ TEST(Comparison, TellsAnOpenShapeThatMovedThoughItsVersionIsUnchanged) {
 }
 
 TEST(Comparison, WithoutGlobalIdGoesByGeometry) {
-    const auto comparison = compare({object("", "IFCBEAM", 0), object("", "IFCBEAM", 5)},
-                                    {object("", "IFCBEAM", 5), object("", "IFCBEAM", 9)}, false);
+    const auto comparison = compared({object("", "IFCBEAM", 0), object("", "IFCBEAM", 5)},
+                                     {object("", "IFCBEAM", 5), object("", "IFCBEAM", 9)}, false);
     EXPECT_EQ(text(comparison.total), "2 1 1 0 1");
 }
 
@@ -127,17 +132,17 @@ TEST(Comparison, ByGeometryIgnoresGlobalIds) {
     // Other ids, one moved by less than the database's tolerance and more than the version's, one by more than both.
     const std::vector<ObjectRecord> now = {object("x", "IFCBEAM", 0), object("y", "IFCBEAM", 5.005),
                                            object("c", "IFCBEAM", 9.1)};
-    EXPECT_EQ(text(compare(before, now, true).total), "3 1 1 1 1");
-    EXPECT_EQ(text(compare(before, now, false).total), "3 2 0 1 2");
+    EXPECT_EQ(text(compared(before, now, true).total), "3 1 1 1 1");
+    EXPECT_EQ(text(compared(before, now, false).total), "3 2 0 1 2");
 }
 
 TEST(Comparison, LeavesObjectsWithoutAnIdentityOut) {
     const std::vector<ObjectRecord> objects = {withoutGeometry("", "IFCSITE"), withoutGeometry("b", "IFCBUILDING"),
                                                object("c", "IFCBEAM", 0)};
-    const auto byId = compare(objects, objects, false);
+    const auto byId = compared(objects, objects, false);
     EXPECT_EQ(byId.unidentified, (std::vector<std::size_t>{0}));
     EXPECT_EQ(text(byId.total), "2 0 2 0 0");
-    const auto byGeometry = compare(objects, objects, true);
+    const auto byGeometry = compared(objects, objects, true);
     EXPECT_EQ(byGeometry.unidentified, (std::vector<std::size_t>{0, 1}));
     EXPECT_EQ(text(byGeometry.total), "1 0 1 0 0");
 }
@@ -146,7 +151,7 @@ TEST(Comparison, WithGeometryOnOneSideOnlyIsModified) {
     const auto bare = withoutGeometry("a", "IFCBEAM");
     const auto full = object("a", "IFCBEAM", 0);
     for (const bool gains : {true, false}) {
-        const auto comparison = gains ? compare({bare}, {full}, false) : compare({full}, {bare}, false);
+        const auto comparison = gains ? compared({bare}, {full}, false) : compared({full}, {bare}, false);
         EXPECT_EQ(text(comparison.total), "1 0 0 1 0");
         EXPECT_EQ(comparison.total.lowestSimilarity, 0.0);
     }
@@ -156,14 +161,14 @@ TEST(Comparison, PairsCopiesInOnePlaceOneToOne) {
     const auto wall = object("", "IFCWALL", 0);
     const auto space = object("", "IFCSPACE", 0);
     const auto heavy = object("", "IFCWALL", 0, 1, 0.9);
-    EXPECT_EQ(text(compare({wall, wall, space}, {space, wall, wall}, false).total), "3 0 3 0 0");
-    EXPECT_EQ(text(compare({wall, wall, wall}, {wall, wall}, false).total), "2 0 2 0 1");
-    EXPECT_EQ(text(compare({wall}, {wall, wall}, false).total), "2 1 1 0 0");
+    EXPECT_EQ(text(compared({wall, wall, space}, {space, wall, wall}, false).total), "3 0 3 0 0");
+    EXPECT_EQ(text(compared({wall, wall, wall}, {wall, wall}, false).total), "2 0 2 0 1");
+    EXPECT_EQ(text(compared({wall}, {wall, wall}, false).total), "2 1 1 0 0");
     // The equal one is found whichever stands first.
-    EXPECT_EQ(text(compare({heavy, wall}, {wall, heavy}, false).total), "2 0 2 0 0");
-    EXPECT_EQ(text(compare({wall, heavy}, {heavy}, false).total), "1 0 1 0 1");
+    EXPECT_EQ(text(compared({heavy, wall}, {wall, heavy}, false).total), "2 0 2 0 0");
+    EXPECT_EQ(text(compared({wall, heavy}, {heavy}, false).total), "1 0 1 0 1");
     // A pair across classes only when nothing of the own class is left.
-    const auto across = compare({wall, space}, {wall, wall}, false);
+    const auto across = compared({wall, space}, {wall, wall}, false);
     EXPECT_EQ(text(across.classes.at("IFCWALL")), "2 0 2 0 0");
     EXPECT_EQ(countOf(across, Change::Reclassified), 1u);
     EXPECT_EQ(across.classes.count("IFCSPACE"), 0u);
@@ -201,12 +206,12 @@ TEST(Comparison, AgreesWithAPlainModelOverRandomRevisions) {
             }
         }
         std::shuffle(now.begin(), now.end(), random);
-        EXPECT_EQ(text(compare(before, now, false).total), text(expected));
+        EXPECT_EQ(text(compared(before, now, false).total), text(expected));
         // By geometry a move is an object gone and a new one.
         expected.added += expected.modified;
         expected.gone += expected.modified;
         expected.modified = 0;
-        EXPECT_EQ(text(compare(before, now, true).total), text(expected));
+        EXPECT_EQ(text(compared(before, now, true).total), text(expected));
     }
 }
 
@@ -216,34 +221,33 @@ TEST(Comparison, OfALongRowOfEqualObjectsTakesNoLongTime) {
         row.push_back(object("", "IFCBEAM", 3.0 * i));
     }
     // In the order of the row the spatial tree would be one branch of 20000 nodes.
-    EXPECT_EQ(text(compare(row, row, true).total), "20000 0 20000 0 0");
+    EXPECT_EQ(text(compared(row, row, true).total), "20000 0 20000 0 0");
 }
 
 TEST(Comparison, OfManyUnequalCopiesInOnePlaceTakesNoLongTime) {
     std::vector<ObjectRecord> before(20000, object("", "IFCBEAM", 0));
     std::vector<ObjectRecord> now(20000, object("", "IFCBEAM", 0, 1, 0.9));
-    EXPECT_EQ(text(compare(before, now, true).total), "20000 0 0 20000 0");
+    EXPECT_EQ(text(compared(before, now, true).total), "20000 0 0 20000 0");
 }
 
 TEST(Report, ShowsTableChangesAndProblems) {
     HandedOver handedOver;
     handedOver.schema = "IFC4";
-    handedOver.objects = {object("a", "IFCBEAM", 0, 1, 0.9999), object("b", "IFCWALL", 5)};
-    handedOver.objects[0].line = 12;
-    handedOver.objects[0].instance = 34;
-    handedOver.objects[1].name = "new\nname";
+    handedOver.model.objects = {object("a", "IFCBEAM", 0, 1, 0.9999), object("b", "IFCWALL", 5)};
+    handedOver.model.objects[0].line = 12;
+    handedOver.model.objects[0].instance = 34;
+    handedOver.model.objects[1].name = "new\nname";
     handedOver.problemCount = 2;
     handedOver.problems = {{7, 8, "a reason"}};
-    const std::vector<ObjectRecord> before = {object("a", "IFCBEAM", 0), object("b", "IFCWALL", 5),
-                                              object("c", "IFCWALL", 9)};
-    const auto comparison = compare(before, handedOver.objects, false);
+    const Model before = {{object("a", "IFCBEAM", 0), object("b", "IFCWALL", 5), object("c", "IFCWALL", 9)}, {}};
+    const auto comparison = compare(before, handedOver.model, false);
     EXPECT_EQ(report("folder/model.ifc", handedOver, &before, comparison),
               "model.ifc: IFC4, 2 objects, compared with the 3 of the previous import\n"
               "  class    objects  new  unchanged  modified  lowest similarity  gone\n"
               "  IFCBEAM        1    0          0         1              0.999     0\n"
               "  IFCWALL        1    0          1         0                  -     1\n"
               "  total          2    0          1         1              0.999     1\n"
-              "changes: renamed 1, reclassified 0, moved without a change of shape 0\n"
+              "changes: renamed 1, reclassified 0, moved without a change of shape 0, with other properties 0\n"
               "  modified      IFCBEAM 'a' (line 12, #34), similarity 0.999\n"
               "  renamed       IFCWALL 'new?name' (line 0), was 'b'\n"
               "  gone          IFCWALL 'c' (line 0) of the previous model\n"

@@ -18,8 +18,17 @@ TEST(Options, HaveDefaults) {
     EXPECT_FALSE(options.state);
     EXPECT_EQ(options.importer, "importer");
     EXPECT_FALSE(options.identifyByGeometry);
+    EXPECT_TRUE(options.properties.empty());
+    EXPECT_FALSE(options.georeference);
     EXPECT_FALSE(options.help);
     EXPECT_TRUE(parseArguments({"--help"}, "").help);
+}
+
+TEST(Options, NameWhatElseIsToBeShown) {
+    const auto options = parseArguments(
+        {"--properties", "0123456789012345678901", "a.ifc", "--georeference", "--properties", "1$_aB"}, "importer");
+    EXPECT_EQ(options.properties, (std::vector<std::string>{"0123456789012345678901", "1$_aB"}));
+    EXPECT_TRUE(options.georeference);
 }
 
 TEST(Options, AreRefusedWithAReason) {
@@ -30,6 +39,7 @@ TEST(Options, AreRefusedWithAReason) {
                  {{"--state", "kept"}, "no model is named"},
                  {{"a.ifc", "--state"}, "--state needs a value"},
                  {{"a.ifc", "--importer", ""}, "--importer needs a value"},
+                 {{"a.ifc", "--properties"}, "--properties needs a value"},
                  {{"a.ifc", ""}, "a model's name is empty"},
                  {{"a.ifc", "--identify-by-name"}, "there is no option --identify-by-name"}};
     for (const auto& each : cases) {

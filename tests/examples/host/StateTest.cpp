@@ -1,4 +1,5 @@
 #include "State.h"
+#include "PropertyRecords.h"
 #include "TemporaryFolder.h"
 
 #include "gtest/gtest.h"
@@ -11,16 +12,26 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::vector<ObjectRecord> objects(std::size_t count, const std::string& name) {
-    std::vector<ObjectRecord> result(count);
+// Walls, every third one with two of the two property sets.
+Model model(std::size_t count, const std::string& name) {
+    Velmor::IFC2X3_PSet_Custom_s set{};
+    set.name[0] = 'P';
+    Model result;
+    result.propertySets.push_back(encode(set));
+    set.properties.addProperty(Velmor::createPropertySingleValueBoolean(VELMOR_WIDE("flag"), VELMOR_WIDE(""), true));
+    result.propertySets.push_back(encode(set));
+    result.objects.resize(count);
     for (std::size_t i = 0; i < count; ++i) {
         char id[23];
         std::snprintf(id, sizeof id, "0StateObject%010u", static_cast<unsigned>(i));
-        result[i].instance = i;
-        result[i].globalId = Velmor::ExternalGUID::fromIFCGlobalID(id);
-        result[i].className = "IFCWALL";
-        result[i].name = name;
-        result[i].version = Velmor::createFromBoundingBox(1, 2, 3);
+        result.objects[i].instance = i;
+        result.objects[i].globalId = Velmor::ExternalGUID::fromIFCGlobalID(id);
+        result.objects[i].className = "IFCWALL";
+        result.objects[i].name = name;
+        result.objects[i].version = Velmor::createFromBoundingBox(1, 2, 3);
+        if (i % 3 == 1) {
+            result.objects[i].propertySets = {1, 0};
+        }
     }
     return result;
 }
@@ -35,7 +46,7 @@ std::string readingError(const State& state) {
     }
 }
 
-std::string writingError(const State& state, const std::vector<ObjectRecord>& what) {
+std::string writingError(const State& state, const Model& what) {
     try {
         state.write(what);
         return {};
@@ -55,13 +66,15 @@ TEST(State, ComesBackAsItWasKept) {
     const State state(folder / "a" / "b");
     EXPECT_FALSE(state.exists());
     for (const std::size_t count : {3u, 0u, 2000u}) {
-        state.write(objects(count, "wall"));
+        state.write(model(count, "wall"));
         EXPECT_TRUE(state.exists());
         const auto back = state.read();
-        ASSERT_EQ(back.size(), count);
+        EXPECT_EQ(back.propertySets, model(count, "wall").propertySets);
+        ASSERT_EQ(back.objects.size(), count);
         for (std::size_t i = 0; i < count; ++i) {
-            EXPECT_EQ(back[i].instance, i);
-            EXPECT_EQ(back[i].name, "wall");
+            EXPECT_EQ(back.objects[i].instance, i);
+            EXPECT_EQ(back.objects[i].name, "wall");
+            EXPECT_EQ(back.objects[i].propertySets, model(count, "wall").objects[i].propertySets);
         }
     }
     EXPECT_FALSE(fs::exists(folder / "a" / "b" / "import.state.new"));
@@ -70,14 +83,14 @@ TEST(State, ComesBackAsItWasKept) {
 TEST(State, InAFolderWithAForeignNameIsKept) {
     const TemporaryFolder folder;
     const State state(folder / fs::path(u8"Zust\u00E4nde \u6587"));
-    state.write(objects(1, "wall"));
-    EXPECT_EQ(state.read().size(), 1u);
+    state.write(model(1, "wall"));
+    EXPECT_EQ(state.read().objects.size(), 1u);
 }
 
 TEST(State, DamagedAnywhereIsRefusedAndLeftAsItIs) {
     const TemporaryFolder folder;
     const State state(folder / "kept");
-    state.write(objects(2, "wall"));
+    state.write(model(2, "wall"));
     const auto whole = readFile(state.file());
     for (std::size_t at = 0; at < whole.size(); ++at) {
         auto damaged = whole;
@@ -92,7 +105,7 @@ TEST(State, DamagedAnywhereIsRefusedAndLeftAsItIs) {
 TEST(State, CutOffAnywhereOrContinuedIsRefused) {
     const TemporaryFolder folder;
     const State state(folder / "kept");
-    state.write(objects(2, "wall"));
+    state.write(model(2, "wall"));
     const auto whole = readFile(state.file());
     for (std::size_t length = 0; length < whole.size(); ++length) {
         writeFile(state.file(), whole.substr(0, length));
@@ -101,9 +114,23 @@ TEST(State, CutOffAnywhereOrContinuedIsRefused) {
     writeFile(state.file(), whole + '\0');
     EXPECT_NE(readingError(state), "");
     writeFile(state.file(), whole + whole);
-    EXPECT_TRUE(contains(readingError(state), "expected the end of the file behind 2 objects"));
+    EXPECT_TRUE(contains(readingError(state), "expected the end of the file behind 6 records"));
     writeFile(state.file(), "not a state at all");
     EXPECT_TRUE(contains(readingError(state), "byte 0: expected"));
+}
+
+TEST(State, OfTheFirstFormatVersionIsRefusedWithAWayOut) {
+    const TemporaryFolder folder;
+    const State state(folder / "kept");
+    // As it was without objects: length, mark, version, number, bytes and checksum of the objects.
+    const std::string old("\x24\0\0\0VELMSTAT\1\0\0\0"
+                          "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x25\x23\x22\x84\xE4\x9C\xF2\xCB",
+                          40);
+    writeFile(state.file(), old);
+    const auto error = readingError(state);
+    EXPECT_TRUE(contains(error, "the state file is of another version of this program: ")) << error;
+    EXPECT_TRUE(contains(error, "import.state: byte 0: expected format version 2, found 1; remove it")) << error;
+    EXPECT_EQ(readFile(state.file()), old);
 }
 
 TEST(State, ThatIsNoFileIsRefused) {
@@ -117,23 +144,23 @@ TEST(State, ThatIsNoFileIsRefused) {
 TEST(State, ThatCannotBeKeptLeavesThePreviousOne) {
     const TemporaryFolder folder;
     const State state(folder / "kept");
-    state.write(objects(2, "before"));
+    state.write(model(2, "before"));
     const auto before = readFile(state.file());
     writeFile(folder / "kept" / "import.state.new" / "in the way", "x");
-    const auto error = writingError(state, objects(3, "after"));
+    const auto error = writingError(state, model(3, "after"));
     EXPECT_TRUE(contains(error, "the state is not kept: the new state file ") && contains(error, "cannot be created"))
         << error;
     EXPECT_EQ(readFile(state.file()), before);
 
     fs::remove_all(folder / "kept" / "import.state.new");
     writeFile(folder / "a file", "x");
-    EXPECT_TRUE(contains(writingError(State(folder / "a file" / "kept"), objects(1, "after")), "the state is not kept"));
+    EXPECT_TRUE(contains(writingError(State(folder / "a file" / "kept"), model(1, "after")), "the state is not kept"));
 }
 
 TEST(State, IsReplacedOnlyAfterWhatElseHasToSucceed) {
     const TemporaryFolder folder;
     const State state(folder / "kept");
-    state.write(objects(2, "before"));
+    state.write(model(2, "before"));
     const auto before = readFile(state.file());
     std::string whole;
     const auto fail = [&] {
@@ -141,7 +168,7 @@ TEST(State, IsReplacedOnlyAfterWhatElseHasToSucceed) {
         throw std::runtime_error("not told");
     };
     try {
-        state.write(objects(3, "after"), fail);
+        state.write(model(3, "after"), fail);
         ADD_FAILURE() << "the state is kept";
     } catch (const StateError& error) {
         EXPECT_STREQ(error.what(), "the state is not kept: not told");
@@ -149,7 +176,7 @@ TEST(State, IsReplacedOnlyAfterWhatElseHasToSucceed) {
     EXPECT_EQ(readFile(state.file()), before);
     EXPECT_FALSE(fs::exists(folder / "kept" / "import.state.new"));
 
-    state.write(objects(3, "after"), [&] { EXPECT_EQ(readFile(state.file()), before); });
+    state.write(model(3, "after"), [&] { EXPECT_EQ(readFile(state.file()), before); });
     EXPECT_EQ(readFile(state.file()), whole);
 }
 
@@ -157,10 +184,10 @@ TEST(State, IsReplacedOnlyAfterWhatElseHasToSucceed) {
 TEST(State, OnAFullDiskLeavesThePreviousOne) {
     const TemporaryFolder folder;
     const State state(folder / "kept");
-    state.write(objects(2, "before"));
+    state.write(model(2, "before"));
     const auto before = readFile(state.file());
     fs::create_symlink("/dev/full", folder / "kept" / "import.state.new");
-    EXPECT_TRUE(contains(writingError(state, objects(3, "after")), "is the disk full?"));
+    EXPECT_TRUE(contains(writingError(state, model(3, "after")), "is the disk full?"));
     EXPECT_EQ(readFile(state.file()), before);
     EXPECT_FALSE(fs::exists(fs::symlink_status(folder / "kept" / "import.state.new")));
     EXPECT_TRUE(fs::exists("/dev/full"));

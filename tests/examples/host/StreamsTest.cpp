@@ -52,6 +52,23 @@ void expectEqual(const ObjectRecord& a, const ObjectRecord& b) {
     EXPECT_EQ(a.name, b.name);
 }
 
+InfoRecord wholeInfo() {
+    InfoRecord info;
+    info.error = "an error";
+    info.schema = "IFC4";
+    info.objects.add("abc");
+    info.attributes.add("de");
+    info.problems.add("");
+    info.problemsUntold = 5;
+    info.objectsWithoutClass = 6;
+    info.georeference.emplace(Plexor::Vertex(1, -0.0, 0.1), 2, 3, 4, 5, 6, 1e-300,
+                              Velmor::IFC4_MapProjection(VELMOR_WIDE("name"), VELMOR_WIDE("d\u00E9scription"),
+                                                         VELMOR_WIDE("geodetic"), VELMOR_WIDE("vertical"),
+                                                         VELMOR_WIDE("projection"), VELMOR_WIDE(""), VELMOR_WIDE("unit"),
+                                                         0.3048));
+    return info;
+}
+
 Stream streamWith(const std::string& bytes) {
     Stream stream(FileStream::createTemporaryFile());
     EXPECT_TRUE(stream->write(bytes.size(), bytes.data()));
@@ -130,25 +147,55 @@ TEST(OtherRecords, ComeBackAsTheyWere) {
     EXPECT_EQ(problem.instance, 4u);
     EXPECT_EQ(problem.reason, "a reason");
 
-    InfoRecord info;
-    info.error = "an error";
-    info.schema = "IFC4";
-    info.objects.add("abc");
-    info.problems.add("");
-    info.problemsUntold = 5;
+    const auto info = wholeInfo();
     const auto infoBack = decodeInfo(encode(info));
     EXPECT_EQ(infoBack.error, "an error");
     EXPECT_EQ(infoBack.schema, "IFC4");
     EXPECT_EQ(infoBack.objects, info.objects);
+    EXPECT_EQ(infoBack.attributes, info.attributes);
     EXPECT_EQ(infoBack.problems, info.problems);
     EXPECT_EQ(infoBack.problemsUntold, 5u);
+    EXPECT_EQ(infoBack.objectsWithoutClass, 6u);
+    EXPECT_FALSE(decodeInfo(encode(InfoRecord())).georeference);
 
-    EXPECT_EQ(decodeStateHeader(encode(StateHeader{info.objects})).objects, info.objects);
+    const auto header = decodeStateHeader(encode(StateHeader{info.objects, info.attributes}));
+    EXPECT_EQ(header.objects, info.objects);
+    EXPECT_EQ(header.attributes, info.attributes);
+}
+
+TEST(Georeference, ComesBackAsItWas) {
+    const auto back = decodeInfo(encode(wholeInfo())).georeference;
+    ASSERT_TRUE(back);
+    const double origin[] = {back->getSourceOrigin().x, back->getSourceOrigin().y, back->getSourceOrigin().z};
+    const double expected[] = {1, -0.0, 0.1};
+    EXPECT_EQ(std::memcmp(origin, expected, sizeof origin), 0);
+    EXPECT_EQ(back->getEastings(), 2);
+    EXPECT_EQ(back->getNorthings(), 3);
+    EXPECT_EQ(back->getOrthogonalHeight(), 4);
+    EXPECT_EQ(back->getXAxisAbscissa(), 5);
+    EXPECT_EQ(back->getXAxisOrdinate(), 6);
+    EXPECT_EQ(back->getScaleToMapProjection(), 1e-300);
+    const auto& projection = back->getMapProjection();
+    EXPECT_EQ(projection.getName(), VELMOR_WIDE("name"));
+    EXPECT_EQ(projection.getDescription(), VELMOR_WIDE("d\u00E9scription"));
+    EXPECT_EQ(projection.getGeodeticDatum(), VELMOR_WIDE("geodetic"));
+    EXPECT_EQ(projection.getVerticalDatum(), VELMOR_WIDE("vertical"));
+    EXPECT_EQ(projection.getProjectionType(), VELMOR_WIDE("projection"));
+    EXPECT_EQ(projection.getZone(), VELMOR_WIDE(""));
+    EXPECT_EQ(projection.getUnitName(), VELMOR_WIDE("unit"));
+    EXPECT_EQ(projection.getScaleToMetric(), 0.3048);
+}
+
+TEST(Georeference, IsThereOrNot) {
+    auto bytes = encode(InfoRecord());
+    bytes[bytes.size() - 4] = 2;
+    EXPECT_THROW(decodeInfo(bytes), FormatError);
+    bytes[bytes.size() - 4] = 1; // and then it is missing
+    EXPECT_THROW(decodeInfo(bytes), FormatError);
 }
 
 TEST(OtherRecords, AreRefusedWhenCutAnywhereOrOfAnotherKind) {
-    const std::string records[] = {encode(ProblemRecord{3, 4, "a reason"}), encode(InfoRecord{"e", "s", {}, {}, 0}),
-                                   encode(StateHeader())};
+    const std::string records[] = {encode(ProblemRecord{3, 4, "a reason"}), encode(wholeInfo()), encode(StateHeader())};
     for (std::size_t length = 0; length < records[0].size(); ++length) {
         EXPECT_THROW(decodeProblem(records[0].substr(0, length)), FormatError);
     }
@@ -161,8 +208,11 @@ TEST(OtherRecords, AreRefusedWhenCutAnywhereOrOfAnotherKind) {
     EXPECT_THROW(decodeInfo(records[2]), FormatError);
     EXPECT_THROW(decodeStateHeader(records[1]), FormatError);
     auto otherVersion = records[2];
-    otherVersion[8] = 2;
-    EXPECT_THROW(decodeStateHeader(otherVersion), FormatError);
+    otherVersion[8] = 1;
+    EXPECT_THROW(decodeStateHeader(otherVersion), VersionError);
+    otherVersion = records[1];
+    otherVersion[8] = 1;
+    EXPECT_THROW(decodeInfo(otherVersion), VersionError);
 }
 
 TEST(StreamTotals, CountRecordsAndTheirBytes) {
@@ -260,15 +310,18 @@ TEST(ReadObjects, ComesToTheTotalsOrFails) {
     const Stream stream(FileStream::createTemporaryFile());
     RecordWriter writer(*stream, "it");
     writer.write(encode(beam()));
+    const auto first = writer.totals();
     writer.write(encode(beam()));
     writer.flush();
     const auto read = [&stream](const StreamTotals& expected) {
         RecordReader reader(*stream, "it");
         unsigned count = 0;
         readObjects(reader, expected, [&count](ObjectRecord&&) { ++count; });
+        requireEnd(reader);
         return count;
     };
     EXPECT_EQ(read(writer.totals()), 2u);
+    EXPECT_THROW(read(first), FormatError);
     auto more = writer.totals();
     ++more.records;
     EXPECT_THROW(read(more), FormatError);
