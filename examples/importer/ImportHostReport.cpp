@@ -14,7 +14,6 @@ namespace {
 constexpr std::size_t changesTold = 20;
 constexpr std::size_t propertiesTold = 5; // of one object
 constexpr std::size_t nameBytes = 60;
-constexpr std::size_t pathBytes = 120;
 
 // Three decimals, cut: versions that differ never show as 1.000.
 std::string shownSimilarity(double similarity) {
@@ -100,9 +99,8 @@ std::string propertyValue(const EncodedProperty& property, bool withType) {
 std::string propertyDifference(const PropertyDifference& difference) {
     std::string path;
     for (const auto name : difference.path) {
-        path += (path.empty() ? "" : ".") + printable(name);
+        path += (path.empty() ? "" : ".") + shortened(printable(name), nameBytes);
     }
-    path = shortened(path, pathBytes);
     const auto* const before = difference.before;
     const auto* const now = difference.now;
     if (difference.kind != PropertyDifference::Changed) {

@@ -104,7 +104,8 @@ TEST(ImportHost, TellsWhatChangedInTheWorkshop) {
                 StartsWith("workshop-revised.ifc: IFC4, 31 objects, compared with the 30 of the previous import\n"));
     const std::map<std::string, TableRow> expected = {
         // B2: area 7548 mm2 instead of 5246 and 100 mm deeper, 0.041 in all; B7 gone, B8 new.
-        {"IFCBEAM", {7, 1, 5, 1, "0.040", 1}},
+        // B3 has only another fire rating.
+        {"IFCBEAM", {7, 1, 4, 2, "0.040", 1}},
         {"IFCBUILDING", {1, 0, 1, 0, "-", 0}},
         {"IFCBUILDINGSTOREY", {1, 0, 1, 0, "-", 0}},
         // C3: area 7530 mm2 instead of 6208, 0.273; C6: 0.1 m to S = 2.005 m, 0.580; C1 is only renamed.
@@ -112,22 +113,24 @@ TEST(ImportHost, TellsWhatChangedInTheWorkshop) {
         {"IFCDOOR", {1, 1, 0, 0, "-", 1}},
         // Was a proxy: not a new object, but one of another class.
         {"IFCFOOTING", {1, 0, 1, 0, "-", 0}},
-        // F2: 0.4 m to S = 1.06 m is more than 0.3; F3 is new.
-        {"IFCFURNITURE", {3, 1, 1, 1, "0.000", 0}},
+        // F1 has a property less; F2: 0.4 m to S = 1.06 m is more than 0.3; F3 is new.
+        {"IFCFURNITURE", {3, 1, 0, 2, "0.000", 0}},
         // N1: 0.2 m to S = 0.972 m.
         {"IFCOPENINGELEMENT", {2, 0, 1, 1, "0.031", 0}},
         // The canopy is an open sheet: its place is not part of its version.
         {"IFCPLATE", {1, 0, 1, 0, "-", 0}},
         {"IFCSITE", {1, 0, 1, 0, "-", 0}},
-        // The floor: volume 0.8 of it, centre 25 mm lower, 50 mm thicker, S = 6.98 m.
-        {"IFCSLAB", {2, 0, 1, 1, "0.193", 0}},
-        // W4: 1 m to S = 3.09 m is more than 0.3.
-        {"IFCWALL", {4, 0, 3, 1, "0.000", 0}},
+        // The floor: volume 0.8 of it, centre 25 mm lower, 50 mm thicker, S = 6.98 m. The roof has a property set more.
+        {"IFCSLAB", {2, 0, 0, 2, "0.193", 0}},
+        // W2 has two other values; W4: 1 m to S = 3.09 m is more than 0.3.
+        {"IFCWALL", {4, 0, 2, 2, "0.000", 0}},
         // N1: moves with its opening, 0.2 m to S = 0.947 m.
         {"IFCWINDOW", {1, 0, 0, 1, "0.025", 0}},
-        {"total", {31, 3, 20, 8, "0.000", 2}}};
+        {"total", {31, 3, 16, 12, "0.000", 2}}};
     EXPECT_EQ(second.table(), expected);
-    EXPECT_THAT(second.output, HasSubstr("changes: renamed 1, reclassified 1, moved without a change of shape 1\n"));
+    EXPECT_THAT(
+        second.output,
+        HasSubstr("changes: renamed 1, reclassified 1, moved without a change of shape 1, with other properties 5\n"));
     EXPECT_THAT(second.output, HasSubstr("renamed       IFCCOLUMN 'Column A1' ("));
     EXPECT_THAT(second.output, HasSubstr(", was 'Column C1'\n"));
     EXPECT_THAT(second.output, HasSubstr("reclassified  IFCFOOTING 'Machine base M1' ("));
@@ -135,6 +138,18 @@ TEST(ImportHost, TellsWhatChangedInTheWorkshop) {
     EXPECT_THAT(second.output, HasSubstr("gone          IFCDOOR 'Stahlt\xC3\xBCr D1' ("));
     EXPECT_THAT(second.output, HasSubstr("modified      IFCCOLUMN 'Column C6' (" + place(readFile(revised), "#173") +
                                          "), similarity 0.579\n"));
+    const auto at = [text = readFile(revised)](const std::string& instance) { return " (" + place(text, instance) + "), "; };
+    for (const auto& line :
+         {"modified      IFCBEAM 'Beam B2'" + at("#233") +
+              "similarity 0.040, Pset_BeamCommon.Reference 'beam 300' -> 'beam 400'; Pset_BeamCommon.Span 6000 -> 6200; "
+              "Workshop_Fabrication.Coating.Layers 1 -> 2; Workshop_Fabrication.Mass 253.25 -> 364.5\n",
+          "modified      IFCBEAM 'Beam B3'" + at("#243") + "Pset_BeamCommon.FireRating 'R30' -> 'R60'\n",
+          "modified      IFCWALL 'Wall W2'" + at("#337") +
+              "Pset_WallCommon.AcousticRating '' -> '52 dB'; Pset_WallCommon.ThermalTransmittance 0.35 -> 0.24\n",
+          "modified      IFCSLAB 'Roof'" + at("#533") + "property set Workshop_Snow added\n",
+          "modified      IFCFURNITURE 'Bench F1'" + at("#626") + "Workshop_Bench.Vice true removed\n"}) {
+        EXPECT_THAT(second.output, HasSubstr(line));
+    }
 
     const auto third = runHost({revised, "--state", state});
     EXPECT_EQ(third.table().at("total"), (TableRow{31, 0, 31, 0, "-", 0}));
@@ -147,13 +162,17 @@ TEST(ImportHost, TellsWhatChangedInTheWorkshopByGeometryAlone) {
     const auto run = runHost({workshop, revised, "--state", state, "--identify-by-geometry"});
     EXPECT_EQ(run.exitCode, 0);
     const std::map<std::string, TableRow> expected = {
-        {"IFCBEAM", {7, 2, 5, 0, "-", 2}},       // B2 has other corners, B7 and B8 as before
+        {"IFCBEAM", {7, 2, 4, 1, "1.000", 2}},   // B2 has other corners, B7 and B8 as before, B3 other properties
         {"IFCCOLUMN", {6, 1, 4, 1, "0.273", 1}}, // C3 has the same outline, C6 is elsewhere
         {"IFCDOOR", {1, 0, 1, 0, "-", 0}},       // the new door is where the old one was
-        {"IFCFOOTING", {1, 0, 1, 0, "-", 0}},        {"IFCFURNITURE", {3, 2, 1, 0, "-", 1}},
-        {"IFCOPENINGELEMENT", {2, 1, 1, 0, "-", 1}}, {"IFCPLATE", {1, 1, 0, 0, "-", 1}},
-        {"IFCSLAB", {2, 1, 1, 0, "-", 1}},           {"IFCWALL", {4, 1, 3, 0, "-", 1}},
-        {"IFCWINDOW", {1, 1, 0, 0, "-", 1}},         {"total", {28, 10, 17, 1, "0.273", 9}}};
+        {"IFCFOOTING", {1, 0, 1, 0, "-", 0}},
+        {"IFCFURNITURE", {3, 2, 0, 1, "1.000", 1}}, // F1 is where it was, with a property less
+        {"IFCOPENINGELEMENT", {2, 1, 1, 0, "-", 1}},
+        {"IFCPLATE", {1, 1, 0, 0, "-", 1}},
+        {"IFCSLAB", {2, 1, 0, 1, "1.000", 1}}, // the roof has a property set more
+        {"IFCWALL", {4, 1, 2, 1, "1.000", 1}}, // W2 has other values
+        {"IFCWINDOW", {1, 1, 0, 0, "-", 1}},
+        {"total", {28, 10, 13, 5, "0.273", 9}}};
     EXPECT_EQ(run.table(), expected);
     // Site, building and storey have no geometry.
     EXPECT_THAT(run.output, HasSubstr("not identified, neither compared nor counted above: 3\n  IFCSITE 'Site' ("));
@@ -190,6 +209,155 @@ TEST(ImportHost, TakesModelsWithBlanksAndForeignCharactersInTheirNames) {
     fs::current_path(before);
     EXPECT_EQ(run.exitCode, 0) << run.error;
     EXPECT_EQ(run.table().at("total").objects, 30u);
+}
+
+TEST(ImportHost, ShowsThePropertiesOfObjectsOnRequest) {
+    const TemporaryFolder folder;
+    const auto run = runHost({workshop, "--properties", "0Workshop0Beam000000B1", "--state", (folder / "state").string(),
+                              "--properties", "0Workshop0Door000000D1", "--properties", "0Workshop0Site00000000",
+                              "--properties", "0Workshop0Column0000C1"});
+    EXPECT_EQ(run.exitCode, 0) << run.error;
+    const auto text = readFile(workshop);
+    const auto begin = run.output.find("properties of ");
+    ASSERT_NE(begin, std::string::npos) << run.output;
+    EXPECT_EQ(run.output.substr(begin),
+              "properties of 0Workshop0Beam000000B1: IFCBEAM 'Beam B1' (" + place(text, "#223") +
+                  "), 2 property sets\n"
+                  "  Pset_BeamCommon (0Workshop0Pset0000B000)\n"
+                  "    Reference: text 'beam 300'\n"
+                  "    Span: length 6000, described as 'Clear span'\n"
+                  "    Slope: plane angle 0\n"
+                  "    FireRating: text 'R30'\n"
+                  "    IsExternal: boolean false\n"
+                  "    IsLoadBearing: boolean true\n"
+                  "  Workshop_Fabrication (0Workshop0Pset000TB300), described as 'Of all beams of the type'\n"
+                  "    Coating: complex 'Workshop_Coating', described as 'Against corrosion'\n"
+                  "      System: text 'hot-dip galvanised, ISO 1461'\n"
+                  "      Thickness: length 0.085\n"
+                  "      Layers: integer 1\n"
+                  "    Mass: mass 253.25\n"
+                  "    Surface: area 6.98\n"
+                  "    Volume: volume 0.0322\n"
+                  "    Inspected: logical unknown\n"
+                  // The common set of doors always writes its texts and flags.
+                  "properties of 0Workshop0Door000000D1: IFCDOOR 'Stahlt\xC3\xBCr D1' (" +
+                  place(text, "#427") +
+                  "), 1 property set\n"
+                  "  Pset_DoorCommon (0Workshop0Pset0000D000)\n"
+                  "    Reference: text ''\n"
+                  "    FireRating: text ''\n"
+                  "    AcousticRating: text ''\n"
+                  "    SecurityRating: text ''\n"
+                  "    HandicapAccessible: boolean true\n"
+                  "    FireExit: boolean true\n"
+                  "    SelfClosing: boolean false\n"
+                  "    SmokeStop: boolean false\n"
+                  "    IsExternal: boolean false\n"
+                  "properties of 0Workshop0Site00000000: IFCSITE 'Site' (" +
+                  place(text, "#21") +
+                  "), 1 property set\n"
+                  "  Workshop_Survey (0Workshop0Pset0000Site)\n"
+                  "    Latitude: compound plane angle (48, 8, 14, 520000)\n"
+                  "    Points: integer 12\n"
+                  "    Surveyor: text 'Vermessung M\xC3\xBCller'\n"
+                  "properties of 0Workshop0Column0000C1: IFCCOLUMN 'Column C1' (" +
+                  place(text, "#123") + "), 0 property sets\n");
+}
+
+TEST(ImportHost, ShowsTheGeoreferenceOnRequest) {
+    const TemporaryFolder folder;
+    writeFile(folder / "walls.ifc", manyWalls(1));
+    const auto run =
+        runHost({workshop, (folder / "walls.ifc").string(), "--georeference", "--state", (folder / "s").string()});
+    EXPECT_EQ(run.exitCode, 0) << run.error;
+    EXPECT_THAT(run.output,
+                HasSubstr("  total                         30   30          0         0                  -     0\n"
+                          "georeference:\n"
+                          "  projected system: 'EPSG:25832'\n"
+                          "  description: 'UTM zone 32N'\n"
+                          "  geodetic datum: 'ETRS89'\n"
+                          "  vertical datum: 'DHHN2016'\n"
+                          "  projection: 'UTM'\n"
+                          "  zone: '32N'\n"
+                          "  map unit: 'METRE' of 1 m\n"
+                          "  origin in the model: 0, 0, 0\n"
+                          "  eastings: 691608.25\n"
+                          "  northings: 5334765.5\n"
+                          "  orthogonal height: 519.125\n"
+                          "  x axis in the map: 0.8, 0.6\n"
+                          "  scale: 0.001\n"
+                          "walls.ifc: "));
+    EXPECT_TRUE(run.output.ends_with("\nno georeference\n")) << run.output;
+    const auto unasked = runHost({workshop, "--state", (folder / "other").string()});
+    EXPECT_THAT(unasked.output, Not(HasSubstr("georeference")));
+    EXPECT_THAT(unasked.output, Not(HasSubstr("properties of")));
+}
+
+TEST(ImportHost, TellsEntitiesWithoutAClassOnceAndCountsTheirObjects) {
+    const TemporaryFolder folder;
+    const auto text = replaced(replaced(readFile(workshop), "=IFCFURNITURE(", "=IFCBEARING("), "=IFCPLATE(", "=IFCVEHICLE(");
+    writeFile(folder / "model.ifc", text);
+    const auto run = runHost({(folder / "model.ifc").string(), "--state", (folder / "state").string()});
+    EXPECT_EQ(run.exitCode, 0) << run.error;
+    EXPECT_EQ(run.table().at("IFCINVALID"), (TableRow{3, 3, 0, 0, "-", 0}));
+    EXPECT_EQ(run.table().at("total").objects, 30u);
+    EXPECT_THAT(run.output,
+                HasSubstr("of entities without a class of their own, taken as IFCINVALID: 3\n"
+                          "problems: 2\n  " +
+                          place(text, "#626") +
+                          ": IFCBEARING has no row in the class tables; objects of it, taken as IFCINVALID: 2\n  " +
+                          place(text, "#807") +
+                          ": IFCVEHICLE has no row in the class tables; objects of it, taken as IFCINVALID: 1\n"));
+    EXPECT_THAT(runHost({workshop, "--state", (folder / "other").string()}).output, Not(HasSubstr("IFCINVALID")));
+}
+
+TEST(ImportHost, TakesOtherGlobalIdsAndOtherOrdersOfPropertiesAsUnchanged) {
+    const TemporaryFolder folder;
+    const auto model = changedWorkshop(folder / "other.ifc", "(#1010,#1011,#1012,#1013,#1014,#1015)",
+                                       "(#1015,#1013,#1011,#1014,#1012,#1010)");
+    writeFile(model, replaced(readFile(model), "(#1033,#1034,#1035,#1036,#1037)", "(#1037,#1034,#1036,#1033,#1035)"));
+    writeFile(model, replaced(readFile(model), "(#1030,#1031,#1032)", "(#1032,#1031,#1030)"));
+    writeFile(model, replaced(readFile(model), "'0Workshop0Pset", "'1Workshop0Pset"));
+    writeFile(model, replaced(readFile(model), "'Clear span'", "'Span'"));
+    const auto run = runHost({workshop, model, "--state", (folder / "state").string()});
+    EXPECT_EQ(run.exitCode, 0) << run.error;
+    EXPECT_EQ(run.table().at("total"), (TableRow{30, 0, 30, 0, "-", 0}));
+}
+
+TEST(ImportHost, CarriesAHundredThousandPropertiesAndLongNames) {
+    const TemporaryFolder folder;
+    const std::string longText(10000, 'x');
+    std::string sets;
+    std::string list;
+    for (int i = 0; i < 100000; ++i) {
+        const auto id = "#" + std::to_string(1000 + i);
+        sets += id + "=IFCPROPERTYSINGLEVALUE('P" + std::to_string(i) + "',$,IFCINTEGER(" + std::to_string(i) + "),$);\n";
+        list += id + ',';
+    }
+    sets += "#200000=IFCPROPERTYSINGLEVALUE('" + longText + "','" + longText + "',IFCTEXT('" + longText + "'),$);\n" +
+            "#200001=IFCPROPERTYSET('0Many000Pset0000000001',$,'" + longText + "','" + longText + "',(" + list +
+            "#200000));\n#200002=IFCRELDEFINESBYPROPERTIES('0Many000Rel00000000001',$,$,$,(#103,#113),#200001);\n";
+    const auto text =
+        replaced(replaced(manyWalls(2), "'Wall 0'", '\'' + longText + '\''), "ENDSEC;\nEND-ISO", sets + "ENDSEC;\nEND-ISO");
+    writeFile(folder / "large.ifc", text);
+    writeFile(folder / "changed.ifc", replaced(text, "'P77777',$,IFCINTEGER(77777)", "'P77777',$,IFCINTEGER(-1)"));
+    const auto large = (folder / "large.ifc").string();
+    const auto changed = (folder / "changed.ifc").string();
+    const auto state = (folder / "state").string();
+
+    const auto twice = runHost({large, large, "--properties", "0Many000Wall0000000000", "--state", state});
+    EXPECT_EQ(twice.exitCode, 0) << twice.error;
+    EXPECT_EQ(twice.table().at("total"), (TableRow{2, 0, 2, 0, "-", 0}));
+    EXPECT_EQ(occurrences(twice.output, "    P99999: integer 99999\n"), 2u);
+    // A name ends at 255 characters by its record; a value does not.
+    EXPECT_EQ(occurrences(twice.output, "    " + longText.substr(0, 255) + ": text '" + longText + "', described as '" +
+                                            longText.substr(0, 255) + "'\n"),
+              2u);
+    EXPECT_EQ(occurrences(twice.output, "properties of 0Many000Wall0000000000: IFCWALL '" + longText + "' ("), 2u);
+
+    const auto then = runHost({changed, "--state", state});
+    EXPECT_EQ(then.table().at("total"), (TableRow{2, 0, 0, 2, "1.000", 0}));
+    EXPECT_EQ(occurrences(then.output, ", " + longText.substr(0, 60) + "....P77777 77777 -> -1\n"), 2u) << then.output;
 }
 
 TEST(ImportHost, ExplainsItsUsage) {
@@ -273,6 +441,12 @@ TEST_F(FailingImport, OfAnotherSchema) {
     expectFailure({changedWorkshop(folder / "other.ifc", "'IFC4'", "'AP242_MANAGED_MODEL_BASED_3D_ENGINEERING'")}, "AP242");
 }
 
+TEST_F(FailingImport, WithPropertiesAskedForOfAnObjectThatIsNotThere) {
+    expectFailure({revised, "--properties", "0Workshop0Beam000000B2", "--properties", "0Workshop0Beam000000B7"},
+                  "workshop-revised.ifc: the model has no object with the GlobalId '0Workshop0Beam000000B7'\n");
+    expectFailure({workshop, "--properties", "B7"}, "no object with the GlobalId 'B7'");
+}
+
 TEST_F(FailingImport, ByAnImporterThatIsNotThere) {
     expectFailure({workshop, "--importer", (folder / "missing").string()}, "cannot be started");
 }
@@ -288,8 +462,13 @@ TEST_F(FailingImport, ByAnImporterThatFailsInEveryWay) {
         {"refuse", "line 3: expected?something else"},
         {"exit-3", "ended with code 3; what it handed over is not trusted"},
         {"missing-object", "the objects stream: byte "},
-        {"surplus-object", "expected the end of the file behind 1 objects"},
-        {"altered-object", "expected the checksum "},
+        {"surplus-object", "the objects stream: byte 238: expected the end of the file behind 1 records"},
+        {"altered-object", "the objects stream: byte 238: expected the checksum "},
+        {"missing-set", "the attributes stream: byte "},
+        {"surplus-set", "expected the end of the file behind 1 records"},
+        {"altered-set", "expected the checksum "},
+        {"unknown-set", "expected one of the 1 property sets before, found number 1"},
+        {"old", "does not fit this program: expected format version 2, found 1; both must come from one build"},
         {"missing-problem", "the log stream: expected 2 problems"}};
     for (const auto& each : cases) {
         SCOPED_TRACE(each.how);
@@ -329,18 +508,29 @@ TEST_F(FailingImport, IntoAStateThatCannotBeKept) {
 #if !defined(_WIN32)
 // A limit on the size of files does to a writer what a full disk does.
 TEST_F(FailingImport, IntoAStateForWhichThereIsNoRoom) {
-    // The objects fill whole blocks exactly, so that the importer still has room; the state is their bytes and a header.
-    const std::size_t header = 4 + 8 + 4 + 24;
-    const auto padding = 512 - (before.size() - header) % 512;
-    const auto model =
-        changedWorkshop(folder / "padded.ifc", "'Ground floor'", "'Ground floor" + std::string(padding, '.') + '\'');
-    ASSERT_EQ(runHost({model, "--state", (folder / "other").string()}).exitCode, 0);
-    const auto objects = readFile(folder / "other" / "import.state").size() - header;
+    // The objects fill whole blocks exactly, so that the importer still has room; the state is their bytes and a header. No
+    // property sets are added to that.
+    const auto walls = manyWalls(30);
+    writeFile(folder / "walls.ifc", walls);
+    const auto size = [&](const fs::path& file) {
+        EXPECT_EQ(runHost({file.string(), "--state", (folder / "other").string()}).exitCode, 0);
+        return readFile(folder / "other" / "import.state").size();
+    };
+    const std::size_t header = 4 + 8 + 4 + 24 + 24;
+    const auto padding = 512 - (size(folder / "walls.ifc") - header) % 512;
+    writeFile(folder / "padded.ifc", replaced(walls, "'Wall 17'", "'Wall 17" + std::string(padding, '.') + '\''));
+    const auto model = (folder / "padded.ifc").string();
+    const auto objects = size(model) - header;
     ASSERT_EQ(objects % 512, 0u);
     const auto limit = [](std::size_t blocks) { return "trap '' XFSZ; ulimit -f " + std::to_string(blocks) + ';'; };
 
     expectFailure({model}, "the state is not kept: the new state file ", limit(objects / 512));
     expectFailure({model}, "the objects stream cannot be written; is the disk full?", limit(objects / 512 - 1));
+}
+
+TEST_F(FailingImport, WhosePropertySetsHaveNoRoom) {
+    const auto model = changedWorkshop(folder / "long.ifc", "'hot-dip", '\'' + std::string(40000, 'x'));
+    expectFailure({model}, "the attributes stream cannot be written; is the disk full?", "trap '' XFSZ; ulimit -f 64;");
 }
 
 TEST_F(FailingImport, WhoseLogHasNoRoom) {
@@ -367,7 +557,7 @@ TEST_F(FailingImport, WhoseReportCannotBeWritten) {
     EXPECT_EQ(runHost({"--help"}, shell).exitCode, 1);
     // What could not be told is told by the next import.
     const auto next = runHost({revised, "--state", state});
-    EXPECT_EQ(next.table().at("total"), (TableRow{31, 3, 20, 8, "0.000", 2}));
+    EXPECT_EQ(next.table().at("total"), (TableRow{31, 3, 16, 12, "0.000", 2}));
     writeFile(stateFile, before);
 }
 
@@ -495,8 +685,8 @@ TEST(SpoiledObjects, AreAllCountedAndTheFirstTold) {
     const auto none = changedWorkshop(folder / "worse.ifc", "'0Workshop0", "'");
     const auto worse = runHost({none, "--state", (folder / "state").string()});
     EXPECT_EQ(worse.exitCode, 0);
-    EXPECT_THAT(worse.output, HasSubstr("problems: 30\n"));
-    EXPECT_THAT(worse.output, HasSubstr("  ... and 20 more\n"));
+    EXPECT_THAT(worse.output, HasSubstr("problems: 37\n")); // 30 products and 7 property sets
+    EXPECT_THAT(worse.output, HasSubstr("  ... and 27 more\n"));
 }
 
 TEST(SpoiledObjects, AreCountedBeyondWhatTheLogTakes) {

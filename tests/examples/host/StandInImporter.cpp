@@ -1,6 +1,7 @@
 // Stands in for ifc_importer and fails, in the way that the name of the model's folder says.
 
 #include "Progress.h"
+#include "PropertyRecords.h"
 #include "Streams.h"
 
 #include <Velmor/Velmor.h>
@@ -26,10 +27,10 @@ Stream openStream(Velmor::ForeignObjectStream_e stream) {
     return Stream(Velmor::FileStream::createFromHandle(environment.handles[stream]));
 }
 
-void writeInfo(const InfoRecord& info) {
+void writeInfo(const std::string& info) {
     const auto stream = openStream(Velmor::InfoStream);
     RecordWriter writer(*stream, "info");
-    writer.write(encode(info));
+    writer.write(info);
     writer.flush();
 }
 
@@ -43,20 +44,38 @@ std::string object(const std::string& id, const std::string& className, const st
     return encode(record);
 }
 
-// Two objects and a problem; returns the info that belongs to them.
-InfoRecord handOver() {
+std::string firstObject() {
+    return object("0StandIn0Object0000001", "IFCBEAM", "one");
+}
+
+std::string propertySet() {
+    Velmor::IFC2X3_PSet_Custom_s set{};
+    set.name[0] = 'P';
+    set.properties.addProperty(Velmor::createPropertySingleValueBoolean(VELMOR_WIDE("flag"), VELMOR_WIDE(""), true));
+    return encode(set);
+}
+
+// Two objects, the first of them with a property set, and a problem; returns the info that belongs to them.
+// @param assigned the set that the first object has, by its number.
+InfoRecord handOver(std::uint32_t assigned) {
     const auto objectsStream = openStream(Velmor::ObjectsStream);
     const auto logStream = openStream(Velmor::LogStream);
+    const auto attributesStream = openStream(Velmor::AttributesStream);
     RecordWriter objects(*objectsStream, "objects");
+    RecordWriter attributes(*attributesStream, "attributes");
     RecordWriter problems(*logStream, "problems");
-    objects.write(object("0StandIn0Object0000001", "IFCBEAM", "one"));
+    objects.write(firstObject());
     objects.write(object("0StandIn0Object0000002", "IFC\x1B[31m", "two\r\n"));
+    attributes.write(propertySet());
+    attributes.write(encode(Assignment{0, {assigned}}));
     problems.write(encode(ProblemRecord{7, 8, "a reason\twith a tab"}));
     objects.flush();
+    attributes.flush();
     problems.flush();
     InfoRecord info;
     info.schema = "STANDIN";
     info.objects = objects.totals();
+    info.attributes = attributes.totals();
     info.problems = problems.totals();
     return info;
 }
@@ -122,7 +141,7 @@ int main() {
         openStream(Velmor::InfoStream)->write(nonsense.size(), nonsense.data());
         return 0;
     }
-    auto info = handOver();
+    auto info = handOver(how == "unknown-set" ? 1 : 0);
     if (how == "crash") {
         std::abort();
     }
@@ -133,14 +152,26 @@ int main() {
     } else if (how == "missing-object") {
         info.objects.add(object("0StandIn0Object0000003", "IFCBEAM", "never written"));
     } else if (how == "surplus-object") {
-        --info.objects.records;
+        info.objects = StreamTotals();
+        info.objects.add(firstObject());
     } else if (how == "altered-object") {
         ++info.objects.checksum;
+    } else if (how == "missing-set") {
+        info.attributes.add(propertySet());
+    } else if (how == "surplus-set") {
+        info.attributes = StreamTotals();
+        info.attributes.add(propertySet());
+    } else if (how == "altered-set") {
+        ++info.attributes.checksum;
     } else if (how == "missing-problem") {
         info.problems.add(encode(ProblemRecord{1, 1, "never written"}));
     }
     try {
-        writeInfo(info);
+        auto bytes = encode(info);
+        if (how == "old") {
+            bytes[8] = 1; // the format version
+        }
+        writeInfo(bytes);
     } catch (const WriteError&) {
         return 1;
     }

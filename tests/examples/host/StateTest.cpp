@@ -66,15 +66,16 @@ TEST(State, ComesBackAsItWasKept) {
     const State state(folder / "a" / "b");
     EXPECT_FALSE(state.exists());
     for (const std::size_t count : {3u, 0u, 2000u}) {
-        state.write(model(count, "wall"));
+        const auto kept = model(count, "wall");
+        state.write(kept);
         EXPECT_TRUE(state.exists());
         const auto back = state.read();
-        EXPECT_EQ(back.propertySets, model(count, "wall").propertySets);
+        EXPECT_EQ(back.propertySets, kept.propertySets);
         ASSERT_EQ(back.objects.size(), count);
         for (std::size_t i = 0; i < count; ++i) {
             EXPECT_EQ(back.objects[i].instance, i);
             EXPECT_EQ(back.objects[i].name, "wall");
-            EXPECT_EQ(back.objects[i].propertySets, model(count, "wall").objects[i].propertySets);
+            EXPECT_EQ(back.objects[i].propertySets, kept.objects[i].propertySets);
         }
     }
     EXPECT_FALSE(fs::exists(folder / "a" / "b" / "import.state.new"));
