@@ -1,7 +1,8 @@
 // A model with something of everything, damaged in every place: the reader refuses it, or hands over sound products.
 
-#include "ReaderSupport.h"
+#include "PropertySupport.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -55,7 +56,23 @@ std::string everything() {
         "#91=IFCSURFACEOFLINEAREXTRUSION(#92,#9,#7,3.);\n#92=IFCARBITRARYOPENPROFILEDEF(.CURVE.,$,#37);\n"
         "#100=IFCWALL('\\X2\\00E4\\X0\\\\S\\d\\PB\\\\S\\!',$,'it''s /* no comment */ ;',$,$,#101,#11);/* a comment */\n"
         "#101=IFCLOCALPLACEMENT(#102,#9);\n#102=IFCLOCALPLACEMENT($,#103);\n#103=IFCAXIS2PLACEMENT3D(#48,#6,#7);\n"
-        "#104=(IFCA()IFCB($));\n#105=IFCX(\"0F\",*,.U.,-1.5E-3);\n");
+        "#104=(IFCA()IFCB($));\n#105=IFCX(\"0F\",*,.U.,-1.5E-3);\n"
+        "#106=IFCPROPERTYSET('2DolU2$EL7fgr_cCQctE2n',$,'Pset_BeamCommon','d',(#107,#108,#109,#110));\n"
+        "#107=IFCPROPERTYSINGLEVALUE('Span',$,IFCPOSITIVELENGTHMEASURE(7.5),$);\n"
+        "#108=IFCPROPERTYSINGLEVALUE('LoadBearing','x',IFCBOOLEAN(.T.),$);\n"
+        "#109=IFCPROPERTYSINGLEVALUE('Slope',$,IFCPLANEANGLEMEASURE(0.5),#4);\n"
+        "#110=IFCCOMPLEXPROPERTY('C',$,'\\X2\\00E4\\X0\\',(#111,#112));\n"
+        "#111=IFCPROPERTYSINGLEVALUE('Angle',$,IFCCOMPOUNDPLANEANGLEMEASURE((49,5,43,983700)),$);\n"
+        "#112=IFCCOMPLEXPROPERTY('D',$,'u',(#113));\n#113=IFCPROPERTYSINGLEVALUE('Label',$,IFCLABEL('l'),$);\n"
+        "#114=IFCPROPERTYSET('2DolU2$EL7fgr_cCQctE2m',$,'Mine',$,(#113,#115));\n"
+        "#115=IFCPROPERTYSINGLEVALUE('Many',$,IFCINTEGER(99999999999),$);\n"
+        "#116=IFCRELDEFINESBYPROPERTIES('r',$,$,$,(#10,#100),#106);\n"
+        "#117=IFCRELDEFINESBYPROPERTIES('r',$,$,$,(#10),IFCPROPERTYSETDEFINITIONSET((#114,#106)));\n"
+        "#118=IFCRELDEFINESBYTYPE('r',$,$,$,(#100),#119);\n"
+        "#119=IFCWALLTYPE('t',$,'T',$,$,(#114,#120),$,$,$,.STANDARD.);\n#120=IFCELEMENTQUANTITY('q',$,$,$,$,());\n"
+        "#121=IFCMAPCONVERSION(#122,#124,1.,2.,3.,0.,1.,1.);\n#122=IFCGEOMETRICREPRESENTATIONSUBCONTEXT($,$,*,*,*,*,#123,$,"
+        ".MODEL_VIEW.,$);\n"
+        "#123=IFCGEOMETRICREPRESENTATIONCONTEXT($,'Model',3,$,#9,$);\n#124=IFCPROJECTEDCRS('n','d','g','v','p','z',#3);\n");
 }
 
 /// What must hold whatever was read.
@@ -70,6 +87,12 @@ void expectSound(const Taken& taken, const std::string& what) {
         ASSERT_FALSE(product.className.empty()) << what;
         ASSERT_GT(product.line, 0u) << what;
     }
+    for (const Velmor::IFC2X3_PSet_Custom_s& set : taken.sets) {
+        ASSERT_EQ(shown(set).find("nan"), std::string::npos) << what;
+        ASSERT_EQ(shown(set).find("inf"), std::string::npos) << what;
+        ASSERT_EQ(std::count(set.globalId, set.globalId + 22, '\0'), 0) << what;
+    }
+    ASSERT_LE(taken.georeferences.size(), 1u) << what;
     for (const Problem& problem : taken.problems) {
         ASSERT_FALSE(problem.reason.empty()) << what;
         ASSERT_GT(problem.line, 0u) << what;
@@ -81,7 +104,7 @@ bool tryRead(const std::string& text, const std::string& what) {
     try {
         const StepFile file = fileOf(text);
         Taken taken;
-        readProducts(file, {100000, 1 << 22, 1 << 23}, taken);
+        readProducts(file, {100000, 1 << 22, 1 << 23, 1000, 1 << 20, 1000}, taken);
         expectSound(taken, what);
         return true;
     } catch (const ModelError& error) {
@@ -98,6 +121,12 @@ TEST(Mutations, TheWholeModelIsSound) {
     EXPECT_GT(taken.products[0].vertexes.size(), 3000u);
     EXPECT_EQ(taken.products[0].vertexes.size(), taken.products[1].vertexes.size());
     EXPECT_EQ(taken.products[1].name, VELMOR_WIDE("it's /* no comment */ ;"));
+    ASSERT_EQ(taken.sets.size(), 2u);
+    EXPECT_EQ(taken.sets[0].properties.getCount(), 7u);
+    EXPECT_EQ(taken.sets[1].properties.getCount(), 2u);
+    EXPECT_EQ(taken.products[0].propertySets, (std::vector<std::uint32_t>{0, 1}));
+    EXPECT_EQ(taken.products[1].propertySets, (std::vector<std::uint32_t>{0, 1}));
+    EXPECT_EQ(taken.georeferences.size(), 1u);
 }
 
 TEST(Mutations, CutOffAnywhereItIsRefused) {
@@ -181,7 +210,7 @@ TEST(Mutations, WithReferencesTurnedElsewhereItIsReadSoundly) {
             while (isDigit(changed[last]))
                 ++last;
             if (changed[last] != '=')
-                changed.replace(at + 1, last - at - 1, std::to_string(1 + random() % 105));
+                changed.replace(at + 1, last - at - 1, std::to_string(1 + random() % 124));
         }
         ASSERT_TRUE(tryRead(changed, "round " + std::to_string(round)));
     }

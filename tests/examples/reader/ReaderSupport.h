@@ -16,7 +16,16 @@ namespace importer::testing {
 class Taken : public ModelSink {
 public:
     void schema(const std::string& name) override { schemas.push_back(name); }
-    void product(Product&& product) override { products.push_back(std::move(product)); }
+    void georeference(const Velmor::IFC4_MapConversion& conversion) override {
+        EXPECT_TRUE(products.empty()) << "before any product";
+        georeferences.push_back(conversion);
+    }
+    void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) override { sets.push_back(set); }
+    void product(Product&& product) override {
+        for (const std::uint32_t set : product.propertySets)
+            EXPECT_LT(set, sets.size()) << "before any product that has it";
+        products.push_back(std::move(product));
+    }
     void problem(const Problem& problem) override { problems.push_back(problem); }
     void progress(double done) override { steps.push_back(done); }
 
@@ -29,6 +38,8 @@ public:
     }
 
     std::vector<std::string> schemas;
+    std::vector<Velmor::IFC4_MapConversion> georeferences;
+    std::vector<Velmor::IFC2X3_PSet_Custom_s> sets;
     std::vector<Product> products;
     std::vector<Problem> problems;
     std::vector<double> steps;

@@ -13,7 +13,19 @@ namespace {
 class Checker : public importer::ModelSink {
 public:
     void schema(const std::string&) override {}
+    void georeference(const Velmor::IFC4_MapConversion& conversion) override {
+        if (!std::isfinite(conversion.getEastings()) || !(conversion.getMapProjection().getScaleToMetric() > 0.0))
+            std::abort();
+    }
+    void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) override {
+        ++sets_;
+        check(set.properties);
+    }
     void product(importer::Product&& product) override {
+        for (const std::uint32_t set : product.propertySets) {
+            if (set >= sets_)
+                std::abort();
+        }
         for (const double coordinate : product.vertexes) {
             if (!std::isfinite(coordinate))
                 std::abort();
@@ -32,6 +44,18 @@ public:
     }
 
 private:
+    static void check(const Velmor::IFC2X3PropertySet& set) {
+        for (unsigned i = 0; i < set.getCount(); ++i) {
+            const Velmor::IFC2X3Property& property = set.getProperty(i);
+            const auto type = property.getPropertySingleValue().getValueType();
+            if (type == Velmor::IFC2X3PropertySingleValue::Real &&
+                !std::isfinite(property.getPropertySingleValue().getRealValue()))
+                std::abort();
+            check(property.getPropertyComplex().getPropertySet());
+        }
+    }
+
+    std::uint32_t sets_ = 0;
     double last_ = 0.0;
 };
 
@@ -41,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Checker checker;
     try {
         const importer::StepFile file(std::vector<char>(data, data + size), "fuzzed");
-        importer::readProducts(file, {10000, 1 << 22, 1 << 23}, checker);
+        importer::readProducts(file, {10000, 1 << 22, 1 << 23, 1000, 1 << 22, 1000}, checker);
     } catch (const importer::ModelError&) {
         // What makes the import meaningless.
     }
