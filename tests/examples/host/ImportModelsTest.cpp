@@ -3,13 +3,18 @@
 
 #include "HostRun.h"
 
+#include "PropertyRecords.h"
+#include "State.h"
+
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
 
 #include <Velmor/Velmor.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <sstream>
 
 using namespace velmor_tests;
 using testing::HasSubstr;
@@ -73,9 +78,11 @@ std::string testName(const std::string& text) {
 // Models that are revisions of one another, with what was found out about them from the files themselves: every product with
 // its placement and its shape, followed down to the numbers and compared by GlobalId.
 struct Counts {
-    unsigned objects = 0; ///< Of the later model.
-    unsigned bare = 0;    ///< Those of them without a representation, which geometry alone cannot identify.
-    unsigned added = 0;   ///< Those that the earlier model does not have. Nothing is modified or gone in any of the pairs.
+    unsigned objects = 0;  ///< Of the later model.
+    unsigned bare = 0;     ///< Those of them without a representation, which geometry alone cannot identify.
+    unsigned added = 0;    ///< Those that the earlier model does not have. Nothing is gone in any of the pairs.
+    unsigned modified = 0; ///< Those with other properties, counted without the bare ones. No shape differs in any of them.
+    unsigned modifiedBare = 0; ///< Bare ones with other properties.
 };
 
 struct Revision {
@@ -85,7 +92,8 @@ struct Revision {
 };
 
 // One more IfcOpeningElement and the IfcDoor in it. The wall that it is cut out of keeps its placement and its shape: the
-// opening takes effect by IfcRelVoidsElement, not in the wall's own geometry. So all four walls are unchanged.
+// opening takes effect by IfcRelVoidsElement, not in the wall's own geometry. So the shapes of all four walls are unchanged;
+// of the one that the door is in the property "Surface (All)" lists its two paints the other way round.
 const Revision comparedByGuid = {"compare_by_guid_rev_1.ifc",
                                  "compare_by_guid_rev_2.ifc",
                                  {{"IFCBUILDING", {1, 1, 0}},
@@ -93,7 +101,7 @@ const Revision comparedByGuid = {"compare_by_guid_rev_1.ifc",
                                   {"IFCDOOR", {1, 0, 1}},
                                   {"IFCOPENINGELEMENT", {1, 0, 1}},
                                   {"IFCSITE", {1, 1, 0}},
-                                  {"IFCWALLSTANDARDCASE", {4, 0, 0}}}};
+                                  {"IFCWALLSTANDARDCASE", {4, 0, 0, 1}}}};
 
 // Two lines differ: a postal address and the name of the IfcProject, neither of them a product.
 const Revision houseAndItsCopy = {"AC11-FZK-Haus-IFC.ifc",
@@ -131,7 +139,7 @@ const Revision georeferenced = {"Duplex_A_20110907.ifc",
                                  {"IFCOPENINGELEMENT", {50, 0, 0}},
                                  {"IFCRAILING", {4, 0, 0}},
                                  {"IFCROOF", {1, 1, 0}},
-                                 {"IFCSITE", {1, 1, 0}},
+                                 {"IFCSITE", {1, 1, 0, 0, 1}},
                                  {"IFCSLAB", {21, 0, 0}},
                                  {"IFCSPACE", {21, 0, 0}},
                                  {"IFCSTAIR", {2, 2, 0}},
@@ -148,6 +156,97 @@ std::vector<Revision> revisions() {
         }
     }
     return present;
+}
+
+// The arguments of an instance, as they stand in the file.
+std::vector<std::string> argumentsOf(const std::string& line) {
+    std::vector<std::string> arguments(1);
+    int depth = 0;
+    bool inText = false;
+    for (auto at = line.find('(') + 1; at < line.size() && depth >= 0; ++at) {
+        const char c = line[at];
+        inText = inText != (c == '\'');
+        depth += inText ? 0 : c == '(' ? 1 : c == ')' ? -1 : 0;
+        if (c == ',' && depth == 0 && !inText) {
+            arguments.emplace_back();
+        } else if (depth >= 0) {
+            arguments.back() += c;
+        }
+    }
+    return arguments;
+}
+
+// A property set as its text in the file tells it.
+struct SetInFile {
+    std::string globalId;
+    std::string name;
+    std::vector<std::pair<std::string, std::string>> properties; // name and value, as they stand there
+};
+
+// The property sets of a file that has each instance on a line of its own, in their order.
+std::vector<SetInFile> setsInFile(const fs::path& file) {
+    std::map<std::string, std::string> properties;
+    std::vector<std::vector<std::string>> sets;
+    std::istringstream lines(readFile(file));
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find("IFCPROPERTYSET(") != std::string::npos) {
+            sets.push_back(argumentsOf(line));
+        } else if (line.starts_with('#')) {
+            properties[line.substr(0, line.find('='))] = line;
+        }
+    }
+    // What stands between the apostrophes or brackets.
+    const auto text = [](const std::string& argument) {
+        std::string inner = argument.size() < 2 ? "" : argument.substr(1, argument.size() - 2);
+        for (auto at = inner.find("''"); at != std::string::npos; at = inner.find("''", at + 1)) {
+            inner.erase(at, 1);
+        }
+        return inner;
+    };
+    std::vector<SetInFile> result;
+    for (const auto& set : sets) {
+        SetInFile inFile{text(set.at(0)), text(set.at(2)), {}};
+        std::istringstream numbers(text(set.at(4)));
+        for (std::string number; std::getline(numbers, number, ',');) {
+            const auto& line = properties.at(number);
+            const auto arguments = argumentsOf(line);
+            const bool isSingle = line.find("IFCPROPERTYSINGLEVALUE(") != std::string::npos;
+            inFile.properties.emplace_back(text(arguments.at(0)), isSingle ? arguments.at(2) : std::string());
+        }
+        result.push_back(inFile);
+    }
+    return result;
+}
+
+// Whether a value that arrived is the one in the file; plane angles come in radians, and escapes are decoded.
+bool isThatValue(const std::string& inFile, const importer::EncodedProperty& property) {
+    const auto begin = inFile.find('(');
+    if (begin == std::string::npos || property.isComplex || inFile.starts_with("IFCPLANEANGLEMEASURE")) {
+        return true;
+    }
+    const auto value = inFile.substr(begin + 1, inFile.size() - begin - 2);
+    const auto decoded = importer::decodeSingleValue(property);
+    const auto& single = decoded.getPropertySingleValue();
+    using Value = Velmor::IFC2X3PropertySingleValue;
+    switch (single.getValueType()) {
+    case Value::String:
+        return value.find('\\') != std::string::npos || value.find("\'\'") != std::string::npos || value == "''" ||
+               '\'' + std::string(property.value) + '\'' == value;
+    case Value::Boolean:
+        return value == (single.getBooleanValue() ? ".T." : ".F.");
+    case Value::Logical:
+        return value == (single.getLogicalValue() == Value::LogicalTrue    ? ".T."
+                         : single.getLogicalValue() == Value::LogicalFalse ? ".F."
+                                                                           : ".U.");
+    case Value::Integer:
+        return value == std::to_string(single.getIntValue());
+    case Value::Integer64:
+        return value == std::to_string(single.getInt64Value());
+    case Value::CompoundPlaneAngle:
+        return true;
+    default:
+        return std::strtod(value.c_str(), nullptr) == single.getRealValue();
+    }
 }
 
 } // namespace
@@ -185,6 +284,38 @@ TEST_P(EachModel, ImportedTwiceIsUnchanged) {
     }
 }
 
+// Through both programs into the state: every set in its place, with its GlobalId, its name and the values of the file.
+TEST_P(EachModel, HandsOverEveryPropertySetAndValue) {
+    const TemporaryFolder folder;
+    const auto run = runHost({GetParam().string(), "--state", (folder / "state").string()});
+    ASSERT_EQ(run.exitCode, 0) << run.error;
+    const auto arrived = importer::State(folder / "state").read().propertySets;
+    const auto expected = setsInFile(GetParam());
+    ASSERT_EQ(arrived.size(), expected.size());
+    std::size_t values = 0;
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        const auto set = importer::parsePropertySet(arrived[i]);
+        EXPECT_EQ(set.globalId, expected[i].globalId);
+        if (expected[i].name.find('\\') == std::string::npos) {
+            EXPECT_EQ(set.name, expected[i].name);
+        }
+        // A common set has its own order, may have more, and says IsLoadBearing for LoadBearing; each value of the file must
+        // be there.
+        for (const auto& [name, value] : expected[i].properties) {
+            const auto found =
+                std::any_of(set.properties.begin(), set.properties.end(), [&, key = name, &inFile = value](const auto& p) {
+                    const bool isNamed = p.name == key || p.name == "Is" + key || key.find('\\') != std::string::npos;
+                    return isNamed && isThatValue(inFile, p);
+                });
+            EXPECT_TRUE(found) << set.globalId << ' ' << set.name << '.' << name << ' ' << value;
+            ++values;
+        }
+        EXPECT_GE(set.properties.size(), expected[i].properties.size());
+    }
+    RecordProperty("sets", std::to_string(expected.size()));
+    RecordProperty("values", std::to_string(values));
+}
+
 INSTANTIATE_TEST_SUITE_P(Models, EachModel, testing::ValuesIn(models()),
                          [](const auto& each) { return testName(each.param.stem().string()); });
 
@@ -199,11 +330,15 @@ TEST_P(RevisionOf, TellsWhatTheFilesSay) {
         total.lowestSimilarity = "-";
         for (const auto& [name, counts] : revision.classes) {
             const unsigned objects = counts.objects - (byGeometry ? counts.bare : 0);
+            const unsigned modified = counts.modified + (byGeometry ? 0 : counts.modifiedBare);
+            const unsigned unchanged = objects - counts.added - modified;
             if (objects > 0) {
-                expected[name] = {objects, counts.added, objects - counts.added, 0, "-", 0};
+                expected[name] = {objects, counts.added, unchanged, modified, modified > 0 ? "1.000" : "-", 0};
                 total.objects += objects;
                 total.added += counts.added;
-                total.unchanged += objects - counts.added;
+                total.unchanged += unchanged;
+                total.modified += modified;
+                total.lowestSimilarity = total.modified > 0 ? "1.000" : "-";
             }
         }
         const TemporaryFolder folder;
@@ -221,3 +356,46 @@ TEST_P(RevisionOf, TellsWhatTheFilesSay) {
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(RevisionOf);
 INSTANTIATE_TEST_SUITE_P(Models, RevisionOf, testing::ValuesIn(revisions()),
                          [](const auto& each) { return testName(each.param.now); });
+
+TEST(RealModel, ShowsItsGeoreference) {
+    const auto utm = model("geographic-referencing-utm.ifc");
+    if (utm.empty()) {
+        GTEST_SKIP() << "VELMOR_MODELS names no folder with it";
+    }
+    const TemporaryFolder folder;
+    const auto run = runHost({utm.string(), "--georeference", "--state", (folder / "state").string()});
+    EXPECT_EQ(run.exitCode, 0) << run.error;
+    EXPECT_THAT(run.output, HasSubstr("\ngeoreference:\n"
+                                      "  projected system: 'EPSG:25832'\n"
+                                      "  description: 'UTM in band 32'\n"
+                                      "  geodetic datum: 'ETRS89'\n"
+                                      "  vertical datum: ''\n"
+                                      "  projection: 'UTM'\n"
+                                      "  zone: 'UTM32'\n"
+                                      "  map unit: 'METRE' of 1 m\n"
+                                      "  origin in the model: 0, 0, 0\n"
+                                      "  eastings: 458657.3\n"
+                                      "  northings: 5438232.25\n"
+                                      "  orthogonal height: 113.7\n"
+                                      "  x axis in the map: 0.270600445976, 0.962691746426\n"
+                                      "  scale: 1000\n"));
+}
+
+TEST(RealModel, ShowsTheChangedPropertyOfAWall) {
+    const auto before = model(comparedByGuid.before);
+    const auto now = model(comparedByGuid.now);
+    if (before.empty() || now.empty()) {
+        GTEST_SKIP() << "VELMOR_MODELS names no folder with them";
+    }
+    const TemporaryFolder folder;
+    const auto run = runHost(
+        {before.string(), now.string(), "--properties", "0_Rrjj1cQfGvssbqo29La7", "--state", (folder / "state").string()});
+    EXPECT_EQ(run.exitCode, 0) << run.error;
+    EXPECT_THAT(run.output,
+                HasSubstr("modified      IFCWALLSTANDARDCASE 'SW - 010' (line 118, #215), ArchiCADProperties.Surface "
+                          "(All) 'Paint - Light Gray; Paint - Sand Beige' -> 'Paint - Sand Beige; Paint - Light "
+                          "Gray'\n"));
+    EXPECT_THAT(run.output, HasSubstr("\nproperties of 0_Rrjj1cQfGvssbqo29La7: IFCWALLSTANDARDCASE 'SW - 010' (line 118, "));
+    EXPECT_THAT(run.output, HasSubstr("\n  Pset_ConcreteElementGeneral (1SCOSAcLPia2wDuahDo089)\n"));
+    EXPECT_THAT(run.output, HasSubstr("\n    Surface (All): text 'Paint - Light Gray; Paint - Sand Beige'\n"));
+}
