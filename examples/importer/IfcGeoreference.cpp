@@ -38,7 +38,7 @@ IFC4_MapProjection readProjection(IfcContext& context, const Instance& target) {
 IFC4_MapConversion readConversion(IfcContext& context, const Instance& instance) {
     const Record record(context, instance);
     const IFC4_MapConversion defaults;
-    for (const std::size_t factor : {8, 9, 10}) {
+    for (const std::size_t factor : {8u, 9u, 10u}) {
         if (record.number(factor, 1.0) != 1.0)
             context.note(instance, "its factors for the single axes are not carried");
     }

@@ -61,10 +61,10 @@ public:
     virtual void schema(const std::string& name) = 0;
 
     /// Called once when the model has a georeference, before any product.
-    virtual void georeference(const Velmor::IFC4_MapConversion& conversion) { static_cast<void>(conversion); }
+    virtual void georeference(const Velmor::IFC4_MapConversion& conversion) = 0;
 
     /// Called for each property set of the model, once, before any product that has it. The first one is number 0.
-    virtual void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) { static_cast<void>(set); }
+    virtual void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) = 0;
 
     /// Called for each product, in the order of the file.
     virtual void product(Product&& product) = 0;

@@ -281,7 +281,10 @@ void PropertyReader::addSingleValue(const Instance& instance, IFC2X3PropertySet&
 /// An angle in the property's own unit, or else in the model's.
 double PropertyReader::inRadians(const Record& record, double value) {
     const Instance* unit = record.optionalReference(3);
-    return value * (unit ? readUnit(context_, *unit, "PLANEANGLEUNIT") : context_.angleUnit);
+    const double radians = value * (unit ? readUnit(context_, *unit, "PLANEANGLEUNIT") : context_.angleUnit);
+    if (!std::isfinite(radians))
+        record.fault("its angle is out of range");
+    return radians;
 }
 
 void PropertyReader::remark(Remark remark, const Instance& instance) {

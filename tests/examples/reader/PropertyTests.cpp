@@ -207,6 +207,13 @@ TEST(Properties, AnAnglesOwnUnitCountsAndOtherUnitsAreTold) {
                                "IFCPROPERTYSINGLEVALUE: units of single values are not carried: 1\n");
 }
 
+TEST(Properties, AnAngleBeyondWhatNumbersHoldIsTold) {
+    const Taken taken = readData(setOf("#101") + "#101=IFCPROPERTYSINGLEVALUE('A',$,IFCPLANEANGLEMEASURE(1.E300),#102);\n"
+                                                 "#102=IFCSIUNIT(*,.PLANEANGLEUNIT.,.EXA.,.RADIAN.);\n");
+    EXPECT_EQ(shown(onlySet(taken).properties), "");
+    EXPECT_EQ(taken.reasons(), "IFCPROPERTYSINGLEVALUE: its angle is out of range (in IFCPROPERTYSET #100)\n");
+}
+
 TEST(Properties, ComplexOnesHaveTheirUsageNameAndTheirProperties) {
     const Taken taken = readData(setOf("#101,#104") + "#101=IFCCOMPLEXPROPERTY('Layer','outer','CP_Layer',(#102,#103));\n"
                                                       "#102=IFCPROPERTYSINGLEVALUE('Width','w',IFCLENGTHMEASURE(1.),$);\n"
