@@ -181,7 +181,7 @@ TEST(Georeference, ComesBackAsItWas) {
     EXPECT_EQ(projection.getGeodeticDatum(), VELMOR_WIDE("geodetic"));
     EXPECT_EQ(projection.getVerticalDatum(), VELMOR_WIDE("vertical"));
     EXPECT_EQ(projection.getProjectionType(), VELMOR_WIDE("projection"));
-    EXPECT_EQ(projection.getZone(), VELMOR_WIDE(""));
+    EXPECT_TRUE(projection.getZone().empty());
     EXPECT_EQ(projection.getUnitName(), VELMOR_WIDE("unit"));
     EXPECT_EQ(projection.getScaleToMetric(), 0.3048);
 }
