@@ -64,8 +64,7 @@ InfoRecord wholeInfo() {
     info.georeference.emplace(Plexor::Vertex(1, -0.0, 0.1), 2, 3, 4, 5, 6, 1e-300,
                               Velmor::IFC4_MapProjection(VELMOR_WIDE("name"), VELMOR_WIDE("d\u00E9scription"),
                                                          VELMOR_WIDE("geodetic"), VELMOR_WIDE("vertical"),
-                                                         VELMOR_WIDE("projection"), VELMOR_WIDE(""), VELMOR_WIDE("unit"),
-                                                         0.3048));
+                                                         VELMOR_WIDE("projection"), {}, VELMOR_WIDE("unit"), 0.3048));
     return info;
 }
 
