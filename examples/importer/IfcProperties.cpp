@@ -14,7 +14,6 @@ namespace importer {
 
 namespace {
 
-using Velmor::IFC2X3Property;
 using Velmor::IFC2X3PropertySet;
 using Velmor::WideChar;
 using Velmor::WideString;

@@ -193,7 +193,7 @@ TEST(CommonSets, APropertyGivenTwiceArrivesTwice) {
 }
 
 TEST(CommonSets, TextsBeyondWhatAFieldHoldsArriveWhole) {
-    for (const std::size_t size : {254, 255, 256, 5000}) {
+    for (const std::size_t size : {254u, 255u, 256u, 5000u}) {
         const std::string text(size, 'r');
         EXPECT_EQ(shown(read("Pset_RoofCommon", {{"FireRating", "IFCLABEL('" + text + "')"}}).properties.getProperty(1)),
                   "FireRating = string '" + text + "'");
