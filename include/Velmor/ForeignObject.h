@@ -1,7 +1,8 @@
 #pragma once
 
 /// @file
-/// How a child importer gets its streams: the environment contract between host and importer.
+/// How a child importer gets its streams: the environment contract between host and importer; and two payloads that cross
+/// them, solids and textures.
 
 #include <Velmor/Export.h>
 #include <Velmor/Platform.h>
@@ -9,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace Velmor {
 
@@ -65,3 +67,68 @@ struct ForeignObjectEnv_t {
 ///                 validated).
 /// @return whether the version is 1; otherwise no other field is touched.
 VELMOR_API bool foreignobject_env_deserialize(ForeignObjectEnv_t& env);
+
+/// One solid as an opaque block of bytes, in a form that its producer and its consumer know.
+///
+/// Copies are deep. When a block cannot be allocated, the object is empty with its type set, and the first time this happens
+/// in the process, per operation, it is reported to an attached debugger; nothing is thrown.
+///
+/// Threads: distinct objects may be used concurrently; one object may be read concurrently.
+class VELMOR_API ForeignObjectSolid {
+public:
+    /// The kind of solid; the producer's choice. Any 32-bit value may be held.
+    enum Type_t : std::uint32_t { Unspecified = 0 };
+
+    /// @param type  its kind.
+    /// @param size  number of bytes; 0 for none.
+    /// @param bytes copied; not read when `size` is 0.
+    ForeignObjectSolid(Type_t type = Unspecified, unsigned size = 0, const char* bytes = nullptr);
+
+    ForeignObjectSolid(const ForeignObjectSolid& other);
+
+    /// Frees the own block, then copies. Assigning a solid to itself is not supported.
+    /// @param other stays as it is; not const on purpose.
+    ForeignObjectSolid& operator=(ForeignObjectSolid& other);
+
+    ~ForeignObjectSolid();
+
+    /// The block, which the object owns; null when it is empty.
+    /// @param[out] size receives the number of bytes.
+    const char* getBytes(unsigned* size) const;
+
+    /// Its kind.
+    Type_t getType() const;
+
+private:
+    Type_t type_;
+    std::uint32_t size_;
+    char* bytes_; // from malloc; null exactly when size_ is 0
+};
+
+static_assert(sizeof(ForeignObjectSolid) == 16, "the layout of a solid is fixed");
+
+namespace Velmor {
+
+/// The bytes of one image in PNG form. They are not looked at.
+///
+/// Failure: only a failed allocation throws (`std::bad_alloc`). Threads: may be read concurrently.
+class VELMOR_API PngTexture {
+public:
+    /// No bytes.
+    PngTexture();
+
+    /// @param data copied.
+    PngTexture(const std::vector<char>& data);
+
+    PngTexture(const PngTexture& other);
+    PngTexture& operator=(const PngTexture& other);
+    ~PngTexture();
+
+    /// The bytes.
+    const std::vector<char>& getData() const;
+
+private:
+    std::vector<char> data_;
+};
+
+} // namespace Velmor

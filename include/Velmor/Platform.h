@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Locks and events, file streams, environment variables, processes, threads and modules.
+/// Locks and events, files, file streams, environment variables, processes, threads and modules.
 
 #include <Velmor/Export.h>
 #include <Velmor/WideText.h>
@@ -99,6 +99,118 @@ private:
 };
 
 static_assert(sizeof(Signal) == sizeof(void*), "a signal is one handle");
+
+/// A point in time by its parts.
+struct SystemTime_s {
+    std::uint16_t year;   ///< The full year, 2020 for instance.
+    std::uint16_t month;  ///< 1 to 12.
+    std::uint16_t day;    ///< 1 to 31.
+    std::uint16_t hour;   ///< 0 to 23.
+    std::uint16_t minute; ///< 0 to 59.
+    std::uint16_t second; ///< 0 to 59.
+};
+
+static_assert(sizeof(SystemTime_s) == 12, "the layout of a system time is fixed");
+
+/// Paths, folders, and what is known about files.
+///
+/// Paths are Windows paths; off Windows, one with a drive letter or two separators at its head is treated as Windows treats
+/// it, and any other is a path of the system, with both separators (docs/portability.md).
+///
+/// Failure: nothing throws but a failed allocation of a result. What cannot be had is empty, false or 0; where it says so,
+/// the first time in the process is reported to an attached debugger.
+///
+/// Threads: all operations may run concurrently.
+class VELMOR_API FileOperations {
+public:
+    /// The path made absolute and normalised.
+    /// @return empty, reported, for a path that cannot be normalised; empty, not reported, for one of 260 to 519 units.
+    static WideString GetFullPath(const WideString& path);
+
+    /// The folder of the normalised path, with its backslash.
+    /// @return empty, reported, for a path without a file name and for one of 260 units or more.
+    static WideString GetFullFolder(const WideString& path);
+
+    /// The file name of the path, with its extension.
+    /// @return empty, reported, for a path without a file name and for one of 258 units or more.
+    static WideString GetFileWithoutPath(const WideString& path);
+
+    /// The file name of the path up to its first dot. (The name is spelt so on purpose.)
+    /// @param path must name a file: what cannot be normalised is reported and has no defined result.
+    static WideString GetFileWithoutExtenstion(const WideString& path);
+
+    /// The path, with a backslash appended unless it is empty or ends in a separator.
+    static WideString InsertEndingDirectorySlash(const WideString& path);
+
+    /// Whether a file name matches one of the tokens of a list such as "*.ifc|*.ifczip". The comparison runs from the end,
+    /// without regard to the case of ASCII letters, and never looks at the first character of token or name. An empty token
+    /// ends the list.
+    /// @return true for an empty list; otherwise false for an empty name.
+    static bool MatchExtension(const WideString& fileName, const WideString& extensions);
+
+    /// The bare names of the files of one folder, in the order in which the system tells them; no folders.
+    /// @return empty when the folder cannot be read.
+    static std::vector<WideString> ScanFilesInDirectory(const WideString& directory);
+
+    /// Whether there is such a file or folder.
+    static bool Exists(const WideString& path);
+
+    /// Whether there is such a folder.
+    static bool IsDirectory(const WideString& path);
+
+    /// Creates a folder, its last level only.
+    /// @return false also when it exists already.
+    static bool MakeDirectory(const WideString& path);
+
+    /// Deletes a file. The first failure in the process is reported.
+    static bool Delete(const WideString& path);
+
+    /// Deletes an empty folder.
+    static bool DeleteDirectory(WideString path);
+
+    /// The size of a file in bytes; 0 for a folder, and when there is no such file.
+    static std::int64_t GetFileSize(const WideString& path);
+
+    /// When a file was last written: 100-nanosecond intervals since 1601-01-01 UTC; 0 when there is no such file.
+    static std::uint64_t GetFileLastWriteTime(const WideString& path);
+
+    /// Free bytes on the disk of a folder, for the calling user; 0 when they cannot be had.
+    static std::int64_t GetFreeBytesAvailable(const WideString& path);
+
+    /// The file name of the module (program or library) that contains an address.
+    /// @return empty when no module does.
+    static WideString GetModuleByAddress(const void* address);
+
+    /// The product version of a program or library.
+    /// @param[out] major,minor,build,revision its four numbers; 0 when they cannot be had.
+    static bool GetProductVersion(const WideString& path, unsigned* major, unsigned* minor, unsigned* build,
+                                  unsigned* revision);
+
+    /// Whether the user may see the attributes of a file or folder; not whether its content can be read.
+    static bool HasReadAccess(const WideString& path);
+
+    /// Whether the user may write or append to a file, or add to a folder.
+    static bool HasWriteAccess(const WideString& path);
+
+    /// The parts of a file time (100-nanosecond intervals since 1601-01-01), in UTC.
+    /// @return all zero for a time beyond what the system takes.
+    static SystemTime_s ConvertToSystemTime(std::uint64_t fileTime);
+
+    /// Text in the picture "ddd',' MMM dd yy" of a time format, filled with the shifted parts on purpose: day as the day of
+    /// the week, hour as the day, minute as the hour, second as the minute.
+    /// @return empty when the system refuses the parts.
+    static WideString ConvertSystemTimeToDateString(const SystemTime_s& time);
+
+    /// Text in the picture "HH':'mm':'ss", of the same shifted parts.
+    /// @return empty when the system refuses the parts.
+    static WideString ConvertSystemTimeToTimeString(const SystemTime_s& time);
+
+private:
+    static bool MatchExtension(const WideChar* fileName, const WideChar* token, unsigned length);
+    static unsigned ParseExtension(const WideChar* text);
+    static int MyToUpper(int c);
+    static void oe_file_access_core(const WideString& path, bool* read, bool* write);
+};
 
 /// A file handle with the few operations that the exchange of data between processes needs.
 ///

@@ -3,6 +3,7 @@
 /// @file
 /// The whole interface of the library.
 
+#include <Velmor/Digest.h>
 #include <Velmor/Export.h>
 #include <Velmor/ForeignObject.h>
 #include <Velmor/Georeferencing.h>
