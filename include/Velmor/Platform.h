@@ -206,7 +206,7 @@ public:
     static WideString ConvertSystemTimeToTimeString(const SystemTime_s& time);
 
 private:
-    static bool MatchExtension(const WideChar* fileName, const WideChar* token, unsigned length);
+    static bool MatchExtension(const WideString& fileName, const WideChar* token, unsigned length);
     static unsigned ParseExtension(const WideChar* text);
     static int MyToUpper(int c);
     static void oe_file_access_core(const WideString& path, bool* read, bool* write);
