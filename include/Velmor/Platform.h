@@ -114,7 +114,7 @@ static_assert(sizeof(SystemTime_s) == 12, "the layout of a system time is fixed"
 
 /// Paths, folders, and what is known about files.
 ///
-/// Paths are Windows paths; off Windows, one with a drive letter or two separators at its head is treated as Windows treats
+/// Paths are Windows paths; off Windows, one with a drive letter or two separators at its head is normalised as Windows does
 /// it, and any other is a path of the system, with both separators (docs/portability.md).
 ///
 /// Failure: nothing throws but a failed allocation of a result. What cannot be had is empty, false or 0; where it says so,
@@ -136,7 +136,8 @@ public:
     static WideString GetFileWithoutPath(const WideString& path);
 
     /// The file name of the path up to its first dot. (The name is spelt so on purpose.)
-    /// @param path must name a file: what cannot be normalised is reported and has no defined result.
+    /// @param path must name a file, in less than 260 units. For any other the result is not defined; what cannot be
+    ///             normalised is reported.
     static WideString GetFileWithoutExtenstion(const WideString& path);
 
     /// The path, with a backslash appended unless it is empty or ends in a separator.
@@ -174,15 +175,16 @@ public:
     /// When a file was last written: 100-nanosecond intervals since 1601-01-01 UTC; 0 when there is no such file.
     static std::uint64_t GetFileLastWriteTime(const WideString& path);
 
-    /// Free bytes on the disk of a folder, for the calling user; 0 when they cannot be had.
+    /// Free bytes on the disk of a folder, for the calling user; 0 when they cannot be had, as for a file.
     static std::int64_t GetFreeBytesAvailable(const WideString& path);
 
-    /// The file name of the module (program or library) that contains an address.
-    /// @return empty when no module does.
+    /// The file name of the module (program or library) that contains an address; of the program for null.
+    /// @return at most the first 259 units of the name; empty when no module contains the address.
     static WideString GetModuleByAddress(const void* address);
 
-    /// The product version of a program or library.
+    /// The product version of a program or library, from its version resource.
     /// @param[out] major,minor,build,revision its four numbers; 0 when they cannot be had.
+    /// @return false for a file without a version, and for a damaged one.
     static bool GetProductVersion(const WideString& path, unsigned* major, unsigned* minor, unsigned* build,
                                   unsigned* revision);
 
@@ -206,6 +208,7 @@ public:
     static WideString ConvertSystemTimeToTimeString(const SystemTime_s& time);
 
 private:
+    /// @param length of the token, at least 1.
     static bool MatchExtension(const WideString& fileName, const WideChar* token, unsigned length);
     static unsigned ParseExtension(const WideChar* text);
     static int MyToUpper(int c);

@@ -82,6 +82,15 @@ bool setEnvironmentVariable(const WideChar* name, const WideChar* value);
 /// @return the capacity that is needed, the terminator included; a buffer that is too small holds what fits, terminated.
 unsigned expandEnvironmentStrings(const WideChar* text, WideChar* buffer, unsigned capacity);
 
+// Paths -------------------------------------------------------------------------------------------------------------------
+
+/// GetFullPathNameW. POSIX: Windows' rules for a path with a drive letter or two separators at its head; any other path is
+/// the system's.
+/// @param[out] filePart receives where the file name begins in the buffer; null if the path names no file.
+/// @return the length without the terminator; the capacity that is needed, if the buffer is too small, which is then not
+///         touched; 0 on failure.
+unsigned getFullPathName(const WideChar* path, unsigned capacity, WideChar* buffer, WideChar** filePart);
+
 // Files -------------------------------------------------------------------------------------------------------------------
 
 /// How CreateFileW opens a file.
@@ -119,6 +128,87 @@ unsigned getTempPath(unsigned capacity, WideChar* buffer);
 /// @return the number in the name; 0 on failure.
 unsigned getTempFileName(const WideChar* folder, const WideChar* prefix, WideChar* name);
 
+// What is known about files -----------------------------------------------------------------------------------------------
+
+inline constexpr std::uint32_t invalidFileAttributes = 0xFFFFFFFF; ///< INVALID_FILE_ATTRIBUTES
+inline constexpr std::uint32_t directoryAttribute = 0x10;          ///< FILE_ATTRIBUTE_DIRECTORY
+
+/// GetFileAttributesW. POSIX: of what a link leads to; a link that leads nowhere is no file.
+std::uint32_t getFileAttributes(const WideChar* path);
+
+/// The part of WIN32_FILE_ATTRIBUTE_DATA that is wanted.
+struct FileInformation {
+    std::uint32_t sizeHigh;
+    std::uint32_t sizeLow;
+    std::uint32_t lastWriteTimeHigh;
+    std::uint32_t lastWriteTimeLow;
+};
+
+/// GetFileAttributesExW, GetFileExInfoStandard. POSIX: as above; the size of a folder is 0.
+bool getFileAttributesEx(const WideChar* path, FileInformation* information);
+
+bool createDirectory(const WideChar* path); ///< CreateDirectoryW
+bool deleteFile(const WideChar* path);      ///< DeleteFileW
+bool removeDirectory(const WideChar* path); ///< RemoveDirectoryW
+
+/// The part of WIN32_FIND_DATAW that is wanted.
+struct FoundFile {
+    std::uint32_t attributes = 0;
+    WideString name;
+};
+
+/// FindFirstFileW, for all that a folder holds.
+/// @param pattern the folder, with a separator at its end (the current one, if empty), and an asterisk.
+/// @return the search; `invalidHandle()` on failure.
+HANDLE findFirstFile(const WideChar* pattern, FoundFile& found);
+
+bool findNextFile(HANDLE search, FoundFile& found); ///< FindNextFileW
+void findClose(HANDLE search);                      ///< FindClose
+
+/// GetDiskFreeSpaceExW, for a folder: the bytes that are free to the calling user.
+bool getDiskFreeSpace(const WideChar* path, std::uint64_t* available);
+
+/// GetFileSecurityW, ImpersonateSelf, OpenThreadToken and AccessCheck: whether the calling thread's user may see the
+/// attributes of a file or folder, and whether he may write or append to it. POSIX: the effective user.
+/// @param[out] read,write not touched on failure.
+void checkFileAccess(const WideChar* path, bool* read, bool* write);
+
+// Versions of programs and libraries --------------------------------------------------------------------------------------
+
+/// GetFileVersionInfoSizeW, for a PE file once it was seen to be sound. POSIX: the size of its version resource.
+/// @return 0 on failure, and for a PE file that is damaged or has no version.
+std::uint32_t getFileVersionInfoSize(const WideChar* path);
+
+/// GetFileVersionInfoW.
+bool getFileVersionInfo(const WideChar* path, std::uint32_t size, void* block);
+
+/// VerQueryValueA for the root: the product version of VS_FIXEDFILEINFO.
+bool queryProductVersion(const void* block, std::uint32_t size, std::uint32_t* high, std::uint32_t* low);
+
+// Times -------------------------------------------------------------------------------------------------------------------
+
+/// SYSTEMTIME.
+struct SystemTime {
+    std::uint16_t year;
+    std::uint16_t month;
+    std::uint16_t dayOfWeek;
+    std::uint16_t day;
+    std::uint16_t hour;
+    std::uint16_t minute;
+    std::uint16_t second;
+    std::uint16_t milliseconds;
+};
+
+/// FileTimeToSystemTime.
+/// @return false for a time whose highest bit is set.
+bool fileTimeToSystemTime(std::uint64_t fileTime, SystemTime* time);
+
+/// GetTimeFormatW with LOCALE_USER_DEFAULT. POSIX: pictures of hours of 24, minutes, seconds, quoted text and letters that
+/// stand for themselves.
+/// @param force24Hours TIME_FORCE24HOURFORMAT instead of no flag.
+/// @return the length with the terminator; 0 on failure, for a time that is none (the date is not looked at).
+int getTimeFormat(const SystemTime& time, bool force24Hours, const WideChar* picture, WideChar* buffer, int capacity);
+
 // Processes ---------------------------------------------------------------------------------------------------------------
 
 /// CreateProcessW, detached and below normal priority, with the caller's environment and current folder. The primary
@@ -155,6 +245,15 @@ void* loadModule(const WideChar* name);
 void* executableModule();                              ///< GetModuleHandleW(null)
 void* symbolAddress(void* module, const char* symbol); ///< GetProcAddress
 void freeModule(void* module);                         ///< FreeLibrary
+
+/// GetModuleHandleExA from an address, the count of references unchanged. Null stands for the program.
+/// @return the module; null if there is none.
+void* moduleOfAddress(const void* address);
+
+/// GetModuleFileNameW.
+/// @return the length without the terminator; the capacity if the buffer is too small, which then holds what fits,
+///         terminated; 0 on failure.
+unsigned getModuleFileName(void* module, WideChar* buffer, unsigned capacity);
 
 /// SetErrorMode. POSIX: there are no dialogs; nothing happens.
 /// @return the former mode.

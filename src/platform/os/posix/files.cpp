@@ -1,6 +1,7 @@
 #include "platform/os/posix/environment.h"
 #include "platform/os/posix/handles.h"
 #include "platform/os/posix/names.h"
+#include "platform/os/posix/paths.h"
 
 #include <algorithm>
 #include <atomic>
@@ -18,7 +19,6 @@ namespace Velmor::os {
 
 namespace {
 
-constexpr unsigned errorDirectory = 267;
 constexpr std::size_t maximumPath = 260; // MAX_PATH, the terminator included
 
 /// A descriptor that is closed unless it is released.
@@ -123,10 +123,12 @@ unsigned nextNameNumber() {
 } // namespace
 
 HANDLE createFile(const WideChar* path, const FileArguments& arguments) {
-    const std::string name = posix::narrowName(path);
+    const auto name = posix::systemPath(path);
+    if (!name)
+        return invalidHandle();
     const int access = arguments.read && arguments.write ? O_RDWR : arguments.write ? O_WRONLY : O_RDONLY;
     const int flags = access | O_NOCTTY | (arguments.create ? O_CREAT : 0) | (arguments.inheritable ? 0 : O_CLOEXEC);
-    Descriptor file(open(name.c_str(), flags, 0666));
+    Descriptor file(open(name->c_str(), flags, 0666));
     file.moveAboveStandardStreams(arguments.inheritable);
     if (file.number() < 0)
         return refuseFromErrno();
@@ -147,7 +149,7 @@ HANDLE createFile(const WideChar* path, const FileArguments& arguments) {
             return refuseFromErrno();
     }
     // At once instead of at the last close, so that the file vanishes however its processes end.
-    if (arguments.deleteOnClose && unlink(name.c_str()) != 0)
+    if (arguments.deleteOnClose && unlink(name->c_str()) != 0)
         return refuseFromErrno();
     if (arguments.sequential)
         posix_fadvise(file.number(), 0, 0, POSIX_FADV_SEQUENTIAL);
@@ -229,7 +231,7 @@ unsigned getTempFileName(const WideChar* folder, const WideChar* prefix, WideCha
     path.append(WideString(prefix), 0, 3);
     constexpr std::size_t endingLength = 8; // "xxxx.tmp"
     if (path.size() + endingLength >= maximumPath) {
-        posix::setLastError(errorDirectory);
+        posix::setLastError(posix::errorDirectory);
         return 0;
     }
 

@@ -63,6 +63,8 @@ inline constexpr unsigned errorNegativeSeek = 131;
 inline constexpr unsigned errorBadExeFormat = 193;
 inline constexpr unsigned errorEnvvarNotFound = 203;
 inline constexpr unsigned errorFilenameExceedsRange = 206;
+inline constexpr unsigned errorDirectory = 267;
+inline constexpr unsigned errorResourceDataNotFound = 1812;
 
 template <class Kind>
 std::shared_ptr<Kind> findObjectOf(HANDLE handle) {

@@ -1,6 +1,7 @@
 #include "platform/os/posix/environment.h"
 #include "platform/os/posix/handles.h"
 #include "platform/os/posix/names.h"
+#include "platform/os/posix/paths.h"
 
 #include <algorithm>
 #include <bit>
@@ -232,6 +233,21 @@ std::string moduleFileName(std::string name) {
     return name;
 }
 
+/// The path of the running program's file; empty if it cannot be had.
+std::string programPath() {
+    std::string path(256, '\0');
+    for (;;) {
+        const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
+        if (length < 0)
+            return {};
+        if (static_cast<std::size_t>(length) < path.size()) {
+            path.resize(static_cast<std::size_t>(length));
+            return path;
+        }
+        path.resize(path.size() * 2);
+    }
+}
+
 } // namespace
 
 WideChar searchPathSeparator() {
@@ -278,6 +294,35 @@ void* symbolAddress(void* module, const char* symbol) {
 
 void freeModule(void* module) {
     dlclose(module);
+}
+
+void* moduleOfAddress(const void* address) {
+    if (address == nullptr)
+        return executableModule(); // a name of null stands for the program, also where an address is meant
+    Dl_info information = {};
+    void* module = nullptr;
+    return dladdr1(address, &information, &module, RTLD_DL_LINKMAP) != 0 ? module : nullptr;
+}
+
+unsigned getModuleFileName(void* module, WideChar* buffer, unsigned capacity) {
+    const std::string loadedAs = static_cast<const link_map*>(module)->l_name;
+    WideString name;
+    if (loadedAs.empty()) { // the program itself
+        name = posix::wideName(programPath());
+    } else if (loadedAs.find('/') != std::string::npos) { // without one, a piece of the kernel that is no file
+        name = posix::absolutePath(posix::wideName(loadedAs)).value_or(WideString());
+    }
+    if (name.empty() || capacity == 0) {
+        posix::setLastError(posix::errorModNotFound);
+        return 0;
+    }
+    const std::size_t fits = std::min<std::size_t>(name.size(), capacity - 1);
+    name.copy(buffer, fits);
+    buffer[fits] = 0;
+    if (fits == name.size())
+        return static_cast<unsigned>(fits);
+    posix::setLastError(posix::errorInsufficientBuffer);
+    return capacity;
 }
 
 unsigned setErrorMode(unsigned /*mode*/) {

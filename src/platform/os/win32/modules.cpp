@@ -24,6 +24,16 @@ void freeModule(void* module) {
     FreeLibrary(static_cast<HMODULE>(module));
 }
 
+void* moduleOfAddress(const void* address) {
+    HMODULE module = nullptr;
+    constexpr DWORD flags = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    return GetModuleHandleExA(flags, static_cast<const char*>(address), &module) != FALSE ? module : nullptr;
+}
+
+unsigned getModuleFileName(void* module, WideChar* buffer, unsigned capacity) {
+    return GetModuleFileNameW(static_cast<HMODULE>(module), buffer, capacity);
+}
+
 unsigned setErrorMode(unsigned mode) {
     return SetErrorMode(mode);
 }

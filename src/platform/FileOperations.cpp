@@ -1,0 +1,306 @@
+#include <Velmor/Platform.h>
+#include <Velmor/Text.h>
+
+#include "platform/diagnostics/Diagnostics.h"
+#include "platform/os/os.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace Velmor {
+
+namespace {
+
+/// A path normalised in a buffer of the length that was customary, with the quirks of its users.
+class FullPath {
+public:
+    static constexpr unsigned capacity = 260;
+
+    explicit FullPath(const WideString& path, unsigned usedCapacity = capacity)
+        : result_(os::getFullPathName(path.c_str(), usedCapacity, text_, &filePart_)) {}
+
+    /// Whether the system could normalise the path. The bound is the buffer's size in bytes, on purpose: a path of 260 to
+    /// 519 units passes it, though it does not fit and the text stays empty.
+    bool accepted() const { return result_ >= 1 && result_ <= sizeof text_; }
+
+    WideString text() const { return text_; }
+
+    /// Where the file name begins; null if there is none, or the path does not fit.
+    const WideChar* filePart() const { return filePart_; }
+
+    /// What stands before the file name, which there is.
+    WideString folder() const { return {static_cast<const WideChar*>(text_), filePart()}; }
+
+private:
+    WideChar text_[capacity] = {};
+    WideChar* filePart_ = nullptr;
+    unsigned result_;
+};
+
+/// A search that is closed at the end of its scope.
+class Search {
+public:
+    Search(const WideString& pattern, os::FoundFile& found) : handle_(os::findFirstFile(pattern.c_str(), found)) {}
+    ~Search() {
+        if (isOpen())
+            os::findClose(handle_);
+    }
+    Search(const Search&) = delete;
+    Search& operator=(const Search&) = delete;
+
+    bool isOpen() const { return handle_ != os::invalidHandle(); }
+    bool next(os::FoundFile& found) { return os::findNextFile(handle_, found); }
+
+private:
+    HANDLE handle_;
+};
+
+constexpr WideChar tokenSeparator = VELMOR_WIDE('|');
+
+std::uint64_t joined(std::uint32_t high, std::uint32_t low) {
+    return std::uint64_t{high} << 32 | low;
+}
+
+/// A time's text in a picture. The parts are shifted on purpose: the day becomes the day of the week, the hour the day, the
+/// minute the hour and the second the minute.
+WideString formatShifted(const SystemTime_s& time, bool force24Hours, const WideChar* picture) {
+    const os::SystemTime shifted = {.year = time.year,
+                                    .month = time.month,
+                                    .dayOfWeek = time.day,
+                                    .day = time.hour,
+                                    .hour = time.minute,
+                                    .minute = time.second,
+                                    .second = 0,
+                                    .milliseconds = 0};
+    constexpr int capacity = 1024;
+    WideChar text[capacity] = {};
+    os::getTimeFormat(shifted, force24Hours, picture, text, capacity - 1);
+    return text;
+}
+
+} // namespace
+
+WideString FileOperations::GetFullPath(const WideString& path) {
+    const FullPath full(path);
+    if (!full.accepted()) {
+        static ReportOnce once;
+        once([] { reportDiagnostic(4, "Invalid directory."); });
+        return {};
+    }
+    return full.text();
+}
+
+WideString FileOperations::GetFullFolder(const WideString& path) {
+    const FullPath full(path);
+    if (full.filePart() == nullptr || !full.accepted()) {
+        static ReportOnce once;
+        once([] { reportDiagnostic(4, "Invalid directory."); });
+        return {};
+    }
+    return full.folder();
+}
+
+WideString FileOperations::GetFileWithoutPath(const WideString& path) {
+    // Two units less than the buffer holds, on purpose.
+    const FullPath full(path, FullPath::capacity - 2);
+    if (!full.accepted()) {
+        static ReportOnce once;
+        once([] { reportDiagnostic(4, "Invalid pathName, GetFullPathName failed."); });
+        return {};
+    }
+    if (full.filePart() == nullptr) {
+        static ReportOnce once;
+        once([] { reportDiagnostic(4, "Invalid pathName."); });
+        return {};
+    }
+    return full.filePart();
+}
+
+WideString FileOperations::GetFileWithoutExtenstion(const WideString& path) {
+    const FullPath full(path);
+    if (!full.accepted()) {
+        static ReportOnce once;
+        // The wide path stands for narrow text, on purpose: the message shows it up to its first zero byte.
+        once([&] {
+            reportDiagnostic(4, "Invalid cache file name; filename = %s", reinterpret_cast<const char*>(path.c_str()));
+        });
+    }
+    if (full.filePart() == nullptr)
+        return {}; // against the contract: the path names no file
+    const WideString name = full.filePart();
+    return name.substr(0, name.find(VELMOR_WIDE('.')));
+}
+
+WideString FileOperations::InsertEndingDirectorySlash(const WideString& path) {
+    if (path.empty() || path.back() == VELMOR_WIDE('\\') || path.back() == VELMOR_WIDE('/'))
+        return path;
+    return path + VELMOR_WIDE('\\');
+}
+
+bool FileOperations::MatchExtension(const WideString& fileName, const WideString& extensions) {
+    if (extensions.empty())
+        return true;
+    const WideChar* token = extensions.c_str();
+    // An empty token ends the list, on purpose: those behind it are never tried.
+    while (const unsigned length = ParseExtension(token)) {
+        if (MatchExtension(fileName, token, length))
+            return true;
+        token += length;
+        if (*token == tokenSeparator)
+            ++token;
+    }
+    return false;
+}
+
+bool FileOperations::MatchExtension(const WideString& fileName, const WideChar* token, unsigned length) {
+    if (fileName.empty())
+        return false;
+    // End-anchored on purpose: the first character of a token is its asterisk, and the first one of a name is not looked at
+    // either.
+    std::size_t tokenIndex = length - 1;
+    std::size_t nameIndex = fileName.size() - 1;
+    for (; tokenIndex != 0 && nameIndex != 0; --tokenIndex, --nameIndex)
+        if (MyToUpper(fileName[nameIndex]) != MyToUpper(token[tokenIndex]))
+            return false;
+    return true;
+}
+
+unsigned FileOperations::ParseExtension(const WideChar* text) {
+    unsigned length = 0;
+    while (text[length] != 0 && text[length] != tokenSeparator)
+        ++length;
+    return length;
+}
+
+int FileOperations::MyToUpper(int c) {
+    return c >= 'a' && c <= 'z' ? c - 32 : c;
+}
+
+std::vector<WideString> FileOperations::ScanFilesInDirectory(const WideString& directory) {
+    std::vector<WideString> names;
+    os::FoundFile found;
+    Search search(InsertEndingDirectorySlash(directory) + VELMOR_WIDE('*'), found);
+    if (!search.isOpen())
+        return names;
+    do {
+        if ((found.attributes & os::directoryAttribute) == 0)
+            names.push_back(std::move(found.name));
+    } while (search.next(found));
+    return names;
+}
+
+bool FileOperations::Exists(const WideString& path) {
+    return os::getFileAttributes(path.c_str()) != os::invalidFileAttributes;
+}
+
+bool FileOperations::IsDirectory(const WideString& path) {
+    const std::uint32_t attributes = os::getFileAttributes(path.c_str());
+    return attributes != os::invalidFileAttributes && (attributes & os::directoryAttribute) != 0;
+}
+
+bool FileOperations::MakeDirectory(const WideString& path) {
+    return os::createDirectory(path.c_str());
+}
+
+bool FileOperations::Delete(const WideString& path) {
+    if (os::deleteFile(path.c_str()))
+        return true;
+    static ReportOnce once;
+    once([&] { reportDiagnostic(4, "Unable to delete file %s\n", StringOperations::ConvertToCurrentLocale(path).c_str()); });
+    return false;
+}
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is the interface
+bool FileOperations::DeleteDirectory(WideString path) {
+    return os::removeDirectory(path.c_str());
+}
+
+std::int64_t FileOperations::GetFileSize(const WideString& path) {
+    os::FileInformation information = {};
+    os::getFileAttributesEx(path.c_str(), &information);
+    return static_cast<std::int64_t>(joined(information.sizeHigh, information.sizeLow));
+}
+
+std::uint64_t FileOperations::GetFileLastWriteTime(const WideString& path) {
+    os::FileInformation information = {};
+    os::getFileAttributesEx(path.c_str(), &information);
+    return joined(information.lastWriteTimeHigh, information.lastWriteTimeLow);
+}
+
+std::int64_t FileOperations::GetFreeBytesAvailable(const WideString& path) {
+    std::uint64_t available = 0;
+    os::getDiskFreeSpace(path.c_str(), &available);
+    return static_cast<std::int64_t>(available);
+}
+
+WideString FileOperations::GetModuleByAddress(const void* address) {
+    void* const module = os::moduleOfAddress(address);
+    if (module == nullptr)
+        return {};
+    constexpr unsigned capacity = 260;
+    WideChar name[capacity] = {};
+    if (os::getModuleFileName(module, name, capacity) == 0) {
+        static ReportOnce once;
+        once([] { reportDiagnostic(4, "Invalid module"); });
+        return {};
+    }
+    return name;
+}
+
+bool FileOperations::GetProductVersion(const WideString& path, unsigned* major, unsigned* minor, unsigned* build,
+                                       unsigned* revision) {
+    *major = *minor = *build = *revision = 0;
+    const std::uint32_t size = os::getFileVersionInfoSize(path.c_str());
+    if (size == 0)
+        return false;
+    void* const block = std::malloc(size);
+    if (block == nullptr)
+        return false;
+    std::uint32_t high = 0;
+    std::uint32_t low = 0;
+    // The block is not freed on failure, on purpose.
+    if (!os::getFileVersionInfo(path.c_str(), size, block) || !os::queryProductVersion(block, size, &high, &low))
+        return false;
+    *major = high >> 16;
+    *minor = high & 0xFFFF;
+    *build = low >> 16;
+    *revision = low & 0xFFFF;
+    std::free(block);
+    return true;
+}
+
+bool FileOperations::HasReadAccess(const WideString& path) {
+    bool read = false;
+    bool write = false;
+    oe_file_access_core(path, &read, &write);
+    return read;
+}
+
+bool FileOperations::HasWriteAccess(const WideString& path) {
+    bool read = false;
+    bool write = false;
+    oe_file_access_core(path, &read, &write);
+    return write;
+}
+
+void FileOperations::oe_file_access_core(const WideString& path, bool* read, bool* write) {
+    *read = false;
+    *write = false;
+    os::checkFileAccess(path.c_str(), read, write);
+}
+
+SystemTime_s FileOperations::ConvertToSystemTime(std::uint64_t fileTime) {
+    os::SystemTime time = {};
+    os::fileTimeToSystemTime(fileTime, &time);
+    return {time.year, time.month, time.day, time.hour, time.minute, time.second};
+}
+
+WideString FileOperations::ConvertSystemTimeToDateString(const SystemTime_s& time) {
+    return formatShifted(time, false, VELMOR_WIDE("ddd',' MMM dd yy"));
+}
+
+WideString FileOperations::ConvertSystemTimeToTimeString(const SystemTime_s& time) {
+    return formatShifted(time, true, VELMOR_WIDE("HH':'mm':'ss"));
+}
+
+} // namespace Velmor
