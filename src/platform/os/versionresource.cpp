@@ -43,10 +43,10 @@ public:
                count == size;
     }
 
-    /// Whether a piece, which is not empty, lies in the file.
+    /// Whether a piece lies in the file.
     bool holds(std::uint64_t offset, std::uint64_t size) const {
         unsigned char last = 0;
-        return read(offset + size - 1, 1, &last);
+        return size == 0 || read(offset + size - 1, 1, &last);
     }
 
 private:
@@ -70,156 +70,165 @@ private:
 
 using DosHeader = Record<64>;
 using FileHeader = Record<24>; // with the signature before it
-using OptionalHeader32 = Record<96 + 16 * 8>;
-using OptionalHeader64 = Record<112 + 16 * 8>;
 using SectionHeader = Record<40>;
 using ResourceFolder = Record<16>;
 using ResourceEntry = Record<8>;
 using ResourceData = Record<16>;
 
+constexpr std::uint32_t magic32 = 0x10B;
+constexpr std::uint32_t magic64 = 0x20B;
 constexpr std::uint32_t versionType = 16; // RT_VERSION
 constexpr std::uint32_t versionName = 1;  // VS_VERSION_INFO
+constexpr std::uint32_t neutralLanguage = 0;
+constexpr std::uint32_t englishLanguage = 0x0409;
 constexpr std::uint32_t folderFlag = 0x80000000;
+
+/// A section of a PE file: where it lies in memory and in the file.
+struct Section {
+    std::uint32_t address;
+    std::uint32_t size;
+    std::uint32_t offset;
+};
+
+/// The sections that can be read in memory.
+/// @return nothing, if the file is cut off or the system would not load it.
+std::optional<std::vector<Section>> readSections(const File& file, std::uint64_t headers, std::uint32_t count) {
+    constexpr std::uint32_t accessFlags = 0xE0000000; // executable, readable, writable
+    constexpr std::uint64_t pageSize = 0x1000;
+    std::vector<Section> sections;
+    for (std::uint32_t index = 0; index < count; ++index) {
+        const SectionHeader header(file, headers + std::uint64_t{40} * index);
+        const std::uint64_t memorySize = header.doubleWord(8);
+        const std::uint32_t address = header.doubleWord(12);
+        const std::uint32_t fileSize = header.doubleWord(16);
+        const std::uint32_t offset = header.doubleWord(20);
+        if (!header || address == 0 || !file.holds(offset, fileSize))
+            return std::nullopt;
+        const std::uint64_t pages = (memorySize + pageSize - 1) / pageSize * pageSize;
+        const std::uint32_t size = memorySize == 0 || fileSize < pages ? fileSize : static_cast<std::uint32_t>(pages);
+        if ((header.doubleWord(36) & accessFlags) != 0)
+            sections.push_back({address, size, offset});
+    }
+    return sections;
+}
 
 /// The resources of a PE file: a tree of folders, by type, by name and by language.
 class Resources {
 public:
-    explicit Resources(const File& file) : file_(file) {}
-
-    /// Finds the tree.
-    bool open(std::uint64_t fileHeaderOffset, const FileHeader& header);
+    /// @param section the section that holds them all.
+    /// @param root    where in the section the tree begins.
+    Resources(const File& file, const Section& section, std::uint32_t root) : file_(file), section_(section), root_(root) {}
 
     /// Reads the version resource.
     bool readVersion(std::vector<unsigned char>& block) const;
 
 private:
-    struct Section {
-        std::uint32_t address;
-        std::uint32_t offset;
-        std::uint32_t size;
-    };
+    /// Where the file has a piece of the section.
+    /// @param inside from the section's beginning.
+    std::optional<std::uint64_t> fileOffset(std::uint64_t inside, std::uint64_t size) const {
+        if (inside > section_.size || size > section_.size - inside)
+            return std::nullopt;
+        return section_.offset + inside;
+    }
 
-    /// Where the file has what is loaded at an address.
-    std::optional<std::uint64_t> fileOffset(std::uint32_t address, std::uint32_t size) const;
+    /// What the first of some entries of a folder leads to.
+    /// @param folder from the tree's root.
+    /// @param ids    the wanted entries, the best first; the last resort is the first entry of the folder.
+    /// @return a place in the tree, with a flag if it is a folder; nothing, if there is none or the folder is damaged.
+    std::optional<std::uint32_t> find(std::uint32_t folder, std::initializer_list<std::uint32_t> ids,
+                                      bool anyEntry = false) const;
 
-    /// What an entry of a folder leads to: an offset in the tree, with the flag of a folder.
-    std::optional<std::uint32_t> find(std::uint32_t folder, std::uint32_t id) const;
     std::optional<std::uint32_t> findFolder(std::uint32_t folder, std::uint32_t id) const;
-    std::optional<std::uint32_t> findLanguage(std::uint32_t folder) const;
 
     const File& file_;
-    std::vector<Section> sections_;
-    std::uint64_t root_ = 0;
+    const Section section_;
+    const std::uint32_t root_;
 };
 
-bool Resources::open(std::uint64_t fileHeaderOffset, const FileHeader& header) {
-    const std::uint64_t optionalOffset = fileHeaderOffset + 24;
-    const std::uint32_t sectionCount = header.word(6);
-    const std::uint32_t optionalSize = header.word(20);
-    constexpr std::uint32_t resourceDirectory = 2;
-    std::uint32_t address = 0;
-    std::uint32_t size = 0;
-    const auto readDirectory = [&](const auto& optional, std::uint32_t directories) {
-        if (!optional || optional.doubleWord(directories - 4) <= resourceDirectory)
-            return false;
-        address = optional.doubleWord(directories + 8 * resourceDirectory);
-        size = optional.doubleWord(directories + 8 * resourceDirectory + 4);
-        return true;
-    };
-    const std::uint32_t magic = Record<2>(file_, optionalOffset).word(0);
-    const bool found = magic == 0x10B   ? readDirectory(OptionalHeader32(file_, optionalOffset), 96)
-                       : magic == 0x20B ? readDirectory(OptionalHeader64(file_, optionalOffset), 112)
-                                        : false;
-    if (!found)
-        return false;
+std::optional<std::uint32_t> Resources::find(std::uint32_t folder, std::initializer_list<std::uint32_t> ids,
+                                             bool anyEntry) const {
+    constexpr std::uint64_t headerSize = 16;
+    constexpr std::uint64_t entrySize = 8;
+    const std::uint64_t place = std::uint64_t{root_} + folder;
+    const auto headerOffset = fileOffset(place, headerSize);
+    if (!headerOffset)
+        return std::nullopt;
+    const ResourceFolder header(file_, *headerOffset);
+    const std::uint32_t named = header.word(12); // these come first
+    const std::uint32_t count = named + header.word(14);
+    const auto entries = fileOffset(place + headerSize, count * entrySize);
+    if (!header || count == 0 || !entries)
+        return std::nullopt;
 
-    for (std::uint32_t index = 0; index < sectionCount; ++index) {
-        const SectionHeader section(file_, optionalOffset + optionalSize + std::uint64_t{40} * index);
-        if (!section)
-            return false;
-        const Section entry = {section.doubleWord(12), section.doubleWord(20), section.doubleWord(16)};
-        if (entry.size != 0 && !file_.holds(entry.offset, entry.size))
-            return false; // cut off
-        sections_.push_back(entry);
-    }
-    const auto root = fileOffset(address, size);
-    root_ = root.value_or(0);
-    return root.has_value();
-}
-
-std::optional<std::uint64_t> Resources::fileOffset(std::uint32_t address, std::uint32_t size) const {
-    for (const Section& section : sections_) {
-        if (address >= section.address && address - section.address < section.size) {
-            const std::uint32_t inside = address - section.address;
-            if (size == 0 || size > section.size - inside)
+    for (const std::uint32_t id : ids) {
+        std::uint32_t begin = named;
+        std::uint32_t end = count;
+        while (begin < end) { // the entries are in order
+            const std::uint32_t middle = begin + (end - 1 - begin) / 2;
+            const ResourceEntry entry(file_, *entries + middle * entrySize);
+            if (!entry)
                 return std::nullopt;
-            return std::uint64_t{section.offset} + inside;
+            if (entry.word(0) == id)
+                return entry.doubleWord(4);
+            if (entry.word(0) > id)
+                end = middle;
+            else
+                begin = middle + 1;
         }
     }
-    return std::nullopt;
-}
-
-std::optional<std::uint32_t> Resources::find(std::uint32_t folder, std::uint32_t id) const {
-    const std::uint64_t offset = root_ + folder;
-    const ResourceFolder header(file_, offset);
-    if (!header)
-        return std::nullopt;
-    // Entries with numbers stand behind those with names, in order.
-    std::uint32_t begin = header.word(12);
-    std::uint32_t end = begin + header.word(14);
-    while (begin < end) {
-        const std::uint32_t middle = begin + (end - 1 - begin) / 2;
-        const ResourceEntry entry(file_, offset + 16 + std::uint64_t{8} * middle);
-        if (!entry)
-            return std::nullopt;
-        if (entry.word(0) == id)
-            return entry.doubleWord(4);
-        if (entry.word(0) > id)
-            end = middle;
-        else
-            begin = middle + 1;
-    }
-    return std::nullopt;
+    const ResourceEntry first(file_, *entries);
+    return anyEntry && first ? std::optional(first.doubleWord(4)) : std::nullopt;
 }
 
 std::optional<std::uint32_t> Resources::findFolder(std::uint32_t folder, std::uint32_t id) const {
-    const auto found = find(folder, id);
-    if (!found || (*found & folderFlag) == 0)
-        return std::nullopt;
-    return *found & ~folderFlag;
-}
-
-std::optional<std::uint32_t> Resources::findLanguage(std::uint32_t folder) const {
-    constexpr std::uint32_t languages[] = {0x0409, 0x0009, 0}; // U.S. English, English, neutral
-    std::optional<std::uint32_t> found;
-    for (const std::uint32_t language : languages)
-        if (!found)
-            found = find(folder, language);
-    if (!found) { // any other: the first one
-        if (const ResourceEntry first(file_, root_ + folder + 16); first)
-            found = first.doubleWord(4);
-    }
-    if (!found || (*found & folderFlag) != 0)
-        return std::nullopt;
-    return found;
+    const auto found = find(folder, {id});
+    return found && (*found & folderFlag) != 0 ? std::optional(*found & ~folderFlag) : std::nullopt;
 }
 
 bool Resources::readVersion(std::vector<unsigned char>& block) const {
     const auto names = findFolder(0, versionType);
     const auto languages = names ? findFolder(*names, versionName) : std::nullopt;
-    const auto entry = languages ? findLanguage(*languages) : std::nullopt;
-    if (!entry)
+    const auto entry = languages ? find(*languages, {neutralLanguage, englishLanguage}, true) : std::nullopt;
+    if (!entry || (*entry & folderFlag) != 0)
         return false;
-    const ResourceData data(file_, root_ + *entry);
-    if (!data)
+    constexpr std::uint64_t dataSize = 16;
+    const auto dataOffset = fileOffset(std::uint64_t{root_} + *entry, dataSize);
+    if (!dataOffset)
         return false;
-    constexpr std::uint32_t maximumSize = 0xFFFF; // the resource's own length has 16 bits
+    const ResourceData data(file_, *dataOffset);
+    const std::uint32_t address = data.doubleWord(0);
     const std::uint32_t size = data.doubleWord(4);
-    const auto offset = fileOffset(data.doubleWord(0), size);
-    if (!offset || size > maximumSize)
+    constexpr std::uint32_t maximumSize = 0xFFFF; // the resource's own length has 16 bits
+    if (!data || address < section_.address || size > maximumSize)
+        return false;
+    const auto offset = fileOffset(address - section_.address, size);
+    if (!offset)
         return false;
     block.resize(size);
     return file_.read(*offset, size, block.data());
+}
+
+/// Reads the version resource of a PE file.
+/// @param offset of its header, which was read.
+bool readVersion(const File& file, std::uint64_t offset, const FileHeader& header, std::vector<unsigned char>& block) {
+    constexpr std::uint32_t resourceDirectory = 2;
+    const std::uint64_t optional = offset + 24;
+    const std::uint32_t magic = Record<2>(file, optional).word(0);
+    if (magic != magic32 && magic != magic64)
+        return false;
+    const std::uint64_t directories = optional + (magic == magic32 ? 96 : 112);
+    const Record<4> directoryCount(file, directories - 4);
+    const Record<8> directory(file, directories + 8 * resourceDirectory);
+    if (directoryCount.doubleWord(0) <= resourceDirectory || !directory)
+        return false;
+    const auto sections = readSections(file, optional + header.word(20), header.word(6));
+    if (!sections)
+        return false;
+    const std::uint32_t address = directory.doubleWord(0);
+    for (const Section& section : *sections)
+        if (address >= section.address && address - section.address < section.size)
+            return Resources(file, section, address - section.address).readVersion(block);
+    return false;
 }
 
 } // namespace
@@ -233,12 +242,11 @@ VersionResource readVersionResource(const WideChar* path, std::vector<unsigned c
         return VersionResource::unknown;
     const std::uint64_t offset = dos.doubleWord(60);
     const FileHeader header(file, offset);
-    if (!header || header.doubleWord(0) != 0x4550) // "PE"
+    if (header.word(0) != 0x4550) // "PE"
         return VersionResource::unknown;
-    Resources resources(file);
     std::uint32_t high = 0;
     std::uint32_t low = 0;
-    const bool sound = resources.open(offset, header) && resources.readVersion(block) &&
+    const bool sound = header && header.word(2) == 0 && readVersion(file, offset, header, block) &&
                        readProductVersion(block.data(), block.size(), &high, &low);
     return sound ? VersionResource::sound : VersionResource::none;
 }
@@ -251,7 +259,7 @@ bool readProductVersion(const unsigned char* block, std::size_t size, std::uint3
     constexpr std::size_t valueSize = 52; // of VS_FIXEDFILEINFO
     const Bytes bytes(block, size);
     const std::uint32_t length = bytes.word(0);
-    if (length > size || length < valueOffset + valueSize || bytes.word(2) != valueSize)
+    if (length > size || length < valueOffset + valueSize || bytes.word(2) != valueSize || bytes.word(4) != 0)
         return false;
     for (std::size_t index = 0; index <= name.size(); ++index) {
         const std::uint32_t letter = index < name.size() ? static_cast<unsigned char>(name[index]) : 0;
