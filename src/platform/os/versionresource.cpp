@@ -218,7 +218,7 @@ bool readVersion(const File& file, std::uint64_t offset, const FileHeader& heade
         return false;
     const std::uint64_t directories = optional + (magic == magic32 ? 96 : 112);
     const Record<4> directoryCount(file, directories - 4);
-    const Record<8> directory(file, directories + 8 * resourceDirectory);
+    const Record<8> directory(file, directories + std::uint64_t{8} * resourceDirectory);
     if (directoryCount.doubleWord(0) <= resourceDirectory || !directory)
         return false;
     const auto sections = readSections(file, optional + header.word(20), header.word(6));
