@@ -85,6 +85,7 @@ public:
     static Digest FromFile(const WideString& path);
 
 private:
+    void append(const unsigned char* bytes, std::size_t count);
     void processChunk();
 
     std::uint32_t blockFill_;

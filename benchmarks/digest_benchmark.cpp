@@ -1,0 +1,251 @@
+// SHA-1 of data and of a file beside OpenSSL's EVP, which gets its algorithm and its context made beforehand.
+//
+//   data/SIZE      a message in memory, in one piece
+//   file           a file of 256 MiB in pieces of 1 MiB
+//   over_4GiB      a message of 4.1 GiB in pieces of 64 MiB
+//
+// Times are the best of the repetitions, which the two take in turns. Where the processor has SHA instructions the program
+// measures all of it once more without them, on both sides: OPENSSL_ia32cap tells OpenSSL at its start, so the program
+// starts itself again. All digests are compared.
+
+#include <Velmor/Digest.h>
+
+#include "digest/Sha1Kernels.h"
+
+#include <benchmark/benchmark.h>
+
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Velmor::Sha1;
+using Digest = std::vector<unsigned char>;
+
+constexpr std::size_t KiB = 1024;
+constexpr std::size_t MiB = KiB * KiB;
+constexpr std::size_t filePieceSize = MiB;
+constexpr std::size_t fileSize = 256 * MiB;
+
+/// The bit of the SHA instructions.
+constexpr const char* maskVariable = "OPENSSL_ia32cap";
+constexpr const char* mask = ":~0x20000000";
+
+[[noreturn]] void fail(const char* what) {
+    std::fprintf(stderr, "%s\n", what);
+    std::exit(EXIT_FAILURE);
+}
+
+/// Bytes without a pattern, as large as the largest message.
+const std::vector<char>& bytes() {
+    static const std::vector<char> made = [] {
+        std::vector<char> filled(64 * MiB);
+        std::mt19937_64 random(20240229);
+        for (std::size_t i = 0; i < filled.size(); i += 8) {
+            const auto word = random();
+            std::memcpy(&filled[i], &word, sizeof word);
+        }
+        return filled;
+    }();
+    return made;
+}
+
+const std::string& filePath() {
+    static const std::string path =
+        (fs::temp_directory_path() / ("velmor-digest-benchmark-" + std::to_string(getpid()))).string();
+    return path;
+}
+
+void writeFile() {
+    std::ofstream out(filePath(), std::ios::binary);
+    for (std::size_t i = 0; i < fileSize; i += bytes().size())
+        out.write(bytes().data(), static_cast<std::streamsize>(bytes().size()));
+    if (!out.flush())
+        fail("cannot write the file");
+}
+
+class Evp {
+public:
+    Evp() { begin(); }
+
+    void begin() { check(EVP_DigestInit_ex(context_.get(), algorithm_.get(), nullptr)); }
+    void append(const char* data, std::size_t size) { check(EVP_DigestUpdate(context_.get(), data, size)); }
+
+    Digest finish() {
+        Digest digest(20);
+        check(EVP_DigestFinal_ex(context_.get(), digest.data(), nullptr));
+        return digest;
+    }
+
+private:
+    static void check(int result) {
+        if (result != 1)
+            fail("EVP failed");
+    }
+
+    std::unique_ptr<EVP_MD, decltype(&EVP_MD_free)> algorithm_{EVP_MD_fetch(nullptr, "SHA1", nullptr), &EVP_MD_free};
+    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context_{EVP_MD_CTX_new(), &EVP_MD_CTX_free};
+};
+
+Evp& evp() {
+    static Evp one;
+    return one;
+}
+
+Digest velmorData(const std::vector<char>& data) {
+    return Sha1::FromData(data).asBytes();
+}
+
+Digest evpData(const std::vector<char>& data) {
+    evp().begin();
+    evp().append(data.data(), data.size());
+    return evp().finish();
+}
+
+Digest velmorFile() {
+    return Sha1::FromFile(fs::path(filePath()).u16string()).asBytes();
+}
+
+Digest evpFile() {
+    std::vector<char> piece(filePieceSize);
+    const int file = open(filePath().c_str(), O_RDONLY);
+    evp().begin();
+    for (ssize_t count = 0; (count = read(file, piece.data(), piece.size())) > 0;)
+        evp().append(piece.data(), static_cast<std::size_t>(count));
+    close(file);
+    return evp().finish();
+}
+
+constexpr int longPieces = 66;
+
+Digest velmorLong() {
+    Sha1 hasher;
+    for (int i = 0; i < longPieces; ++i)
+        hasher.appendData(bytes());
+    return hasher.calculateDigest().asBytes();
+}
+
+Digest evpLong() {
+    evp().begin();
+    for (int i = 0; i < longPieces; ++i)
+        evp().append(bytes().data(), bytes().size());
+    return evp().finish();
+}
+
+using Compute = std::function<Digest()>;
+
+/// Registers both for one message.
+void add(const std::string& name, std::size_t size, int repetitions, const Compute& velmor, const Compute& peer) {
+    const auto measure = [&](const char* who, const Compute& compute, const Compute& other) {
+        auto* const made = benchmark::RegisterBenchmark(
+            (name + '/' + who).c_str(), [size, compute, other, first = true](benchmark::State& state) mutable {
+                if (std::exchange(first, false) && compute() != other())
+                    fail("wrong digest");
+                for ([[maybe_unused]] auto iteration : state)
+                    benchmark::DoNotOptimize(compute().data());
+                state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(size));
+            });
+        made->Unit(size < MiB ? benchmark::kNanosecond : benchmark::kMillisecond)->UseRealTime();
+        made->Repetitions(repetitions)->DisplayAggregatesOnly(true);
+        made->ComputeStatistics("best", [](const std::vector<double>& values) {
+            // Of times the least, of rates the greatest: both stand in the same repetition.
+            return values.empty() ? 0.0 : *std::min_element(values.begin(), values.end());
+        });
+    };
+    measure("Velmor", velmor, peer);
+    measure("EVP", peer, velmor);
+}
+
+// A value of /proc/self/status, in KiB.
+long memoryStatus(const std::string& name) {
+    std::ifstream status("/proc/self/status");
+    for (std::string word; status >> word;) {
+        if (word == name + ":") {
+            long value = 0;
+            status >> value;
+            return value;
+        }
+    }
+    return 0;
+}
+
+/// What hashing the file takes on top of what the program holds.
+void printPeakMemoryOf(const char* name, const Compute& compute) {
+    std::fflush(stdout);
+    const pid_t child = fork();
+    if (child != 0) {
+        waitpid(child, nullptr, 0);
+        return;
+    }
+    const long before = memoryStatus("VmRSS");
+    compute();
+    std::printf("%-8s %6.2f MiB\n", name, static_cast<double>(memoryStatus("VmHWM") - before) / 1024.0);
+    std::fflush(stdout);
+    _exit(0);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const auto kernels = Velmor::sha1::kernels();
+    const char* const masking = std::getenv(maskVariable);
+    const bool masked = masking && std::string(masking) == mask;
+    if (masked)
+        Velmor::sha1::forceKernel(&kernels[kernels.size() - 2]);
+    std::printf("Kernel: %s\n", kernels[kernels.size() - (masked ? 2 : 1)].name);
+
+    writeFile();
+    std::printf("Peak memory of a file of 256 MiB\n");
+    printPeakMemoryOf("Velmor", velmorFile);
+    printPeakMemoryOf("EVP", evpFile);
+    std::fflush(stdout);
+
+    for (const std::size_t size : {std::size_t{64}, KiB, MiB, 64 * MiB}) {
+        const auto data =
+            std::make_shared<std::vector<char>>(bytes().begin(), bytes().begin() + static_cast<std::ptrdiff_t>(size));
+        const std::string unit = size < KiB   ? std::to_string(size) + "B"
+                                 : size < MiB ? "1KiB"
+                                              : std::to_string(size / MiB) + "MiB";
+        add(
+            "data/" + unit, size, 15, [data] { return velmorData(*data); }, [data] { return evpData(*data); });
+    }
+    add("file", fileSize, 5, velmorFile, evpFile);
+    add("over_4GiB", longPieces * bytes().size(), 1, velmorLong, evpLong);
+
+    // In turns: what else the machine does then meets both.
+    std::vector<char*> arguments(argv, argv + argc);
+    std::string interleaved = "--benchmark_enable_random_interleaving=true";
+    arguments.insert(arguments.begin() + 1, interleaved.data());
+    int count = static_cast<int>(arguments.size());
+    arguments.push_back(nullptr);
+    benchmark::Initialize(&count, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(count, arguments.data()))
+        return EXIT_FAILURE;
+    benchmark::RunSpecifiedBenchmarks();
+    fs::remove(filePath());
+
+    if (!masked && kernels.size() == 3) {
+        std::fflush(stdout);
+        setenv(maskVariable, mask, 1);
+        execv("/proc/self/exe", argv);
+        fail("cannot start again");
+    }
+    return EXIT_SUCCESS;
+}
