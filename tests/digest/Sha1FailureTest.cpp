@@ -1,0 +1,227 @@
+// What becomes of a digest when reading its file or taking memory fails, and how much memory a file takes.
+//
+// The linker leads the library's calls of os::readFile here (--wrap).
+
+#include "PlainSha1.h"
+#include "RandomBytes.h"
+#include "Tools.h"
+#include "WatchNew.h"
+
+#include <Velmor/Digest.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <limits>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+using namespace velmor_tests;
+using Velmor::Sha1;
+
+// bool Velmor::os::readFile(HANDLE, void*, std::uint32_t, std::uint32_t*)
+extern "C" {
+bool __real__ZN6Velmor2os8readFileEPvS1_jPj(void* file, void* buffer, std::uint32_t size, std::uint32_t* count);
+bool __wrap__ZN6Velmor2os8readFileEPvS1_jPj(void* file, void* buffer, std::uint32_t size, std::uint32_t* count);
+}
+
+namespace {
+
+constexpr std::uint32_t piece = 1 << 20;
+
+/// How one read goes: how much it delivers at most, and whether it succeeds.
+struct Read {
+    std::uint32_t limit = piece;
+    bool succeeds = true;
+};
+
+/// While it lives, the reads go as planned; those behind the plan as ever.
+class PlannedReads {
+public:
+    explicit PlannedReads(std::vector<Read> plan) : plan_(std::move(plan)) { current = this; }
+    ~PlannedReads() { current = nullptr; }
+    PlannedReads(const PlannedReads&) = delete;
+    PlannedReads& operator=(const PlannedReads&) = delete;
+
+    /// What each read asked for.
+    std::vector<std::uint32_t> asked;
+
+    bool read(void* file, void* buffer, std::uint32_t size, std::uint32_t* count) {
+        const Read planned = asked.size() < plan_.size() ? plan_[asked.size()] : Read{size};
+        asked.push_back(size);
+        *count = 0;
+        const std::uint32_t limit = std::min(size, planned.limit);
+        const bool succeeded = limit == 0 || __real__ZN6Velmor2os8readFileEPvS1_jPj(file, buffer, limit, count);
+        return succeeded && planned.succeeds;
+    }
+
+    static PlannedReads* current;
+
+private:
+    std::vector<Read> plan_;
+};
+
+PlannedReads* PlannedReads::current = nullptr;
+
+/// A file of random bytes, and the digest of it with its reads as planned.
+class PlannedFile {
+public:
+    explicit PlannedFile(std::size_t size) : content_(Random(static_cast<std::uint32_t>(size)).bytes(size)) {
+        writeFile(path(), std::string(content_.begin(), content_.end()));
+    }
+
+    std::filesystem::path path() const { return folder_ / "file"; }
+    Bytes head(std::size_t size) const {
+        return Bytes(content_.begin(), content_.begin() + static_cast<std::ptrdiff_t>(size));
+    }
+
+    std::vector<unsigned char> digest(std::vector<Read> plan, std::vector<std::uint32_t> expectedReads) const {
+        const std::size_t handles = openHandles();
+        PlannedReads reads(std::move(plan));
+        const Sha1::Digest digest = Sha1::FromFile(wide(path()));
+        EXPECT_EQ(reads.asked, expectedReads);
+        EXPECT_EQ(openHandles(), handles);
+        return digest.asBytes();
+    }
+
+private:
+    Folder folder_;
+    Bytes content_;
+};
+
+} // namespace
+
+bool __wrap__ZN6Velmor2os8readFileEPvS1_jPj(void* file, void* buffer, std::uint32_t size, std::uint32_t* count) {
+    return PlannedReads::current != nullptr ? PlannedReads::current->read(file, buffer, size, count)
+                                            : __real__ZN6Velmor2os8readFileEPvS1_jPj(file, buffer, size, count);
+}
+
+// Reading
+// ---------------------------------------------------------------------------------------------------------------------
+
+TEST(Sha1FailingFile, ReadsPiecesOfAMebibyteUntilOneIsEmpty) {
+    const PlannedFile file(2 * piece + 5);
+    EXPECT_EQ(file.digest({}, {piece, piece, piece, piece}), plainSha1(file.head(2 * piece + 5)));
+}
+
+TEST(Sha1FailingFile, FailureInMidFileEndsTheMessageThere) {
+    const PlannedFile file(3 * piece);
+    EXPECT_EQ(file.digest({{0, false}}, {piece}), plainSha1({}));
+    EXPECT_EQ(file.digest({{piece}, {0, false}}, {piece, piece}), plainSha1(file.head(piece)));
+    EXPECT_EQ(file.digest({{piece}, {piece}, {0, false}}, {piece, piece, piece}), plainSha1(file.head(2 * piece)));
+}
+
+TEST(Sha1FailingFile, BytesOfAFailedReadDoNotCount) {
+    const PlannedFile file(2 * piece);
+    EXPECT_EQ(file.digest({{100, false}}, {piece}), plainSha1({}));
+    EXPECT_EQ(file.digest({{piece}, {100, false}}, {piece, piece}), plainSha1(file.head(piece)));
+}
+
+TEST(Sha1FailingFile, AnEmptyReadEndsTheFile) {
+    const PlannedFile file(2 * piece);
+    EXPECT_EQ(file.digest({{0}}, {piece}), plainSha1({}));
+    EXPECT_EQ(file.digest({{piece}, {0}}, {piece, piece}), plainSha1(file.head(piece)));
+}
+
+TEST(Sha1FailingFile, AShortReadDoesNotEndTheFile) {
+    const PlannedFile file(1000);
+    EXPECT_EQ(file.digest({{1}, {63}, {64}, {65}, {500}}, {piece, piece, piece, piece, piece, piece, piece}),
+              plainSha1(file.head(1000)));
+}
+
+// Memory
+// ----------------------------------------------------------------------------------------------------------------------
+
+TEST(Sha1Memory, AFileOfAnySizeTakesOnePiece) {
+    const Folder folder;
+    const auto path = folder / "file";
+    writeFile(path, "a large file of zeros but for this");
+    std::filesystem::resize_file(path, 64 << 20);
+    Bytes content = bytesOf("a large file of zeros but for this");
+    content.resize(64 << 20);
+    const auto expected = plainSha1(content);
+    const Velmor::WideString name = wide(path);
+
+    WatchNew watch;
+    const Sha1::Digest digest = Sha1::FromFile(name);
+    const std::size_t peak = watch.peak();
+    watch.stop();
+    EXPECT_EQ(digest.asBytes(), expected);
+    EXPECT_GE(peak, piece) << "the buffer was not seen";
+    EXPECT_LE(peak, piece + (64u << 10));
+}
+
+TEST(Sha1Memory, AHasherOwnsNone) {
+    const Bytes bytes = Random(1).bytes(1000);
+    WatchNew watch;
+    Sha1 hasher;
+    hasher.appendData(bytes);
+    Sha1 copy(hasher);
+    Sha1 moved(std::move(copy));
+    copy = hasher;
+    moved = std::move(copy);
+    moved.appendData(bytes);
+    watch.stop();
+    EXPECT_EQ(watch.seen(), 0u);
+}
+
+TEST(Sha1Memory, ExhaustionThrowsAndLosesNothing) {
+    const Folder folder;
+    writeFile(folder / "file", "content");
+    const Velmor::WideString path = wide(folder / "file");
+    const Velmor::WideString missing = wide(folder / "missing");
+    const Bytes bytes(100, 'x');
+    const Sha1::Digest digest = Sha1::FromData(bytes);
+    const std::string text = digest.asString();
+    Sha1::Digest::fromString(""); // its one-time part is another matter
+    Sha1::FromFile(missing);      // opening reports once, with texts of its own
+
+    const auto throwsAtEachAllocation = [&](const char* what, const auto& operation) {
+        SCOPED_TRACE(what);
+        const std::size_t handles = openHandles();
+        for (unsigned n = 1;; ++n) {
+            ASSERT_LT(n, 50u);
+            bool thrown = false;
+            WatchNew watch(n);
+            try {
+                operation();
+            } catch (const std::bad_alloc&) {
+                thrown = true;
+            }
+            watch.stop();
+            EXPECT_EQ(thrown, watch.happened()) << "allocation " << n;
+            EXPECT_EQ(watch.live(), 0u) << "allocation " << n;
+            EXPECT_EQ(openHandles(), handles) << "allocation " << n;
+            if (!watch.happened()) {
+                EXPECT_GT(n, 1u) << "nothing was made to fail";
+                return;
+            }
+        }
+    };
+    throwsAtEachAllocation("FromData", [&] { Sha1::FromData(bytes); });
+    throwsAtEachAllocation("FromFile", [&] { Sha1::FromFile(path); });
+    throwsAtEachAllocation("FromFile of a missing file", [&] { Sha1::FromFile(missing); });
+    throwsAtEachAllocation("calculateDigest", [] { Sha1().calculateDigest(); });
+    throwsAtEachAllocation("a copy", [&] { const Sha1::Digest copy(digest); });
+    throwsAtEachAllocation("fromString", [&] { Sha1::Digest::fromString(text); });
+    throwsAtEachAllocation("fromString of no digest", [] { Sha1::Digest::fromString(""); });
+}
+
+TEST(Sha1Memory, AFailedAssignmentOfADigestChangesNothing) {
+    const Sha1::Digest source(std::vector<unsigned char>(100, 1));
+    Sha1::Digest target(std::vector<unsigned char>(20, 2));
+    WatchNew watch(1);
+    bool thrown = false;
+    try {
+        target = source;
+    } catch (const std::bad_alloc&) {
+        thrown = true;
+    }
+    watch.stop();
+    EXPECT_TRUE(thrown);
+    EXPECT_EQ(target.asBytes(), std::vector<unsigned char>(20, 2));
+}

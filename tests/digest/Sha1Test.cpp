@@ -1,0 +1,377 @@
+#include "PlainSha1.h"
+#include "RandomBytes.h"
+
+#include <Velmor/Digest.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+using namespace velmor_tests;
+using Velmor::Sha1;
+
+namespace {
+
+/// The digest of a message that is appended in pieces of one size; 0 for one piece.
+Sha1::Digest digestInPieces(const Bytes& message, std::size_t size) {
+    Sha1 hasher;
+    if (size == 0) {
+        hasher.appendData(message);
+    } else {
+        for (std::size_t at = 0; at < message.size(); at += size)
+            hasher.appendData(Bytes(message.begin() + static_cast<std::ptrdiff_t>(at),
+                                    message.begin() + static_cast<std::ptrdiff_t>(std::min(at + size, message.size()))));
+    }
+    return hasher.calculateDigest();
+}
+
+Sha1 hasherOf(const Bytes& message) {
+    Sha1 hasher;
+    hasher.appendData(message);
+    return hasher;
+}
+
+/// A hasher's state as its fields lie in it.
+struct State {
+    std::uint32_t blockFill = 0;
+    std::array<char, 64> block{};
+    Words words{};
+    std::uint64_t totalLength = 0;
+
+    explicit State(const Sha1& hasher) {
+        const char* const object = reinterpret_cast<const char*>(&hasher);
+        std::memcpy(&blockFill, object, 4);
+        std::memcpy(block.data(), object + 4, 64);
+        std::memcpy(words.data(), object + 68, 20);
+        std::memcpy(&totalLength, object + 88, 8);
+    }
+
+    /// The bytes that wait in the block.
+    Bytes waiting() const { return Bytes(block.begin(), block.begin() + std::min<std::uint32_t>(blockFill, 64)); }
+};
+
+/// One entry of a response file: "name = value" lines up to a blank line.
+using Entry = std::map<std::string, std::string>;
+
+std::vector<Entry> readResponses(const std::string& name) {
+    std::ifstream file(VELMOR_DIGEST_DATA "/" + name, std::ios::binary);
+    EXPECT_TRUE(file) << name;
+    std::vector<Entry> entries(1);
+    for (std::string line; std::getline(file, line);) {
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        const std::size_t equals = line.find(" = ");
+        if (line.empty() && !entries.back().empty())
+            entries.emplace_back();
+        else if (equals != std::string::npos && line.front() != '#' && line.front() != '[')
+            entries.back()[line.substr(0, equals)] = line.substr(equals + 3);
+    }
+    if (entries.back().empty())
+        entries.pop_back();
+    return entries;
+}
+
+Bytes fromHex(const std::string& text) {
+    Bytes bytes;
+    for (std::size_t i = 0; i + 1 < text.size(); i += 2)
+        bytes.push_back(static_cast<char>(std::stoi(text.substr(i, 2), nullptr, 16)));
+    return bytes;
+}
+
+void checkMessages(const std::string& file, std::size_t count) {
+    const std::vector<Entry> entries = readResponses(file);
+    EXPECT_EQ(entries.size(), count);
+    for (const Entry& entry : entries) {
+        SCOPED_TRACE("Len = " + entry.at("Len"));
+        Bytes message = fromHex(entry.at("Msg"));
+        message.resize(std::stoul(entry.at("Len")) / 8); // the empty message is written as one byte
+        EXPECT_EQ(Sha1::FromData(message).asString(), entry.at("MD"));
+        for (const std::size_t size : {1, 63, 0})
+            EXPECT_EQ(digestInPieces(message, size).asString(), entry.at("MD")) << "pieces of " << size;
+    }
+}
+
+static_assert(sizeof(Sha1) == 96);
+static_assert(std::is_standard_layout_v<Sha1> && !std::is_polymorphic_v<Sha1>);
+static_assert(std::is_copy_constructible_v<Sha1> && std::is_copy_assignable_v<Sha1>);
+
+} // namespace
+
+// Digests
+// ---------------------------------------------------------------------------------------------------------------------
+
+TEST(Sha1, GivesThePublishedDigests) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"", "da39a3ee5e6b4b0d3255bfef95601890afd80709"},
+        {"abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
+        {"abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq", "84983e441c3bd26ebaae4aa1f95129e5e54670f1"},
+        {"abcdefghbcdefghicdefghijdefghijkefghijklfghijklmghijklmnhijklmnoijklmnopjklmnopqklmnopqrlmnopqrsmnopqrstnopqrstu",
+         "a49b2446a02c645bf419f995b67091253a04a259"},
+        {std::string(1000000, 'a'), "34aa973cd4c4daa4f61eeb2bdbad27316534016f"},
+    };
+    for (const auto& [text, digest] : cases)
+        EXPECT_EQ(Sha1::FromData(bytesOf(text)).asString(), digest) << text.size() << " bytes";
+}
+
+TEST(Sha1, MeetsTheVectorsOfShortMessages) {
+    checkMessages("SHA1ShortMsg.rsp", 65);
+}
+
+TEST(Sha1, MeetsTheVectorsOfLongMessages) {
+    checkMessages("SHA1LongMsg.rsp", 64);
+}
+
+TEST(Sha1, MeetsTheCheckpointsOfTheMonteCarloTest) {
+    const std::vector<Entry> entries = readResponses("SHA1Monte.rsp");
+    ASSERT_EQ(entries.size(), 101u);
+    Bytes seed = fromHex(entries.front().at("Seed"));
+    ASSERT_EQ(seed.size(), 20u);
+    for (std::size_t j = 0; j < 100; ++j) {
+        ASSERT_EQ(entries[j + 1].at("COUNT"), std::to_string(j));
+        std::array<Bytes, 3> last = {seed, seed, seed};
+        for (int i = 0; i < 1000; ++i) {
+            const Sha1::Digest digest = Sha1::FromData(last[0] + last[1] + last[2]);
+            last = {last[1], last[2], Bytes(digest.asBytes().begin(), digest.asBytes().end())};
+        }
+        seed = last[2];
+        ASSERT_EQ(seed, fromHex(entries[j + 1].at("MD"))) << "COUNT = " << j;
+    }
+}
+
+TEST(Sha1, EveryLengthToFiveThousandEqualsThePlainOne) {
+    const Bytes longest = Random(1).bytes(5000);
+    for (std::size_t size = 0; size <= longest.size(); ++size) {
+        const Bytes message(longest.begin(), longest.begin() + static_cast<std::ptrdiff_t>(size));
+        ASSERT_EQ(Sha1::FromData(message).asBytes(), plainSha1(message)) << size;
+    }
+}
+
+TEST(Sha1, DigestHasTwentyBytes) {
+    EXPECT_EQ(Sha1().calculateDigest().asBytes().size(), 20u);
+    EXPECT_EQ(Sha1::FromData(Bytes(100, 'x')).asBytes().size(), 20u);
+}
+
+TEST(Sha1, ANewHasherHasTheDigestOfTheEmptyMessage) {
+    EXPECT_EQ(Sha1().calculateDigest(), Sha1::FromData(Bytes()));
+}
+
+// Pieces
+// ----------------------------------------------------------------------------------------------------------------------
+
+TEST(Sha1, PiecesOfAnySizeGiveTheDigestOfTheWhole) {
+    for (const std::size_t size : {0, 1, 54, 55, 56, 57, 62, 63, 64, 65, 119, 120, 127, 128, 129, 191, 1000}) {
+        const Bytes message = Random(static_cast<std::uint32_t>(size)).bytes(size);
+        const std::vector<unsigned char> expected = plainSha1(message);
+        EXPECT_EQ(Sha1::FromData(message).asBytes(), expected) << size;
+        for (const std::size_t piece : {0, 1, 2, 3, 31, 63, 64, 65, 127, 128, 129})
+            EXPECT_EQ(digestInPieces(message, piece).asBytes(), expected) << size << " bytes by " << piece;
+    }
+}
+
+TEST(Sha1, EverySplitInTwoGivesTheDigestOfTheWhole) {
+    const Bytes message = Random(2).bytes(200);
+    const std::vector<unsigned char> expected = plainSha1(message);
+    for (std::ptrdiff_t at = 0; at <= 200; ++at) {
+        Sha1 hasher;
+        hasher.appendData(Bytes(message.begin(), message.begin() + at));
+        hasher.appendData(Bytes(message.begin() + at, message.end()));
+        EXPECT_EQ(hasher.calculateDigest().asBytes(), expected) << at;
+    }
+}
+
+TEST(Sha1, RandomSplitsGiveTheDigestOfTheWhole) {
+    for (std::uint32_t seed = 1; seed <= 300; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Random random(seed);
+        const std::size_t longest = seed % 3 == 0 ? 10 : seed % 3 == 1 ? 200 : 5000;
+        Sha1 hasher;
+        Bytes whole;
+        for (std::size_t pieces = random.upTo(40); pieces > 0; --pieces) {
+            const Bytes piece = random.bytes(random.upTo(longest));
+            hasher.appendData(piece);
+            whole = whole + piece;
+            ASSERT_EQ(Sha1(hasher).calculateDigest().asBytes(), plainSha1(whole));
+        }
+        EXPECT_EQ(hasher.calculateDigest().asBytes(), plainSha1(whole));
+        EXPECT_EQ(Sha1::FromData(whole).asBytes(), plainSha1(whole));
+    }
+}
+
+TEST(Sha1, EmptyPiecesChangeNothing) {
+    Sha1 hasher;
+    hasher.appendData({});
+    hasher.appendData(bytesOf("ab"));
+    hasher.appendData({});
+    hasher.appendData({});
+    hasher.appendData(bytesOf("c"));
+    hasher.appendData({});
+    EXPECT_EQ(hasher.calculateDigest().asString(), "a9993e364706816aba3e25717850c26c9cd0d89d");
+}
+
+TEST(Sha1, BytesOfEveryValueCount) {
+    for (int value = 0; value < 256; ++value) {
+        const Bytes message(70, static_cast<char>(value));
+        EXPECT_EQ(Sha1::FromData(message).asBytes(), plainSha1(message)) << value;
+    }
+}
+
+// Copies and moves
+// ------------------------------------------------------------------------------------------------------------
+
+TEST(Sha1, ACopyContinuesByItself) {
+    const Bytes head = Random(3).bytes(100);
+    for (const std::size_t size : {0, 1, 27, 28, 29, 100}) {
+        const Bytes one = Random(4).bytes(size);
+        const Bytes other = Random(5).bytes(size + 7);
+        Sha1 first = hasherOf(head);
+        Sha1 second(first);
+        first.appendData(one);
+        second.appendData(other);
+        Sha1 third;
+        third.appendData(Bytes(33, 'z'));
+        third = second;
+        third.appendData(one);
+        EXPECT_EQ(second.calculateDigest().asBytes(), plainSha1(head + other));
+        EXPECT_EQ(third.calculateDigest().asBytes(), plainSha1(head + other + one));
+        EXPECT_EQ(first.calculateDigest().asBytes(), plainSha1(head + one));
+    }
+}
+
+TEST(Sha1, AMovedFromHasherKeepsItsState) {
+    const Bytes head = Random(6).bytes(100);
+    const Bytes tail = Random(7).bytes(50);
+    Sha1 source = hasherOf(head);
+    Sha1 constructed(std::move(source));
+    Sha1 assigned = hasherOf(tail);
+    assigned = std::move(source); // NOLINT(bugprone-use-after-move): it is as good as before
+    source.appendData(tail);
+    EXPECT_EQ(source.calculateDigest().asBytes(), plainSha1(head + tail));
+    EXPECT_EQ(constructed.calculateDigest().asBytes(), plainSha1(head));
+    EXPECT_EQ(assigned.calculateDigest().asBytes(), plainSha1(head));
+}
+
+TEST(Sha1, CopiesAndMovesTakeTheWholeState) {
+    for (const std::size_t size : {0, 5, 63, 64, 100}) {
+        const Sha1 source = hasherOf(Random(8).bytes(size));
+        const State expected(source);
+        Sha1 moved(source);
+        Sha1 target;
+        target = source;
+        Sha1 moveTarget;
+        moveTarget = Sha1(source);
+        const Sha1 constructed(std::move(moved));
+        for (const Sha1* copy : {&target, &moveTarget, &constructed}) {
+            const State state(*copy);
+            EXPECT_EQ(state.blockFill, expected.blockFill);
+            EXPECT_EQ(state.waiting(), expected.waiting());
+            EXPECT_EQ(state.words, expected.words);
+            EXPECT_EQ(state.totalLength, expected.totalLength);
+        }
+    }
+}
+
+TEST(Sha1, AssigningAHasherToItselfChangesNothing) {
+    Sha1 hasher = hasherOf(bytesOf("ab"));
+    Sha1& same = hasher;
+    hasher = same;
+    hasher = std::move(same);
+    hasher.appendData(bytesOf("c"));
+    EXPECT_EQ(hasher.calculateDigest().asString(), "a9993e364706816aba3e25717850c26c9cd0d89d");
+}
+
+TEST(Sha1, AFreshHasherAssignedBeginsTheNextMessage) {
+    Sha1 hasher = hasherOf(bytesOf("the message before"));
+    hasher.calculateDigest();
+    hasher = Sha1();
+    hasher.appendData(bytesOf("abc"));
+    EXPECT_EQ(hasher.calculateDigest().asString(), "a9993e364706816aba3e25717850c26c9cd0d89d");
+}
+
+// After the end
+// -------------------------------------------------------------------------------------------------------------
+
+TEST(Sha1, ASecondDigestIsThatOfTheMessageWithItsPadding) {
+    for (const std::size_t size : {0, 1, 3, 55, 56, 57, 63, 64, 65, 119, 120, 128, 1000}) {
+        const Bytes message = Random(9).bytes(size);
+        Sha1 hasher = hasherOf(message);
+        const Sha1::Digest first = hasher.calculateDigest();
+        const Sha1::Digest second = hasher.calculateDigest();
+        EXPECT_EQ(first.asBytes(), plainSha1(message)) << size;
+        EXPECT_EQ(second.asBytes(), plainSha1(padded(message))) << size;
+        EXPECT_FALSE(first == second);
+        EXPECT_EQ(hasher.calculateDigest().asBytes(), plainSha1(padded(padded(message)))) << size;
+    }
+}
+
+TEST(Sha1, BytesAfterTheDigestFollowThePadding) {
+    for (const std::size_t size : {0, 3, 55, 56, 63, 64, 65, 100})
+        for (const std::size_t more : {1, 63, 64, 65, 200}) {
+            const Bytes message = Random(10).bytes(size);
+            const Bytes tail = Random(11).bytes(more);
+            Sha1 hasher = hasherOf(message);
+            hasher.calculateDigest();
+            hasher.appendData(tail);
+            EXPECT_EQ(hasher.calculateDigest().asBytes(), plainSha1(padded(message) + tail)) << size << ", " << more;
+        }
+}
+
+// The state
+// ---------------------------------------------------------------------------------------------------------------------
+
+TEST(Sha1, BeginsWithTheStandardsState) {
+    const State state{Sha1()};
+    EXPECT_EQ(state.blockFill, 0u);
+    EXPECT_EQ(state.words, (Words{0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0}));
+    EXPECT_EQ(state.totalLength, 0u);
+}
+
+TEST(Sha1, StateIsWhatWasCompressedAndWhatWaits) {
+    const Bytes message = Random(12).bytes(300);
+    for (std::size_t size = 0; size <= message.size(); ++size) {
+        const Bytes head(message.begin(), message.begin() + static_cast<std::ptrdiff_t>(size));
+        const State state(hasherOf(head));
+        ASSERT_EQ(state.blockFill, size % 64) << size;
+        EXPECT_EQ(state.waiting(), Bytes(head.end() - static_cast<std::ptrdiff_t>(size % 64), head.end())) << size;
+        EXPECT_EQ(state.words, plainBlocks(head)) << size;
+        EXPECT_EQ(state.totalLength, size);
+    }
+}
+
+TEST(Sha1, StateAfterTheDigestIsThatOfThePaddedMessage) {
+    for (std::size_t size = 0; size <= 130; ++size) {
+        const Bytes message = Random(13).bytes(size);
+        Sha1 hasher = hasherOf(message);
+        const Sha1::Digest digest = hasher.calculateDigest();
+        const State state(hasher);
+        EXPECT_EQ(state.blockFill, 0u) << size;
+        EXPECT_EQ(state.words, plainBlocks(padded(message))) << size;
+        EXPECT_EQ(bytesOf(state.words), digest.asBytes()) << size;
+        EXPECT_EQ(state.totalLength, padded(message).size()) << size;
+    }
+}
+
+TEST(Sha1, LengthInBitsIsKeptInSixtyFourBits) {
+    // Messages of these lengths would take hours to append: the length is put where the hasher keeps it.
+    const std::uint64_t lengths[] = {0x1FFFFFC0,         0x20000000,         0xFFFFFFC0,
+                                     0x100000000,        0x123456789ABCDE40, 0x1FFFFFFFFFFFFFC0,
+                                     0x2000000000000000, 0x2000000000000040, 0xFFFFFFFFFFFFFFC0};
+    for (const std::uint64_t length : lengths) {
+        Sha1 hasher;
+        std::memcpy(reinterpret_cast<char*>(&hasher) + 88, &length, 8);
+        Bytes block(64, 0);
+        block[0] = static_cast<char>(0x80);
+        for (std::size_t i = 0; i < 8; ++i)
+            block[56 + i] = static_cast<char>(length * 8 >> (56 - 8 * i) & 0xFF);
+        EXPECT_EQ(hasher.calculateDigest().asBytes(), bytesOf(plainBlocks(block))) << length;
+        EXPECT_EQ(State(hasher).totalLength, length + 64) << length;
+    }
+}

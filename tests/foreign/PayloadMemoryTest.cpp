@@ -1,0 +1,390 @@
+// Solids and textures when memory is short, what a debugger sees of it, and when blocks are freed.
+//
+// The linker leads every free of the suite's own code here (--wrap).
+
+#include "WatchNew.h"
+#include "support/FailingAllocation.h"
+#include "support/Setting.h"
+#include "support/UnderDebugger.h"
+
+#include <Velmor/ForeignObject.h>
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+#include <vector>
+
+using namespace velmor_tests;
+using Velmor::PngTexture;
+
+namespace {
+
+/// While it lives, counts how often one block is freed, and notes how many allocations had been made before.
+struct WatchFree {
+    explicit WatchFree(const void* watched) : block(watched) { current = this; }
+    ~WatchFree() { current = nullptr; }
+    WatchFree(const WatchFree&) = delete;
+    WatchFree& operator=(const WatchFree&) = delete;
+
+    const void* block;
+    const FailAllocation* allocations = nullptr;
+    int times = 0;
+    unsigned allocationsBefore = 0;
+
+    static WatchFree* current;
+};
+
+WatchFree* WatchFree::current = nullptr;
+
+using Type = ForeignObjectSolid::Type_t;
+
+Type type(std::uint32_t value) {
+    return static_cast<Type>(value);
+}
+
+const char* blockOf(const ForeignObjectSolid& solid) {
+    unsigned size = 0;
+    return solid.getBytes(&size);
+}
+
+bool isEmpty(const ForeignObjectSolid& solid, std::uint32_t value) {
+    unsigned size = 77;
+    return solid.getBytes(&size) == nullptr && size == 0 && solid.getType() == type(value);
+}
+
+bool holds(const ForeignObjectSolid& solid, std::uint32_t value, const std::string& bytes) {
+    unsigned size = 77;
+    const char* const block = solid.getBytes(&size);
+    return block != nullptr && std::string(block, size) == bytes && solid.getType() == type(value);
+}
+
+/// Makes the next allocation fail while something runs that must not throw; gives the size that was asked for.
+template <class Operation>
+std::optional<std::size_t> sizeRefused(Operation operation) {
+    const FailAllocation fail(1, true);
+    operation();
+    return fail.happened() ? std::optional(fail.failedSize()) : std::nullopt;
+}
+
+/// Ends the scenario with an error when something answered wrongly.
+void require(bool condition, const char* what) {
+    if (!condition) {
+        std::fprintf(stderr, "wrong: %s\n", what);
+        std::exit(1);
+    }
+}
+
+} // namespace
+
+extern "C" {
+void __real_free(void* block);
+void __wrap_free(void* block);
+}
+
+void __wrap_free(void* block) {
+    WatchFree* const watch = WatchFree::current;
+    if (watch != nullptr && block == watch->block) {
+        ++watch->times;
+        watch->allocationsBefore = watch->allocations != nullptr ? watch->allocations->seen() : 0;
+    }
+    __real_free(block);
+}
+
+// Solids
+// ----------------------------------------------------------------------------------------------------------------------
+
+TEST(ForeignObjectSolidMemory, ABlockIsOneAllocationOfItsSize) {
+    ForeignObjectSolid source(type(1), 5, "bytes");
+    ForeignObjectSolid target(type(2), 3, "old");
+    unsigned seen[3];
+    {
+        const FailAllocation count(1000);
+        const ForeignObjectSolid made(type(1), 5, "bytes");
+        seen[0] = count.seen();
+    }
+    {
+        const FailAllocation count(1000);
+        const ForeignObjectSolid copy(source);
+        seen[1] = count.seen();
+    }
+    {
+        const FailAllocation count(1000);
+        target = source;
+        seen[2] = count.seen();
+    }
+    for (const unsigned number : seen)
+        EXPECT_EQ(number, 1u);
+}
+
+TEST(ForeignObjectSolidMemory, EmptySolidsAndReadingTakeNone) {
+    ForeignObjectSolid empty(type(1), 0, "not taken");
+    ForeignObjectSolid full(type(2), 4, "full");
+    ForeignObjectSolid target(type(3), 3, "old");
+    unsigned seen;
+    {
+        const FailAllocation fail(1, true);
+        const ForeignObjectSolid none;
+        const ForeignObjectSolid copy(empty);
+        target = empty;
+        unsigned size;
+        full.getBytes(&size);
+        full.getType();
+        seen = fail.seen();
+    }
+    EXPECT_EQ(seen, 0u);
+    EXPECT_TRUE(isEmpty(target, 1));
+}
+
+TEST(ForeignObjectSolidMemory, AFailedConstructionLeavesTheTypeOnly) {
+    std::optional<ForeignObjectSolid> solid;
+    EXPECT_EQ(sizeRefused([&] { solid.emplace(type(7), 11u, "eleven byte"); }), 11u);
+    EXPECT_TRUE(isEmpty(*solid, 7));
+}
+
+TEST(ForeignObjectSolidMemory, AFailedCopyLeavesTheTypeOnly) {
+    const ForeignObjectSolid source(type(8), 12, "twelve bytes");
+    std::optional<ForeignObjectSolid> copy;
+    EXPECT_EQ(sizeRefused([&] { copy.emplace(source); }), 12u);
+    EXPECT_TRUE(isEmpty(*copy, 8));
+    EXPECT_TRUE(holds(source, 8, "twelve bytes"));
+}
+
+TEST(ForeignObjectSolidMemory, AFailedAssignmentLeavesTheTypeOfTheSourceOnly) {
+    ForeignObjectSolid source(type(9), 13, "thirteen byte");
+    ForeignObjectSolid full(type(1), 3, "old");
+    ForeignObjectSolid empty(type(2));
+    for (ForeignObjectSolid* target : {&full, &empty}) {
+        EXPECT_EQ(sizeRefused([&] { *target = source; }), 13u);
+        EXPECT_TRUE(isEmpty(*target, 9));
+        EXPECT_TRUE(holds(source, 9, "thirteen byte"));
+    }
+}
+
+TEST(ForeignObjectSolidMemory, ASolidThatFailedWorksOn) {
+    ForeignObjectSolid source(type(3), 5, "bytes");
+    std::optional<ForeignObjectSolid> made;
+    std::optional<ForeignObjectSolid> copied;
+    ForeignObjectSolid assigned(type(1), 3, "old");
+    sizeRefused([&] { made.emplace(type(7), 5u, "bytes"); });
+    sizeRefused([&] { copied.emplace(source); });
+    sizeRefused([&] { assigned = source; });
+    for (ForeignObjectSolid* solid : {&*made, &*copied, &assigned}) {
+        const std::uint32_t value = solid == &*made ? 7 : 3;
+        ASSERT_TRUE(isEmpty(*solid, value));
+        EXPECT_TRUE(isEmpty(ForeignObjectSolid(*solid), value));
+        ForeignObjectSolid other(type(1), 3, "old");
+        other = *solid;
+        EXPECT_TRUE(isEmpty(other, value));
+        *solid = source;
+        EXPECT_TRUE(holds(*solid, 3, "bytes"));
+    }
+}
+
+TEST(ForeignObjectSolidMemory, AssignmentFreesTheOwnBlockFirst) {
+    for (const bool fails : {false, true}) {
+        ForeignObjectSolid source(type(1), 5, "bytes");
+        ForeignObjectSolid target(type(2), 9, "old bytes");
+        WatchFree freed(blockOf(target));
+        {
+            const FailAllocation allocations(fails ? 1 : 1000);
+            freed.allocations = &allocations;
+            target = source;
+            freed.allocations = nullptr;
+        }
+        // The new block may lie where the old one was; only what was freed till now counts.
+        EXPECT_EQ(freed.times, 1);
+        EXPECT_EQ(freed.allocationsBefore, 0u) << "the new block was taken before";
+        freed.block = nullptr;
+    }
+}
+
+TEST(ForeignObjectSolidMemory, AssignmentLeavesTheBlockOfTheSource) {
+    ForeignObjectSolid source(type(1), 5, "bytes");
+    ForeignObjectSolid target(type(2), 9, "old bytes");
+    const WatchFree freed(blockOf(source));
+    target = source;
+    EXPECT_EQ(freed.times, 0);
+}
+
+TEST(ForeignObjectSolidMemory, AssignmentOfAnEmptySolidFreesTheOwnBlock) {
+    ForeignObjectSolid source(type(1));
+    ForeignObjectSolid target(type(2), 9, "old bytes");
+    const WatchFree freed(blockOf(target));
+    target = source;
+    EXPECT_EQ(freed.times, 1);
+    EXPECT_TRUE(isEmpty(target, 1));
+}
+
+TEST(ForeignObjectSolidMemory, DestructionFreesTheBlockOnce) {
+    std::optional<ForeignObjectSolid> solid(std::in_place, type(1), 5u, "bytes");
+    const WatchFree freed(blockOf(*solid));
+    solid.reset();
+    EXPECT_EQ(freed.times, 1);
+}
+
+// What a debugger sees
+// ----------------------------------------------------------------------------------------------------------
+
+/// Lets an operation fail for each letter of VELMOR_FAILURES: n(ew), c(opy) or a(ssignment), with blocks of 10, 11, ...
+/// bytes.
+VELMOR_SCENARIO(FailedBlocks) {
+    const std::string letters = setting("VELMOR_FAILURES");
+    const std::string bytes(10 + letters.size(), 'x');
+    for (std::size_t i = 0; i < letters.size(); ++i) {
+        const auto size = static_cast<unsigned>(10 + i);
+        ForeignObjectSolid source(type(5), size, bytes.data());
+        ForeignObjectSolid target(type(6), size, bytes.data());
+        std::optional<ForeignObjectSolid> made;
+        const auto refused = sizeRefused([&] {
+            if (letters[i] == 'n')
+                made.emplace(type(5), size, bytes.data());
+            else if (letters[i] == 'c')
+                made.emplace(source);
+            else
+                target = source;
+        });
+        require(refused == size, "nothing was made to fail");
+        require(isEmpty(made ? *made : target, 5), "the object that failed");
+        require(holds(source, 5, bytes.substr(0, size)), "the source");
+    }
+}
+
+TEST(ForeignObjectSolidReports, EachOperationReportsItsFirstFailure) {
+    const struct {
+        const char* failures;
+        std::vector<int> reported; ///< Sizes of the blocks.
+    } cases[] = {
+        {"", {}},
+        {"n", {10}},
+        {"c", {10}},
+        {"a", {10}},
+        {"nnnn", {10}},
+        {"cccc", {10}},
+        {"aaaa", {10}},
+        {"nca", {10, 11, 12}},
+        {"acnacn", {10, 11, 12}},
+        {"ccnnaacna", {10, 12, 14}},
+    };
+    for (const auto& [failures, sizes] : cases) {
+        SCOPED_TRACE(failures);
+        std::vector<std::string> reports;
+        std::vector<std::size_t> order;
+        for (const int size : sizes) {
+            reports.push_back("Invalid alloc size " + std::to_string(size));
+            order.push_back(reports.size()); // each break right behind its report
+        }
+        const ScenarioRun run = runUnderDebugger("FailedBlocks", {std::string("VELMOR_FAILURES=") + failures});
+        EXPECT_EQ(run.reports, reports);
+        EXPECT_EQ(run.reportsBeforeBreak, order);
+        EXPECT_TRUE(run.exited);
+        EXPECT_EQ(run.exitCode, 0u) << run.error;
+    }
+}
+
+TEST(ForeignObjectSolidReports, NothingIsToldWithoutADebugger) {
+    const ScenarioRun run = runAlone("FailedBlocks", {"VELMOR_FAILURES=ncanca"});
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run.error, "");
+    EXPECT_TRUE(run.exited);
+    EXPECT_EQ(run.exitCode, 0u);
+}
+
+VELMOR_SCENARIO(FailedBlockOfGivenSize) {
+    const auto size = static_cast<unsigned>(std::stoul(setting("VELMOR_SIZE")));
+    std::optional<ForeignObjectSolid> solid;
+    require(sizeRefused([&] { solid.emplace(type(5), size, "few bytes"); }) == size, "nothing was made to fail");
+    require(isEmpty(*solid, 5), "the object that failed");
+}
+
+TEST(ForeignObjectSolidReports, TheSizeIsToldAsASignedNumber) {
+    // Sizes from 2 GiB on appear negative, as the told format has them.
+    const std::pair<const char*, const char*> cases[] = {
+        {"1", "1"}, {"2147483647", "2147483647"}, {"2147483648", "-2147483648"}, {"4294967295", "-1"}};
+    for (const auto& [size, told] : cases) {
+        const ScenarioRun run = runUnderDebugger("FailedBlockOfGivenSize", {std::string("VELMOR_SIZE=") + size});
+        EXPECT_EQ(run.channel, std::string("Invalid alloc size ") + told);
+        EXPECT_EQ(run.breaks, 1);
+        EXPECT_EQ(run.exitCode, 0u) << run.error;
+    }
+}
+
+VELMOR_SCENARIO(SolidsAndTexturesThatSucceed) {
+    ForeignObjectSolid source(type(5), 5, "bytes");
+    ForeignObjectSolid target(source);
+    target = source;
+    ForeignObjectSolid empty(type(1), 0, "bytes");
+    target = empty;
+    const PngTexture texture(std::vector<char>(100, 'x'));
+    PngTexture copy(texture);
+    copy = PngTexture();
+}
+
+TEST(ForeignObjectSolidReports, SuccessIsNotReported) {
+    const ScenarioRun run = runUnderDebugger("SolidsAndTexturesThatSucceed");
+    EXPECT_EQ(run.channel, "");
+    EXPECT_EQ(run.breaks, 0);
+    EXPECT_EQ(run.exitCode, 0u) << run.error;
+}
+
+// Textures
+// --------------------------------------------------------------------------------------------------------------------
+
+namespace {
+
+/// Whether something throws std::bad_alloc when its next `operator new` fails.
+template <class Operation>
+bool throwsWithoutMemory(Operation operation) {
+    WatchNew watch(1);
+    try {
+        operation();
+    } catch (const std::bad_alloc&) {
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
+TEST(PngTextureMemory, ExhaustionThrowsAndChangesNothing) {
+    const std::vector<char> bytes(1000, 'x');
+    const PngTexture source(bytes);
+    PngTexture target(std::vector<char>(10, 'y'));
+    EXPECT_TRUE(throwsWithoutMemory([&] { const PngTexture texture(bytes); }));
+    EXPECT_TRUE(throwsWithoutMemory([&] { const PngTexture copy(source); }));
+    EXPECT_TRUE(throwsWithoutMemory([&] { target = source; }));
+    EXPECT_EQ(source.getData(), bytes);
+    EXPECT_EQ(target.getData(), std::vector<char>(10, 'y'));
+}
+
+TEST(PngTextureMemory, AssignmentIntoRoomThatSufficesTakesNone) {
+    const PngTexture source(std::vector<char>(1000, 'x'));
+    PngTexture target(std::vector<char>(1000, 'y'));
+    EXPECT_FALSE(throwsWithoutMemory([&] { target = source; }));
+    EXPECT_EQ(target.getData(), source.getData());
+}
+
+TEST(PngTextureMemory, AnEmptyTextureTakesNone) {
+    EXPECT_FALSE(throwsWithoutMemory([] {
+        const PngTexture texture;
+        const PngTexture copy(texture);
+        const PngTexture other{std::vector<char>()};
+    }));
+}
+
+TEST(PngTextureMemory, DestructionReleasesTheBytes) {
+    const std::vector<char> bytes(1000, 'x');
+    WatchNew watch;
+    {
+        const PngTexture texture(bytes);
+        EXPECT_GE(watch.live(), 1000u);
+    }
+    watch.stop();
+    EXPECT_EQ(watch.live(), 0u);
+}
