@@ -93,7 +93,7 @@ static_assert(std::is_same_v<decltype(std::declval<const Digest&>().asBase64WStr
 // -----------------------------------------------------------------------------------------------------
 
 TEST(Digest, HoldsACopyOfAnyNumberOfBytes) {
-    for (const std::size_t size : {0, 1, 5, 19, 20, 21, 64, 1000}) {
+    for (const std::size_t size : {0u, 1u, 5u, 19u, 20u, 21u, 64u, 1000u}) {
         Octets bytes = Random(1).bytes<unsigned char>(size);
         const Octets original = bytes;
         const Digest digest(bytes);
@@ -115,7 +115,7 @@ TEST(Digest, CopiesAreTheirOwn) {
 }
 
 TEST(Digest, MovedFromDigestIsEmpty) {
-    for (const std::size_t size : {0, 1, 20, 100}) {
+    for (const std::size_t size : {0u, 1u, 20u, 100u}) {
         const Octets bytes = Random(2).bytes<unsigned char>(size);
         Digest source(bytes);
         Digest constructed(std::move(source));
@@ -124,7 +124,7 @@ TEST(Digest, MovedFromDigestIsEmpty) {
         EXPECT_EQ(source.asString(), "");
         EXPECT_EQ(source, Digest(Octets()));
 
-        for (const std::size_t before : {0, 1, 20, 200}) {
+        for (const std::size_t before : {0u, 1u, 20u, 200u}) {
             Digest assigned(Octets(before, 9));
             Digest other(bytes);
             assigned = std::move(other);
@@ -224,7 +224,7 @@ TEST(Digest, TextFormsOfEveryByteInEveryPlaceOfAGroup) {
     for (int value = 0; value < 256; ++value)
         for (std::size_t size = 1; size <= 3; ++size)
             for (std::size_t at = 0; at < size; ++at)
-                for (const unsigned char other : {0x00, 0xFF}) {
+                for (const unsigned char other : Octets{0x00, 0xFF}) {
                     Octets bytes(size, other);
                     bytes[at] = static_cast<unsigned char>(value);
                     EXPECT_EQ(Digest(bytes).asString(), plainHex(bytes));

@@ -8,13 +8,14 @@
 #include "WatchNew.h"
 
 #include <Velmor/Digest.h>
+#include <Velmor/Platform.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <limits>
+#include <memory>
 #include <new>
 #include <string>
 #include <utility>
@@ -80,11 +81,9 @@ public:
     }
 
     std::vector<unsigned char> digest(std::vector<Read> plan, std::vector<std::uint32_t> expectedReads) const {
-        const std::size_t handles = openHandles();
         PlannedReads reads(std::move(plan));
         const Sha1::Digest digest = Sha1::FromFile(wide(path()));
         EXPECT_EQ(reads.asked, expectedReads);
-        EXPECT_EQ(openHandles(), handles);
         return digest.asBytes();
     }
 
@@ -92,6 +91,14 @@ private:
     Folder folder_;
     Bytes content_;
 };
+
+/// How many blocks the opening of a file takes; those are the stream's affair.
+unsigned allocationsOfOpening(const Velmor::WideString& path) {
+    WatchNew watch;
+    const std::unique_ptr<Velmor::FileStream> stream(Velmor::FileStream::openFileForReading(path));
+    watch.stop();
+    return watch.seen();
+}
 
 } // namespace
 
@@ -113,6 +120,17 @@ TEST(Sha1FailingFile, FailureInMidFileEndsTheMessageThere) {
     EXPECT_EQ(file.digest({{0, false}}, {piece}), plainSha1({}));
     EXPECT_EQ(file.digest({{piece}, {0, false}}, {piece, piece}), plainSha1(file.head(piece)));
     EXPECT_EQ(file.digest({{piece}, {piece}, {0, false}}, {piece, piece, piece}), plainSha1(file.head(2 * piece)));
+}
+
+TEST(Sha1FailingFile, FileIsClosedAfterAFailureToo) {
+    const PlannedFile file(2 * piece);
+    file.digest({{0, false}}, {piece});
+    const std::size_t handles = openHandles();
+    for (int i = 0; i < 5; ++i) {
+        file.digest({{0, false}}, {piece});
+        file.digest({{piece}, {0, false}}, {piece, piece});
+    }
+    EXPECT_EQ(openHandles(), handles);
 }
 
 TEST(Sha1FailingFile, BytesOfAFailedReadDoNotCount) {
@@ -180,10 +198,9 @@ TEST(Sha1Memory, ExhaustionThrowsAndLosesNothing) {
     Sha1::Digest::fromString(""); // its one-time part is another matter
     Sha1::FromFile(missing);      // opening reports once, with texts of its own
 
-    const auto throwsAtEachAllocation = [&](const char* what, const auto& operation) {
+    const auto throwsAtEachAllocation = [](const char* what, const auto& operation, unsigned first = 1) {
         SCOPED_TRACE(what);
-        const std::size_t handles = openHandles();
-        for (unsigned n = 1;; ++n) {
+        for (unsigned n = first;; ++n) {
             ASSERT_LT(n, 50u);
             bool thrown = false;
             WatchNew watch(n);
@@ -195,20 +212,29 @@ TEST(Sha1Memory, ExhaustionThrowsAndLosesNothing) {
             watch.stop();
             EXPECT_EQ(thrown, watch.happened()) << "allocation " << n;
             EXPECT_EQ(watch.live(), 0u) << "allocation " << n;
-            EXPECT_EQ(openHandles(), handles) << "allocation " << n;
             if (!watch.happened()) {
-                EXPECT_GT(n, 1u) << "nothing was made to fail";
+                EXPECT_GT(n, first) << "nothing was made to fail";
                 return;
             }
         }
     };
+    std::size_t handles = 0;
+    for (int round = 0; round < 2; ++round) {
+        handles = openHandles(); // the first exception of a process may open some that stay
+        throwsAtEachAllocation(
+            "FromFile", [&] { Sha1::FromFile(path); }, allocationsOfOpening(path) + 1);
+        throwsAtEachAllocation("FromFile of a missing file", [&] { Sha1::FromFile(missing); });
+    }
+    EXPECT_EQ(openHandles(), handles);
     throwsAtEachAllocation("FromData", [&] { Sha1::FromData(bytes); });
-    throwsAtEachAllocation("FromFile", [&] { Sha1::FromFile(path); });
-    throwsAtEachAllocation("FromFile of a missing file", [&] { Sha1::FromFile(missing); });
     throwsAtEachAllocation("calculateDigest", [] { Sha1().calculateDigest(); });
     throwsAtEachAllocation("a copy", [&] { const Sha1::Digest copy(digest); });
     throwsAtEachAllocation("fromString", [&] { Sha1::Digest::fromString(text); });
     throwsAtEachAllocation("fromString of no digest", [] { Sha1::Digest::fromString(""); });
+    throwsAtEachAllocation("asString", [&] { digest.asString(); });
+    throwsAtEachAllocation("asWString", [&] { digest.asWString(); });
+    throwsAtEachAllocation("asBase64String", [&] { digest.asBase64String(); });
+    throwsAtEachAllocation("asBase64WString", [&] { digest.asBase64WString(); });
 }
 
 TEST(Sha1Memory, AFailedAssignmentOfADigestChangesNothing) {

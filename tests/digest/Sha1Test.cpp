@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <fstream>
+#include <initializer_list>
 #include <map>
 #include <string>
 #include <type_traits>
@@ -95,7 +96,7 @@ void checkMessages(const std::string& file, std::size_t count) {
         Bytes message = fromHex(entry.at("Msg"));
         message.resize(std::stoul(entry.at("Len")) / 8); // the empty message is written as one byte
         EXPECT_EQ(Sha1::FromData(message).asString(), entry.at("MD"));
-        for (const std::size_t size : {1, 63, 0})
+        for (const std::size_t size : {1u, 63u, 0u})
             EXPECT_EQ(digestInPieces(message, size).asString(), entry.at("MD")) << "pieces of " << size;
     }
 }
@@ -168,11 +169,12 @@ TEST(Sha1, ANewHasherHasTheDigestOfTheEmptyMessage) {
 // ----------------------------------------------------------------------------------------------------------------------
 
 TEST(Sha1, PiecesOfAnySizeGiveTheDigestOfTheWhole) {
-    for (const std::size_t size : {0, 1, 54, 55, 56, 57, 62, 63, 64, 65, 119, 120, 127, 128, 129, 191, 1000}) {
+    for (const std::size_t size :
+         {0u, 1u, 54u, 55u, 56u, 57u, 62u, 63u, 64u, 65u, 119u, 120u, 127u, 128u, 129u, 191u, 1000u}) {
         const Bytes message = Random(static_cast<std::uint32_t>(size)).bytes(size);
         const std::vector<unsigned char> expected = plainSha1(message);
         EXPECT_EQ(Sha1::FromData(message).asBytes(), expected) << size;
-        for (const std::size_t piece : {0, 1, 2, 3, 31, 63, 64, 65, 127, 128, 129})
+        for (const std::size_t piece : {0u, 1u, 2u, 3u, 31u, 63u, 64u, 65u, 127u, 128u, 129u})
             EXPECT_EQ(digestInPieces(message, piece).asBytes(), expected) << size << " bytes by " << piece;
     }
 }
@@ -229,7 +231,7 @@ TEST(Sha1, BytesOfEveryValueCount) {
 
 TEST(Sha1, ACopyContinuesByItself) {
     const Bytes head = Random(3).bytes(100);
-    for (const std::size_t size : {0, 1, 27, 28, 29, 100}) {
+    for (const std::size_t size : {0u, 1u, 27u, 28u, 29u, 100u}) {
         const Bytes one = Random(4).bytes(size);
         const Bytes other = Random(5).bytes(size + 7);
         Sha1 first = hasherOf(head);
@@ -260,7 +262,7 @@ TEST(Sha1, AMovedFromHasherKeepsItsState) {
 }
 
 TEST(Sha1, CopiesAndMovesTakeTheWholeState) {
-    for (const std::size_t size : {0, 5, 63, 64, 100}) {
+    for (const std::size_t size : {0u, 5u, 63u, 64u, 100u}) {
         const Sha1 source = hasherOf(Random(8).bytes(size));
         const State expected(source);
         Sha1 moved(source);
@@ -269,7 +271,7 @@ TEST(Sha1, CopiesAndMovesTakeTheWholeState) {
         Sha1 moveTarget;
         moveTarget = Sha1(source);
         const Sha1 constructed(std::move(moved));
-        for (const Sha1* copy : {&target, &moveTarget, &constructed}) {
+        for (const Sha1* copy : std::initializer_list<const Sha1*>{&target, &moveTarget, &constructed}) {
             const State state(*copy);
             EXPECT_EQ(state.blockFill, expected.blockFill);
             EXPECT_EQ(state.waiting(), expected.waiting());
@@ -300,7 +302,7 @@ TEST(Sha1, AFreshHasherAssignedBeginsTheNextMessage) {
 // -------------------------------------------------------------------------------------------------------------
 
 TEST(Sha1, ASecondDigestIsThatOfTheMessageWithItsPadding) {
-    for (const std::size_t size : {0, 1, 3, 55, 56, 57, 63, 64, 65, 119, 120, 128, 1000}) {
+    for (const std::size_t size : {0u, 1u, 3u, 55u, 56u, 57u, 63u, 64u, 65u, 119u, 120u, 128u, 1000u}) {
         const Bytes message = Random(9).bytes(size);
         Sha1 hasher = hasherOf(message);
         const Sha1::Digest first = hasher.calculateDigest();
@@ -313,8 +315,8 @@ TEST(Sha1, ASecondDigestIsThatOfTheMessageWithItsPadding) {
 }
 
 TEST(Sha1, BytesAfterTheDigestFollowThePadding) {
-    for (const std::size_t size : {0, 3, 55, 56, 63, 64, 65, 100})
-        for (const std::size_t more : {1, 63, 64, 65, 200}) {
+    for (const std::size_t size : {0u, 3u, 55u, 56u, 63u, 64u, 65u, 100u})
+        for (const std::size_t more : {1u, 63u, 64u, 65u, 200u}) {
             const Bytes message = Random(10).bytes(size);
             const Bytes tail = Random(11).bytes(more);
             Sha1 hasher = hasherOf(message);

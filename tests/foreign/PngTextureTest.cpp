@@ -82,8 +82,8 @@ TEST(PngTexture, AssignmentCopiesAndLeavesTheSource) {
 TEST(PngTexture, AssignmentReusesTheRoomThatSuffices) {
     PngTexture target(Bytes(1000, 'x'));
     const char* const room = target.getData().data();
-    for (const std::size_t size : {1000, 1, 999, 0, 1000}) {
-        const Bytes bytes(size, static_cast<char>('a' + size % 26));
+    for (const std::size_t size : {1000u, 1u, 999u, 0u, 1000u}) {
+        const Bytes bytes(size, static_cast<char>('a' + size % 26u));
         target = PngTexture(bytes);
         EXPECT_EQ(target.getData(), bytes);
         EXPECT_EQ(target.getData().data(), room) << size;
