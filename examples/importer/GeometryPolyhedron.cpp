@@ -1,5 +1,7 @@
 #include "GeometryPolyhedron.h"
 
+#include "Triangulation.h"
+
 #include <algorithm>
 
 namespace importer {
@@ -54,9 +56,25 @@ Polyhedron::Measure Polyhedron::measure(const std::vector<Vector3>& moved) const
     });
     Measure result;
     result.volume = std::fabs(volume) / 6.0;
+    result.insideOut = volume < 0.0;
     if (volume != 0.0)
         result.centroid = base + moment * (0.25 / volume);
     return result;
+}
+
+bool Polyhedron::triangulate(const std::vector<Vector3>& moved, std::vector<std::uint32_t>& triangles,
+                             std::uint64_t& work) const {
+    FaceLoops face;
+    for (std::size_t i = 0; i < loops_.size(); ++i) {
+        if (i != 0 && !loops_[i].hole) {
+            if (!importer::triangulate(moved, face, triangles, work))
+                return false;
+            face.clear();
+        }
+        const auto* const corners = corners_.data();
+        face.emplace_back(corners + loops_[i].first, corners + endOf(i));
+    }
+    return importer::triangulate(moved, face, triangles, work);
 }
 
 } // namespace importer

@@ -116,7 +116,10 @@ void addFace(std::vector<Loop>& loops, PointIndex& index, Polyhedron& body) {
     for (std::size_t i = 0; i < loops.size(); ++i) {
         if (i != 0 && dot(areaVector(loops[i]), outer) > 0.0)
             std::reverse(loops[i].begin(), loops[i].end());
-        body.beginLoop();
+        if (i == 0)
+            body.beginLoop();
+        else
+            body.beginHole();
         for (const Vector3& point : loops[i])
             body.addCorner(index.indexOf(point));
     }
@@ -229,8 +232,7 @@ Faces readTessellation(IfcContext& context, const Instance& instance) {
         for (std::uint32_t& corner : corners)
             corner = direct ? corner : detour[corner];
     };
-    const auto add = [&](const std::vector<std::uint32_t>& loop) {
-        faces.body.beginLoop();
+    const auto addCorners = [&](const std::vector<std::uint32_t>& loop) {
         for (const std::uint32_t corner : loop)
             faces.body.addCorner(points.indexOf(corner));
     };
@@ -241,7 +243,8 @@ Faces readTessellation(IfcContext& context, const Instance& instance) {
             read(set, value);
             if (corners.size() != 3)
                 set.fault("a triangle does not have three corners");
-            add(corners);
+            faces.body.beginLoop();
+            addCorners(corners);
             continue;
         }
         const Record face(context, set.resolve(value));
@@ -255,7 +258,8 @@ Faces readTessellation(IfcContext& context, const Instance& instance) {
             return areaVector(loop);
         };
         read(face, face[0]);
-        add(corners);
+        faces.body.beginLoop();
+        addCorners(corners);
         if (!holes)
             continue;
         const Vector3 outer = areaOf();
@@ -264,7 +268,8 @@ Faces readTessellation(IfcContext& context, const Instance& instance) {
             read(face, hole);
             if (dot(areaOf(), outer) > 0.0)
                 std::reverse(corners.begin(), corners.end());
-            add(corners);
+            faces.body.beginHole();
+            addCorners(corners);
         }
     }
     return faces;

@@ -23,13 +23,16 @@ enum class Shape : std::uint32_t {
 
 /// One product: an instance of a subtype of IfcProduct that is a physical or spatial object of the model.
 struct Product {
-    std::uint64_t instance = 0;     ///< Number of its instance in the file (#123).
-    std::uint64_t line = 0;         ///< Line on which that instance begins, from 1.
-    std::string globalId;           ///< Its GlobalId, decoded, of whatever length; empty when not given.
-    std::string className;          ///< Its entity, in capitals as in the file: "IFCBEAM".
-    Velmor::WideString name;        ///< Its name, decoded; empty when not given.
-    Shape shape = Shape::None;      ///< What of the following carries data.
-    std::vector<double> vertexes;   ///< Triples x, y, z in metres, in the model's world; every vertex of the shape.
+    std::uint64_t instance = 0;   ///< Number of its instance in the file (#123).
+    std::uint64_t line = 0;       ///< Line on which that instance begins, from 1.
+    std::string globalId;         ///< Its GlobalId, decoded, of whatever length; empty when not given.
+    std::string className;        ///< Its entity, in capitals as in the file: "IFCBEAM".
+    Velmor::WideString name;      ///< Its name, decoded; empty when not given.
+    Shape shape = Shape::None;    ///< What of the following carries data.
+    std::vector<double> vertexes; ///< Triples x, y, z in metres, in the model's world; every vertex of the shape.
+    /// Of a solid, but for those that a problem tells of: its surface, three vertices by their index for each triangle,
+    /// counterclockwise from outside.
+    std::vector<std::uint32_t> triangles;
     double volume = 0.0;            ///< In cubic metres.
     double centroid[3] = {0, 0, 0}; ///< In metres, in the model's world.
     /// Its class by the tables of `ReferenceObjectClass`; `IFCINVALID` for an entity without a row.

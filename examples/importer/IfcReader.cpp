@@ -152,6 +152,7 @@ void ModelReader::read(std::size_t place) {
         // Part of a shape would look like another one.
         product.shape = Shape::None;
         product.vertexes = {};
+        product.triangles = {};
         product.volume = 0.0;
         context_.note(instance, tooMuch.reason);
     }

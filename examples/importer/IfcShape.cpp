@@ -33,6 +33,10 @@ constexpr Rank ranks[] = {{"BODY", 0},    {"FACETATION", 1}, {"TESSELLATION", 1}
 
 constexpr int otherRank = 14;
 
+/// What cutting one body into triangles may cost, and how many corners looked at count as a byte of work.
+constexpr std::uint64_t mostTriangulation = 50000000;
+constexpr std::uint64_t cornersPerWork = 8;
+
 /// Collects the items of one representation.
 class ShapeReader {
 public:
@@ -53,12 +57,14 @@ private:
     void readExtrudedSurface(const Record& record, const Transform& toWorld);
     void addFaces(const Instance& instance, const Faces& faces, const Transform& toWorld);
     void addSolid(const Instance& instance, const Polyhedron& body, const Transform& toWorld, double sign = 1.0);
+    void addTriangles(const Instance& instance, const Polyhedron& body, const std::vector<Vector3>& moved, bool turned);
     void addPoints(const Instance& instance, const std::vector<Vector3>& points, const Transform& toWorld);
     std::vector<Vector3> addVertexes(const Instance& instance, const std::vector<Vector3>& points, const Transform& toWorld);
 
     IfcContext& context_;
     Product& product_;
     bool solid_ = true;
+    bool triangulated_ = true; // all of the solid
     Vector3 moment_;
 };
 
@@ -81,6 +87,8 @@ void ShapeReader::finish(bool mayBeSolid) {
     const bool measured = solid_ && mayBeSolid && volume > 0.0 && std::isfinite(volume) && std::isfinite(length(moment_));
     product_.shape = measured ? Shape::Solid : Shape::Points;
     product_.volume = measured ? volume : 0.0;
+    if (!measured || !triangulated_)
+        product_.triangles = {};
     const Vector3 centroid = measured ? moment_ * (1.0 / volume) : Vector3();
     product_.centroid[0] = centroid.x;
     product_.centroid[1] = centroid.y;
@@ -217,6 +225,27 @@ void ShapeReader::addSolid(const Instance& instance, const Polyhedron& body, con
     const Polyhedron::Measure measure = body.measure(moved);
     product_.volume += sign * measure.volume;
     moment_ = moment_ + measure.centroid * (sign * measure.volume);
+    addTriangles(instance, body, moved, measure.insideOut != (sign < 0.0));
+}
+
+void ShapeReader::addTriangles(const Instance& instance, const Polyhedron& body, const std::vector<Vector3>& moved,
+                               bool turned) {
+    std::vector<std::uint32_t> triangles;
+    std::uint64_t work = mostTriangulation;
+    const bool cut = body.triangulate(moved, triangles, work);
+    context_.charge((mostTriangulation - work) / cornersPerWork);
+    if (!cut) {
+        context_.note(instance, "has faces with too many corners to be cut into triangles; its solid is not handed over");
+        triangulated_ = false;
+        return;
+    }
+    const auto first = static_cast<std::uint32_t>(product_.vertexes.size() / 3 - moved.size());
+    for (std::size_t i = 0; i < triangles.size(); i += 3) {
+        if (turned)
+            std::swap(triangles[i], triangles[i + 1]);
+        for (std::size_t corner = i; corner < i + 3; ++corner)
+            product_.triangles.push_back(first + triangles[corner]);
+    }
 }
 
 void ShapeReader::addPoints(const Instance& instance, const std::vector<Vector3>& points, const Transform& toWorld) {

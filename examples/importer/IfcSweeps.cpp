@@ -17,8 +17,8 @@ std::uint32_t size32(const std::vector<Vector3>& points) {
     return static_cast<std::uint32_t>(points.size());
 }
 
-/// Adds the wall between rings of the same number of points that lie behind each other in `body.points`, from `first` on,
-/// and the two lids; a closed one has its last ring joined to the first instead.
+/// Adds the wall between rings of the same number of points that lie behind each other in `body.points`, from `first` on; a
+/// closed one has its last ring joined to the first.
 void addWall(Polyhedron& body, std::uint32_t first, std::uint32_t count, std::uint32_t rings, bool closed) {
     for (std::uint32_t ring = 0; ring + (closed ? 0 : 1) < rings; ++ring) {
         const std::uint32_t a = first + ring * count;
@@ -28,33 +28,51 @@ void addWall(Polyhedron& body, std::uint32_t first, std::uint32_t count, std::ui
             body.addLoop(a + i, a + next, b + next, b + i);
         }
     }
-    if (closed)
-        return;
-    body.beginLoop();
-    for (std::uint32_t i = count; i-- > 0;)
-        body.addCorner(first + i);
-    body.beginLoop();
-    for (std::uint32_t i = 0; i < count; ++i)
-        body.addCorner(first + (rings - 1) * count + i);
+}
+
+/// The rings of one loop that is swept.
+struct Rings {
+    std::uint32_t first; // point
+    std::uint32_t count; // points of each ring
+};
+
+/// Adds the two lids of what an outline and its holes have been swept to, between the first ring and the last one.
+void addLids(Polyhedron& body, const std::vector<Rings>& loops, std::uint32_t rings) {
+    for (const bool front : {true, false}) {
+        for (std::size_t loop = 0; loop < loops.size(); ++loop) {
+            const auto [first, count] = loops[loop];
+            if (loop == 0)
+                body.beginLoop();
+            else
+                body.beginHole();
+            for (std::uint32_t i = 0; i < count; ++i)
+                body.addCorner(front ? first + count - 1 - i : first + (rings - 1) * count + i);
+        }
+    }
 }
 
 /// Sweeps every loop of the regions through the sections.
 Polyhedron sweep(IfcContext& context, const std::vector<Region>& regions, const std::vector<Transform>& sections,
                  bool closed) {
     Polyhedron body;
+    const auto count = static_cast<std::uint32_t>(sections.size());
+    std::vector<Rings> loops;
     const auto add = [&](const Loop& loop) {
         context.chargePoints(loop.size() * sections.size());
-        const std::uint32_t first = size32(body.points);
+        loops.push_back({size32(body.points), size32(loop)});
         for (const Transform& section : sections) {
             for (const Vector3& point : loop)
                 body.points.push_back(section.point(point));
         }
-        addWall(body, first, size32(loop), static_cast<std::uint32_t>(sections.size()), closed);
+        addWall(body, loops.back().first, loops.back().count, count, closed);
     };
     for (const Region& region : regions) {
+        loops.clear();
         add(region.outer);
         for (const Loop& hole : region.holes)
             add(hole);
+        if (!closed)
+            addLids(body, loops, count);
     }
     return body;
 }
@@ -135,6 +153,7 @@ Polyhedron sweepDisk(IfcContext& context, const Record& record) {
     // Everything is carried along the first leg of a frame across it, then moved along each leg into the next plane.
     const Transform start = frameAlong(leg(0), line[0]);
     Polyhedron body;
+    std::vector<Rings> pipes;
     const auto addPipe = [&](double radius, bool hole) {
         context.chargePoints(count * segmentsPerTurn);
         const std::uint32_t first = size32(body.points);
@@ -153,10 +172,13 @@ Polyhedron sweepDisk(IfcContext& context, const Record& record) {
             }
         }
         addWall(body, first, size32(ring), static_cast<std::uint32_t>(count), closed);
+        pipes.push_back({first, size32(ring)});
     };
     addPipe(outer, false);
     if (inner > 0.0)
         addPipe(inner, true);
+    if (!closed)
+        addLids(body, pipes, static_cast<std::uint32_t>(count));
     return body;
 }
 

@@ -18,6 +18,7 @@ add_library(velmor_ifc_reader STATIC
     ${CMAKE_CURRENT_LIST_DIR}/Profiles.cpp
     ${CMAKE_CURRENT_LIST_DIR}/StepFile.cpp
     ${CMAKE_CURRENT_LIST_DIR}/StepLexer.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/StepText.cpp)
+    ${CMAKE_CURRENT_LIST_DIR}/StepText.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/Triangulation.cpp)
 target_include_directories(velmor_ifc_reader PUBLIC ${CMAKE_CURRENT_LIST_DIR})
 target_link_libraries(velmor_ifc_reader PUBLIC Velmor::Velmor PRIVATE velmor_options)

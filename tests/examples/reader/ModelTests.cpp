@@ -197,5 +197,24 @@ TEST(Models, TheFolderIsReadOrNotNamed) {
     EXPECT_EQ(models().empty(), std::getenv("VELMOR_MODELS") == nullptr);
 }
 
+TEST(Models, SolidsAreBoundedByTheirTriangles) {
+    for (const auto& [name, text] : models()) {
+        SCOPED_TRACE(name);
+        std::size_t solids = 0;
+        std::size_t triangles = 0;
+        for (const Product& product : readText(text).products) {
+            if (product.shape != Shape::Solid) {
+                EXPECT_TRUE(product.triangles.empty());
+                continue;
+            }
+            SCOPED_TRACE("#" + std::to_string(product.instance));
+            expectTriangles(product, 1e-7);
+            ++solids;
+            triangles += product.triangles.size() / 3;
+        }
+        std::printf("%s: %zu solids, %zu triangles\n", name.c_str(), solids, triangles);
+    }
+}
+
 } // namespace
 } // namespace importer

@@ -6,8 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace importer::testing {
@@ -122,12 +125,40 @@ inline void expectBox(const Product& product, double x0, double y0, double z0, d
     }
 }
 
+/// The triangles of a solid bound it: each edge is there as often one way as the other, and what they enclose, counted
+/// positive when they are counterclockwise from outside, is the solid's volume.
+/// @param share of the volume that may be missing: faces that are not quite plane enclose more or less, as they are cut.
+inline void expectTriangles(const Product& product, double share = 1e-9) {
+    ASSERT_FALSE(product.triangles.empty());
+    ASSERT_EQ(product.triangles.size() % 3, 0u);
+    std::map<std::pair<std::uint32_t, std::uint32_t>, int> edges;
+    double six = 0.0;
+    for (std::size_t i = 0; i < product.triangles.size(); i += 3) {
+        double at[3][3];
+        for (std::size_t corner = 0; corner < 3; ++corner) {
+            const std::uint32_t a = product.triangles[i + corner];
+            const std::uint32_t b = product.triangles[i + (corner + 1) % 3];
+            ASSERT_LT(a, product.vertexes.size() / 3);
+            edges[{std::min(a, b), std::max(a, b)}] += a < b ? 1 : a > b ? -1 : 0;
+            for (std::size_t axis = 0; axis < 3; ++axis) // from a vertex, so that a place far away costs no digits
+                at[corner][axis] = product.vertexes[3 * a + axis] - product.vertexes[axis];
+        }
+        six += at[0][0] * (at[1][1] * at[2][2] - at[1][2] * at[2][1]) +
+               at[0][1] * (at[1][2] * at[2][0] - at[1][0] * at[2][2]) +
+               at[0][2] * (at[1][0] * at[2][1] - at[1][1] * at[2][0]);
+    }
+    for (const auto& [edge, balance] : edges)
+        EXPECT_EQ(balance, 0) << "the edge from " << edge.first << " to " << edge.second;
+    EXPECT_NEAR(six / 6.0, product.volume, share * (1.0 + product.volume));
+}
+
 inline void expectSolid(const Product& product, double volume, double x, double y, double z) {
     EXPECT_EQ(product.shape, Shape::Solid);
     EXPECT_NEAR(product.volume, volume, 1e-9 * (1.0 + volume));
     EXPECT_NEAR(product.centroid[0], x, 1e-9);
     EXPECT_NEAR(product.centroid[1], y, 1e-9);
     EXPECT_NEAR(product.centroid[2], z, 1e-9);
+    expectTriangles(product);
 }
 
 /// Area of the polygon of 64 corners that stands for a circle of radius 1: 32 sin(2 pi / 64).
