@@ -4,6 +4,8 @@
 #include "platform/diagnostics/Diagnostics.h"
 #include "platform/os/os.h"
 
+#include <memory>
+
 namespace Velmor {
 
 namespace {
@@ -26,21 +28,23 @@ FileStream::~FileStream() {
 }
 
 FileStream* FileStream::openFileForReading(const WideString& path) {
-    const HANDLE handle = os::createFile(path.c_str(), {.read = true, .shareReading = true, .sequential = true});
-    if (handle == os::invalidHandle()) {
+    std::unique_ptr<FileStream> stream(new FileStream(os::invalidHandle(), true)); // first: nothing is opened without it
+    stream->handle_ = os::createFile(path.c_str(), {.read = true, .shareReading = true, .sequential = true});
+    if (stream->handle_ == os::invalidHandle()) {
         static ReportOnce once;
         once([&] { reportFailedOpening(path); });
     }
-    return new FileStream(handle, true);
+    return stream.release();
 }
 
 FileStream* FileStream::createFileForWriting(const WideString& path) {
-    const HANDLE handle = os::createFile(path.c_str(), {.write = true, .create = true, .sequential = true});
-    if (handle == os::invalidHandle()) {
+    std::unique_ptr<FileStream> stream(new FileStream(os::invalidHandle(), true)); // first: nothing is opened without it
+    stream->handle_ = os::createFile(path.c_str(), {.write = true, .create = true, .sequential = true});
+    if (stream->handle_ == os::invalidHandle()) {
         static ReportOnce once;
         once([&] { reportFailedOpening(path); });
     }
-    return new FileStream(handle, true);
+    return stream.release();
 }
 
 FileStream* FileStream::createTemporaryFile() {
@@ -50,13 +54,14 @@ FileStream* FileStream::createTemporaryFile() {
     os::getTempPath(pathCapacity, folder);
     os::getTempFileName(folder, VELMOR_WIDE("KXF"), name);
     // Without a name the file cannot be opened either; that is where both failures show.
-    const HANDLE handle = os::createFile(
+    std::unique_ptr<FileStream> stream(new FileStream(os::invalidHandle(), true));
+    stream->handle_ = os::createFile(
         name, {.read = true, .write = true, .inheritable = true, .create = true, .temporary = true, .deleteOnClose = true});
-    if (handle == os::invalidHandle()) {
+    if (stream->handle_ == os::invalidHandle()) {
         static ReportOnce once;
         once([] { reportDiagnostic(4, "creation of temporary file failed."); });
     }
-    return new FileStream(handle, true);
+    return stream.release();
 }
 
 FileStream* FileStream::createFromHandle(HANDLE handle) {
