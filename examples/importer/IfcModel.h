@@ -42,6 +42,14 @@ struct Product {
     std::vector<std::uint32_t> propertySets;
 };
 
+/// One image of the model.
+struct Texture {
+    std::uint64_t instance = 0; ///< Number of its instance.
+    std::uint64_t line = 0;     ///< Line on which that instance begins, from 1.
+    std::string name;           ///< UTF-8: of an image beside the model its file's name, otherwise empty.
+    std::vector<char> png;      ///< The whole PNG file.
+};
+
 /// What spoiled one object; the import goes on.
 struct Problem {
     std::uint64_t line = 0;     ///< Line of the instance at fault, from 1.
@@ -68,6 +76,9 @@ public:
 
     /// Called for each property set of the model, once, before any product that has it. The first one is number 0.
     virtual void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) = 0;
+
+    /// Called for each image of the model, in the order of the file, before any product.
+    virtual void texture(Texture&& texture) { static_cast<void>(texture); }
 
     /// Called for each product, in the order of the file.
     virtual void product(Product&& product) = 0;

@@ -28,7 +28,7 @@ public:
     class VELMOR_API Digest {
     public:
         /// @param bytes copied.
-        explicit Digest(const std::vector<unsigned char>& bytes);
+        Digest(const std::vector<unsigned char>& bytes);
 
         Digest(const Digest& other);
         Digest(Digest&& other) noexcept;
