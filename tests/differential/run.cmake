@@ -1,0 +1,23 @@
+# Runs a program that prints a table and compares what it prints with a file; or writes the file.
+#   cmake -DPROGRAM=<program> -DEXPECTED=<file> [-DEMULATOR=<program>] [-DWRITE=ON] -P run.cmake
+cmake_minimum_required(VERSION 3.25)
+
+get_filename_component(name ${PROGRAM} NAME_WE)
+set(found ${CMAKE_CURRENT_BINARY_DIR}/${name}.txt)
+if(WRITE)
+    set(found ${EXPECTED})
+endif()
+execute_process(COMMAND ${EMULATOR} ${PROGRAM} OUTPUT_FILE ${found} RESULT_VARIABLE result ERROR_VARIABLE error)
+if(NOT result EQUAL 0)
+    message(FATAL_ERROR "${name} ended with ${result}\n${error}")
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${found} ${EXPECTED} RESULT_VARIABLE different)
+if(different)
+    execute_process(COMMAND diff -a ${EXPECTED} ${found} OUTPUT_VARIABLE difference)
+    string(LENGTH "${difference}" length)
+    if(length GREATER 8000)
+        string(SUBSTRING "${difference}" 0 8000 difference)
+        string(APPEND difference "\n...")
+    endif()
+    message(FATAL_ERROR "${found} differs from ${EXPECTED}:\n${difference}")
+endif()

@@ -1,0 +1,188 @@
+#include "PortableExecutable.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace velmor_tests {
+namespace {
+
+/// Bytes that are written in order, numbers with their low byte first.
+class Bytes {
+public:
+    std::size_t size() const { return text_.size(); }
+    const std::string& text() const { return text_; }
+
+    void put16(std::uint32_t value) {
+        text_ += static_cast<char>(value & 0xFF);
+        text_ += static_cast<char>(value >> 8 & 0xFF);
+    }
+    void put32(std::uint32_t value) {
+        put16(value & 0xFFFF);
+        put16(value >> 16);
+    }
+    void put(const std::string& bytes) { text_ += bytes; }
+    void zeros(std::size_t count) { text_.append(count, '\0'); }
+    void fillTo(std::size_t multiple) { zeros((multiple - size() % multiple) % multiple); }
+    void set16(std::size_t at, std::uint32_t value) {
+        text_[at] = static_cast<char>(value & 0xFF);
+        text_[at + 1] = static_cast<char>(value >> 8 & 0xFF);
+    }
+
+private:
+    std::string text_;
+};
+
+constexpr std::uint32_t fileAlignment = 0x200;
+constexpr std::uint32_t sectionAlignment = 0x1000;
+constexpr std::uint32_t subdirectory = 0x80000000;
+
+std::uint32_t high(const VersionNumbers& version) {
+    return static_cast<std::uint32_t>(version[0]) << 16 | version[1];
+}
+
+std::uint32_t low(const VersionNumbers& version) {
+    return static_cast<std::uint32_t>(version[2]) << 16 | version[3];
+}
+
+/// A VS_VERSIONINFO block.
+std::string versionBlock(const VersionResource& resource) {
+    Bytes block;
+    block.put16(0); // the length, known below
+    block.put16(resource.valueLength);
+    block.put16(0); // binary
+    for (const char c : resource.key) {
+        block.put16(static_cast<unsigned char>(c));
+    }
+    block.put16(0);
+    block.fillTo(4);
+    block.put32(resource.signature);
+    block.put32(0x00010000);
+    block.put32(high(resource.file));
+    block.put32(low(resource.file));
+    block.put32(high(resource.product));
+    block.put32(low(resource.product));
+    block.put32(0x3F);       // mask of the flags
+    block.put32(0);          // flags
+    block.put32(0x00040004); // for Windows NT
+    block.put32(2);          // a library
+    block.zeros(12);
+    block.put(std::string(resource.behind.begin(), resource.behind.end()));
+    block.set16(0, static_cast<std::uint32_t>(block.size()));
+    return block.text();
+}
+
+void putDirectory(Bytes& out, std::size_t entries) {
+    out.zeros(12);
+    out.put16(0); // with names
+    out.put16(static_cast<std::uint32_t>(entries));
+}
+
+/// A resource section: type, id, then one leaf for each language.
+std::string resourceSection(const PortableExecutable& program, std::uint32_t address) {
+    const std::size_t count = program.resources.size();
+    const std::size_t leaves = 24 + 24 + 16 + 8 * count;
+    std::size_t data = leaves + 16 * count;
+    Bytes out;
+    putDirectory(out, 1);
+    out.put32(program.type);
+    out.put32(subdirectory | 24);
+    putDirectory(out, 1);
+    out.put32(program.id);
+    out.put32(subdirectory | 48);
+    putDirectory(out, count);
+    for (std::size_t i = 0; i < count; ++i) {
+        out.put32(program.resources[i].language);
+        out.put32(static_cast<std::uint32_t>(leaves + 16 * i));
+    }
+    Bytes blocks;
+    for (const VersionResource& resource : program.resources) {
+        const std::string block = versionBlock(resource);
+        out.put32(static_cast<std::uint32_t>(address + data + blocks.size()));
+        out.put32(static_cast<std::uint32_t>(block.size()));
+        out.zeros(8);
+        blocks.put(block);
+        blocks.fillTo(8);
+    }
+    out.put(blocks.text());
+    return out.text();
+}
+
+struct Section {
+    std::string name;
+    std::string content;
+    std::uint32_t flags;
+};
+
+} // namespace
+
+std::string bytesOf(const PortableExecutable& program) {
+    const std::uint32_t resourceAddress = sectionAlignment * (program.otherSections ? 2 : 1);
+    std::vector<Section> sections;
+    if (program.otherSections) {
+        sections.push_back({".text", std::string(5, '\xC3'), 0x60000020});
+    }
+    sections.push_back({".rsrc", resourceSection(program, resourceAddress), 0x40000040});
+    if (program.otherSections) {
+        sections.push_back({".data", std::string(700, 'd'), 0xC0000040});
+    }
+    const auto sectionCount = static_cast<std::uint32_t>(sections.size());
+
+    Bytes out;
+    out.put("MZ");
+    out.zeros(58);
+    out.put32(64); // where the other headers begin
+    out.put(std::string("PE\0\0", 4));
+    out.put16(program.wide ? 0x8664 : 0x014C);
+    out.put16(sectionCount);
+    out.zeros(12);
+    out.put16(program.wide ? 240 : 224);
+    out.put16(program.wide ? 0x2022 : 0x2102); // a library
+    out.put16(program.wide ? 0x020B : 0x010B);
+    out.zeros(18);                                        // linker, sizes, entry
+    out.put32(sectionAlignment);                          // where the code begins
+    program.wide ? out.put32(0x80000000u) : out.put32(0); // where the data begins; with the wide form, the base's low half
+    program.wide ? out.put32(1) : out.put32(0x10000000u); // the base
+    out.put32(sectionAlignment);
+    out.put32(fileAlignment);
+    out.put16(4);
+    out.put16(0);
+    out.zeros(4);
+    out.put16(4);
+    out.put16(0);
+    out.zeros(4);
+    out.put32(sectionAlignment * (sectionCount + 1)); // the image
+    out.put32(fileAlignment);                         // the headers
+    out.zeros(4);
+    out.put16(2);
+    out.put16(0);
+    out.zeros(program.wide ? 32 : 16);
+    out.put32(0);
+    out.put32(16);
+    out.zeros(16);
+    if (program.resourceDirectory) {
+        out.put32(resourceAddress);
+        out.put32(static_cast<std::uint32_t>(sections[program.otherSections ? 1 : 0].content.size()));
+    } else {
+        out.zeros(8);
+    }
+    out.zeros(13 * 8);
+    Bytes raw;
+    for (std::uint32_t i = 0; i < sectionCount; ++i) {
+        const Section& section = sections[i];
+        const std::size_t begin = fileAlignment + raw.size();
+        raw.put(section.content);
+        raw.fillTo(fileAlignment);
+        out.put(section.name);
+        out.zeros(8 - section.name.size());
+        out.put32(static_cast<std::uint32_t>(section.content.size()));
+        out.put32(sectionAlignment * (i + 1));
+        out.put32(static_cast<std::uint32_t>(fileAlignment + raw.size() - begin));
+        out.put32(static_cast<std::uint32_t>(begin));
+        out.zeros(12);
+        out.put32(section.flags);
+    }
+    out.fillTo(fileAlignment);
+    return out.text() + raw.text();
+}
+
+} // namespace velmor_tests
