@@ -1,0 +1,185 @@
+// The file name of the module that an address lies in.
+
+#include "Tools.h"
+
+#include <Velmor/Platform.h>
+
+#include <support/UnderDebugger.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#if defined(_WIN32)
+    #include <windows.h>
+#else
+    #include <dlfcn.h>
+    #include <fcntl.h>
+    #include <sys/mman.h>
+    #include <unistd.h>
+#endif
+
+namespace {
+
+using Velmor::DynamicLibrary;
+using Velmor::FileOperations;
+using velmor_tests::Folder;
+using velmor_tests::narrow;
+using velmor_tests::wide;
+
+int dataOfTheProgram = 1;
+int zeroDataOfTheProgram;
+const char constantOfTheProgram[] = "a constant";
+
+void functionOfTheProgram() {}
+
+template <class Function>
+const void* addressOf(Function* function) {
+    return reinterpret_cast<const void*>(function);
+}
+
+std::string module(const void* address) {
+    return narrow(FileOperations::GetModuleByAddress(address));
+}
+
+std::filesystem::path programPath() {
+    return velmor_tests::pathOf(velmor_tests::programPath());
+}
+
+using Library = std::unique_ptr<DynamicLibrary>;
+
+/// Copies the test module to a place and loads it from there.
+Library loadCopy(const std::filesystem::path& path) {
+    const auto built =
+        programPath().parent_path() / "modules" / "first" / (std::string("velmor_module") + velmor_tests::moduleEnding);
+    std::filesystem::copy_file(built, path);
+    return Library(DynamicLibrary::loadDynamicLibrary(wide(path), wide(path.parent_path())));
+}
+
+TEST(FileOperationsModules, AddressesOfTheProgramLieInItsFile) {
+    const std::string program = narrow(programPath());
+    EXPECT_TRUE(std::filesystem::path(program).is_absolute());
+    EXPECT_EQ(module(addressOf(&functionOfTheProgram)), program);
+    EXPECT_EQ(module(&dataOfTheProgram), program);
+    EXPECT_EQ(module(&zeroDataOfTheProgram), program);
+    EXPECT_EQ(module(constantOfTheProgram), program);
+}
+
+TEST(FileOperationsModules, AddressesOfTheLibraryLieInItsFile) {
+    const auto path = velmor_tests::pathOf(module(addressOf(&FileOperations::GetModuleByAddress)));
+    EXPECT_TRUE(path.is_absolute());
+    EXPECT_EQ(narrow(path.stem()), std::string(velmor_tests::programEnding).empty() ? "libVelmor-3.91" : "Velmor-3.91");
+    EXPECT_EQ(narrow(path.extension()), velmor_tests::moduleEnding);
+    EXPECT_TRUE(std::filesystem::equivalent(path.parent_path(), programPath().parent_path())) << path;
+}
+
+TEST(FileOperationsModules, AddressesOfALoadedModuleLieInItsFile) {
+    const Folder folder;
+    const auto path = folder / (std::string("Gr\u00FC\u00DFe \u6E2C") + velmor_tests::moduleEnding).c_str();
+    const Library library = loadCopy(path);
+    ASSERT_TRUE(library->isValid());
+    EXPECT_EQ(module(library->getSymbolAddress("velmorModuleVariant")), narrow(path));
+    EXPECT_EQ(module(library->getSymbolAddress("velmorModuleData")), narrow(path));
+    EXPECT_EQ(module(static_cast<const char*>(library->getSymbolAddress("velmorModuleVariant")) + 1), narrow(path));
+}
+
+TEST(FileOperationsModules, UnloadedModuleIsGone) {
+    const Folder folder;
+    Library library = loadCopy(folder / (std::string("module") + velmor_tests::moduleEnding).c_str());
+    ASSERT_TRUE(library->isValid());
+    const void* address = library->getSymbolAddress("velmorModuleVariant");
+    ASSERT_NE(module(address), "");
+    library.reset(); // asking has not kept it
+    EXPECT_EQ(module(address), "");
+}
+
+TEST(FileOperationsModules, NameOfAModuleIsFullHoweverItWasLoaded) {
+    const Folder folder;
+    const std::string name = std::string("module") + velmor_tests::moduleEnding;
+    const auto built =
+        programPath().parent_path() / "modules" / "first" / (std::string("velmor_module") + velmor_tests::moduleEnding);
+    std::filesystem::copy_file(built, folder / name.c_str());
+    const auto old = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path());
+    const Library library(DynamicLibrary::loadDynamicLibrary(wide("./" + name), wide(".")));
+    const bool loaded = library->isValid();
+    const std::string inside = loaded ? module(library->getSymbolAddress("velmorModuleVariant")) : "";
+    std::filesystem::current_path(old);
+    ASSERT_TRUE(loaded);
+    EXPECT_EQ(inside, narrow(folder / name.c_str()));
+    // ... and wherever the program has gone since.
+    EXPECT_EQ(module(library->getSymbolAddress("velmorModuleVariant")), narrow(folder / name.c_str()));
+}
+
+TEST(FileOperationsModules, NullIsTheProgram) {
+    // Where Win32 is asked for the module of no name, it takes the program's.
+    EXPECT_EQ(module(nullptr), narrow(programPath()));
+}
+
+TEST(FileOperationsModules, OtherAddressesLieInNone) {
+    const auto heap = std::make_unique<int>(1);
+    const int local = 1;
+    EXPECT_EQ(module(heap.get()), "");
+    EXPECT_EQ(module(&local), "");
+    for (const std::uintptr_t value :
+         {std::uintptr_t{1}, std::uintptr_t{4096}, ~std::uintptr_t{0}, ~std::uintptr_t{0} / 2}) {
+        EXPECT_EQ(module(reinterpret_cast<const void*>(value)), "") << value;
+    }
+}
+
+TEST(FileOperationsModules, MappedFileIsNoModule) {
+    const Folder folder;
+    const auto path = folder / "data";
+    velmor_tests::writeFile(path, std::string(100'000, 'x'));
+#if defined(_WIN32)
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE mapping = CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr);
+    void* view = MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0);
+    ASSERT_NE(view, nullptr);
+    EXPECT_EQ(module(view), "");
+    UnmapViewOfFile(view);
+    CloseHandle(mapping);
+    CloseHandle(file);
+#else
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    void* view = mmap(nullptr, 100'000, PROT_READ, MAP_PRIVATE, descriptor, 0);
+    ASSERT_NE(view, MAP_FAILED);
+    EXPECT_EQ(module(view), "");
+    munmap(view, 100'000);
+    close(descriptor);
+#endif
+}
+
+TEST(FileOperationsModules, ModulesOfTheSystemHaveTheirs) {
+#if defined(_WIN32)
+    const auto path = velmor_tests::pathOf(module(addressOf(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "Sleep"))));
+    EXPECT_EQ(narrow(path.stem()), "kernel32");
+#else
+    const auto path = velmor_tests::pathOf(module(dlsym(RTLD_DEFAULT, "getppid")));
+    EXPECT_EQ(narrow(path.filename()).substr(0, 4), "libc");
+#endif
+    EXPECT_TRUE(path.is_absolute());
+    EXPECT_TRUE(std::filesystem::exists(path)) << path;
+}
+
+TEST(FileOperationsModules, NameIsCutAtTheBuffersEnd) {
+    const Folder folder;
+    auto path = folder.path();
+    for (int i = 0; i < 3; ++i) {
+        path /= std::string(80, 'd');
+        std::filesystem::create_directory(path);
+    }
+    path /= std::string("module") + velmor_tests::moduleEnding;
+    ASSERT_GT(wide(path).size(), 262u);
+    const Library library = loadCopy(path);
+    ASSERT_TRUE(library->isValid());
+    const auto name = FileOperations::GetModuleByAddress(library->getSymbolAddress("velmorModuleVariant"));
+    // 260 units, of which Windows keeps one for the end of the text and Wine does not.
+    EXPECT_TRUE(name.size() == 259 || name.size() == 260) << name.size();
+    EXPECT_TRUE(name == wide(path).substr(0, name.size())) << narrow(name);
+}
+
+} // namespace

@@ -1,0 +1,296 @@
+// The product version of a program file.
+
+#include "PortableExecutable.h"
+#include "Tools.h"
+
+#include <Velmor/Platform.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <ostream>
+#include <random>
+#include <string>
+
+namespace {
+
+using Velmor::FileOperations;
+using Velmor::WideString;
+using velmor_tests::bytesOf;
+using velmor_tests::Folder;
+using velmor_tests::narrow;
+using velmor_tests::PortableExecutable;
+using velmor_tests::wide;
+using velmor_tests::writeFile;
+
+struct Version {
+    bool known;
+    std::array<unsigned, 4> numbers;
+
+    bool operator==(const Version&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Version& version) {
+    out << (version.known ? "true" : "false");
+    for (const unsigned number : version.numbers) {
+        out << ' ' << number;
+    }
+    return out;
+}
+
+constexpr Version unknown{false, {0, 0, 0, 0}};
+
+Version versionOf(const WideString& path) {
+    Version version{false, {9, 9, 9, 9}}; // the outputs are set in any case
+    auto& [major, minor, build, revision] = version.numbers;
+    version.known = FileOperations::GetProductVersion(path, &major, &minor, &build, &revision);
+    return version;
+}
+
+Version versionOf(const std::filesystem::path& path) {
+    return versionOf(wide(path));
+}
+
+/// Versions of files that are made for the purpose.
+class Maker {
+public:
+    Version of(const std::string& content) {
+        writeFile(folder_ / "program.dll", content);
+        return versionOf(folder_ / "program.dll");
+    }
+    Version of(const PortableExecutable& program) { return of(bytesOf(program)); }
+
+private:
+    Folder folder_;
+};
+
+TEST(ProductVersion, IsThatOfTheProductAndNotOfTheFile) {
+    Maker maker;
+    for (const bool wideForm : {false, true}) {
+        PortableExecutable program;
+        program.wide = wideForm;
+        program.resources[0].product = {3, 91, 7, 5};
+        program.resources[0].file = {1, 2, 3, 4};
+        EXPECT_EQ(maker.of(program), (Version{true, {3, 91, 7, 5}})) << wideForm;
+    }
+}
+
+TEST(ProductVersion, NumbersAreWordsInTheirOrder) {
+    Maker maker;
+    for (const bool wideForm : {false, true}) {
+        for (const velmor_tests::VersionNumbers& numbers : {velmor_tests::VersionNumbers{0, 0, 0, 0},
+                                                            {1, 0, 0, 0},
+                                                            {0, 1, 0, 0},
+                                                            {0, 0, 1, 0},
+                                                            {0, 0, 0, 1},
+                                                            {65535, 65534, 65533, 65532},
+                                                            {0x8000, 0x0080, 0x00FF, 0xFF00}}) {
+            PortableExecutable program;
+            program.wide = wideForm;
+            program.resources[0].product = numbers;
+            EXPECT_EQ(maker.of(program), (Version{true, {numbers[0], numbers[1], numbers[2], numbers[3]}}));
+        }
+    }
+}
+
+TEST(ProductVersion, IsFoundAmongOtherSections) {
+    Maker maker;
+    for (const bool wideForm : {false, true}) {
+        PortableExecutable program;
+        program.wide = wideForm;
+        program.otherSections = true;
+        EXPECT_EQ(maker.of(program), (Version{true, {3, 91, 0, 0}})) << wideForm;
+    }
+}
+
+TEST(ProductVersion, IsFoundWhateverFollowsTheFixedPart) {
+    Maker maker;
+    PortableExecutable program;
+    for (const std::size_t size : {4u, 100u, 3000u}) {
+        program.resources[0].behind.assign(size, 0x41);
+        EXPECT_EQ(maker.of(program), (Version{true, {3, 91, 0, 0}})) << size;
+    }
+}
+
+TEST(ProductVersion, AnyLanguageWillDoAndAmericanEnglishComesFirst) {
+    Maker maker;
+    PortableExecutable program;
+    for (const int language : {0x0000, 0x0407, 0x0409, 0x0809, 0x0411}) {
+        program.resources[0].language = static_cast<std::uint16_t>(language);
+        EXPECT_EQ(maker.of(program), (Version{true, {3, 91, 0, 0}})) << language;
+    }
+    program.resources.resize(2);
+    program.resources[0].language = 0x0407;
+    program.resources[0].product = {1, 1, 1, 1};
+    program.resources[1].language = 0x0409;
+    program.resources[1].product = {2, 2, 2, 2};
+    EXPECT_EQ(maker.of(program), (Version{true, {2, 2, 2, 2}}));
+}
+
+TEST(ProductVersion, FileWithoutOneIsRefused) {
+    Maker maker;
+    for (const bool wideForm : {false, true}) {
+        PortableExecutable program;
+        program.wide = wideForm;
+        program.otherSections = true;
+        const auto with = [&](auto change) {
+            PortableExecutable changed = program;
+            change(changed);
+            return maker.of(changed);
+        };
+        EXPECT_EQ(with([](auto& p) { p.resourceDirectory = false; }), unknown);
+        EXPECT_EQ(with([](auto& p) { p.type = 24; }), unknown);
+        EXPECT_EQ(with([](auto& p) { p.id = 2; }), unknown);
+        EXPECT_EQ(with([](auto& p) { p.resources.clear(); }), unknown);
+    }
+}
+
+TEST(ProductVersion, WhatIsNoProgramIsRefused) {
+    Maker maker;
+    EXPECT_EQ(maker.of(std::string()), unknown);
+    EXPECT_EQ(maker.of("M"), unknown);
+    EXPECT_EQ(maker.of("MZ"), unknown);
+    EXPECT_EQ(maker.of("A text, and no program.\n"), unknown);
+    EXPECT_EQ(maker.of(std::string(100'000, '\0')), unknown);
+    EXPECT_EQ(maker.of(std::string(100'000, '\xFF')), unknown);
+    EXPECT_EQ(maker.of("MZ" + std::string(100'000, '\xFF')), unknown);
+    EXPECT_EQ(maker.of("\x7F"
+                       "ELF" +
+                       std::string(1000, '\1')),
+              unknown);
+
+    const Folder folder;
+    EXPECT_EQ(versionOf(folder / "missing.dll"), unknown);
+    EXPECT_EQ(versionOf(folder.path()), unknown);
+    EXPECT_EQ(versionOf(WideString()), unknown);
+}
+
+TEST(ProductVersion, BothSeparatorsLeadToTheFile) {
+    const Folder folder;
+    writeFile(folder / "Gr\u00FC\u00DFe.dll", bytesOf(PortableExecutable()));
+    const std::string base = narrow(folder.path());
+    EXPECT_EQ(versionOf(wide(base + "/Gr\u00FC\u00DFe.dll")), (Version{true, {3, 91, 0, 0}}));
+    EXPECT_EQ(versionOf(wide(base + "\\Gr\u00FC\u00DFe.dll")), (Version{true, {3, 91, 0, 0}}));
+}
+
+TEST(ProductVersion, OutputsMayBeOneAndTheSame) {
+    const Folder folder;
+    PortableExecutable program;
+    program.resources[0].product = {1, 2, 3, 4};
+    writeFile(folder / "program.dll", bytesOf(program));
+    unsigned number = 9;
+    EXPECT_TRUE(FileOperations::GetProductVersion(wide(folder / "program.dll"), &number, &number, &number, &number));
+    EXPECT_EQ(number, 4u);
+    EXPECT_FALSE(FileOperations::GetProductVersion(wide(folder / "missing.dll"), &number, &number, &number, &number));
+    EXPECT_EQ(number, 0u);
+}
+
+TEST(ProductVersion, LeavesNoHandleBehind) {
+    const Folder folder;
+    writeFile(folder / "program.dll", bytesOf(PortableExecutable()));
+    writeFile(folder / "text.dll", "text");
+    const auto round = [&] {
+        versionOf(folder / "program.dll");
+        versionOf(folder / "text.dll");
+        versionOf(folder / "missing.dll");
+    };
+    round();
+    const std::size_t before = velmor_tests::openHandles();
+    for (int i = 0; i < 100; ++i) {
+        round();
+    }
+    EXPECT_EQ(velmor_tests::openHandles(), before);
+}
+
+#if defined(_WIN32)
+TEST(ProductVersion, LibraryHasItsOwn) {
+    const auto library =
+        FileOperations::GetModuleByAddress(reinterpret_cast<const void*>(&FileOperations::GetProductVersion));
+    EXPECT_EQ(versionOf(library), (Version{true, {3, 91, 0, 0}})) << narrow(library);
+}
+#else
+
+// Of a damaged file Win32 answers from whatever lies in memory behind it, or ends the process; here it is refused. What both
+// systems answer alike about damage is told in tests/differential.
+
+/// The end of the resources of a plain file. Behind it there are only zeros.
+std::size_t endOfContent(const std::string& file) {
+    return file.find_last_not_of('\0');
+}
+
+TEST(ProductVersion, FileCutBeforeTheEndOfItsVersionIsRefused) {
+    Maker maker;
+    for (const bool wideForm : {false, true}) {
+        PortableExecutable program;
+        program.wide = wideForm;
+        program.resources[0].behind.assign(40, 0x41);
+        const std::string whole = bytesOf(program);
+        for (std::size_t length = 0; length <= endOfContent(whole); ++length) {
+            ASSERT_EQ(maker.of(whole.substr(0, length)), unknown) << length;
+        }
+        for (std::size_t length = endOfContent(whole) + 1; length <= whole.size(); ++length) {
+            ASSERT_EQ(maker.of(whole.substr(0, length)), (Version{true, {3, 91, 0, 0}})) << length;
+        }
+    }
+}
+
+TEST(ProductVersion, DamagedFilesDoNoHarm) {
+    Maker maker;
+    std::size_t known = 0;
+    for (const bool wideForm : {false, true}) {
+        PortableExecutable program;
+        program.wide = wideForm;
+        std::string file = bytesOf(program);
+        for (std::size_t at = 0; at <= endOfContent(file); ++at) {
+            const char whole = file[at];
+            for (const int change : {1, 2, 4, 8, 16, 32, 64, 128, 255}) {
+                file[at] = static_cast<char>(whole ^ change);
+                const Version version = maker.of(file);
+                EXPECT_TRUE(version.known || version == unknown) << at << " " << change << " " << version;
+                known += version.known;
+            }
+            file[at] = whole;
+        }
+    }
+    EXPECT_GT(known, 1000u);
+}
+
+TEST(ProductVersion, RandomlyDamagedFilesDoNoHarm) {
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    Maker maker;
+    for (int i = 0; i < 10'000; ++i) {
+        PortableExecutable program;
+        program.wide = random() % 2 == 0;
+        program.otherSections = random() % 2 == 0;
+        std::string file = bytesOf(program);
+        if (random() % 4 == 0) {
+            file.resize(random() % file.size());
+        }
+        for (std::size_t changes = random() % 8; changes > 0 && !file.empty(); --changes) {
+            constexpr unsigned char values[]{0, 1, 0x7F, 0x80, 0xFF};
+            const std::size_t at = random() % std::min<std::size_t>(file.size(), 1400);
+            file[at] = static_cast<char>(random() % 2 == 0 ? values[random() % 5] : random() & 0xFF);
+        }
+        const Version version = maker.of(file);
+        ASSERT_TRUE(version.known || version == unknown) << version;
+    }
+}
+
+TEST(ProductVersion, SparseFileOfManyGigabytesTakesNoMemory) {
+    const Folder folder;
+    const auto path = folder / "program.dll";
+    writeFile(path, bytesOf(PortableExecutable()));
+    std::filesystem::resize_file(path, std::uint64_t{1} << 36);
+    EXPECT_EQ(versionOf(path), (Version{true, {3, 91, 0, 0}}));
+    writeFile(path, "MZ");
+    std::filesystem::resize_file(path, std::uint64_t{1} << 36);
+    EXPECT_EQ(versionOf(path), unknown);
+}
+#endif
+
+} // namespace
