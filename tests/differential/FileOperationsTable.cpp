@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -507,9 +508,11 @@ bool isAnswerableFlip(const PortableExecutable& program, std::size_t at) {
 class Versions {
 public:
     Version of(const std::string& content) {
-        const auto path = folder_ / "program.dll";
-        writeFile(path, content);
-        return productVersion(path);
+        // A new file each time: to empty one and write it anew waits for the disk.
+        std::error_code ignored;
+        std::filesystem::remove(path_, ignored);
+        writeFile(path_, content);
+        return productVersion(path_);
     }
 
     void print(const char* what, const PortableExecutable& program) {
@@ -551,6 +554,7 @@ public:
 
 private:
     Folder folder_;
+    std::filesystem::path path_ = folder_ / "program.dll";
 };
 
 void printVersions() {

@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <string>
 #include <type_traits>
-#include <vector>
+#include <utility>
 
 namespace {
 
@@ -32,10 +32,6 @@ struct Split {
     const char* file;
     const char* stem;
 };
-
-void PrintTo(const Split& split, std::ostream* out) {
-    *out << split.path;
-}
 
 void expectSplit(const Split& split) {
     SCOPED_TRACE(split.path);

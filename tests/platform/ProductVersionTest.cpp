@@ -58,13 +58,17 @@ Version versionOf(const std::filesystem::path& path) {
 class Maker {
 public:
     Version of(const std::string& content) {
-        writeFile(folder_ / "program.dll", content);
-        return versionOf(folder_ / "program.dll");
+        // A new file each time: to empty one and write it anew waits for the disk.
+        std::error_code ignored;
+        std::filesystem::remove(path_, ignored);
+        writeFile(path_, content);
+        return versionOf(path_);
     }
     Version of(const PortableExecutable& program) { return of(bytesOf(program)); }
 
 private:
     Folder folder_;
+    std::filesystem::path path_ = folder_ / "program.dll";
 };
 
 TEST(ProductVersion, IsThatOfTheProductAndNotOfTheFile) {
