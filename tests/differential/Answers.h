@@ -31,6 +31,9 @@ struct Version {
 
     bool operator==(const Version&) const = default;
 };
-Version productVersion(const std::filesystem::path& file);
+
+/// @param damaged the file does not hold what it says of itself. Win32 reads on then, from wherever it is led to; to be
+///                expected is false.
+Version productVersion(const std::filesystem::path& file, bool damaged);
 
 } // namespace velmor_tests

@@ -476,47 +476,59 @@ constexpr std::size_t resourceSectionBegin = 512;
 constexpr std::size_t resourceTreeSize = 88;
 constexpr std::size_t resourceSectionSize = resourceTreeSize + 92;
 
-/// Whether Win32 answers from what is in the file, after it is cut. Once there is the tree of the resources and not yet all
-/// that it tells of, Wine answers from whatever lies in memory.
-bool isAnswerableCut(const PortableExecutable&, std::size_t length) {
-    return length < resourceSectionBegin + 63 || length >= resourceSectionBegin + resourceSectionSize;
+using Range = std::pair<std::size_t, std::size_t>; ///< Begin and size.
+
+template <class Ranges>
+bool isWithin(const Ranges& ranges, std::size_t at) {
+    return std::any_of(std::begin(ranges), std::end(ranges),
+                       [&](const Range& range) { return at >= range.first && at < range.first + range.second; });
 }
 
-/// Whether Win32 answers from what is in the file, after a byte of it is changed. Wine follows counts, offsets and addresses
-/// wherever they lead, and ends the process or answers from whatever lies there.
-bool isAnswerableFlip(const PortableExecutable& program, std::size_t at) {
+/// Whether a byte is one that leads to the version or tells what it is. A file with another value there is damaged.
+bool leadsToTheVersion(const PortableExecutable& program, std::size_t at) {
     const std::size_t sectionHeader = optionalHeaderBegin + (program.wide ? 240 : 224);
     const std::size_t resourceDirectory = optionalHeaderBegin + (program.wide ? 128 : 112);
     const std::size_t tree = resourceSectionBegin;
-    const std::pair<std::size_t, std::size_t> ranges[]{
-        {resourceDirectory, 4},           // the tree's address
-        {sectionHeader + 12, 4},          // the section's address
-        {sectionHeader + 39, 1},          // whether it may be read
-        {tree + 12, 4},                   // the types: counts
-        {tree + 20, 4},                   // ... offset
-        {tree + 36, 4},                   // the ids: counts
-        {tree + 44, 4},                   // ... offset
-        {tree + 60, 4},                   // the languages: counts
-        {tree + 68, 4},                   // ... offset
-        {tree + 72, 8},                   // address and size of the block
-        {tree + resourceTreeSize + 4, 2}, // its kind: text would be converted
+    const std::size_t block = tree + resourceTreeSize;
+    const Range ranges[]{
+        {64, 4},                  // "PE"
+        {70, 2},                  // number of sections
+        {resourceDirectory, 4},   // the tree's address
+        {sectionHeader + 12, 12}, // the section's address, size and place
+        {tree + 12, 4},           // the types: counts
+        {tree + 20, 4},           // ... offset
+        {tree + 36, 4},           // the ids: counts
+        {tree + 44, 4},           // ... offset
+        {tree + 68, 4},           // the language: offset
+        {tree + 72, 4},           // the block's address
+        {block, 38},              // its lengths, kind and key
+        {block + 40, 4},          // signature of the fixed part
     };
-    return std::none_of(std::begin(ranges), std::end(ranges),
-                        [&](const auto& range) { return at >= range.first && at < range.first + range.second; });
+    return isWithin(ranges, at);
+}
+
+/// Whether some values of a byte are damage and others are none.
+bool isDoubtful(const PortableExecutable& program, std::size_t at) {
+    const Range ranges[]{
+        {optionalHeaderBegin + (program.wide ? 240 : 224) + 39, 1}, // whether the section may be read
+        {resourceSectionBegin + 60, 4},                             // the languages: counts
+        {resourceSectionBegin + 76, 4},                             // the block's size
+    };
+    return isWithin(ranges, at);
 }
 
 class Versions {
 public:
-    Version of(const std::string& content) {
+    Version of(const std::string& content, bool damaged = false) {
         // A new file each time: to empty one and write it anew waits for the disk.
         std::error_code ignored;
         std::filesystem::remove(path_, ignored);
         writeFile(path_, content);
-        return productVersion(path_);
+        return productVersion(path_, damaged);
     }
 
-    void print(const char* what, const PortableExecutable& program) {
-        ::print(std::string("version ") + what + ": " + shown(of(bytesOf(program))));
+    void print(const char* what, const PortableExecutable& program, bool damaged = false) {
+        ::print(std::string("version ") + what + ": " + shown(of(bytesOf(program), damaged)));
     }
 
     /// The file cut at every length.
@@ -524,9 +536,7 @@ public:
         const std::string content = bytesOf(program);
         Runs runs(std::string("cut ") + what);
         for (std::size_t length = 0; length <= content.size(); ++length) {
-            if (isAnswerableCut(program, length)) {
-                runs.add(length, shown(of(content.substr(0, length))));
-            }
+            runs.add(length, shown(of(content.substr(0, length), length < content.size())));
         }
     }
 
@@ -538,13 +548,13 @@ public:
         Runs runs(std::string("flip ") + what);
         std::string damaged = content;
         for (std::size_t at = 0; at < resourceSectionBegin + resourceSectionSize; ++at) {
-            if (!isAnswerableFlip(program, at)) {
+            if (isDoubtful(program, at)) {
                 continue;
             }
             std::string line;
             for (const int bit : bits) {
                 damaged[at] = static_cast<char>(content[at] ^ 1 << bit);
-                const Version version = of(damaged);
+                const Version version = of(damaged, leadsToTheVersion(program, at));
                 line += version == whole ? "=" : version == Version{false, {}} ? "-" : " " + shown(version) + " ";
             }
             damaged[at] = content[at];
@@ -571,11 +581,11 @@ void printVersions() {
         program.resources[0].product = {65535, 0, 65534, 1};
         versions.print("great numbers", program);
 
-        const auto one = [&](const char* what, auto change) {
+        const auto one = [&](const char* what, auto change, bool damaged = false) {
             PortableExecutable changed;
             changed.wide = wide;
             change(changed);
-            versions.print(what, changed);
+            versions.print(what, changed, damaged);
         };
         one("other type", [](auto& p) { p.type = 10; });
         one("other id", [](auto& p) { p.id = 2; });
@@ -583,12 +593,18 @@ void printVersions() {
         one("no language", [](auto& p) { p.resources.clear(); });
         one("neutral language", [](auto& p) { p.resources[0].language = 0; });
         one("German", [](auto& p) { p.resources[0].language = 0x407; });
-        one("wrong signature", [](auto& p) { p.resources[0].signature = 0x12345678; });
-        one("no fixed part told", [](auto& p) { p.resources[0].valueLength = 0; });
-        one("short fixed part told", [](auto& p) { p.resources[0].valueLength = 20; });
-        one("long fixed part told", [](auto& p) { p.resources[0].valueLength = 60; });
-        one("other key", [](auto& p) { p.resources[0].key = "VS_VERSION_XXXX"; });
-        one("short key", [](auto& p) { p.resources[0].key = "VS"; });
+        one(
+            "wrong signature", [](auto& p) { p.resources[0].signature = 0x12345678; }, true);
+        one(
+            "no fixed part told", [](auto& p) { p.resources[0].valueLength = 0; }, true);
+        one(
+            "short fixed part told", [](auto& p) { p.resources[0].valueLength = 20; }, true);
+        one(
+            "long fixed part told", [](auto& p) { p.resources[0].valueLength = 60; }, true);
+        one(
+            "other key", [](auto& p) { p.resources[0].key = "VS_VERSION_XXXX"; }, true);
+        one(
+            "short key", [](auto& p) { p.resources[0].key = "VS"; }, true);
         one("more behind", [](auto& p) { p.resources[0].behind.assign(100, 0x55); });
         const auto languages = [&](const char* what, const std::vector<std::uint16_t>& all) {
             one(what, [&](auto& p) {
@@ -615,7 +631,7 @@ void printVersions() {
         versions.printCuts(what, program);
         versions.printFlips(what, program, wide ? std::vector{2, 6} : std::vector{0, 4, 7});
     }
-    print("version of nothing: " + shown(productVersion(pathOf("no-such-file.dll"))));
+    print("version of nothing: " + shown(productVersion(pathOf("no-such-file.dll"), false)));
     print("version of text: " + shown(versions.of("A text.\n")));
     print("version of MZ: " + shown(versions.of("MZ")));
     print("version of zeros: " + shown(versions.of(std::string(4096, '\0'))));

@@ -50,7 +50,7 @@ WideString timeString(const SystemTime_s& time) {
     return FileOperations::ConvertSystemTimeToTimeString(time);
 }
 
-Version productVersion(const std::filesystem::path& file) {
+Version productVersion(const std::filesystem::path& file, bool /*damaged*/) {
     Version version{false, {9, 9, 9, 9}};
     auto& [major, minor, build, revision] = version.numbers;
     version.known = FileOperations::GetProductVersion(wide(file), &major, &minor, &build, &revision);

@@ -95,7 +95,10 @@ std::wstring timeString(const Velmor::SystemTime_s& time) {
     return formatted(time, TIME_FORCE24HOURFORMAT, L"HH':'mm':'ss");
 }
 
-Version productVersion(const std::filesystem::path& file) {
+Version productVersion(const std::filesystem::path& file, bool damaged) {
+    if (damaged) {
+        return {false, {}};
+    }
     const DWORD size = GetFileVersionInfoSizeW(file.c_str(), nullptr);
     if (size == 0) {
         return {false, {}};

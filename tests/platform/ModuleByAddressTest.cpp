@@ -51,11 +51,14 @@ std::filesystem::path programPath() {
 
 using Library = std::unique_ptr<DynamicLibrary>;
 
+void copyModule(const std::filesystem::path& path) {
+    const std::string name = std::string("velmor_module") + velmor_tests::moduleEnding;
+    std::filesystem::copy_file(programPath().parent_path() / "modules" / "first" / name, path);
+}
+
 /// Copies the test module to a place and loads it from there.
 Library loadCopy(const std::filesystem::path& path) {
-    const auto built =
-        programPath().parent_path() / "modules" / "first" / (std::string("velmor_module") + velmor_tests::moduleEnding);
-    std::filesystem::copy_file(built, path);
+    copyModule(path);
     return Library(DynamicLibrary::loadDynamicLibrary(wide(path), wide(path.parent_path())));
 }
 
@@ -96,22 +99,37 @@ TEST(FileOperationsModules, UnloadedModuleIsGone) {
     EXPECT_EQ(module(address), "");
 }
 
+/// A module that was loaded by a relative name, from a folder that the program has left since.
+class RelativelyLoaded {
+public:
+    RelativelyLoaded() {
+        copyModule(path_);
+        const auto old = std::filesystem::current_path();
+        std::filesystem::current_path(folder_.path());
+        library_.reset(DynamicLibrary::loadDynamicLibrary(wide("./" + narrow(path_.filename())), wide(".")));
+        nameInside_ = name();
+        std::filesystem::current_path(old);
+    }
+
+    const std::filesystem::path& path() const { return path_; }
+    const std::string& nameInside() const { return nameInside_; } ///< As it was told before the folder was left.
+    std::string name() const { return module(library_->getSymbolAddress("velmorModuleVariant")); }
+
+private:
+    Folder folder_;
+    std::filesystem::path path_ = folder_ / (std::string("module") + velmor_tests::moduleEnding).c_str();
+    Library library_;
+    std::string nameInside_;
+};
+
 TEST(FileOperationsModules, NameOfAModuleIsFullHoweverItWasLoaded) {
-    const Folder folder;
-    const std::string name = std::string("module") + velmor_tests::moduleEnding;
-    const auto built =
-        programPath().parent_path() / "modules" / "first" / (std::string("velmor_module") + velmor_tests::moduleEnding);
-    std::filesystem::copy_file(built, folder / name.c_str());
-    const auto old = std::filesystem::current_path();
-    std::filesystem::current_path(folder.path());
-    const Library library(DynamicLibrary::loadDynamicLibrary(wide("./" + name), wide(".")));
-    const bool loaded = library->isValid();
-    const std::string inside = loaded ? module(library->getSymbolAddress("velmorModuleVariant")) : "";
-    std::filesystem::current_path(old);
-    ASSERT_TRUE(loaded);
-    EXPECT_EQ(inside, narrow(folder / name.c_str()));
-    // ... and wherever the program has gone since.
-    EXPECT_EQ(module(library->getSymbolAddress("velmorModuleVariant")), narrow(folder / name.c_str()));
+    const RelativelyLoaded loaded;
+    EXPECT_EQ(loaded.nameInside(), narrow(loaded.path()));
+}
+
+TEST(FileOperationsModules, NameOfAModuleStaysWhereverTheProgramGoes) {
+    const RelativelyLoaded loaded;
+    EXPECT_EQ(loaded.name(), narrow(loaded.path()));
 }
 
 TEST(FileOperationsModules, NullIsTheProgram) {
