@@ -174,13 +174,27 @@ TEST(FileOperationsQueries, FileSizeIsInBytes) {
     }
 }
 
+/// Makes a file longer by a hole, which takes no space.
+void lengthen(const std::filesystem::path& path, std::uint64_t size) {
+#if defined(_WIN32)
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    LARGE_INTEGER end{};
+    end.QuadPart = static_cast<LONGLONG>(size);
+    EXPECT_TRUE(SetFilePointerEx(file, end, nullptr, FILE_BEGIN));
+    EXPECT_TRUE(SetEndOfFile(file));
+    CloseHandle(file);
+#else
+    std::filesystem::resize_file(path, size);
+#endif
+}
+
 TEST(FileOperationsQueries, FileSizeMayNeedMoreThan32Bits) {
     const Folder folder;
     const auto path = folder / "file";
     writeFile(path, "x");
     for (const std::uint64_t size :
          {0x7FFFFFFFull, 0x80000000ull, 0xFFFFFFFFull, 0x100000000ull, 0x123456789ull, 0x280000001ull}) {
-        std::filesystem::resize_file(path, size); // a hole: takes no space
+        lengthen(path, size);
         EXPECT_EQ(FileOperations::GetFileSize(wide(path)), static_cast<std::int64_t>(size));
     }
 }
