@@ -265,7 +265,7 @@ TEST(FileOperationsAccess, FolderMustBeSearchable) {
 
 TEST(FileOperationsAccess, AnswerIsWhatOpeningForWritingFinds) {
     const Folder folder;
-    for (const mode_t mode : {0600, 0400, 0200, 0000, 0444, 0666}) {
+    for (const mode_t mode : {0600u, 0400u, 0200u, 0000u, 0444u, 0666u}) {
         writeFile(folder / "file", "x");
         ASSERT_EQ(chmod((folder / "file").c_str(), mode), 0);
         const int descriptor = open((folder / "file").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
@@ -275,6 +275,12 @@ TEST(FileOperationsAccess, AnswerIsWhatOpeningForWritingFinds) {
         }
         std::filesystem::remove(folder / "file");
     }
+}
+
+TEST(FileOperationsAccess, FilesOfTheSystemMayBeWrittenAsTheySay) {
+    const std::vector<Expectation> expectations{
+        {"/", readOnly}, {"/etc/passwd", readOnly}, {"/usr", readOnly}, {"/tmp", both}, {"/dev/null", both}};
+    EXPECT_EQ(asUser([&] { return differences(expectations); }), "");
 }
 
 TEST(FileOperationsAccess, FilesOfOthersMayBeWrittenAsTheySay) {
