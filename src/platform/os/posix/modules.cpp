@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <bit>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <set>
 #include <string>
 #include <vector>
@@ -233,6 +235,21 @@ std::string moduleFileName(std::string name) {
     return name;
 }
 
+/// The file that is mapped at an address, by the kernel's table of them; it knows the file wherever the process goes.
+std::string mappedFile(const void* address) {
+    const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        std::uintptr_t begin = 0;
+        std::uintptr_t end = 0;
+        if (std::sscanf(line.c_str(), "%zx-%zx", &begin, &end) != 2 || wanted < begin || wanted >= end)
+            continue;
+        const std::size_t path = line.find('/'); // nothing before it holds one
+        return path == std::string::npos ? std::string() : line.substr(path);
+    }
+    return {};
+}
+
 /// The path of the running program's file; empty if it cannot be had.
 std::string programPath() {
     std::string path(256, '\0');
@@ -309,8 +326,10 @@ unsigned getModuleFileName(void* module, WideChar* buffer, unsigned capacity) {
     WideString name;
     if (loadedAs.empty()) { // the program itself
         name = posix::wideName(programPath());
-    } else if (loadedAs.find('/') != std::string::npos) { // without one, a piece of the kernel that is no file
+    } else if (loadedAs.front() == '/') {
         name = posix::absolutePath(posix::wideName(loadedAs)).value_or(WideString());
+    } else { // loaded by a relative name, or a piece of the kernel that is no file
+        name = posix::wideName(mappedFile(static_cast<const link_map*>(module)->l_ld));
     }
     if (name.empty() || capacity == 0) {
         posix::setLastError(posix::errorModNotFound);

@@ -31,7 +31,10 @@ void* moduleOfAddress(const void* address) {
 }
 
 unsigned getModuleFileName(void* module, WideChar* buffer, unsigned capacity) {
-    return GetModuleFileNameW(static_cast<HMODULE>(module), buffer, capacity);
+    const DWORD length = GetModuleFileNameW(static_cast<HMODULE>(module), buffer, capacity);
+    if (length == capacity && capacity != 0)
+        buffer[capacity - 1] = 0; // not every system ends what it cuts
+    return length;
 }
 
 unsigned setErrorMode(unsigned mode) {
