@@ -19,9 +19,10 @@ inline constexpr std::size_t IFC2X3TextUnits = 256;
 
 /// An ordered list of properties, each of them owned: a deep copy, made when it was added.
 ///
-/// Copies are deep, to any depth of nesting, and hold exactly as many places as properties; a move is a copy. When the array
-/// of places cannot be had, a property is silently not added and a copy is silently empty; any other failed allocation
-/// throws `std::bad_alloc`, leaks nothing and leaves the set as it was.
+/// Copies are deep, to any depth of nesting that the stack bears (copying and destroying call themselves for each level),
+/// and hold exactly as many places as properties; a move is a copy. When the array of places cannot be had, a property is
+/// silently not added and a copy is silently empty; any other failed allocation throws `std::bad_alloc`, leaks nothing and
+/// leaves the set as it was.
 ///
 /// Threads: a set is used by one thread at a time.
 class VELMOR_API IFC2X3PropertySet {
@@ -66,10 +67,13 @@ private:
 ///
 /// Ownership: what the text getters return lasts as long as the value and is not changed by anything but its assignment.
 ///
+/// Failure: copying a text may throw `std::bad_alloc`; an assignment then leaves the value as it was.
+///
 /// Threads: a value is used by one thread at a time.
 class VELMOR_API IFC2X3PropertySingleValue {
 public:
-    /// What kind of value this is. Any 32-bit value may be held.
+    /// What kind of value this is. Any 32-bit value may be held. The library treats `Area`, `Volume` and `Mass` alike; which
+    /// measure each of the three names is a convention of this code base.
     enum ValueType_t : std::uint32_t {
         Unspecified = 0,        ///< Real of no known measure; also the type of a value whose factory call was rejected.
         String = 1,             ///< Text.
@@ -172,8 +176,9 @@ private:
 
 /// One named property: a single value, or a complex of properties. Only the factories below build one.
 ///
-/// Copies are deep, to any depth of nesting; a move is a copy. A failed allocation throws `std::bad_alloc`, leaks nothing
-/// and leaves the property as it was, but for the array of a nested set, whose copy is then silently empty.
+/// Copies are deep, to any depth of nesting that the stack bears; a move is a copy. A failed allocation throws
+/// `std::bad_alloc`, leaks nothing and leaves the property as it was, but for the array of a nested set, whose copy is then
+/// silently empty.
 ///
 /// Threads: a property is used by one thread at a time.
 class VELMOR_API IFC2X3Property {
@@ -204,11 +209,12 @@ public:
     /// As `getDescription`, for callers without a 16-bit wide character.
     const unsigned short* getDescription2() const;
 
-    /// The value of a property of type `SingleValue`; otherwise one shared value of type `Unspecified`, silently.
+    /// The value of a property of type `SingleValue`; otherwise one shared value of type `Unspecified`, silently. A
+    /// reference to the property's own value lasts until the property is assigned or destroyed.
     const IFC2X3PropertySingleValue& getPropertySingleValue() const;
 
     /// The content of a property of type `Complex`; otherwise one shared complex with an empty usage name and an empty set,
-    /// silently.
+    /// silently. A reference to the property's own content lasts until the property is assigned or destroyed.
     const IFC2X3PropertyComplex& getPropertyComplex() const;
 
 protected:

@@ -14,7 +14,8 @@
 /// What differs from that pattern is told at the field. The structures' fields and their order are fixed; they are plain
 /// memory, so start from a zeroed one: `IFC2X3_PSet_BeamCommon_s beam{};`.
 ///
-/// Failure: a failed allocation of a property throws `std::bad_alloc`. Threads: a structure may be converted concurrently.
+/// Failure: a failed allocation throws `std::bad_alloc`, but for that of the set's array: see `IFC2X3PropertySet`. Threads:
+/// a structure may be converted concurrently.
 
 #include <Velmor/Export.h>
 #include <Velmor/IFCProperties.h>
@@ -25,6 +26,9 @@
 namespace Velmor {
 
 /// A named property set. It owns its properties; copies are deep.
+///
+/// Failure: as that of the set. An assignment that throws leaves the other's id, name and description beside the properties
+/// that were there before.
 struct IFC2X3_PSet_Custom_s {
     char globalId[22];                     ///< An IFC GlobalId, without a NUL; a conversion writes twenty-two "0".
     WideChar name[IFC2X3TextUnits];        ///< NUL-terminated.

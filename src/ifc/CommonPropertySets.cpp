@@ -108,6 +108,7 @@ IFC2X3_PSet_ColumnCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_ColumnCommon_s;
     static constexpr Rule<Set> rules[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
+        // Slope before FireRating on purpose, unlike the fields.
         {VELMOR_WIDE("Slope"), RealByKind<Set>{&Set::slope, &Set::slopeKind}, &Set::hasSlope},
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
         {VELMOR_WIDE("IsExternal"), &Set::isExternal},
@@ -127,6 +128,7 @@ IFC2X3_PSet_CurtainWallCommon_s::operator IFC2X3_PSet_Custom_s() const {
         {VELMOR_WIDE("Combustible"), &Set::combustible, &Set::hasCombustible},
         {VELMOR_WIDE("IsExternal"), &Set::isExternal},
     };
+    // On purpose: this name does not follow the pattern of the others.
     return convert(*this, VELMOR_WIDE("Pset_IFC2X3_PSet_CurtainWallCommon"), rules);
 }
 
@@ -245,6 +247,7 @@ IFC2X3_PSet_SlabCommon_s::operator IFC2X3_PSet_Custom_s() const {
     static constexpr Rule<Set> rules[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
         {VELMOR_WIDE("AcousticRating"), &Set::acousticRating},
+        // SurfaceSpreadOfFlame before FireRating on purpose, unlike the fields.
         {VELMOR_WIDE("SurfaceSpreadOfFlame"), &Set::surfaceSpreadOfFlame},
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
         {VELMOR_WIDE("Compartmentation"), &Set::compartmentation, &Set::hasCompartmentation},
@@ -279,6 +282,7 @@ IFC2X3_PSet_StairCommon_s::operator IFC2X3_PSet_Custom_s() const {
 
 IFC2X3_PSet_WallCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_WallCommon_s;
+    // On purpose: a wall has neither IsExternal nor IsLoadBearing.
     static constexpr Rule<Set> rules[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
         {VELMOR_WIDE("AcousticRating"), &Set::acousticRating},
@@ -297,6 +301,7 @@ IFC2X3_PSet_WindowCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_WindowCommon_s;
     static constexpr Rule<Set> rules[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
+        // FireRating before AcousticRating on purpose; walls and slabs have them the other way round.
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
         {VELMOR_WIDE("AcousticRating"), &Set::acousticRating},
         {VELMOR_WIDE("SecurityRating"), &Set::securityRating},

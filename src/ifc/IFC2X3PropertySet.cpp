@@ -52,7 +52,7 @@ void IFC2X3PropertySet::addProperty(const IFC2X3Property& property) {
             return; // silently not added
         items_ = static_cast<IFC2X3Property**>(grown);
     }
-    // When this fails, the array has more places than are told; the next growth asks for the same ones again.
+    // When this fails, the array has more places than capacity_ says; the next growth asks for the same ones again.
     items_[count_] = new IFC2X3Property(property);
     ++count_;
     capacity_ = capacity;
