@@ -61,6 +61,8 @@ struct IFC2X3_PSet_BeamCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
+static_assert(sizeof(IFC2X3_PSet_BeamCommon_s) == 1056, "the layout of a common property set is fixed");
+
 /// The common properties of the set "Pset_ColumnCommon".
 struct IFC2X3_PSet_ColumnCommon_s {
     WideChar reference[IFC2X3TextUnits];
@@ -73,6 +75,8 @@ struct IFC2X3_PSet_ColumnCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_ColumnCommon_s) == 1048, "the layout of a common property set is fixed");
 
 /// The common properties of the set "Pset_IFC2X3_PSet_CurtainWallCommon".
 struct IFC2X3_PSet_CurtainWallCommon_s {
@@ -88,6 +92,8 @@ struct IFC2X3_PSet_CurtainWallCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_CurtainWallCommon_s) == 2064, "the layout of a common property set is fixed");
 
 /// The common properties of the set "Pset_DoorCommon".
 struct IFC2X3_PSet_DoorCommon_s {
@@ -110,6 +116,8 @@ struct IFC2X3_PSet_DoorCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_DoorCommon_s) == 2088, "the layout of a common property set is fixed");
 
 /// The common properties of the set "Pset_DoorWindowGlazingType".
 struct IFC2X3_PSet_DoorWindowGlazingType_s {
@@ -146,6 +154,8 @@ struct IFC2X3_PSet_DoorWindowGlazingType_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
+static_assert(sizeof(IFC2X3_PSet_DoorWindowGlazingType_s) == 1128, "the layout of a common property set is fixed");
+
 /// The common properties of the set "Pset_DoorWindowShadingType".
 struct IFC2X3_PSet_DoorWindowShadingType_s {
     double externalShadingCoefficient;
@@ -157,6 +167,8 @@ struct IFC2X3_PSet_DoorWindowShadingType_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_DoorWindowShadingType_s) == 32, "the layout of a common property set is fixed");
 
 /// The common properties of the set "Pset_MemberCommon".
 struct IFC2X3_PSet_MemberCommon_s {
@@ -174,6 +186,8 @@ struct IFC2X3_PSet_MemberCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
+static_assert(sizeof(IFC2X3_PSet_MemberCommon_s) == 1056, "the layout of a common property set is fixed");
+
 /// The common properties of the set "Pset_RailingCommon".
 struct IFC2X3_PSet_RailingCommon_s {
     WideChar reference[IFC2X3TextUnits];
@@ -185,6 +199,8 @@ struct IFC2X3_PSet_RailingCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_RailingCommon_s) == 536, "the layout of a common property set is fixed");
 
 /// The common properties of the set "Pset_RampCommon".
 struct IFC2X3_PSet_RampCommon_s {
@@ -204,6 +220,8 @@ struct IFC2X3_PSet_RampCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
+static_assert(sizeof(IFC2X3_PSet_RampCommon_s) == 1056, "the layout of a common property set is fixed");
+
 /// The common properties of the set "Pset_RoofCommon".
 struct IFC2X3_PSet_RoofCommon_s {
     WideChar reference[IFC2X3TextUnits];
@@ -212,6 +230,8 @@ struct IFC2X3_PSet_RoofCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_RoofCommon_s) == 1026, "the layout of a common property set is fixed");
 
 /// The common properties of the set "Pset_SlabCommon".
 struct IFC2X3_PSet_SlabCommon_s {
@@ -232,6 +252,8 @@ struct IFC2X3_PSet_SlabCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_SlabCommon_s) == 2080, "the layout of a common property set is fixed");
 
 /// The common properties of the set "Pset_StairCommon".
 struct IFC2X3_PSet_StairCommon_s {
@@ -255,6 +277,8 @@ struct IFC2X3_PSet_StairCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
+static_assert(sizeof(IFC2X3_PSet_StairCommon_s) == 1072, "the layout of a common property set is fixed");
+
 /// The common properties of the set "Pset_WallCommon".
 struct IFC2X3_PSet_WallCommon_s {
     WideChar reference[IFC2X3TextUnits];
@@ -275,6 +299,8 @@ struct IFC2X3_PSet_WallCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
+static_assert(sizeof(IFC2X3_PSet_WallCommon_s) == 2072, "the layout of a common property set is fixed");
+
 /// The common properties of the set "Pset_WindowCommon".
 struct IFC2X3_PSet_WindowCommon_s {
     WideChar reference[IFC2X3TextUnits];
@@ -293,5 +319,7 @@ struct IFC2X3_PSet_WindowCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_WindowCommon_s) == 2080, "the layout of a common property set is fixed");
 
 } // namespace Velmor

@@ -2,8 +2,8 @@
 
 #include <cstddef>
 
-// The layouts that importers and hosts share, field by field: the same on every system and for every compiler. Those of the
-// classes stand in their constructors, which may see their fields.
+// The layouts that importers and hosts share, field by field: the same on every system and for every compiler. The sizes
+// stand beside the structures; the layouts of the classes stand in their constructors, which may see their fields.
 
 namespace Velmor {
 
@@ -14,7 +14,6 @@ VELMOR_FIELD(IFC2X3_PSet_Custom_s, name, 22);
 VELMOR_FIELD(IFC2X3_PSet_Custom_s, description, 534);
 VELMOR_FIELD(IFC2X3_PSet_Custom_s, properties, 1048);
 
-static_assert(sizeof(IFC2X3_PSet_BeamCommon_s) == 1056);
 VELMOR_FIELD(IFC2X3_PSet_BeamCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_BeamCommon_s, span, 512);
 VELMOR_FIELD(IFC2X3_PSet_BeamCommon_s, slope, 520);
@@ -26,7 +25,6 @@ VELMOR_FIELD(IFC2X3_PSet_BeamCommon_s, slopeKind, 1048);
 VELMOR_FIELD(IFC2X3_PSet_BeamCommon_s, hasSpan, 1052);
 VELMOR_FIELD(IFC2X3_PSet_BeamCommon_s, hasSlope, 1053);
 
-static_assert(sizeof(IFC2X3_PSet_ColumnCommon_s) == 1048);
 VELMOR_FIELD(IFC2X3_PSet_ColumnCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_ColumnCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_ColumnCommon_s, slope, 1024);
@@ -35,7 +33,6 @@ VELMOR_FIELD(IFC2X3_PSet_ColumnCommon_s, isLoadBearing, 1033);
 VELMOR_FIELD(IFC2X3_PSet_ColumnCommon_s, slopeKind, 1036);
 VELMOR_FIELD(IFC2X3_PSet_ColumnCommon_s, hasSlope, 1040);
 
-static_assert(sizeof(IFC2X3_PSet_CurtainWallCommon_s) == 2064);
 VELMOR_FIELD(IFC2X3_PSet_CurtainWallCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_CurtainWallCommon_s, unusedText, 512);
 VELMOR_FIELD(IFC2X3_PSet_CurtainWallCommon_s, fireRating, 1024);
@@ -46,7 +43,6 @@ VELMOR_FIELD(IFC2X3_PSet_CurtainWallCommon_s, isExternal, 2057);
 VELMOR_FIELD(IFC2X3_PSet_CurtainWallCommon_s, hasThermalTransmittance, 2058);
 VELMOR_FIELD(IFC2X3_PSet_CurtainWallCommon_s, hasCombustible, 2059);
 
-static_assert(sizeof(IFC2X3_PSet_DoorCommon_s) == 2088);
 VELMOR_FIELD(IFC2X3_PSet_DoorCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_DoorCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_DoorCommon_s, acousticRating, 1024);
@@ -64,7 +60,6 @@ VELMOR_FIELD(IFC2X3_PSet_DoorCommon_s, hasThermalTransmittance, 2078);
 VELMOR_FIELD(IFC2X3_PSet_DoorCommon_s, hasGlazingAreaFraction, 2079);
 VELMOR_FIELD(IFC2X3_PSet_DoorCommon_s, hasHandicapAccessible, 2080);
 
-static_assert(sizeof(IFC2X3_PSet_DoorWindowGlazingType_s) == 1128);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowGlazingType_s, fillGas, 0);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowGlazingType_s, glassColor, 512);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowGlazingType_s, glassThickness1, 1024);
@@ -95,7 +90,6 @@ VELMOR_FIELD(IFC2X3_PSet_DoorWindowGlazingType_s, hasSolarHeatGainTransmittance,
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowGlazingType_s, hasThermalTransmittanceSummer, 1119);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowGlazingType_s, hasThermalTransmittanceWinter, 1120);
 
-static_assert(sizeof(IFC2X3_PSet_DoorWindowShadingType_s) == 32);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowShadingType_s, externalShadingCoefficient, 0);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowShadingType_s, internalShadingCoefficient, 8);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowShadingType_s, insetShadingCoefficient, 16);
@@ -103,7 +97,6 @@ VELMOR_FIELD(IFC2X3_PSet_DoorWindowShadingType_s, hasExternalShadingCoefficient,
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowShadingType_s, hasInternalShadingCoefficient, 25);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowShadingType_s, hasInsetShadingCoefficient, 26);
 
-static_assert(sizeof(IFC2X3_PSet_MemberCommon_s) == 1056);
 VELMOR_FIELD(IFC2X3_PSet_MemberCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_MemberCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_MemberCommon_s, span, 1024);
@@ -115,7 +108,6 @@ VELMOR_FIELD(IFC2X3_PSet_MemberCommon_s, hasSlope, 1043);
 VELMOR_FIELD(IFC2X3_PSet_MemberCommon_s, spanKind, 1044);
 VELMOR_FIELD(IFC2X3_PSet_MemberCommon_s, slopeKind, 1048);
 
-static_assert(sizeof(IFC2X3_PSet_RailingCommon_s) == 536);
 VELMOR_FIELD(IFC2X3_PSet_RailingCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_RailingCommon_s, height, 512);
 VELMOR_FIELD(IFC2X3_PSet_RailingCommon_s, diameter, 520);
@@ -123,7 +115,6 @@ VELMOR_FIELD(IFC2X3_PSet_RailingCommon_s, isExternal, 528);
 VELMOR_FIELD(IFC2X3_PSet_RailingCommon_s, hasHeight, 529);
 VELMOR_FIELD(IFC2X3_PSet_RailingCommon_s, hasDiameter, 530);
 
-static_assert(sizeof(IFC2X3_PSet_RampCommon_s) == 1056);
 VELMOR_FIELD(IFC2X3_PSet_RampCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_RampCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_RampCommon_s, slope, 1024);
@@ -137,12 +128,10 @@ VELMOR_FIELD(IFC2X3_PSet_RampCommon_s, hasRequiredHeadroom, 1045);
 VELMOR_FIELD(IFC2X3_PSet_RampCommon_s, hasSlope, 1046);
 VELMOR_FIELD(IFC2X3_PSet_RampCommon_s, slopeKind, 1048);
 
-static_assert(sizeof(IFC2X3_PSet_RoofCommon_s) == 1026);
 VELMOR_FIELD(IFC2X3_PSet_RoofCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_RoofCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_RoofCommon_s, isExternal, 1024);
 
-static_assert(sizeof(IFC2X3_PSet_SlabCommon_s) == 2080);
 VELMOR_FIELD(IFC2X3_PSet_SlabCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_SlabCommon_s, acousticRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_SlabCommon_s, fireRating, 1024);
@@ -158,7 +147,6 @@ VELMOR_FIELD(IFC2X3_PSet_SlabCommon_s, hasCombustible, 2075);
 VELMOR_FIELD(IFC2X3_PSet_SlabCommon_s, hasThermalTransmittance, 2076);
 VELMOR_FIELD(IFC2X3_PSet_SlabCommon_s, hasPitchAngle, 2077);
 
-static_assert(sizeof(IFC2X3_PSet_StairCommon_s) == 1072);
 VELMOR_FIELD(IFC2X3_PSet_StairCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_StairCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_StairCommon_s, numberOfRiser, 1024);
@@ -176,7 +164,6 @@ VELMOR_FIELD(IFC2X3_PSet_StairCommon_s, hasRiserHeight, 1062);
 VELMOR_FIELD(IFC2X3_PSet_StairCommon_s, hasTreadLength, 1063);
 VELMOR_FIELD(IFC2X3_PSet_StairCommon_s, hasRequiredHeadroom, 1064);
 
-static_assert(sizeof(IFC2X3_PSet_WallCommon_s) == 2072);
 VELMOR_FIELD(IFC2X3_PSet_WallCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_WallCommon_s, acousticRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_WallCommon_s, fireRating, 1024);
@@ -192,7 +179,6 @@ VELMOR_FIELD(IFC2X3_PSet_WallCommon_s, hasCombustible, 2062);
 VELMOR_FIELD(IFC2X3_PSet_WallCommon_s, hasExtendToStructure, 2063);
 VELMOR_FIELD(IFC2X3_PSet_WallCommon_s, hasCompartmentation, 2064);
 
-static_assert(sizeof(IFC2X3_PSet_WindowCommon_s) == 2080);
 VELMOR_FIELD(IFC2X3_PSet_WindowCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_WindowCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_WindowCommon_s, acousticRating, 1024);

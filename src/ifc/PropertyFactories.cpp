@@ -18,20 +18,26 @@ struct IFC2X3PropertyBuilder {
     static constexpr auto real = &Value::real_;
     static constexpr auto logical = &Value::logical_;
 
-    /// A property with a value that is neutral but for its type and one field.
-    template <class Field, class Content>
-    static IFC2X3Property singleValue(const WideChar* name, const WideChar* description, Value::ValueType_t type,
-                                      Field Value::*field, const Content& content) {
+    /// A property with a value that is neutral but for its type.
+    static IFC2X3Property neutral(const WideChar* name, const WideChar* description, Value::ValueType_t type) {
         IFC2X3Property property;
         begin(property, IFC2X3Property::SingleValue, name, description);
         property.singleValue_ = new Value();
         property.singleValue_->valueType_ = type;
+        return property;
+    }
+
+    /// A property with a value that is neutral but for its type and one field.
+    template <class Field, class Content>
+    static IFC2X3Property singleValue(const WideChar* name, const WideChar* description, Value::ValueType_t type,
+                                      Field Value::*field, const Content& content) {
+        IFC2X3Property property = neutral(name, description, type);
         property.singleValue_->*field = content;
         return property;
     }
 
     static IFC2X3Property compoundPlaneAngle(const WideChar* name, const WideChar* description, const int* components) {
-        IFC2X3Property property = singleValue(name, description, Value::CompoundPlaneAngle, integer, 0);
+        IFC2X3Property property = neutral(name, description, Value::CompoundPlaneAngle);
         if (components)
             std::copy_n(components, 4, property.singleValue_->compoundPlaneAngle_);
         return property;
@@ -93,7 +99,7 @@ IFC2X3Property createPropertySingleValueInteger(const WideChar* name, const Wide
         return Builder::singleValue(name, description, type, Builder::integer, value);
     static ReportOnce once;
     once();
-    return Builder::singleValue(name, description, Value::Unspecified, Builder::integer, 0);
+    return Builder::neutral(name, description, Value::Unspecified);
 }
 
 IFC2X3Property createPropertySingleValueInteger64(const WideString& name, const WideString& description,
@@ -107,7 +113,7 @@ IFC2X3Property createPropertySingleValueInteger64(const WideChar* name, const Wi
         return Builder::singleValue(name, description, type, Builder::integer64, value);
     static ReportOnce once;
     once();
-    return Builder::singleValue(name, description, Value::Unspecified, Builder::integer64, 0);
+    return Builder::neutral(name, description, Value::Unspecified);
 }
 
 IFC2X3Property createPropertySingleValueReal(const WideString& name, const WideString& description, Value::ValueType_t type,
@@ -121,7 +127,7 @@ IFC2X3Property createPropertySingleValueReal(const WideChar* name, const WideCha
         return Builder::singleValue(name, description, type, Builder::real, value);
     static ReportOnce once;
     once();
-    return Builder::singleValue(name, description, Value::Unspecified, Builder::real, 0.0);
+    return Builder::neutral(name, description, Value::Unspecified);
 }
 
 IFC2X3Property createPropertySingleValueLogical(const WideString& name, const WideString& description,
