@@ -10,12 +10,12 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <new>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -29,24 +29,6 @@
     #include <sys/syscall.h>
     #include <unistd.h>
 #endif
-
-namespace {
-
-/// Lets the form of `operator new` that does not throw find no memory.
-std::atomic<bool> nothrowNewFails{false};
-
-} // namespace
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    if (nothrowNewFails) {
-        return nullptr;
-    }
-    try {
-        return ::operator new(size);
-    } catch (...) {
-        return nullptr;
-    }
-}
 
 using namespace velmor_tests;
 using Velmor::FileStream;
@@ -407,14 +389,18 @@ TEST(ThreadOperations, WithoutMemoryForItsStartThereIsNoThread) {
 TEST(ThreadOperations, WithoutMemoryForItsSignalThereIsNoThread) {
     static std::atomic<bool> ran;
     ran = false;
-    nothrowNewFails = true;
-    unsigned* thread = ThreadOperations::createThread(
-        [](void*, std::uint64_t) -> unsigned {
-            ran = true;
-            return 0;
-        },
-        nullptr, 0, false);
-    nothrowNewFails = false;
+    const auto function = [](void*, std::uint64_t) -> unsigned {
+        ran = true;
+        return 0;
+    };
+    unsigned* thread = nullptr;
+    std::size_t failedSize = 0;
+    {
+        const FailAllocation fail(2, false, Allocations::All); // the second, behind the block for the new thread
+        thread = ThreadOperations::createThread(function, nullptr, 0, false);
+        failedSize = fail.failedSize();
+    }
+    EXPECT_EQ(failedSize, sizeof(Signal));
     EXPECT_EQ(thread, nullptr);
     ThreadOperations::usleep(20);
     EXPECT_FALSE(ran);

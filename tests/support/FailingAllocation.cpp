@@ -1,5 +1,5 @@
 // The linker leads every malloc, calloc, realloc and free of the suite's own code here (--wrap); `operator new` and
-// `operator delete` are replaced.
+// `operator delete` are replaced, but for their forms with an alignment.
 
 #include "support/FailingAllocation.h"
 
@@ -27,11 +27,9 @@ namespace {
 
 // What is armed on the calling thread. To ask for it may not allocate, which rules out thread_local in mingw's programs.
 #if defined(_WIN32)
-DWORD slot = TLS_OUT_OF_INDEXES;
+DWORD slot = TLS_OUT_OF_INDEXES; // for which TlsGetValue gives null
 
 FailAllocation* armed() {
-    if (slot == TLS_OUT_OF_INDEXES)
-        return nullptr;
     const DWORD error = GetLastError(); // TlsGetValue resets it
     void* const value = TlsGetValue(slot);
     SetLastError(error);
@@ -39,8 +37,9 @@ FailAllocation* armed() {
 }
 
 void arm(FailAllocation* failure) {
-    static const DWORD made = slot = TlsAlloc();
-    TlsSetValue(made, failure);
+    if (slot == TLS_OUT_OF_INDEXES)
+        slot = TlsAlloc();
+    TlsSetValue(slot, failure);
 }
 #else
 thread_local FailAllocation* current = nullptr;
@@ -73,18 +72,14 @@ void release(void* block) {
     __real_free(block);
 }
 
-void* allocateForNew(std::size_t size) {
-    if (refused(size, Allocations::All))
+void* allocateForNew(std::size_t size) noexcept {
+    return refused(size, Allocations::All) ? nullptr : counted(__real_malloc(size != 0 ? size : 1));
+}
+
+void* orThrow(void* block) {
+    if (block == nullptr)
         throw std::bad_alloc();
-    for (;;) {
-        void* const block = counted(__real_malloc(size != 0 ? size : 1));
-        if (block != nullptr)
-            return block;
-        const std::new_handler handler = std::get_new_handler();
-        if (handler == nullptr)
-            throw std::bad_alloc();
-        handler();
-    }
+    return block;
 }
 
 } // namespace
@@ -154,13 +149,21 @@ void __wrap_free(void* block) {
     velmor_tests::release(block);
 }
 
-// The forms that do not throw stay the runtime's, which calls these, and so do those with an alignment.
+// The forms that do not throw as well: those of a sanitizer's runtime would not call the others.
 
 void* operator new(std::size_t size) {
-    return velmor_tests::allocateForNew(size);
+    return velmor_tests::orThrow(velmor_tests::allocateForNew(size));
 }
 
 void* operator new[](std::size_t size) {
+    return velmor_tests::orThrow(velmor_tests::allocateForNew(size));
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return velmor_tests::allocateForNew(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     return velmor_tests::allocateForNew(size);
 }
 
@@ -177,5 +180,13 @@ void operator delete(void* block, std::size_t) noexcept {
 }
 
 void operator delete[](void* block, std::size_t) noexcept {
+    velmor_tests::release(block);
+}
+
+void operator delete(void* block, const std::nothrow_t&) noexcept {
+    velmor_tests::release(block);
+}
+
+void operator delete[](void* block, const std::nothrow_t&) noexcept {
     velmor_tests::release(block);
 }

@@ -10,12 +10,12 @@ namespace velmor_tests {
 /// Which allocations count.
 enum class Allocations {
     CHeap, ///< malloc, calloc and realloc.
-    All    ///< These, and `operator new`, which then throws.
+    All    ///< These, and `operator new`, which then throws or, in its form that does not, gives null.
 };
 
 /// While an object of this type lives, the n-th allocation of the calling thread from its construction on fails (n = 1: the
 /// next one), and, if asked, every later one too. Only calls made by code linked into the suite count: the library's and
-/// the suite's own, but no malloc inside a shared library.
+/// the suite's own, but no malloc inside a shared library; `operator new` counts wherever it is called.
 /// Objects do not nest. Make it just before the call under test: the suite's own allocations count as well.
 class FailAllocation {
 public:

@@ -137,6 +137,18 @@ bool newGivesBlock() {
     return result;
 }
 
+bool nothrowNewGivesBlock() {
+    void* const taken = used(operator new(size, std::nothrow));
+    operator delete(taken, std::nothrow);
+    return taken != nullptr;
+}
+
+bool nothrowArrayNewGivesBlock() {
+    void* const taken = used(operator new[](size, std::nothrow));
+    operator delete[](taken, std::nothrow);
+    return taken != nullptr;
+}
+
 bool arrayNewGivesBlock() {
     const bool result = givesBlock([] { return operator new[](size); });
     operator delete[](result ? block : nullptr);
@@ -163,6 +175,30 @@ TEST(FailAllocation, FailsOperatorNewWhenAsked) {
     EXPECT_GE(seen, 1u); // a runtime that is linked into the suite takes the exception from the C heap
     EXPECT_EQ(failedSize, 40u);
     EXPECT_TRUE(newGivesBlock() && arrayNewGivesBlock());
+}
+
+TEST(FailAllocation, FailsOperatorNewThatDoesNotThrowWhenAsked) {
+    for (bool (*const gives)() : {nothrowNewGivesBlock, nothrowArrayNewGivesBlock}) {
+        bool asked = true;
+        bool unasked = false;
+        unsigned seen = 0;
+        std::size_t failedSize = 0;
+        {
+            const FailAllocation failure(1, true, Allocations::All);
+            asked = gives();
+            seen = failure.seen();
+            failedSize = failure.failedSize();
+        }
+        {
+            const FailAllocation failure(1, true);
+            unasked = gives();
+        }
+        EXPECT_FALSE(asked);
+        EXPECT_EQ(seen, 1u);
+        EXPECT_EQ(failedSize, 40u);
+        EXPECT_TRUE(unasked);
+        EXPECT_TRUE(gives());
+    }
 }
 
 TEST(FailAllocation, CountsBothHeapsInOneRow) {
@@ -211,6 +247,18 @@ TEST(LiveAllocations, CountsEveryBlockUntilItIsGivenBack) {
     EXPECT_EQ(atTheEnd, 0);
     EXPECT_EQ(afterArrayNew, 1);
     EXPECT_EQ(afterArrayDelete, 0);
+}
+
+TEST(LiveAllocations, CountsBlocksOfTheFormsThatDoNotThrow) {
+    const auto since = [start = liveAllocations()] { return liveAllocations() - start; };
+    void* const one = used(operator new(size, std::nothrow));
+    void* const array = used(operator new[](size, std::nothrow));
+    const long taken = since();
+    operator delete(one);
+    operator delete[](array, std::nothrow);
+    const long released = since();
+    EXPECT_EQ(taken, 2);
+    EXPECT_EQ(released, 0);
 }
 
 TEST(LiveAllocations, DoesNotCountWhatFailed) {
