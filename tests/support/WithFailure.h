@@ -42,6 +42,42 @@ Attempt withFailure(unsigned n, bool andAllLater, Function function) {
     return attempt;
 }
 
+/// What an operation did while one of its allocations failed, of whichever heap.
+struct Outcome {
+    bool failed = false;  ///< The allocation was reached.
+    std::size_t size = 0; ///< What it asked for.
+    bool threw = false;   ///< std::bad_alloc.
+    long kept = 0;        ///< Number of blocks that were taken and not given back.
+};
+
+/// Throws an exception: what the runtime keeps for its first one would pass for a leak.
+inline void throwOnce() {
+    try {
+        throw std::bad_alloc();
+    } catch (const std::bad_alloc&) {
+    }
+}
+
+/// Runs an operation while its n-th allocation, and all later ones if asked, fail: those by `operator new` too.
+template <class Operation>
+Outcome outcomeOf(unsigned n, bool andAllLater, Operation operation) {
+    throwOnce();
+    Outcome outcome;
+    const long before = liveAllocations();
+    {
+        const FailAllocation fail(n, andAllLater, Allocations::All);
+        try {
+            operation();
+        } catch (const std::bad_alloc&) {
+            outcome.threw = true;
+        }
+        outcome.failed = fail.happened();
+        outcome.size = fail.failedSize();
+    }
+    outcome.kept = liveAllocations() - before;
+    return outcome;
+}
+
 /// Whether a function throws std::bad_alloc when its n-th allocation fails.
 template <class Function>
 bool throwsBadAlloc(unsigned n, Function function) {
