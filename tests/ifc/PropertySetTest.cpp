@@ -249,6 +249,16 @@ TEST(PropertySet, TakesAPropertyFromInsideItsOwnContent) {
     EXPECT_EQ(difference(set, plain), "");
 }
 
+TEST(PropertySet, AssignmentToItselfDoesNoHarm) {
+    for (const PlainSet& plain : {PlainSet{}, plainNest(3), plainIntegers(51)}) {
+        Set set = build(plain);
+        const Set& same = set;
+        set = same;
+        EXPECT_EQ(difference(set, plain), "");
+        EXPECT_GE(capacityOf(set), plain.size()) << "spare places may be gone";
+    }
+}
+
 TEST(PropertySet, MayBeAssignedFromInsideItsOwnContent) {
     Set set = build(plainNest(3));
     set = set.getProperty(1).getPropertyComplex().getPropertySet();

@@ -225,6 +225,16 @@ TEST(PropertySingleValue, AMoveLeavesItsSourceAsItIs) {
     EXPECT_EQ(difference(assigned, plain), "");
 }
 
+TEST(PropertySingleValue, AssignmentToItselfDoesNoHarm) {
+    for (const std::uint32_t type : valueTypes) {
+        SCOPED_TRACE(type);
+        Value value = fullValue(type);
+        const Value& same = value;
+        value = same;
+        EXPECT_EQ(difference(value, plainFullValue(type)), "");
+    }
+}
+
 TEST(PropertySingleValue, TextsOfAnyLengthAreHeld) {
     for (const std::size_t length : {0u, 1u, 7u, 8u, 15u, 16u, 255u, 256u, 10000u, 1000000u}) {
         SCOPED_TRACE(length);
@@ -314,6 +324,24 @@ TEST(Property, AMoveLeavesItsSourceAsItIs) {
         EXPECT_EQ(difference(constructed, plain), "");
         EXPECT_EQ(difference(assigned, plain), "");
     }
+}
+
+TEST(Property, AssignmentToItselfDoesNoHarm) {
+    for (const PlainProperty& plain : everyKind()) {
+        Property property = build(plain);
+        const Property& same = property;
+        property = same;
+        EXPECT_EQ(difference(property, plain), "");
+    }
+}
+
+TEST(PropertyComplex, AssignmentToItselfDoesNoHarm) {
+    Complex complex = build(plainComplex(VELMOR_WIDE("c"), plainNest(3))).getPropertyComplex();
+    const WideString usageName = complex.getUsageName();
+    const Complex& same = complex;
+    complex = same;
+    EXPECT_TRUE(complex.getUsageName() == usageName);
+    EXPECT_EQ(difference(complex.getPropertySet(), plainNest(3)), "");
 }
 
 TEST(Property, MayBeAssignedFromItsOwnContent) {
