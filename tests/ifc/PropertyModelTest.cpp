@@ -1,6 +1,7 @@
 // Random sequences of operations on sets, beside plain lists.
 
 #include "ifc/PlainProperty.h"
+#include "ifc/Random.h"
 
 #include <gtest/gtest.h>
 
@@ -9,37 +10,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <numeric>
-#include <random>
 #include <string>
 
 using namespace Velmor;
 using namespace velmor_tests;
 
 namespace {
-
-class Random {
-public:
-    explicit Random(std::uint32_t seed) : engine_(seed) {}
-
-    std::uint64_t bits() { return engine_(); }
-    std::size_t below(std::size_t bound) { return bits() % bound; }
-    bool oneIn(std::size_t n) { return below(n) == 0; }
-
-    WideString text(std::size_t length) {
-        WideString result(length, WideChar{0});
-        for (WideChar& unit : result)
-            unit = static_cast<WideChar>(oneIn(2000) ? 0 : 1 + below(0xFFFF));
-        return result;
-    }
-
-    WideString text() {
-        static constexpr std::size_t lengths[] = {0, 1, 5, 7, 8, 30, 254, 255, 256, 300};
-        return text(lengths[below(std::size(lengths))]);
-    }
-
-private:
-    std::mt19937_64 engine_;
-};
 
 std::size_t sizeOf(const PlainSet& set) {
     return std::accumulate(set.begin(), set.end(), set.size(),

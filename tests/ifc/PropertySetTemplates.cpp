@@ -507,6 +507,14 @@ const std::vector<Template>& templates() {
     return all;
 }
 
+const Template& templateNamed(const std::string& name) {
+    for (const Template& candidate : templates())
+        if (candidate.name == name)
+            return candidate;
+    ADD_FAILURE() << "no structure " << name;
+    std::abort();
+}
+
 std::vector<Template> templatesWith(FieldKind kind) {
     std::vector<Template> result;
     for (const Template& candidate : templates())

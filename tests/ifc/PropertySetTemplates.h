@@ -55,6 +55,9 @@ void PrintTo(const Template& kind, std::ostream* out);
 /// The fourteen.
 const std::vector<Template>& templates();
 
+/// The one for `IFC2X3_PSet_<name>_s`.
+const Template& templateNamed(const std::string& name);
+
 /// Those with a field of a kind.
 std::vector<Template> templatesWith(FieldKind kind);
 

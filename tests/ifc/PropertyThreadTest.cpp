@@ -1,5 +1,6 @@
 // Properties on several threads: the shared neutral objects are made once, and threads with sets of their own do not meet.
 
+#include "ifc/OnThreads.h"
 #include "ifc/PlainProperty.h"
 #include "support/UnderDebugger.h"
 
@@ -10,31 +11,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <thread>
-#include <vector>
 
 using namespace Velmor;
 using namespace velmor_tests;
 
 namespace {
-
-constexpr unsigned threadCount = 8;
-
-/// Runs something on several threads that begin together.
-template <class Function>
-void onThreads(Function function) {
-    std::atomic<unsigned> waiting{threadCount};
-    std::vector<std::thread> threads;
-    for (unsigned i = 0; i < threadCount; ++i)
-        threads.emplace_back([&, i] {
-            --waiting;
-            while (waiting != 0)
-                std::this_thread::yield();
-            function(i);
-        });
-    for (std::thread& thread : threads)
-        thread.join();
-}
 
 /// The shared objects as one thread sees them.
 struct Shared {

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace velmor_tests {
+
+inline constexpr unsigned threadCount = 8;
+
+/// Runs something on several threads that begin together, and waits for all of them.
+/// @param function gets the number of its thread.
+template <class Function>
+void onThreads(Function function) {
+    std::atomic<unsigned> waiting{threadCount};
+    std::vector<std::thread> threads;
+    for (unsigned i = 0; i < threadCount; ++i)
+        threads.emplace_back([&, i] {
+            --waiting;
+            while (waiting != 0)
+                std::this_thread::yield();
+            function(i);
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+} // namespace velmor_tests
