@@ -5,7 +5,7 @@
 #include "PlainSha1.h"
 #include "RandomBytes.h"
 #include "Tools.h"
-#include "WatchNew.h"
+#include "support/WithFailure.h"
 
 #include <Velmor/Digest.h>
 
@@ -14,7 +14,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <new>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -154,18 +154,21 @@ TEST(Sha1Memory, AFileOfAnySizeTakesOnePiece) {
     const auto expected = plainSha1(content);
     const Velmor::WideString name = wide(path);
 
-    WatchNew watch;
-    const Sha1::Digest digest = Sha1::FromFile(name);
-    const std::size_t peak = watch.peak();
-    watch.stop();
-    EXPECT_EQ(digest.asBytes(), expected);
-    EXPECT_GE(peak, piece) << "the buffer was not seen";
-    EXPECT_LE(peak, piece + (64u << 10));
+    std::optional<Sha1::Digest> digest;
+    std::size_t taken = 0;
+    {
+        const FailAllocation count(0, false, Allocations::All);
+        digest = Sha1::FromFile(name);
+        taken = count.totalSize();
+    }
+    EXPECT_EQ(digest->asBytes(), expected);
+    EXPECT_GE(taken, piece) << "the buffer was not seen";
+    EXPECT_LE(taken, piece + (64u << 10)); // all that was ever taken, so one buffer
 }
 
 TEST(Sha1Memory, AHasherOwnsNone) {
     const Bytes bytes = Random(1).bytes(1000);
-    WatchNew watch;
+    const FailAllocation count(0, false, Allocations::All);
     Sha1 hasher;
     hasher.appendData(bytes);
     Sha1 copy(hasher);
@@ -173,8 +176,7 @@ TEST(Sha1Memory, AHasherOwnsNone) {
     copy = hasher;
     moved = std::move(copy);
     moved.appendData(bytes);
-    watch.stop();
-    EXPECT_EQ(watch.seen(), 0u);
+    EXPECT_EQ(count.seen(), 0u);
 }
 
 TEST(Sha1Memory, ExhaustionThrowsAndLosesNothing) {
@@ -192,17 +194,10 @@ TEST(Sha1Memory, ExhaustionThrowsAndLosesNothing) {
         SCOPED_TRACE(what);
         for (unsigned n = 1;; ++n) {
             ASSERT_LT(n, 50u);
-            bool thrown = false;
-            WatchNew watch(n);
-            try {
-                operation();
-            } catch (const std::bad_alloc&) {
-                thrown = true;
-            }
-            watch.stop();
-            EXPECT_EQ(thrown, watch.happened()) << "allocation " << n;
-            EXPECT_EQ(watch.live(), 0u) << "allocation " << n;
-            if (!watch.happened()) {
+            const Outcome outcome = outcomeOf(n, false, operation);
+            EXPECT_EQ(outcome.threw, outcome.failed) << "allocation " << n;
+            EXPECT_EQ(outcome.kept, 0) << "allocation " << n;
+            if (!outcome.failed) {
                 EXPECT_GT(n, 1u) << "nothing was made to fail";
                 return;
             }
@@ -227,14 +222,6 @@ TEST(Sha1Memory, ExhaustionThrowsAndLosesNothing) {
 TEST(Sha1Memory, AFailedAssignmentOfADigestChangesNothing) {
     const Sha1::Digest source(std::vector<unsigned char>(100, 1));
     Sha1::Digest target(std::vector<unsigned char>(20, 2));
-    WatchNew watch(1);
-    bool thrown = false;
-    try {
-        target = source;
-    } catch (const std::bad_alloc&) {
-        thrown = true;
-    }
-    watch.stop();
-    EXPECT_TRUE(thrown);
+    EXPECT_TRUE(outcomeOf(1, false, [&] { target = source; }).threw);
     EXPECT_EQ(target.asBytes(), std::vector<unsigned char>(20, 2));
 }

@@ -1,11 +1,9 @@
 // Solids and textures when memory is short, what a debugger sees of it, and when blocks are freed.
-//
-// The linker leads every free of the suite's own code here (--wrap).
 
-#include "WatchNew.h"
 #include "support/FailingAllocation.h"
 #include "support/Setting.h"
 #include "support/UnderDebugger.h"
+#include "support/WithFailure.h"
 
 #include <Velmor/ForeignObject.h>
 
@@ -25,23 +23,6 @@ using namespace velmor_tests;
 using Velmor::PngTexture;
 
 namespace {
-
-/// While it lives, counts how often one block is freed, and notes how many allocations had been made before.
-struct WatchFree {
-    explicit WatchFree(const void* watched) : block(watched) { current = this; }
-    ~WatchFree() { current = nullptr; }
-    WatchFree(const WatchFree&) = delete;
-    WatchFree& operator=(const WatchFree&) = delete;
-
-    const void* block;
-    const FailAllocation* allocations = nullptr;
-    int times = 0;
-    unsigned allocationsBefore = 0;
-
-    static WatchFree* current;
-};
-
-WatchFree* WatchFree::current = nullptr;
 
 using Type = ForeignObjectSolid::Type_t;
 
@@ -82,20 +63,6 @@ void require(bool condition, const char* what) {
 }
 
 } // namespace
-
-extern "C" {
-void __real_free(void* block);
-void __wrap_free(void* block);
-}
-
-void __wrap_free(void* block) {
-    WatchFree* const watch = WatchFree::current;
-    if (watch != nullptr && block == watch->block) {
-        ++watch->times;
-        watch->allocationsBefore = watch->allocations != nullptr ? watch->allocations->seen() : 0;
-    }
-    __real_free(block);
-}
 
 // Solids
 // ----------------------------------------------------------------------------------------------------------------------
@@ -191,17 +158,13 @@ TEST(ForeignObjectSolidMemory, AssignmentFreesTheOwnBlockFirst) {
     for (const bool fails : {false, true}) {
         ForeignObjectSolid source(type(1), 5, "bytes");
         ForeignObjectSolid target(type(2), 9, "old bytes");
-        WatchFree freed(blockOf(target));
+        const WatchFree freed(blockOf(target));
         {
             const FailAllocation allocations(fails ? 1 : 1000);
-            freed.allocations = &allocations;
             target = source;
-            freed.allocations = nullptr;
         }
-        // The new block may lie where the old one was; only what was freed till now counts.
-        EXPECT_EQ(freed.times, 1);
-        EXPECT_EQ(freed.allocationsBefore, 0u) << "the new block was taken before";
-        freed.block = nullptr;
+        EXPECT_EQ(freed.times(), 1u);
+        EXPECT_EQ(freed.seenBefore(), 0u) << "the new block was taken before";
     }
 }
 
@@ -210,7 +173,7 @@ TEST(ForeignObjectSolidMemory, AssignmentLeavesTheBlockOfTheSource) {
     ForeignObjectSolid target(type(2), 9, "old bytes");
     const WatchFree freed(blockOf(source));
     target = source;
-    EXPECT_EQ(freed.times, 0);
+    EXPECT_EQ(freed.times(), 0u);
 }
 
 TEST(ForeignObjectSolidMemory, AssignmentOfAnEmptySolidFreesTheOwnBlock) {
@@ -218,7 +181,7 @@ TEST(ForeignObjectSolidMemory, AssignmentOfAnEmptySolidFreesTheOwnBlock) {
     ForeignObjectSolid target(type(2), 9, "old bytes");
     const WatchFree freed(blockOf(target));
     target = source;
-    EXPECT_EQ(freed.times, 1);
+    EXPECT_EQ(freed.times(), 1u);
     EXPECT_TRUE(isEmpty(target, 1));
 }
 
@@ -226,7 +189,7 @@ TEST(ForeignObjectSolidMemory, DestructionFreesTheBlockOnce) {
     std::optional<ForeignObjectSolid> solid(std::in_place, type(1), 5u, "bytes");
     const WatchFree freed(blockOf(*solid));
     solid.reset();
-    EXPECT_EQ(freed.times, 1);
+    EXPECT_EQ(freed.times(), 1u);
 }
 
 // What a debugger sees
@@ -338,16 +301,10 @@ TEST(ForeignObjectSolidReports, SuccessIsNotReported) {
 
 namespace {
 
-/// Whether something throws std::bad_alloc when its next `operator new` fails.
+/// Whether something throws std::bad_alloc when its next allocation fails.
 template <class Operation>
 bool throwsWithoutMemory(Operation operation) {
-    WatchNew watch(1);
-    try {
-        operation();
-    } catch (const std::bad_alloc&) {
-        return true;
-    }
-    return false;
+    return outcomeOf(1, false, operation).threw;
 }
 
 } // namespace
@@ -380,11 +337,12 @@ TEST(PngTextureMemory, AnEmptyTextureTakesNone) {
 
 TEST(PngTextureMemory, DestructionReleasesTheBytes) {
     const std::vector<char> bytes(1000, 'x');
-    WatchNew watch;
+    const long before = liveAllocations();
+    long within;
     {
         const PngTexture texture(bytes);
-        EXPECT_GE(watch.live(), 1000u);
+        within = liveAllocations();
     }
-    watch.stop();
-    EXPECT_EQ(watch.live(), 0u);
+    EXPECT_EQ(within, before + 1);
+    EXPECT_EQ(liveAllocations(), before);
 }

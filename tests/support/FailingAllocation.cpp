@@ -66,7 +66,11 @@ void* counted(void* block) {
     return block;
 }
 
+WatchFree* watch = nullptr;
+
 void release(void* block) {
+    if (watch != nullptr)
+        watch->given(block);
     if (block != nullptr)
         live.fetch_sub(1, std::memory_order_relaxed);
     __real_free(block);
@@ -109,12 +113,40 @@ bool FailAllocation::refuses(std::size_t size, Allocations kind) {
     if (kind == Allocations::All && which_ == Allocations::CHeap)
         return false;
     ++seen_;
+    totalSize_ += size;
     const bool result = seen_ == first_ || (andAllLater_ && seen_ > first_);
     if (result && !happened_) {
         happened_ = true;
         failedSize_ = size;
     }
     return result;
+}
+
+std::size_t FailAllocation::totalSize() const {
+    return totalSize_;
+}
+
+WatchFree::WatchFree(const void* block) : block_(block) {
+    watch = this;
+}
+
+WatchFree::~WatchFree() {
+    watch = nullptr;
+}
+
+unsigned WatchFree::times() const {
+    return times_;
+}
+
+unsigned WatchFree::seenBefore() const {
+    return seenBefore_;
+}
+
+void WatchFree::given(const void* block) {
+    if (block != block_)
+        return;
+    if (times_++ == 0 && armed() != nullptr)
+        seenBefore_ = armed()->seen();
 }
 
 long liveAllocations() {

@@ -33,6 +33,9 @@ public:
     /// Size in bytes of the first allocation that was made to fail.
     std::size_t failedSize() const;
 
+    /// Size in bytes of all allocations seen so far, whether they have been given back or not.
+    std::size_t totalSize() const;
+
     /// Counts an allocation of the given size and tells whether it fails; for the allocation functions themselves.
     bool refuses(std::size_t size, Allocations kind);
 
@@ -43,6 +46,30 @@ private:
     unsigned seen_ = 0;
     bool happened_ = false;
     std::size_t failedSize_ = 0;
+    std::size_t totalSize_ = 0;
+};
+
+/// While an object of this type lives, notes when one block is given back. Objects do not nest; one thread at a time.
+class WatchFree {
+public:
+    explicit WatchFree(const void* block);
+    ~WatchFree();
+    WatchFree(const WatchFree&) = delete;
+    WatchFree& operator=(const WatchFree&) = delete;
+
+    /// How often it was given back. A later block in the same place counts as the same one.
+    unsigned times() const;
+
+    /// How many allocations the living `FailAllocation` had seen when it was given back first; 0 if there was none.
+    unsigned seenBefore() const;
+
+    /// Takes note of a block that is given back; for the allocation functions themselves.
+    void given(const void* block);
+
+private:
+    const void* block_;
+    unsigned times_ = 0;
+    unsigned seenBefore_ = 0;
 };
 
 /// Number of blocks that code linked into the suite has taken, from the C heap or by `operator new`, and not given back.

@@ -14,6 +14,7 @@ namespace {
 using velmor_tests::Allocations;
 using velmor_tests::FailAllocation;
 using velmor_tests::liveAllocations;
+using velmor_tests::WatchFree;
 
 // The compiler may neither see that a block is unused nor what its size is.
 void* volatile block = nullptr;
@@ -280,6 +281,31 @@ TEST(LiveAllocations, DoesNotCountWhatFailed) {
     EXPECT_EQ(grown, nullptr);
     EXPECT_EQ(after, before + 1);
     EXPECT_EQ(liveAllocations(), before);
+}
+
+TEST(FailingAllocation, AddsUpTheSizesThatWereAskedFor) {
+    const FailAllocation count(2, false, Allocations::All);
+    void* const first = used(std::malloc(100));
+    void* const refused = used(std::malloc(20));
+    operator delete(used(operator new(1)));
+    std::free(first);
+    EXPECT_EQ(refused, nullptr);
+    EXPECT_EQ(count.totalSize(), 121u);
+}
+
+TEST(WatchFree, TellsWhenABlockIsGivenBack) {
+    void* const watched = used(std::calloc(1, 10));
+    void* const other = used(std::malloc(10));
+    const WatchFree watch(watched);
+    std::free(other);
+    EXPECT_EQ(watch.times(), 0u);
+    {
+        const FailAllocation count(0);
+        std::free(used(std::malloc(1000)));
+        std::free(watched);
+    }
+    EXPECT_EQ(watch.times(), 1u);
+    EXPECT_EQ(watch.seenBefore(), 1u);
 }
 
 } // namespace
