@@ -4,9 +4,9 @@
 //   file           a file of 256 MiB in pieces of 1 MiB
 //   over_4GiB      a message of 4.1 GiB in pieces of 64 MiB
 //
-// Times are the best of the repetitions, which the two take in turns. Where the processor has SHA instructions the program
-// measures all of it once more without them, on both sides: OPENSSL_ia32cap tells OpenSSL at its start, so the program
-// starts itself again. All digests are compared.
+// The rates are per second of processor time, the best of the repetitions, which the two take in turns. Where the processor
+// has SHA instructions the program measures all of it once more without them, on both sides: OPENSSL_ia32cap tells OpenSSL
+// at its start, so the program starts itself again. All digests are compared.
 
 #include <Velmor/Digest.h>
 
@@ -23,9 +23,11 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -153,25 +155,59 @@ using Compute = std::function<Digest()>;
 
 /// Registers both for one message.
 void add(const std::string& name, std::size_t size, int repetitions, const Compute& velmor, const Compute& peer) {
-    const auto measure = [&](const char* who, const Compute& compute, const Compute& other) {
-        auto* const made = benchmark::RegisterBenchmark(
-            (name + '/' + who).c_str(), [size, compute, other, first = true](benchmark::State& state) mutable {
-                if (std::exchange(first, false) && compute() != other())
-                    fail("wrong digest");
-                for ([[maybe_unused]] auto iteration : state)
-                    benchmark::DoNotOptimize(compute().data());
-                state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(size));
-            });
-        made->Unit(size < MiB ? benchmark::kNanosecond : benchmark::kMillisecond)->UseRealTime();
-        made->Repetitions(repetitions)->DisplayAggregatesOnly(true);
-        made->ComputeStatistics("best", [](const std::vector<double>& values) {
-            // Of times the least, of rates the greatest: both stand in the same repetition.
-            return values.empty() ? 0.0 : *std::min_element(values.begin(), values.end());
-        });
-    };
-    measure("Velmor", velmor, peer);
-    measure("EVP", peer, velmor);
+    const auto known = std::make_shared<Digest>();
+    for (const auto& [who, compute] : {std::pair{"/Velmor", velmor}, std::pair{"/EVP", peer}}) {
+        const auto measure = [size, known, compute = compute](benchmark::State& state) {
+            Digest digest;
+            for ([[maybe_unused]] auto iteration : state)
+                digest = compute();
+            if (known->empty())
+                *known = digest;
+            if (digest != *known)
+                fail("wrong digest");
+            state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(size));
+        };
+        benchmark::RegisterBenchmark((name + who).c_str(), measure)->MinTime(0.1)->Repetitions(repetitions);
+    }
 }
+
+/// Prints one line for each message: the best rate of both, and how many times as fast the library is.
+class Table : public benchmark::BenchmarkReporter {
+public:
+    bool ReportContext(const Context& context) override {
+        PrintBasicContext(&GetErrorStream(), context);
+        return true;
+    }
+
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            if (run.run_type != Run::RT_Iteration)
+                continue;
+            const std::string& name = run.run_name.function_name;
+            Row& row = rows_[run.family_index / 2];
+            row.name = name.substr(0, name.rfind('/'));
+            const bool ours = name.ends_with("Velmor");
+            double& best = ours ? row.velmor : row.peer;
+            best = std::max(best, double{run.counters.at("bytes_per_second")});
+        }
+    }
+
+    void Finalize() override {
+        std::printf("%-12s %12s %12s %8s\n", "SHA-1", "Velmor MB/s", "EVP MB/s", "times");
+        for (const auto& [index, row] : rows_)
+            std::printf("%-12s %12.0f %12.0f %8.3f\n", row.name.c_str(), row.velmor / 1e6, row.peer / 1e6,
+                        row.velmor / row.peer);
+    }
+
+private:
+    struct Row {
+        std::string name;
+        double velmor = 0;
+        double peer = 0;
+    };
+
+    std::map<std::int64_t, Row> rows_; ///< In the order of registration; the two of a message follow each other.
+};
 
 // A value of /proc/self/status, in KiB.
 long memoryStatus(const std::string& name) {
@@ -224,7 +260,7 @@ int main(int argc, char** argv) {
                                  : size < MiB ? "1KiB"
                                               : std::to_string(size / MiB) + "MiB";
         add(
-            "data/" + unit, size, 15, [data] { return velmorData(*data); }, [data] { return evpData(*data); });
+            "data/" + unit, size, 20, [data] { return velmorData(*data); }, [data] { return evpData(*data); });
     }
     add("file", fileSize, 5, velmorFile, evpFile);
     add("over_4GiB", longPieces * bytes().size(), 1, velmorLong, evpLong);
@@ -238,7 +274,8 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data()))
         return EXIT_FAILURE;
-    benchmark::RunSpecifiedBenchmarks();
+    Table table;
+    benchmark::RunSpecifiedBenchmarks(&table);
     fs::remove(filePath());
 
     if (!masked && kernels.size() == 3) {

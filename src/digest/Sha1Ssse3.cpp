@@ -17,11 +17,6 @@ using Word = std::uint32_t;
 constexpr int groups = 20; ///< Of four steps each.
 constexpr int ahead = 4;   ///< By so many groups the schedule runs ahead of the steps.
 
-template <int bits>
-VELMOR_SSSE3_PART __m128i rotateLeft(__m128i words) {
-    return _mm_or_si128(_mm_slli_epi32(words, bits), _mm_srli_epi32(words, 32 - bits));
-}
-
 /// The words of the last eight groups, and what the steps are to add: each word with the constant of its step.
 struct Schedule {
     __m128i recent[8];
@@ -34,13 +29,14 @@ struct Schedule {
     VELMOR_SSSE3_PART void put(__m128i words) {
         constexpr Word constants[] = {0x5A827999, 0x6ED9EBA1, 0x8F1BBCDC, 0xCA62C1D6};
         recent[group % 8] = words;
-        store(addends + 4 * group, _mm_add_epi32(words, _mm_set1_epi32(static_cast<int>(constants[group / 5]))));
+        store(addends + std::size_t{4} * group,
+              _mm_add_epi32(words, _mm_set1_epi32(static_cast<int>(constants[group / 5]))));
     }
 
     template <int group>
     VELMOR_SSSE3_PART void read(const unsigned char* block) {
         const __m128i bigEndian = _mm_set_epi64x(0x0C0D0E0F08090A0B, 0x0405060700010203);
-        put<group>(_mm_shuffle_epi8(load(block + 16 * group), bigEndian));
+        put<group>(_mm_shuffle_epi8(load(block + std::size_t{16} * group), bigEndian));
     }
 
     template <int group>
@@ -53,7 +49,7 @@ struct Schedule {
             const __m128i sum = _mm_xor_si128(_mm_xor_si128(back3, words(group, 2)), _mm_xor_si128(back14, words(group, 4)));
             put<group>(_mm_xor_si128(rotateLeft<1>(sum), rotateLeft<2>(_mm_slli_si128(sum, 12))));
         } else {
-            // The same equation put into itself: w[t] = rotl(w[t-6] ^ w[t-16] ^ w[t-28] ^ w[t-32], 2).
+            // The schedule put into itself: w[t] = rotl(w[t-6] ^ w[t-16] ^ w[t-28] ^ w[t-32], 2).
             const __m128i back6 = _mm_alignr_epi8(words(group, 1), words(group, 2), 8);
             put<group>(rotateLeft<2>(
                 _mm_xor_si128(back6, _mm_xor_si128(words(group, 4), _mm_xor_si128(words(group, 7), words(group, 8))))));

@@ -26,6 +26,11 @@ inline void store(void* destination, __m128i value) {
     _mm_storeu_si128(static_cast<__m128i*>(destination), value);
 }
 
+template <int bits>
+inline __m128i rotateLeft(__m128i words) {
+    return _mm_or_si128(_mm_slli_epi32(words, bits), _mm_srli_epi32(words, 32 - bits));
+}
+
 } // namespace Velmor::sha1
 
 #endif
