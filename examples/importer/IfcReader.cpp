@@ -7,8 +7,10 @@
 #include "IfcProperties.h"
 #include "IfcPropertyRelations.h"
 #include "IfcShape.h"
+#include "IfcTextures.h"
 #include "IfcUnits.h"
 
+#include <Velmor/Platform.h>
 #include <Velmor/Text.h>
 
 #include <string>
@@ -24,19 +26,21 @@ constexpr double scanned = 0.3;
 /// Problems beyond this many are only counted.
 constexpr std::uint64_t mostProblems = 100000;
 
-/// What properties may take. They have an account of their own, so that they spoil no shape, and no shape spoils them.
-Limits ofProperties(Limits limits) {
-    limits.work = limits.workOfProperties;
-    limits.workPerProduct = limits.workOfProperties;
+/// With an account of their own, so that what is no shape spoils none, and no shape spoils it: properties, textures.
+Limits withWork(Limits limits, std::uint64_t work) {
+    limits.work = work;
+    limits.workPerProduct = work;
     return limits;
 }
 
 class ModelReader {
 public:
-    ModelReader(const StepFile& file, const Limits& limits, ModelSink& sink)
-        : context_(file, limits), propertyContext_(file, ofProperties(limits)), file_(file), sink_(sink),
+    ModelReader(const StepFile& file, const Limits& limits, ModelSink& sink, const Velmor::WideString& folder)
+        : context_(file, limits), propertyContext_(file, withWork(limits, limits.workOfProperties)),
+          textureContext_(file, withWork(limits, limits.workOfTextures)), file_(file), sink_(sink), folder_(folder),
           products_(file.instancesOf({Entity::Product})), sets_(file.instancesOf({Entity::PropertySet})),
-          relations_(propertyContext_, products_, sets_), steps_(sets_.size() + products_.size()) {}
+          textures_(file.instancesOf({Entity::BlobTexture, Entity::ImageTexture, Entity::PixelTexture})),
+          relations_(propertyContext_, products_, sets_), steps_(sets_.size() + textures_.size() + products_.size()) {}
 
     void readAll();
 
@@ -44,6 +48,7 @@ private:
     void readModel();
     void readSets();
     void readRelations();
+    void readTextures();
     void read(std::size_t place);
     void readAttributes(const Record& record, Product& product);
     void readSetsOf(std::size_t place, Product& product);
@@ -54,13 +59,16 @@ private:
 
     IfcContext context_;
     IfcContext propertyContext_;
+    IfcContext textureContext_;
     const StepFile& file_;
     ModelSink& sink_;
+    const Velmor::WideString& folder_;
     const std::vector<const Instance*> products_;
     const std::vector<const Instance*> sets_;
+    const std::vector<const Instance*> textures_;
     PropertyRelations relations_;
     std::vector<std::uint32_t> setNames_; // per set, a number for its name
-    std::uint64_t steps_;                 // sets and products, each of them one
+    std::uint64_t steps_;                 // sets, textures and products, each of them one
     std::uint64_t stepsDone_ = 0;
     std::uint64_t problems_ = 0;
 };
@@ -73,6 +81,7 @@ void ModelReader::readAll() {
     sink_.progress(scanned);
     readSets();
     readRelations();
+    readTextures();
     for (std::size_t place = 0; place < products_.size(); ++place) {
         read(place);
         step();
@@ -129,6 +138,25 @@ void ModelReader::readRelations() {
         tellNotes(propertyContext_, "the relation #" + std::to_string(relation->number));
     }
     relations_.order();
+}
+
+/// One after the other too: an image may be large.
+void ModelReader::readTextures() {
+    TextureReader reader(textureContext_, folder_);
+    for (const Instance* instance : textures_) {
+        try {
+            if (auto texture = reader.read(*instance))
+                sink_.texture(std::move(*texture));
+        } catch (const Fault& fault) {
+            textureContext_.note(*fault.instance, fault.reason);
+        } catch (const TooMuch& tooMuch) {
+            textureContext_.note(*instance, tooMuch.reason);
+        }
+        tellNotes(textureContext_, "the model's textures");
+        step();
+    }
+    for (const Problem& remark : reader.remarks())
+        tell(remark);
 }
 
 void ModelReader::read(std::size_t place) {
@@ -207,13 +235,13 @@ void ModelReader::tellNotes(IfcContext& context, const std::string& owner) {
 
 } // namespace
 
-void readProducts(const StepFile& file, const Limits& limits, ModelSink& sink) {
-    ModelReader(file, limits, sink).readAll();
+void readProducts(const StepFile& file, const Limits& limits, ModelSink& sink, const Velmor::WideString& folder) {
+    ModelReader(file, limits, sink, folder).readAll();
 }
 
 void readIfcModel(const Velmor::WideString& path, ModelSink& sink) {
     const StepFile file = StepFile::open(path);
-    readProducts(file, Limits::forFile(file.size()), sink);
+    readProducts(file, Limits::forFile(file.size()), sink, Velmor::FileOperations::GetFullFolder(path));
 }
 
 } // namespace importer

@@ -8,7 +8,8 @@
 
 namespace importer {
 
-/// Hands a model's products and problems to a sink, in the order of the file.
-void readProducts(const StepFile& file, const Limits& limits, ModelSink& sink);
+/// Hands a model's products, textures and problems to a sink, in the order of the file.
+/// @param folder of the model, with its ending separator; where it is empty, images beside the model cannot be had.
+void readProducts(const StepFile& file, const Limits& limits, ModelSink& sink, const Velmor::WideString& folder = {});
 
 } // namespace importer

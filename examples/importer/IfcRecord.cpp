@@ -12,8 +12,9 @@ Limits Limits::forFile(std::uint64_t size) {
     // times for that one product.
     // Those with many large property sets that share their properties take up to 40 times their size for them; products
     // take up to 0.1 sets for each byte.
-    return {mega / 4 + size / 8,  16 * mega + 16 * size,   64 * mega + 48 * size,
-            mega / 4 + size / 64, 128 * mega + 128 * size, mega + size};
+    // Of embedded images the text itself is most of the work; those beside the model have no bound in its size.
+    return {mega / 4 + size / 8,     16 * mega + 16 * size, 64 * mega + 48 * size, mega / 4 + size / 64,
+            128 * mega + 128 * size, mega + size,           1024 * mega + 8 * size};
 }
 
 void IfcContext::beginProduct() {
@@ -115,6 +116,18 @@ ValueReader Record::list(std::size_t index) const {
     if ((*this)[index].kind != ValueKind::List)
         unexpected(index, "a list");
     return ValueReader((*this)[index].text);
+}
+
+std::string_view Record::binary(std::size_t index) const {
+    if ((*this)[index].kind != ValueKind::Binary)
+        unexpected(index, "a binary");
+    return (*this)[index].text;
+}
+
+std::string_view Record::encodedText(std::size_t index) const {
+    if ((*this)[index].kind != ValueKind::Text)
+        unexpected(index, "a text");
+    return (*this)[index].text;
 }
 
 std::vector<const Instance*> Record::references(std::size_t index) const {

@@ -32,6 +32,8 @@ struct Limits {
     std::uint64_t propertiesPerSet = 1 << 18; ///< Those within complex ones too.
     std::uint64_t workOfProperties = 1 << 27;
     std::uint64_t setsOfProducts = 1 << 20; ///< Of all products together, as often as they have them.
+    std::uint64_t workOfTextures = 1 << 30; ///< The bytes of the images beside the model too, as often as they are read.
+    std::uint64_t bytesPerTexture = 1 << 28;
 
     /// For a file of this size: beyond what a file of that size holds in honest use, and little enough to be done soon.
     static Limits forFile(std::uint64_t size);
@@ -119,6 +121,9 @@ public:
     /// Null if omitted.
     const Instance* optionalReference(std::size_t index) const;
     ValueReader list(std::size_t index) const;
+    /// A binary or a text, still encoded.
+    std::string_view binary(std::size_t index) const;
+    std::string_view encodedText(std::size_t index) const;
     std::vector<const Instance*> references(std::size_t index) const;
     /// A text, decoded; empty if omitted. What is none is noted as `what`, and is empty.
     Velmor::WideString text(std::size_t index, const char* what) const;

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 namespace importer {
 
@@ -12,16 +13,6 @@ namespace {
 using Velmor::StringOperations;
 using Velmor::WideChar;
 using Velmor::WideString;
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return -1;
-}
 
 /// Reads `digits` hexadecimal digits at `offset`.
 bool readHex(std::string_view text, std::size_t offset, std::size_t digits, std::uint32_t& value) {
@@ -106,6 +97,19 @@ std::size_t readDirective(std::string_view text, StringOperations::CharSet_e& pa
     return 0;
 }
 
+bool isLineBreak(char c) {
+    return c == '\n' || c == '\r';
+}
+
+/// Decodes the byte at the beginning of `bytes`, or the UTF-8 sequence that it begins.
+/// @return the length of what was decoded.
+std::size_t decodeOne(std::string_view bytes, WideString& result) {
+    std::uint32_t character = 0;
+    const std::size_t length = readUtf8(bytes, character);
+    append(result, length != 0 ? character : static_cast<unsigned char>(bytes[0]));
+    return length != 0 ? length : 1;
+}
+
 } // namespace
 
 WideString decodeText(std::string_view encoded) {
@@ -115,25 +119,54 @@ WideString decodeText(std::string_view encoded) {
     for (std::size_t i = 0; i < encoded.size();) {
         const std::string_view rest = encoded.substr(i);
         const char c = rest[0];
-        std::uint32_t character = 0;
         std::size_t length = 0;
         if (c == '\\') {
             length = readDirective(rest, page, result);
         } else if (c == '\'' && rest.starts_with("''")) {
             result += static_cast<WideChar>('\'');
             length = 2;
-        } else if (c == '\n' || c == '\r') {
-            length = 1;
-        } else if (static_cast<unsigned char>(c) >= 0x80 && (length = readUtf8(rest, character)) != 0) {
-            append(result, character);
-        }
-        if (length == 0) {
-            result += static_cast<WideChar>(static_cast<unsigned char>(c));
+        } else if (isLineBreak(c)) {
             length = 1;
         }
-        i += length;
+        i += length != 0 ? length : decodeOne(rest, result);
     }
     return result;
+}
+
+WideString decodeUtf8(std::string_view bytes) {
+    WideString result;
+    while (!bytes.empty())
+        bytes.remove_prefix(decodeOne(bytes, result));
+    return result;
+}
+
+int hexDigit(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    return -1;
+}
+
+std::optional<std::vector<char>> decodeBinary(std::string_view encoded) {
+    if (!encoded.starts_with('0'))
+        return std::nullopt;
+    std::vector<char> bytes;
+    bytes.reserve(encoded.size() / 2);
+    int high = -1; // of the byte whose second digit is still to come
+    for (const char c : encoded.substr(1)) {
+        if (isLineBreak(c))
+            continue;
+        const int digit = hexDigit(c);
+        if (digit < 0)
+            return std::nullopt;
+        if (high >= 0)
+            bytes.push_back(static_cast<char>(high << 4 | digit));
+        high = high < 0 ? digit : -1;
+    }
+    return high < 0 ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
 } // namespace importer

@@ -14,6 +14,7 @@ add_library(velmor_ifc_reader STATIC
     ${CMAKE_CURRENT_LIST_DIR}/IfcRecord.cpp
     ${CMAKE_CURRENT_LIST_DIR}/IfcShape.cpp
     ${CMAKE_CURRENT_LIST_DIR}/IfcSweeps.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/IfcTextures.cpp
     ${CMAKE_CURRENT_LIST_DIR}/IfcUnits.cpp
     ${CMAKE_CURRENT_LIST_DIR}/Profiles.cpp
     ${CMAKE_CURRENT_LIST_DIR}/StepFile.cpp

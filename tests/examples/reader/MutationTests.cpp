@@ -1,6 +1,8 @@
 // A model with something of everything, damaged in every place: the reader refuses it, or hands over sound products.
 
+#include "../host/TemporaryFolder.h"
 #include "PropertySupport.h"
+#include "TextureSupport.h"
 
 #include <algorithm>
 #include <chrono>
@@ -72,7 +74,24 @@ std::string everything() {
         "#119=IFCWALLTYPE('t',$,'T',$,$,(#114,#120),$,$,$,.STANDARD.);\n#120=IFCELEMENTQUANTITY('q',$,$,$,$,());\n"
         "#121=IFCMAPCONVERSION(#122,#124,1.,2.,3.,0.,1.,1.);\n#122=IFCGEOMETRICREPRESENTATIONSUBCONTEXT($,$,*,*,*,*,#123,$,"
         ".MODEL_VIEW.,$);\n"
-        "#123=IFCGEOMETRICREPRESENTATIONCONTEXT($,'Model',3,$,#9,$);\n#124=IFCPROJECTEDCRS('n','d','g','v','p','z',#3);\n");
+        "#123=IFCGEOMETRICREPRESENTATIONCONTEXT($,'Model',3,$,#9,$);\n#124=IFCPROJECTEDCRS('n','d','g','v','p','z',#3);\n"
+        "#125=IFCBLOBTEXTURE(.T.,.T.,'DIFFUSE',#90,('a'),'PNG'," +
+        binaryOf(png("blob")) + ");\n#126=IFCIMAGETEXTURE(.T.,.F.,$,$,$,'./textures\\\\a%20b.png');\n");
+}
+
+/// Where the model lies: an image is below it, and one beside its folder, which it must never reach.
+const Velmor::WideString& folderOfModel() {
+    static const velmor_tests::TemporaryFolder folder;
+    static const Velmor::WideString path = [] {
+        velmor_tests::writeFile(folder / "outside.png", png("outside"));
+        velmor_tests::writeFile(folder / "model/textures/a b.png", png("file"));
+#if defined(_WIN32)
+        return (folder / "model/").wstring();
+#else
+        return (folder / "model/").u16string();
+#endif
+    }();
+    return path;
 }
 
 /// What must hold whatever was read.
@@ -92,6 +111,11 @@ void expectSound(const Taken& taken, const std::string& what) {
         ASSERT_EQ(shown(set).find(" inf"), std::string::npos) << what;
         ASSERT_EQ(std::count(set.globalId, set.globalId + 22, '\0'), 0) << what;
     }
+    for (const Texture& texture : taken.textures) {
+        ASSERT_EQ(bytesOf(texture).find(png("")), 0u) << what;
+        ASSERT_EQ(bytesOf(texture).find("outside"), std::string::npos) << what;
+        ASSERT_TRUE(texture.name.empty() || bytesOf(texture) == png("file")) << what;
+    }
     ASSERT_LE(taken.georeferences.size(), 1u) << what;
     for (const Problem& problem : taken.problems) {
         ASSERT_FALSE(problem.reason.empty()) << what;
@@ -104,7 +128,7 @@ bool tryRead(const std::string& text, const std::string& what) {
     try {
         const StepFile file = fileOf(text);
         Taken taken;
-        readProducts(file, {100000, 1 << 22, 1 << 23, 1000, 1 << 20, 1000}, taken);
+        readProducts(file, {100000, 1 << 22, 1 << 23, 1000, 1 << 20, 1000}, taken, folderOfModel());
         expectSound(taken, what);
         return true;
     } catch (const ModelError& error) {
@@ -115,7 +139,9 @@ bool tryRead(const std::string& text, const std::string& what) {
 }
 
 TEST(Mutations, TheWholeModelIsSound) {
-    const Taken taken = readText(everything());
+    const StepFile file = fileOf(everything());
+    Taken taken;
+    readProducts(file, Limits::forFile(file.size()), taken, folderOfModel());
     EXPECT_EQ(taken.reasons(), "");
     ASSERT_EQ(taken.products.size(), 2u);
     EXPECT_GT(taken.products[0].vertexes.size(), 3000u);
@@ -127,6 +153,10 @@ TEST(Mutations, TheWholeModelIsSound) {
     EXPECT_EQ(taken.products[0].propertySets, (std::vector<std::uint32_t>{0, 1}));
     EXPECT_EQ(taken.products[1].propertySets, (std::vector<std::uint32_t>{0, 1}));
     EXPECT_EQ(taken.georeferences.size(), 1u);
+    ASSERT_EQ(taken.textures.size(), 2u);
+    EXPECT_EQ(bytesOf(taken.textures[0]), png("blob"));
+    EXPECT_EQ(bytesOf(taken.textures[1]), png("file"));
+    EXPECT_EQ(taken.textures[1].name, "a b.png");
 }
 
 TEST(Mutations, CutOffAnywhereItIsRefused) {
@@ -181,7 +211,11 @@ TEST(Mutations, WithSeveralPiecesDamagedItIsReadSoundlyOrRefused) {
                                   "#8,#8,#8",
                                   "ENDSEC;",
                                   "\\X2\\D83D\\X0\\",
-                                  "99999999999999999999"};
+                                  "99999999999999999999",
+                                  "IFCPIXELTEXTURE",
+                                  "../",
+                                  "%2E%2e%2F",
+                                  "%"};
     for (int round = 0; round < 3000; ++round) {
         std::string changed = text;
         for (unsigned damages = 1 + random() % 4; damages != 0; --damages) {
@@ -210,7 +244,7 @@ TEST(Mutations, WithReferencesTurnedElsewhereItIsReadSoundly) {
             while (isDigit(changed[last]))
                 ++last;
             if (changed[last] != '=')
-                changed.replace(at + 1, last - at - 1, std::to_string(1 + random() % 124));
+                changed.replace(at + 1, last - at - 1, std::to_string(1 + random() % 126));
         }
         ASSERT_TRUE(tryRead(changed, "round " + std::to_string(round)));
     }

@@ -24,6 +24,10 @@ public:
         georeferences.push_back(conversion);
     }
     void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) override { sets.push_back(set); }
+    void texture(Texture&& texture) override {
+        EXPECT_TRUE(products.empty()) << "before any product";
+        textures.push_back(std::move(texture));
+    }
     void product(Product&& product) override {
         for (const std::uint32_t set : product.propertySets)
             EXPECT_LT(set, sets.size()) << "before any product that has it";
@@ -43,6 +47,7 @@ public:
     std::vector<std::string> schemas;
     std::vector<Velmor::IFC4_MapConversion> georeferences;
     std::vector<Velmor::IFC2X3_PSet_Custom_s> sets;
+    std::vector<Texture> textures;
     std::vector<Product> products;
     std::vector<Problem> problems;
     std::vector<double> steps;

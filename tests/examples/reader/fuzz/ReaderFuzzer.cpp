@@ -6,9 +6,29 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
+
+constexpr std::string_view signature("\x89PNG\r\n\x1A\n", 8);
+
+void writeImage(const std::filesystem::path& path, const char* tail) {
+    std::ofstream(path, std::ios::binary) << signature << tail;
+}
+
+/// A folder for the models, with images, and one beside it that none of them may reach.
+Velmor::WideString folderOfModels() {
+    const auto folder = std::filesystem::temp_directory_path() / "velmor-reader-fuzzer";
+    std::filesystem::create_directories(folder / "model" / "textures");
+    writeImage(folder / "o.png", "outside");
+    writeImage(folder / "model" / "i.png", "inside");
+    writeImage(folder / "model" / "textures" / "i.png", "inside");
+    return (folder / "model" / "").u16string();
+}
 
 class Checker : public importer::ModelSink {
 public:
@@ -20,6 +40,11 @@ public:
     void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) override {
         ++sets_;
         check(set.properties);
+    }
+    void texture(importer::Texture&& texture) override {
+        const std::string_view png(texture.png.data(), texture.png.size());
+        if (!png.starts_with(signature) || (!texture.name.empty() && png != std::string(signature) + "inside"))
+            std::abort();
     }
     void product(importer::Product&& product) override {
         for (const std::uint32_t set : product.propertySets) {
@@ -62,10 +87,11 @@ private:
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const Velmor::WideString folder = folderOfModels();
     Checker checker;
     try {
         const importer::StepFile file(std::vector<char>(data, data + size), "fuzzed");
-        importer::readProducts(file, {10000, 1 << 22, 1 << 23, 1000, 1 << 22, 1000}, checker);
+        importer::readProducts(file, {10000, 1 << 22, 1 << 23, 1000, 1 << 22, 1000}, checker, folder);
     } catch (const importer::ModelError&) {
         // What makes the import meaningless.
     }
