@@ -4,6 +4,7 @@
 #include "IfcModel.h"
 #include "Progress.h"
 #include "PropertyRecords.h"
+#include "SolidRecords.h"
 #include "Streams.h"
 
 #include <Velmor/Velmor.h>
@@ -28,9 +29,12 @@ public:
     explicit HandOver(const ForeignObjectEnv_t& environment)
         : objectsStream_(openStream(environment, Velmor::ObjectsStream)),
           attributesStream_(openStream(environment, Velmor::AttributesStream)),
+          solidsStream_(openStream(environment, Velmor::SolidsStream)),
+          texturesStream_(openStream(environment, Velmor::TexturesStream)),
           logStream_(openStream(environment, Velmor::LogStream)),
           progressStream_(openStream(environment, Velmor::ProgressStream)), objects_(*objectsStream_, "the objects stream"),
-          attributes_(*attributesStream_, "the attributes stream"), problems_(*logStream_, "the log stream"),
+          attributes_(*attributesStream_, "the attributes stream"), solids_(*solidsStream_, "the solids stream"),
+          textures_(*texturesStream_, "the textures stream"), problems_(*logStream_, "the log stream"),
           progress_(*progressStream_) {}
 
     void schema(const std::string& name) override { info_.schema = name; }
@@ -38,6 +42,10 @@ public:
     void georeference(const Velmor::IFC4_MapConversion& conversion) override { info_.georeference = conversion; }
 
     void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) override { attributes_.write(encode(set)); }
+
+    void texture(Texture&& texture) override {
+        textures_.write(encode(TextureRecord{texture.instance, texture.name, texture.png}));
+    }
 
     void product(Product&& product) override {
         ObjectRecord record;
@@ -64,6 +72,10 @@ public:
         if (!product.propertySets.empty()) {
             attributes_.write(encode(Assignment{objects_.totals().records, std::move(product.propertySets)}));
         }
+        if (record.version.getType() == Velmor::ExternalVersion::Solid && !product.triangles.empty()) {
+            const auto mesh = meshOf(product.vertexes, product.triangles);
+            solids_.write(encode(SolidRecord{objects_.totals().records, encode(mesh)}));
+        }
         objects_.write(encode(record));
     }
 
@@ -80,6 +92,8 @@ public:
         }
         objects_.flush();
         attributes_.flush();
+        solids_.flush();
+        textures_.flush();
         problems_.flush();
     }
 
@@ -88,6 +102,8 @@ public:
         info_.error = error;
         info_.objects = objects_.totals();
         info_.attributes = attributes_.totals();
+        info_.solids = solids_.totals();
+        info_.textures = textures_.totals();
         info_.problems = problems_.totals();
         info_.problemsUntold = problems_.untold();
         const auto stream = openStream(environment, Velmor::InfoStream);
@@ -117,10 +133,14 @@ private:
 
     Stream objectsStream_;
     Stream attributesStream_;
+    Stream solidsStream_;
+    Stream texturesStream_;
     Stream logStream_;
     Stream progressStream_;
     RecordWriter objects_;
     RecordWriter attributes_;
+    RecordWriter solids_;
+    RecordWriter textures_;
     ProblemWriter problems_;
     ProgressWriter progress_;
     GlobalIds globalIds_;

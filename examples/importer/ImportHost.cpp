@@ -4,6 +4,7 @@
 #include "ImportHost.h"
 
 #include "Comparison.h"
+#include "ImportHostExport.h"
 #include "State.h"
 #include "Text.h"
 
@@ -32,7 +33,7 @@ void print(const std::string& text) {
     }
 }
 
-void importModel(const Options& options, const fs::path& model) {
+void importModel(const Options& options, const fs::path& model, Exporter& exporter) {
     const State state(options.state ? *options.state : fs::path("import-state") / model.filename());
     const bool first = !state.exists();
     // Before anything else, so that a damaged state costs no import.
@@ -47,6 +48,7 @@ void importModel(const Options& options, const fs::path& model) {
     if (options.georeference) {
         text += georeferenceOf(handedOver);
     }
+    text += exporter.write(model, handedOver);
     // What has changed is told only once: who has not been told gets it at the next import.
     state.write(handedOver.model, [&text] {
         checkInterruption();
@@ -76,9 +78,10 @@ int run(const std::vector<fs::path>& arguments) {
             print(usageText);
             return 0;
         }
+        Exporter exporter(options.exportFolder);
         for (const auto& each : options.models) {
             model = &each;
-            importModel(options, each);
+            importModel(options, each, exporter);
         }
         return 0;
     } catch (const std::exception& error) {

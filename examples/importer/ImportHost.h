@@ -37,7 +37,8 @@ struct Options {
     bool identifyByGeometry = false;            ///< Whether GlobalIds are ignored.
     std::vector<std::string> properties;        ///< GlobalIds of the objects whose properties are to be shown.
     bool georeference = false;                  ///< Whether the georeference is to be shown.
-    bool help = false;                          ///< Whether only the usage is asked for.
+    std::optional<std::filesystem::path> exportFolder; ///< Where solids and textures are written; none: they are not.
+    bool help = false;                                 ///< Whether only the usage is asked for.
 };
 
 /// What the usage error and --help print.
@@ -49,6 +50,12 @@ extern const char* const usageText;
 /// @throws UsageError
 Options parseArguments(const std::vector<std::filesystem::path>& arguments, const std::filesystem::path& importer);
 
+/// A stream that an importer has filled, for whoever needs it: its records were checked and come to the totals.
+struct CheckedStream {
+    std::unique_ptr<Velmor::FileStream> stream;
+    StreamTotals totals;
+};
+
 /// What an importer handed over.
 struct HandedOver {
     std::string schema;
@@ -57,6 +64,8 @@ struct HandedOver {
     std::uint64_t objectsWithoutClass = 0; ///< That came as IFCINVALID.
     std::vector<ProblemRecord> problems;   ///< The first of them.
     std::uint64_t problemCount = 0;        ///< Of all.
+    CheckedStream solids;                  ///< SolidRecords.h tells how to read them.
+    CheckedStream textures;
 };
 
 /// How many problems are kept for the report.

@@ -2,6 +2,7 @@
 
 #include "Progress.h"
 #include "PropertyRecords.h"
+#include "SolidRecords.h"
 #include "Text.h"
 
 #include <csignal>
@@ -35,6 +36,9 @@ public:
     }
 
     FileStream& operator[](Velmor::ForeignObjectStream_e stream) { return *streams_[stream]; }
+
+    /// Hands out a stream of a child that has ended.
+    std::unique_ptr<FileStream> release(Velmor::ForeignObjectStream_e stream) { return std::move(streams_[stream]); }
 
     /// Publishes the streams and the three strings for the child.
     void publish(const fs::path& importer, const fs::path& model) const {
@@ -180,6 +184,15 @@ HandedOver runImporter(const fs::path& importer, const fs::path& model) {
             [&kept](std::string_view set) { kept.propertySets.emplace_back(set); },
             [&kept](Assignment&& assignment) { kept.objects[assignment.object].propertySets = std::move(assignment.sets); });
         requireEnd(attributes);
+        // They may be large, so they stay where they are until somebody needs them.
+        result.solids = {streams.release(Velmor::SolidsStream), info->solids};
+        RecordReader solids(*result.solids.stream, "the solids stream");
+        readSolids(solids, info->solids, kept.objects.size(), [](std::uint64_t, const Mesh&) {});
+        requireEnd(solids);
+        result.textures = {streams.release(Velmor::TexturesStream), info->textures};
+        RecordReader textures(*result.textures.stream, "the textures stream");
+        readTextures(textures, info->textures, [](const TextureRecord&) {});
+        requireEnd(textures);
         return result;
     } catch (const VersionError& error) {
         throw ImportError("the importer " + utf8(importer) + " does not fit this program: " + error.what() +

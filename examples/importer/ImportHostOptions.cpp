@@ -6,7 +6,7 @@ namespace importer {
 
 const char* const usageText =
     "usage: import_host MODEL... [--state DIR] [--identify-by-geometry] [--importer PROGRAM]\n"
-    "                   [--properties GLOBALID]... [--georeference]\n"
+    "                   [--properties GLOBALID]... [--georeference] [--export DIR]\n"
     "\n"
     "Imports IFC models one after another and tells what has changed since the previous import of each.\n"
     "\n"
@@ -17,6 +17,7 @@ const char* const usageText =
     "  --properties GLOBALID   show the class, the name and all property sets of the object with that GlobalId, which\n"
     "                          every model must have; may be given for several objects\n"
     "  --georeference          show the map conversion and the projected coordinate reference system\n"
+    "  --export DIR            write each closed solid as an OBJ file and each texture as a PNG file into DIR\n"
     "  --importer PROGRAM      the program that reads the models; otherwise ifc_importer beside this program\n"
     "  --help                  print this text\n";
 
@@ -46,6 +47,8 @@ Options parseArguments(const std::vector<std::filesystem::path>& arguments, cons
             options.properties.push_back(utf8(value()));
         } else if (argument == "--georeference") {
             options.georeference = true;
+        } else if (argument == "--export") {
+            options.exportFolder = value();
         } else if (argument == "--identify-by-geometry") {
             options.identifyByGeometry = true;
         } else if (argument == "--help") {

@@ -16,9 +16,10 @@ using Velmor::IFC4_MapProjection;
 using Velmor::StringOperations;
 using Velmor::WideString;
 
-constexpr std::uint32_t formatVersion = 2;
 constexpr std::string_view infoMark = "VELMINFO";
+constexpr std::uint32_t infoVersion = 3;
 constexpr std::string_view stateMark = "VELMSTAT";
+constexpr std::uint32_t stateVersion = 2;
 constexpr std::size_t blockSize = 65536; // one request to the system; also what a wild length can make a reader allocate
 constexpr unsigned identitySize = 96;
 constexpr unsigned longestVersion = 124;
@@ -67,7 +68,7 @@ StreamTotals totals(Fields& fields, const char* field) {
 }
 
 // The mark and the format version that the first record of its kind begins with.
-void mark(Fields& fields, std::string_view mark) {
+void mark(Fields& fields, std::string_view mark, std::uint32_t formatVersion) {
     if (fields.bytes(mark.size(), "mark") != mark) {
         throw FormatError("expected the mark \"" + std::string(mark) + "\"");
     }
@@ -170,11 +171,13 @@ std::string encode(const ProblemRecord& record) {
 
 std::string encode(const InfoRecord& record) {
     std::string out(infoMark);
-    append(out, formatVersion, 4);
+    append(out, infoVersion, 4);
     appendText(out, record.error);
     appendText(out, record.schema);
     appendTotals(out, record.objects);
     appendTotals(out, record.attributes);
+    appendTotals(out, record.solids);
+    appendTotals(out, record.textures);
     appendTotals(out, record.problems);
     append(out, record.problemsUntold, 8);
     append(out, record.objectsWithoutClass, 8);
@@ -187,7 +190,7 @@ std::string encode(const InfoRecord& record) {
 
 std::string encode(const StateHeader& record) {
     std::string out(stateMark);
-    append(out, formatVersion, 4);
+    append(out, stateVersion, 4);
     appendTotals(out, record.objects);
     appendTotals(out, record.attributes);
     return out;
@@ -219,12 +222,14 @@ ProblemRecord decodeProblem(std::string_view payload) {
 
 InfoRecord decodeInfo(std::string_view payload) {
     Fields fields(payload);
-    mark(fields, infoMark);
+    mark(fields, infoMark, infoVersion);
     InfoRecord record;
     record.error = fields.text("error");
     record.schema = fields.text("schema");
     record.objects = totals(fields, "totals of the objects");
     record.attributes = totals(fields, "totals of the attributes");
+    record.solids = totals(fields, "totals of the solids");
+    record.textures = totals(fields, "totals of the textures");
     record.problems = totals(fields, "totals of the problems");
     record.problemsUntold = fields.u64("number of problems untold");
     record.objectsWithoutClass = fields.u64("number of objects without a class");
@@ -237,7 +242,7 @@ InfoRecord decodeInfo(std::string_view payload) {
 
 StateHeader decodeStateHeader(std::string_view payload) {
     Fields fields(payload);
-    mark(fields, stateMark);
+    mark(fields, stateMark, stateVersion);
     StateHeader record;
     record.objects = totals(fields, "totals of the objects");
     record.attributes = totals(fields, "totals of the attributes");

@@ -74,6 +74,8 @@ struct InfoRecord {
     std::string schema;                    ///< "IFC4".
     StreamTotals objects;                  ///< Of the objects stream.
     StreamTotals attributes;               ///< Of the attributes stream.
+    StreamTotals solids;                   ///< Of the solids stream.
+    StreamTotals textures;                 ///< Of the textures stream.
     StreamTotals problems;                 ///< Of the log stream.
     std::uint64_t problemsUntold = 0;      ///< That were found beside those in the log stream.
     std::uint64_t objectsWithoutClass = 0; ///< Whose entities the class tables do not have.

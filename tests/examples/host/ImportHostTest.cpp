@@ -468,7 +468,15 @@ TEST_F(FailingImport, ByAnImporterThatFailsInEveryWay) {
         {"surplus-set", "expected the end of the file behind 1 records"},
         {"altered-set", "expected the checksum "},
         {"unknown-set", "expected one of the 1 property sets before, found number 1"},
-        {"old", "does not fit this program: expected format version 2, found 1; both must come from one build"},
+        {"old", "does not fit this program: expected format version 3, found 1; both must come from one build"},
+        {"missing-solid", "the solids stream: byte "},
+        {"surplus-solid", "the solids stream: byte 172: expected the end of the file behind 1 records"},
+        {"altered-solid", "the solids stream: byte 0: expected the checksum "},
+        {"wild-solid", "the solids stream: byte 172: expected one of the 3 vertices in triangle 1, found number 3"},
+        {"other-solid", "the solids stream: byte 172: expected a solid of type 1, found 7"},
+        {"missing-texture", "the textures stream: byte "},
+        {"surplus-texture", "the textures stream: byte 0: expected the end of the file behind 0 records"},
+        {"altered-texture", "the textures stream: byte 0: expected the checksum "},
         {"missing-problem", "the log stream: expected 2 problems"}};
     for (const auto& each : cases) {
         SCOPED_TRACE(each.how);

@@ -2,6 +2,7 @@
 // the models of examples/models are imported here.
 
 #include "HostRun.h"
+#include "ObjFile.h"
 
 #include "PropertyRecords.h"
 #include "State.h"
@@ -67,6 +68,14 @@ const std::map<std::string, unsigned> products = {{"AC11-FZK-Haus-IFC-Alt.ifc", 
                                                   {"geographic-referencing-utm.ifc", 4},
                                                   {"tessellation-with-blob-texture.ifc", 0},
                                                   {"tessellation-with-image-texture.ifc", 0}};
+
+// How many of them are closed solids, each of which can be cut into triangles.
+const std::map<std::string, unsigned> closedSolids = {{"AC11-FZK-Haus-IFC-Alt.ifc", 104},
+                                                      {"AC11-FZK-Haus-IFC.ifc", 104},
+                                                      {"Duplex_A_20110907.ifc", 215},
+                                                      {"Duplex_A_20110907_georeferenced.ifc", 215},
+                                                      {"tessellation-with-blob-texture.ifc", 0},
+                                                      {"tessellation-with-image-texture.ifc", 0}};
 
 std::string testName(const std::string& text) {
     std::string name = text;
@@ -314,6 +323,42 @@ TEST_P(EachModel, HandsOverEveryPropertySetAndValue) {
     }
     RecordProperty("sets", std::to_string(expected.size()));
     RecordProperty("values", std::to_string(values));
+}
+
+// Each solid's file encloses the volume that its version tells, without a hole.
+TEST_P(EachModel, ExportsItsClosedSolids) {
+    const TemporaryFolder folder;
+    const auto out = folder / "out";
+    const auto run = runHost({GetParam().string(), "--state", (folder / "state").string(), "--export", out.string()});
+    ASSERT_EQ(run.exitCode, 0) << run.error;
+    std::map<std::string, fs::path> files; // by the number of the instance
+    for (const auto& entry : fs::directory_iterator(out)) {
+        if (entry.path().extension() == ".obj") {
+            const auto name = entry.path().filename().string();
+            const auto instance = name.substr(name.find('_') + 1); // behind the model's name
+            EXPECT_TRUE(files.emplace(instance.substr(0, instance.find_first_of("_.")), entry.path()).second) << name;
+        }
+    }
+    const auto known = closedSolids.find(GetParam().filename().string());
+    if (known != closedSolids.end()) {
+        EXPECT_EQ(files.size(), known->second);
+    }
+    EXPECT_THAT(run.output, HasSubstr(": solids " + std::to_string(files.size()) + ", textures "));
+    std::size_t solids = 0;
+    for (const auto& object : importer::State(folder / "state").read().objects) {
+        const auto file = files.find(std::to_string(object.instance));
+        if (file == files.end()) {
+            continue;
+        }
+        SCOPED_TRACE(file->second.filename().string());
+        ++solids;
+        ASSERT_EQ(object.version.getType(), Velmor::ExternalVersion::Solid);
+        const auto obj = parseObj(readFile(file->second));
+        EXPECT_TRUE(obj.isClosed());
+        EXPECT_NEAR(obj.volume(), object.version.getVolume(), 1e-9 * object.version.getVolume());
+    }
+    EXPECT_EQ(solids, files.size());
+    RecordProperty("solids", std::to_string(solids));
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, EachModel, testing::ValuesIn(models()),

@@ -20,15 +20,18 @@ TEST(Options, HaveDefaults) {
     EXPECT_FALSE(options.identifyByGeometry);
     EXPECT_TRUE(options.properties.empty());
     EXPECT_FALSE(options.georeference);
+    EXPECT_FALSE(options.exportFolder);
     EXPECT_FALSE(options.help);
     EXPECT_TRUE(parseArguments({"--help"}, "").help);
 }
 
 TEST(Options, NameWhatElseIsToBeShown) {
     const auto options = parseArguments(
-        {"--properties", "0123456789012345678901", "a.ifc", "--georeference", "--properties", "1$_aB"}, "importer");
+        {"--properties", "0123456789012345678901", "a.ifc", "--georeference", "--properties", "1$_aB", "--export", "out"},
+        "importer");
     EXPECT_EQ(options.properties, (std::vector<std::string>{"0123456789012345678901", "1$_aB"}));
     EXPECT_TRUE(options.georeference);
+    EXPECT_EQ(options.exportFolder, "out");
 }
 
 TEST(Options, AreRefusedWithAReason) {
@@ -40,6 +43,7 @@ TEST(Options, AreRefusedWithAReason) {
                  {{"a.ifc", "--state"}, "--state needs a value"},
                  {{"a.ifc", "--importer", ""}, "--importer needs a value"},
                  {{"a.ifc", "--properties"}, "--properties needs a value"},
+                 {{"a.ifc", "--export"}, "--export needs a value"},
                  {{"a.ifc", ""}, "a model's name is empty"},
                  {{"a.ifc", "--identify-by-name"}, "there is no option --identify-by-name"}};
     for (const auto& each : cases) {

@@ -2,6 +2,7 @@
 
 #include "Progress.h"
 #include "PropertyRecords.h"
+#include "SolidRecords.h"
 #include "Streams.h"
 
 #include <Velmor/Velmor.h>
@@ -55,27 +56,94 @@ std::string propertySet() {
     return encode(set);
 }
 
-// Two objects, the first of them with a property set, and a problem; returns the info that belongs to them.
+// A tetrahedron.
+ForeignObjectSolid solid() {
+    return encode(Mesh{{0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 2, 1, 0, 1, 3, 0, 3, 2, 1, 2, 3}});
+}
+
+// A triangle with a vertex that is not there.
+ForeignObjectSolid wildSolid() {
+    return encode(Mesh{{0, 0, 0, 1, 0, 0, 0, 1, 0}, {0, 1, 2, 0, 1, 3}});
+}
+
+// A block that this program's solids are not.
+ForeignObjectSolid otherSolid() {
+    return {static_cast<ForeignObjectSolid::Type_t>(7), 5, "other"};
+}
+
+// Names that would lead out of the folder, end a text or a line, or mean a device. All instances have one number.
+InfoRecord handOverHostileNames() {
+    const std::string names[] = {"../../escaped",
+                                 "..\\..\\escaped",
+                                 "/tmp/escaped",
+                                 "C:\\escaped",
+                                 "C:escaped",
+                                 "\\\\server\\share\\escaped",
+                                 "..",
+                                 ".",
+                                 "",
+                                 "CON",
+                                 "nul.txt",
+                                 "COM1",
+                                 std::string("a\0b/../c", 8),
+                                 "line\nf 1 2 3\r\nv 0 0 0\\",
+                                 "stream:$DATA",
+                                 "a*b?c<d>e|f\"g",
+                                 "trailing. . ",
+                                 "\xF0\x9F\x94\xA8\xFF\xC0\xAF",
+                                 std::string(100000, 'x')};
+    const auto objectsStream = openStream(Velmor::ObjectsStream);
+    const auto solidsStream = openStream(Velmor::SolidsStream);
+    const auto texturesStream = openStream(Velmor::TexturesStream);
+    RecordWriter objects(*objectsStream, "objects");
+    RecordWriter solids(*solidsStream, "solids");
+    RecordWriter textures(*texturesStream, "textures");
+    for (const auto& name : names) {
+        solids.write(encode(SolidRecord{objects.totals().records, solid()}));
+        objects.write(object("../../\n\\..\\..\\../escaped", name, name));
+        textures.write(encode(TextureRecord{2, name + ".png", std::vector<char>{'p', 'n', 'g'}}));
+    }
+    objects.flush();
+    solids.flush();
+    textures.flush();
+    InfoRecord info;
+    info.schema = "STANDIN";
+    info.objects = objects.totals();
+    info.solids = solids.totals();
+    info.textures = textures.totals();
+    return info;
+}
+
+// Two objects, the first of them with a property set and a solid, and a problem; returns the info that belongs to them.
 // @param assigned the set that the first object has, by its number.
-InfoRecord handOver(std::uint32_t assigned) {
+// @param second   the solid that the second object has; null for none.
+InfoRecord handOver(std::uint32_t assigned, const ForeignObjectSolid* second) {
     const auto objectsStream = openStream(Velmor::ObjectsStream);
     const auto logStream = openStream(Velmor::LogStream);
     const auto attributesStream = openStream(Velmor::AttributesStream);
+    const auto solidsStream = openStream(Velmor::SolidsStream);
     RecordWriter objects(*objectsStream, "objects");
     RecordWriter attributes(*attributesStream, "attributes");
+    RecordWriter solids(*solidsStream, "solids");
     RecordWriter problems(*logStream, "problems");
     objects.write(firstObject());
     objects.write(object("0StandIn0Object0000002", "IFC\x1B[31m", "two\r\n"));
     attributes.write(propertySet());
     attributes.write(encode(Assignment{0, {assigned}}));
+    solids.write(encode(SolidRecord{0, solid()}));
+    if (second != nullptr) {
+        solids.write(encode(SolidRecord{1, *second}));
+    }
     problems.write(encode(ProblemRecord{7, 8, "a reason\twith a tab"}));
     objects.flush();
     attributes.flush();
+    solids.flush();
     problems.flush();
     InfoRecord info;
     info.schema = "STANDIN";
     info.objects = objects.totals();
     info.attributes = attributes.totals();
+    info.solids = solids.totals();
     info.problems = problems.totals();
     return info;
 }
@@ -141,7 +209,10 @@ int main() {
         openStream(Velmor::InfoStream)->write(nonsense.size(), nonsense.data());
         return 0;
     }
-    auto info = handOver(how == "unknown-set" ? 1 : 0);
+    const auto second = how == "surplus-solid" ? solid() : how == "wild-solid" ? wildSolid() : otherSolid();
+    const bool hasSecond = how == "surplus-solid" || how == "wild-solid" || how == "other-solid";
+    auto info =
+        how == "hostile" ? handOverHostileNames() : handOver(how == "unknown-set" ? 1 : 0, hasSecond ? &second : nullptr);
     if (how == "crash") {
         std::abort();
     }
@@ -163,6 +234,19 @@ int main() {
         info.attributes.add(propertySet());
     } else if (how == "altered-set") {
         ++info.attributes.checksum;
+    } else if (how == "missing-solid") {
+        info.solids.add(encode(SolidRecord{1, solid()}));
+    } else if (how == "surplus-solid") {
+        info.solids = StreamTotals();
+        info.solids.add(encode(SolidRecord{0, solid()}));
+    } else if (how == "altered-solid") {
+        ++info.solids.checksum;
+    } else if (how == "missing-texture") {
+        info.textures.add(encode(TextureRecord{1, "never written", {}}));
+    } else if (how == "surplus-texture") {
+        openStream(Velmor::TexturesStream)->write(4, "\0\0\0\0"); // a record of no bytes
+    } else if (how == "altered-texture") {
+        ++info.textures.checksum;
     } else if (how == "missing-problem") {
         info.problems.add(encode(ProblemRecord{1, 1, "never written"}));
     }

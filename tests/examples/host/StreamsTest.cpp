@@ -58,6 +58,8 @@ InfoRecord wholeInfo() {
     info.schema = "IFC4";
     info.objects.add("abc");
     info.attributes.add("de");
+    info.solids.add("fghi");
+    info.textures.add("jklmn");
     info.problems.add("");
     info.problemsUntold = 5;
     info.objectsWithoutClass = 6;
@@ -152,6 +154,8 @@ TEST(OtherRecords, ComeBackAsTheyWere) {
     EXPECT_EQ(infoBack.schema, "IFC4");
     EXPECT_EQ(infoBack.objects, info.objects);
     EXPECT_EQ(infoBack.attributes, info.attributes);
+    EXPECT_EQ(infoBack.solids, info.solids);
+    EXPECT_EQ(infoBack.textures, info.textures);
     EXPECT_EQ(infoBack.problems, info.problems);
     EXPECT_EQ(infoBack.problemsUntold, 5u);
     EXPECT_EQ(infoBack.objectsWithoutClass, 6u);
