@@ -1,5 +1,5 @@
 // import_host: imports IFC models through an importer that runs as a child process, and tells what has changed since the
-// previous import. Exit codes: 0 done, 1 the import failed, 2 the command line is not understood.
+// previous import. Exit codes: 0 done, 1 an import failed, 2 the command line is not understood.
 
 #include "ImportHost.h"
 
@@ -10,6 +10,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <optional>
 
 namespace {
 
@@ -33,15 +34,28 @@ void print(const std::string& text) {
     }
 }
 
+// Whether something is asked for that only an importer can tell.
+bool needsImporter(const Options& options) {
+    return !options.properties.empty() || options.georeference || options.exportFolder;
+}
+
 void importModel(const Options& options, const fs::path& model, Exporter& exporter) {
     const State state(options.state ? *options.state : fs::path("import-state") / model.filename());
     const bool first = !state.exists();
     // Before anything else, so that a damaged state costs no import.
-    const auto before = first ? Model() : state.read();
+    const auto before = first ? Kept() : state.read();
 
+    const auto origin = originOf(model, options.importer);
+    if (origin && origin == before.origin && !needsImporter(options)) {
+        checkInterruption();
+        print(reportUnchanged(model));
+        return;
+    }
     const auto handedOver = runImporter(options.importer, model);
-    const auto comparison = compare(before, handedOver.model, options.identifyByGeometry);
-    auto text = report(model, handedOver, first ? nullptr : &before, comparison);
+    // A file that was written to in the meantime may have been read as it was or as it is, or in parts.
+    const auto known = originOf(model, options.importer) == origin ? origin : std::nullopt;
+    const auto comparison = compare(before.model, handedOver.model, options.identifyByGeometry);
+    auto text = report(model, handedOver, first ? nullptr : &before.model, comparison);
     for (const auto& globalId : options.properties) {
         text += propertiesOf(handedOver.model, globalId);
     }
@@ -50,10 +64,15 @@ void importModel(const Options& options, const fs::path& model, Exporter& export
     }
     text += exporter.write(model, handedOver);
     // What has changed is told only once: who has not been told gets it at the next import.
-    state.write(handedOver.model, [&text] {
+    state.write(handedOver.model, known, [&text] {
         checkInterruption();
         print(text);
     });
+}
+
+// A name for a message, whatever its units are.
+std::string shownName(const Velmor::WideString& name) {
+    return printable(Velmor::StringOperations::ConvertToUTF8(name));
 }
 
 // "model.ifc: ", for a message that does not name the model itself.
@@ -61,6 +80,49 @@ std::string modelPrefix(const fs::path& model, const std::string& message) {
     std::error_code ignored;
     const auto whole = utf8(fs::absolute(model, ignored)); // as the importer is told
     return !whole.empty() && message.find(whole) != std::string::npos ? std::string() : utf8(model) + ": ";
+}
+
+void tellFailure(const fs::path* model, const std::exception& error) {
+    std::fprintf(stderr, "import_host: %s%s\n", model ? modelPrefix(*model, error.what()).c_str() : "", error.what());
+}
+
+// The name of a file as a path.
+fs::path pathOf(const Velmor::WideString& name) {
+    try {
+        return name;
+    } catch (const fs::filesystem_error&) {
+        throw ImportError("the file name " + shownName(name) + " is not UTF-8 text");
+    }
+}
+
+// Imports all models of a folder; one that fails does not keep the others from it.
+void importFolder(const Options& options, const fs::path& folder, Exporter& exporter) {
+    const auto names = modelsIn(folder);
+    if (names.empty()) {
+        throw ImportError("there is no model (*.ifc) in this folder, or it cannot be read");
+    }
+    std::vector<std::string> failed;
+    for (const auto& name : names) {
+        fs::path model = folder;
+        try {
+            model /= pathOf(name);
+            importModel(options, model, exporter);
+        } catch (const std::exception& error) {
+            checkInterruption();
+            if (std::ferror(stdout) != 0) {
+                throw; // no other model could be reported either
+            }
+            tellFailure(&model, error);
+            failed.push_back(shownName(name));
+        }
+    }
+    if (!failed.empty()) {
+        std::string text = std::to_string(failed.size()) + " of " + std::to_string(names.size()) + " models failed: ";
+        for (const auto& name : failed) {
+            text += (&name == failed.data() ? "" : ", ") + name;
+        }
+        throw ImportError(text);
+    }
 }
 
 int run(const std::vector<fs::path>& arguments) {
@@ -81,11 +143,12 @@ int run(const std::vector<fs::path>& arguments) {
         Exporter exporter(options.exportFolder);
         for (const auto& each : options.models) {
             model = &each;
-            importModel(options, each, exporter);
+            const bool isFolder = Velmor::FileOperations::IsDirectory(wide(each));
+            (isFolder ? importFolder : importModel)(options, each, exporter);
         }
         return 0;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "import_host: %s%s\n", model ? modelPrefix(*model, error.what()).c_str() : "", error.what());
+        tellFailure(model, error);
         return 1;
     }
 }

@@ -31,7 +31,7 @@ public:
 
 /// What the host was asked for.
 struct Options {
-    std::vector<std::filesystem::path> models;  ///< In the order in which they are imported.
+    std::vector<std::filesystem::path> models;  ///< Or folders of them; in the order in which they are imported.
     std::optional<std::filesystem::path> state; ///< One folder for all of them, which makes them revisions of one another.
     std::filesystem::path importer;             ///< The program that reads the models.
     bool identifyByGeometry = false;            ///< Whether GlobalIds are ignored.
@@ -49,6 +49,11 @@ extern const char* const usageText;
 /// @param importer  the importer when none is named.
 /// @throws UsageError
 Options parseArguments(const std::vector<std::filesystem::path>& arguments, const std::filesystem::path& importer);
+
+/// The models of a folder, not of the folders in it: the names of its files that end in ".ifc", in capitals or not, and have
+/// something before that. In their order, by the units of UTF-16.
+/// @return empty when the folder cannot be read.
+std::vector<Velmor::WideString> modelsIn(const std::filesystem::path& folder);
 
 /// A stream that an importer has filled, for whoever needs it: its records were checked and come to the totals.
 struct CheckedStream {
@@ -87,6 +92,9 @@ HandedOver runImporter(const std::filesystem::path& importer, const std::filesys
 /// @param before what the previous import left; null at the first.
 std::string report(const std::filesystem::path& model, const HandedOver& handedOver, const Model* before,
                    const Comparison& comparison);
+
+/// What the host says about a model that needs no import.
+std::string reportUnchanged(const std::filesystem::path& model);
 
 /// What the host says about the properties of one object.
 /// @throws ImportError when the model has no object of this GlobalId.

@@ -2,13 +2,18 @@
 
 #include "Text.h"
 
+#include <algorithm>
+
 namespace importer {
 
 const char* const usageText =
     "usage: import_host MODEL... [--state DIR] [--identify-by-geometry] [--importer PROGRAM]\n"
     "                   [--properties GLOBALID]... [--georeference] [--export DIR]\n"
     "\n"
-    "Imports IFC models one after another and tells what has changed since the previous import of each.\n"
+    "Imports IFC models one after another and tells what has changed since the previous import of each. A model that\n"
+    "has the same content as then is not imported again, unless its properties or its georeference are asked for.\n"
+    "A folder stands for the models in it, *.ifc in the order of their names, without the folders in it; one that\n"
+    "fails does not keep the others of its folder from being imported.\n"
     "\n"
     "  --state DIR             keep what is imported in DIR; the models are then revisions of one another.\n"
     "                          Otherwise it is import-state/<file name> in the current folder, by the name alone:\n"
@@ -65,6 +70,17 @@ Options parseArguments(const std::vector<std::filesystem::path>& arguments, cons
         throw UsageError("no model is named");
     }
     return options;
+}
+
+std::vector<Velmor::WideString> modelsIn(const std::filesystem::path& folder) {
+    constexpr std::size_t endingSize = 4; // of ".ifc"
+    auto names = Velmor::FileOperations::ScanFilesInDirectory(wide(folder));
+    std::erase_if(names, [](const Velmor::WideString& name) {
+        // The matching never looks at the first character of a name, and takes a short one by its tail alone: "ifc", "xifc".
+        return name.size() <= endingSize || !Velmor::FileOperations::MatchExtension(name, VELMOR_WIDE("*.ifc|*.IFC"));
+    });
+    std::sort(names.begin(), names.end()); // the system's order means nothing
+    return names;
 }
 
 } // namespace importer

@@ -221,6 +221,10 @@ std::string report(const std::filesystem::path& model, const HandedOver& handedO
     return text + problemList(handedOver);
 }
 
+std::string reportUnchanged(const std::filesystem::path& model) {
+    return utf8(model.filename()) + ": unchanged since the last import\n";
+}
+
 std::string propertiesOf(const Model& model, const std::string& globalId) {
     const auto object = std::find_if(model.objects.begin(), model.objects.end(), [&globalId](const ObjectRecord& each) {
         return each.globalId.getType() == Velmor::ExternalGUID::IFCGlobalID && each.globalId.getIFCGlobalID() == globalId;

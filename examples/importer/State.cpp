@@ -18,9 +18,20 @@ bool isOpen(const Stream& stream) {
     return stream->getHandle() != FileStream().getHandle();
 }
 
-void readFile(const fs::path& file, const std::function<void(ObjectRecord&&)>& objectSink,
-              const std::function<void(std::string_view)>& setSink,
-              const std::function<void(Assignment&&)>& assignmentSink) {
+std::optional<Velmor::Sha1::Digest> digestOf(const fs::path& file) {
+    std::error_code ignored;
+    if (!fs::is_regular_file(file, ignored)) {
+        return std::nullopt;
+    }
+    // The library's answer for a file that cannot be opened, which thereby would be equal to every other such file.
+    static const Velmor::Sha1::Digest unreadable(std::vector<unsigned char>(20));
+    auto digest = Velmor::Sha1::FromFile(wide(file));
+    return digest == unreadable ? std::nullopt : std::optional(std::move(digest));
+}
+
+StateHeader readFile(const fs::path& file, const std::function<void(ObjectRecord&&)>& objectSink,
+                     const std::function<void(std::string_view)>& setSink,
+                     const std::function<void(Assignment&&)>& assignmentSink) {
     const Stream stream(FileStream::openFileForReading(wide(file)));
     if (!isOpen(stream)) {
         throw StateError("the state file " + utf8(file) + " cannot be opened");
@@ -41,6 +52,7 @@ void readFile(const fs::path& file, const std::function<void(ObjectRecord&&)>& o
         readObjects(reader, header.objects, objectSink);
         readAttributes(reader, header.attributes, header.objects.records, setSink, assignmentSink);
         requireEnd(reader);
+        return header;
     } catch (const FormatError& error) {
         throw StateError(std::string("the state file is damaged: ") + error.what());
     }
@@ -59,12 +71,13 @@ void encodeAttributes(const Model& model, const Sink& sink) {
     }
 }
 
-void writeFile(const fs::path& file, const Model& model) {
+void writeFile(const fs::path& file, const Model& model, const std::optional<Origin>& origin) {
     const Stream stream(FileStream::createFileForWriting(wide(file)));
     if (!isOpen(stream)) {
         throw StateError("the new state file " + utf8(file) + " cannot be created");
     }
     StateHeader header;
+    header.origin = origin;
     for (const auto& object : model.objects) {
         header.objects.add(encode(object));
     }
@@ -80,6 +93,15 @@ void writeFile(const fs::path& file, const Model& model) {
 
 } // namespace
 
+std::optional<Origin> originOf(const fs::path& model, const fs::path& importer) {
+    auto ofModel = digestOf(model);
+    auto ofImporter = digestOf(importer);
+    if (!ofModel || !ofImporter) {
+        return std::nullopt;
+    }
+    return Origin{std::move(*ofModel), std::move(*ofImporter)};
+}
+
 State::State(const fs::path& folder) : file_(folder / "import.state"), newFile_(folder / "import.state.new") {}
 
 bool State::exists() const {
@@ -88,19 +110,22 @@ bool State::exists() const {
     return fs::exists(fs::symlink_status(file_, error));
 }
 
-Model State::read() const {
-    Model model;
-    readFile(
+Kept State::read() const {
+    Kept kept;
+    auto& model = kept.model;
+    const auto header = readFile(
         file_, [&model](ObjectRecord&& object) { model.objects.push_back(std::move(object)); },
         [&model](std::string_view set) { model.propertySets.emplace_back(set); },
         [&model](Assignment&& assignment) { model.objects[assignment.object].propertySets = std::move(assignment.sets); });
-    return model;
+    kept.origin = header.origin;
+    return kept;
 }
 
-void State::write(const Model& model, const std::function<void()>& beforeReplacing) const {
+void State::write(const Model& model, const std::optional<Origin>& origin,
+                  const std::function<void()>& beforeReplacing) const {
     try {
         fs::create_directories(file_.parent_path());
-        writeFile(newFile_, model);
+        writeFile(newFile_, model, origin);
         // The writer cannot see a write that came out short; whoever reads the file can.
         readFile(
             newFile_, [](ObjectRecord&&) {}, [](std::string_view) {}, [](Assignment&&) {});

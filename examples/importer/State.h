@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <optional>
 
 namespace importer {
 
@@ -15,7 +16,17 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The objects of the previous import with their property sets and nothing else, in one file of a folder.
+/// What is kept of one import.
+struct Kept {
+    Model model;
+    std::optional<Origin> origin; ///< Of the model and its importer; none when it is not known for sure.
+};
+
+/// What an import of a model by an importer would be made of now.
+/// @return nothing when either cannot be read, or is no plain file: what comes out of a pipe comes out only once.
+std::optional<Origin> originOf(const std::filesystem::path& model, const std::filesystem::path& importer);
+
+/// The objects of the previous import with their property sets, and what they were made of, in one file of a folder.
 class State {
 public:
     /// @param folder where the file lies; made when something is kept.
@@ -26,13 +37,14 @@ public:
 
     /// What the previous import left.
     /// @throws StateError for a damaged file and for one of another format version; it stays as it is.
-    Model read() const;
+    Kept read() const;
 
     /// Keeps this import: in a new file, which is read back and then renamed over the old one.
+    /// @param origin what the model was read from; none when that is not known for sure.
     /// @param beforeReplacing what else has to succeed: called when the new file is whole. When it throws, nothing is kept.
     /// @throws StateError; the file of the previous import is then as it was.
     void write(
-        const Model& model, const std::function<void()>& beforeReplacing = [] {}) const;
+        const Model& model, const std::optional<Origin>& origin, const std::function<void()>& beforeReplacing = [] {}) const;
 
     /// The file.
     const std::filesystem::path& file() const { return file_; }

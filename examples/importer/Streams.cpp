@@ -19,10 +19,11 @@ using Velmor::WideString;
 constexpr std::string_view infoMark = "VELMINFO";
 constexpr std::uint32_t infoVersion = 3;
 constexpr std::string_view stateMark = "VELMSTAT";
-constexpr std::uint32_t stateVersion = 2;
+constexpr std::uint32_t stateVersion = 3;
 constexpr std::size_t blockSize = 65536; // one request to the system; also what a wild length can make a reader allocate
 constexpr unsigned identitySize = 96;
 constexpr unsigned longestVersion = 124;
+constexpr unsigned digestSize = 20;
 
 void appendIdentity(std::string& out, const ExternalGUID& identity) {
     unsigned size = 0;
@@ -120,6 +121,16 @@ IFC4_MapConversion georeference(Fields& fields) {
             {texts[0], texts[1], texts[2], texts[3], texts[4], texts[5], texts[6], scaleToMetric}};
 }
 
+void appendDigest(std::string& out, const Velmor::Sha1::Digest& digest) {
+    const auto& bytes = digest.asBytes();
+    out.append(bytes.begin(), bytes.end());
+}
+
+Velmor::Sha1::Digest digest(Fields& fields, const char* field) {
+    const auto bytes = fields.bytes(digestSize, field);
+    return {std::vector<unsigned char>(bytes.begin(), bytes.end())};
+}
+
 std::string lengthPrefix(std::string_view payload) {
     if (payload.size() > std::numeric_limits<std::uint32_t>::max()) {
         throw WriteError("a record of more than 4 GiB cannot be written");
@@ -134,6 +145,10 @@ std::uint64_t fnv1a(std::uint64_t hash, std::string_view bytes) {
         hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3u;
     }
     return hash;
+}
+
+std::uint64_t checksumOf(std::string_view bytes) {
+    return fnv1a(StreamTotals().checksum, bytes);
 }
 
 } // namespace
@@ -191,8 +206,14 @@ std::string encode(const InfoRecord& record) {
 std::string encode(const StateHeader& record) {
     std::string out(stateMark);
     append(out, stateVersion, 4);
+    append(out, record.origin ? 1 : 0, 4);
+    if (record.origin) {
+        appendDigest(out, record.origin->model);
+        appendDigest(out, record.origin->importer);
+    }
     appendTotals(out, record.objects);
     appendTotals(out, record.attributes);
+    append(out, checksumOf(out), 8);
     return out;
 }
 
@@ -244,9 +265,20 @@ StateHeader decodeStateHeader(std::string_view payload) {
     Fields fields(payload);
     mark(fields, stateMark, stateVersion);
     StateHeader record;
+    if (fields.flag("presence of digests")) {
+        auto model = digest(fields, "digest of the model");
+        record.origin = {std::move(model), digest(fields, "digest of the importer")};
+    }
     record.objects = totals(fields, "totals of the objects");
     record.attributes = totals(fields, "totals of the attributes");
+    const auto checksum = fields.u64("checksum of the header");
     fields.end();
+    // Nothing else would tell a damaged digest from that of another model.
+    const auto expected = checksumOf(payload.substr(0, payload.size() - 8));
+    if (checksum != expected) {
+        throw FormatError("expected the checksum " + std::to_string(expected) + " of the header, found " +
+                          std::to_string(checksum));
+    }
     return record;
 }
 

@@ -82,10 +82,19 @@ struct InfoRecord {
     std::optional<Velmor::IFC4_MapConversion> georeference;
 };
 
+/// What an import was made of: equal ones give equal results.
+struct Origin {
+    Velmor::Sha1::Digest model;    ///< Of the model's content.
+    Velmor::Sha1::Digest importer; ///< Of the program that read it.
+
+    bool operator==(const Origin&) const = default;
+};
+
 /// First record of a state file.
 struct StateHeader {
-    StreamTotals objects;    ///< Of the object records behind the header.
-    StreamTotals attributes; ///< Of the property sets and assignments behind those.
+    std::optional<Origin> origin; ///< None when it is not known.
+    StreamTotals objects;         ///< Of the object records behind the header.
+    StreamTotals attributes;      ///< Of the property sets and assignments behind those.
 };
 
 /// The bytes of a record, without its length prefix.

@@ -87,4 +87,9 @@ fs::path exampleModel(const std::string& name) {
     return fs::path(VELMOR_EXAMPLE_MODELS) / name;
 }
 
+std::string commented(const fs::path& model, const fs::path& copy) {
+    writeFile(copy, readFile(model) + "/* the same again */\n");
+    return copy.string();
+}
+
 } // namespace velmor_tests

@@ -44,4 +44,8 @@ std::filesystem::path program(const std::string& name);
 /// A model of examples/models.
 std::filesystem::path exampleModel(const std::string& name);
 
+/// Writes a copy of a model with a comment more: other content, with the same meaning and all of it in the same lines.
+/// @return the copy.
+std::string commented(const std::filesystem::path& model, const std::filesystem::path& copy);
+
 } // namespace velmor_tests

@@ -151,7 +151,7 @@ TEST(ImportHost, TellsWhatChangedInTheWorkshop) {
         EXPECT_THAT(second.output, HasSubstr(line));
     }
 
-    const auto third = runHost({revised, "--state", state});
+    const auto third = runHost({commented(revised, folder / "third.ifc"), "--state", state});
     EXPECT_EQ(third.table().at("total"), (TableRow{31, 0, 31, 0, "-", 0}));
     EXPECT_THAT(third.output, Not(HasSubstr("changes")));
 }
@@ -178,9 +178,11 @@ TEST(ImportHost, TellsWhatChangedInTheWorkshopByGeometryAlone) {
     EXPECT_THAT(run.output, HasSubstr("not identified, neither compared nor counted above: 3\n  IFCSITE 'Site' ("));
 
     // The state serves either way of identifying.
-    const auto byId = runHost({revised, "--state", state});
+    const auto third = commented(revised, folder / "third.ifc");
+    const auto byId = runHost({third, "--state", state});
     EXPECT_EQ(byId.table().at("total"), (TableRow{31, 0, 31, 0, "-", 0}));
-    const auto byGeometry = runHost({revised, "--state", state, "--identify-by-geometry"});
+    const auto fourth = commented(third, folder / "fourth.ifc");
+    const auto byGeometry = runHost({fourth, "--state", state, "--identify-by-geometry"});
     EXPECT_EQ(byGeometry.table().at("total"), (TableRow{28, 0, 28, 0, "-", 0}));
 }
 
@@ -190,7 +192,9 @@ TEST(ImportHost, KeepsAStateForEachModelWhenNoneIsNamed) {
     const auto before = fs::current_path();
     fs::current_path(folder / "here");
     const auto first = runHost({workshop, revised});
-    const auto second = runHost({workshop, revised});
+    // The name counts, not the folder.
+    const auto second = runHost({commented(workshop, folder / "elsewhere" / "workshop.ifc"),
+                                 commented(revised, folder / "elsewhere" / "workshop-revised.ifc")});
     fs::current_path(before);
     EXPECT_THAT(first.output, HasSubstr("\nworkshop-revised.ifc: IFC4, 31 objects, first import\n"));
     EXPECT_THAT(second.output, StartsWith("workshop.ifc: IFC4, 30 objects, compared with the 30 "));
@@ -524,7 +528,7 @@ TEST_F(FailingImport, IntoAStateForWhichThereIsNoRoom) {
         EXPECT_EQ(runHost({file.string(), "--state", (folder / "other").string()}).exitCode, 0);
         return readFile(folder / "other" / "import.state").size();
     };
-    const std::size_t header = 4 + 8 + 4 + 24 + 24;
+    const std::size_t header = 4 + 8 + 4 + 4 + 2 * 20 + 24 + 24 + 8;
     const auto padding = 512 - (size(folder / "walls.ifc") - header) % 512;
     writeFile(folder / "padded.ifc", replaced(walls, "'Wall 17'", "'Wall 17" + std::string(padding, '.') + '\''));
     const auto model = (folder / "padded.ifc").string();
@@ -591,7 +595,7 @@ TEST_F(FailingImport, ThatIsInterruptedTakesItsImporterAlong) {
 }
 
 TEST_F(FailingImport, WithoutATemporaryFolder) {
-    expectFailure({workshop}, "a temporary file cannot be created", "TMPDIR=/nonexistent/folder; export TMPDIR;");
+    expectFailure({revised}, "a temporary file cannot be created", "TMPDIR=/nonexistent/folder; export TMPDIR;");
 }
 #endif
 
@@ -605,7 +609,7 @@ TEST(SpoiledObject, WithAGlobalIdGivenTwiceGoesByItsGeometry) {
     EXPECT_THAT(run.output, HasSubstr("problems: 1\n  " + place(readFile(model), "#133") +
                                       ": its GlobalId '0Workshop0Column0000C1' was given to #123 before; "
                                       "identified by its geometry\n"));
-    const auto again = runHost({model, "--state", (folder / "state").string()});
+    const auto again = runHost({commented(model, folder / "again.ifc"), "--state", (folder / "state").string()});
     EXPECT_EQ(again.table().at("total"), (TableRow{30, 0, 30, 0, "-", 0}));
 }
 
@@ -639,8 +643,8 @@ TEST(SpoiledObject, WithAnUnusableGlobalIdGoesByItsGeometry) {
 
 TEST(SpoiledObject, WithNeitherGlobalIdNorGeometryIsNotCompared) {
     const TemporaryFolder folder;
-    const auto model = changedWorkshop(folder / "bad.ifc", "0Workshop0Storey000000", "");
-    for (int round = 0; round < 2; ++round) {
+    const auto first = changedWorkshop(folder / "bad.ifc", "0Workshop0Storey000000", "");
+    for (const auto& model : {first, commented(first, folder / "again.ifc")}) {
         const auto run = runHost({model, "--state", (folder / "state").string()});
         EXPECT_EQ(run.exitCode, 0);
         EXPECT_EQ(run.table().at("total").objects, 29u);
@@ -727,8 +731,9 @@ TEST(ImportHost, ImportsAModelOfManyObjects) {
     const TemporaryFolder folder;
     writeFile(folder / "many.ifc", manyWalls(20000));
     const auto model = (folder / "many.ifc").string();
+    const auto again = commented(model, folder / "again.ifc");
     for (const char* const identify : {"--state", "--identify-by-geometry"}) {
-        std::vector<std::string> arguments = {model, model, "--state", (folder / identify).string()};
+        std::vector<std::string> arguments = {model, again, "--state", (folder / identify).string()};
         if (std::string(identify) != "--state") {
             arguments.emplace_back(identify);
         }

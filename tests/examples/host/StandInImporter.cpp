@@ -1,4 +1,4 @@
-// Stands in for ifc_importer and fails, in the way that the name of the model's folder says.
+// Stands in for ifc_importer and fails, or meets with something, in the way that the name of the model's folder says.
 
 #include "Progress.h"
 #include "PropertyRecords.h"
@@ -208,6 +208,9 @@ int main() {
         const std::string nonsense(1000, '\xFF');
         openStream(Velmor::InfoStream)->write(nonsense.size(), nonsense.data());
         return 0;
+    }
+    if (how == "change") {
+        std::ofstream(environment.filename, std::ios::app) << "changed while it is read\n";
     }
     const auto second = how == "surplus-solid" ? solid() : how == "wild-solid" ? wildSolid() : otherSolid();
     const bool hasSecond = how == "surplus-solid" || how == "wild-solid" || how == "other-solid";

@@ -161,9 +161,15 @@ TEST(OtherRecords, ComeBackAsTheyWere) {
     EXPECT_EQ(infoBack.objectsWithoutClass, 6u);
     EXPECT_FALSE(decodeInfo(encode(InfoRecord())).georeference);
 
-    const auto header = decodeStateHeader(encode(StateHeader{info.objects, info.attributes}));
+    const Velmor::Sha1::Digest ones(std::vector<unsigned char>(20, 1));
+    const Velmor::Sha1::Digest twos(std::vector<unsigned char>(20, 2));
+    const auto header = decodeStateHeader(encode(StateHeader{Origin{ones, twos}, info.objects, info.attributes}));
+    ASSERT_TRUE(header.origin);
+    EXPECT_EQ(header.origin->model, ones);
+    EXPECT_EQ(header.origin->importer, twos);
     EXPECT_EQ(header.objects, info.objects);
     EXPECT_EQ(header.attributes, info.attributes);
+    EXPECT_FALSE(decodeStateHeader(encode(StateHeader())).origin);
 }
 
 TEST(Georeference, ComesBackAsItWas) {
