@@ -210,7 +210,7 @@ int main() {
         return 0;
     }
     if (how == "change") {
-        std::ofstream(environment.filename, std::ios::app) << "changed while it is read\n";
+        std::ofstream(std::filesystem::path(environment.filename), std::ios::app) << "changed while it is read\n";
     }
     const auto second = how == "surplus-solid" ? solid() : how == "wild-solid" ? wildSolid() : otherSolid();
     const bool hasSecond = how == "surplus-solid" || how == "wild-solid" || how == "other-solid";
