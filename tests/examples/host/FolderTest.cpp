@@ -153,8 +153,8 @@ TEST_F(Folder, GoesOnBehindAModelThatFails) {
     }
     ASSERT_EQ(lines.size(), 3u) << all.error;
     EXPECT_THAT(lines[0], StartsWith("import_host: "));
-    EXPECT_THAT(lines[0], HasSubstr("a.ifc: "));
-    EXPECT_THAT(lines[1], HasSubstr("c.ifc: "));
+    EXPECT_THAT(lines[0], HasSubstr("a.ifc, line 1: "));
+    EXPECT_THAT(lines[1], HasSubstr("c.ifc, line 1: "));
     EXPECT_EQ(lines[2], "import_host: " + models.string() + ": 2 of 4 models failed: a.ifc, c.ifc");
 }
 
