@@ -77,7 +77,7 @@ using FailingExport = Export;
 TEST_F(Export, WritesEachClosedSolidOfTheWorkshop) {
     const auto host = run({workshop});
     ASSERT_EQ(host.exitCode, 0) << host.error;
-    EXPECT_THAT(host.output, HasSubstr("\nexported to " + importer::utf8(out) + ": solids 26, textures "));
+    EXPECT_THAT(host.output, HasSubstr("\nexported to " + importer::utf8(out) + ": solids 26, textures 1\n"));
 
     std::map<std::string, std::size_t> triangles = {
         {"workshop_123_Column_C1.obj", 44},   {"workshop_133_Column_C2.obj", 44},
@@ -133,6 +133,24 @@ TEST_F(Export, PutsSolidsWhereTheyAreInTheWorld) {
         EXPECT_NEAR(places[i][2], i % 2 == 0 ? 0 : 0.3, 1e-12);
     }
     EXPECT_NEAR(obj.volume(), 0.405, 1e-12);
+}
+
+TEST_F(Export, WritesEachTextureOfTheWorkshop) {
+    ASSERT_EQ(run({workshop}).exitCode, 0);
+    EXPECT_THAT(filesIn(out, ".png"), ElementsAre("workshop_1100.png"));
+    const auto png = readFile(out / "workshop_1100.png");
+    std::string digits; // of the model, where each byte is two of them
+    for (const char c : png) {
+        char text[3];
+        std::snprintf(text, sizeof text, "%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
+        digits += text;
+    }
+    EXPECT_THAT(readFile(workshop), HasSubstr("'PNG',\"0" + digits + "\")"));
+    const auto header = parsePng(png);
+    EXPECT_EQ(header.width, 2u);
+    EXPECT_EQ(header.height, 2u);
+    EXPECT_EQ(header.bitDepth, 1u);
+    EXPECT_EQ(header.colourType, 0u);
 }
 
 TEST_F(Export, OverwritesAnEarlierOneAndNothingElse) {

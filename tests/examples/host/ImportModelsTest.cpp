@@ -360,7 +360,9 @@ TEST_P(EachModel, ExportsItsClosedSolids) {
         ASSERT_EQ(object.version.getType(), Velmor::ExternalVersion::Solid);
         const auto obj = parseObj(readFile(file->second));
         EXPECT_TRUE(obj.isClosed());
-        EXPECT_NEAR(obj.volume(), object.version.getVolume(), 1e-9 * object.version.getVolume());
+        // Faces with many corners are plane only to the digits of their coordinates, eight or more in these files; what they
+        // enclose depends by that much on how they are cut.
+        EXPECT_NEAR(obj.volume(), object.version.getVolume(), 1e-9 * object.version.getVolume() + 1e-8 * obj.area());
     }
     EXPECT_EQ(solids, files.size());
     RecordProperty("solids", std::to_string(solids));
@@ -406,6 +408,27 @@ TEST_P(RevisionOf, TellsWhatTheFilesSay) {
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(RevisionOf);
 INSTANTIATE_TEST_SUITE_P(Models, RevisionOf, testing::ValuesIn(revisions()),
                          [](const auto& each) { return testName(each.param.now); });
+
+TEST(RealModel, ExportsItsTexture) {
+    const auto textured = model("tessellation-with-blob-texture.ifc");
+    if (textured.empty()) {
+        GTEST_SKIP() << "VELMOR_MODELS names no folder with it";
+    }
+    const TemporaryFolder folder;
+    const auto run =
+        runHost({textured.string(), "--state", (folder / "state").string(), "--export", (folder / "out").string()});
+    EXPECT_EQ(run.exitCode, 0) << run.error;
+    std::size_t images = 0;
+    for (const auto& entry : fs::directory_iterator(folder / "out")) {
+        const auto header = parsePng(readFile(entry.path()));
+        EXPECT_EQ(header.width, 256u);
+        EXPECT_EQ(header.height, 256u);
+        EXPECT_EQ(header.bitDepth, 8u);
+        EXPECT_EQ(header.colourType, 6u);
+        ++images;
+    }
+    EXPECT_EQ(images, 1u);
+}
 
 TEST(RealModel, ShowsItsGeoreference) {
     const auto utm = model("geographic-referencing-utm.ifc");

@@ -1,5 +1,7 @@
 #pragma once
 
+// Readers of the files that the host exports, strict and with nothing of the host.
+
 #include <array>
 #include <cstddef>
 #include <string>
@@ -18,7 +20,22 @@ struct ObjFile {
 
     /// The volume that a closed surface encloses, positive when the triangles are counterclockwise from outside.
     double volume() const;
+
+    /// The area of all triangles.
+    double area() const;
 };
+
+/// What the header of a PNG image says.
+struct PngHeader {
+    unsigned width = 0;
+    unsigned height = 0;
+    unsigned bitDepth = 0;
+    unsigned colourType = 0; ///< 0 grey, 2 colours, 3 palette, 4 and 6 with transparency.
+};
+
+/// Reads the header of a PNG image, whose chunks must reach from its signature to its end.
+/// @throws std::runtime_error for anything else.
+PngHeader parsePng(const std::string& bytes);
 
 /// Reads an OBJ file of nothing but one comment, vertices, and triangles of vertices before them.
 /// @throws std::runtime_error for anything else.
