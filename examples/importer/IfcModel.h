@@ -78,7 +78,7 @@ public:
     virtual void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) = 0;
 
     /// Called for each image of the model, in the order of the file, before any product.
-    virtual void texture(Texture&& texture) { static_cast<void>(texture); }
+    virtual void texture(Texture&& texture) = 0;
 
     /// Called for each product, in the order of the file.
     virtual void product(Product&& product) = 0;
