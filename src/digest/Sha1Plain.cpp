@@ -53,7 +53,7 @@ void compressPlain(State& state, const unsigned char* blocks, std::size_t count)
     for (; count > 0; --count, blocks += blockSize) {
         Block block;
         for (int t = 0; t < 16; ++t)
-            block.w[t] = bigEndian(blocks + std::size_t{4} * t);
+            block.w[t] = bigEndian(blocks + std::ptrdiff_t{4} * t);
         block.a = state[0];
         block.b = state[1];
         block.c = state[2];
