@@ -99,7 +99,7 @@ TEST_F(Export, WritesEachClosedSolidOfTheWorkshop) {
     }
     EXPECT_EQ(filesIn(out, ".obj"), names);
 
-    for (const auto& object : importer::State(folder / "state").read().objects) {
+    for (const auto& object : importer::State(folder / "state").read().model.objects) {
         const auto name = std::find_if(names.begin(), names.end(), [&object](const std::string& each) {
             return each.starts_with("workshop_" + std::to_string(object.instance) + '_');
         });
