@@ -350,7 +350,7 @@ TEST_P(EachModel, ExportsItsClosedSolids) {
     }
     EXPECT_THAT(run.output, HasSubstr(": solids " + std::to_string(files.size()) + ", textures "));
     std::size_t solids = 0;
-    for (const auto& object : importer::State(folder / "state").read().objects) {
+    for (const auto& object : importer::State(folder / "state").read().model.objects) {
         const auto file = files.find(std::to_string(object.instance));
         if (file == files.end()) {
             continue;
