@@ -1,5 +1,9 @@
-// Every kernel that this processor runs, against published digests and against the plain one, which is the definition; and
-// how hashers come to their kernel.
+// Every kernel that this processor runs, against published digests and against the standard's own steps, written once more
+// apart from the library; and how hashers come to their kernel.
+
+#include "PlainSha1.h"
+#include "RandomBytes.h"
+#include "Sha1Checks.h"
 
 #include <Velmor/Digest.h>
 
@@ -12,12 +16,13 @@
 #endif
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
-#include <random>
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
+
+using namespace velmor_tests;
 
 namespace {
 
@@ -25,16 +30,6 @@ using Velmor::Sha1;
 using Velmor::sha1::blockSize;
 using Velmor::sha1::Kernel;
 using Velmor::sha1::State;
-
-std::string stateText(const State& state) {
-    std::string text;
-    char digits[12];
-    for (const std::uint32_t word : state) {
-        std::snprintf(digits, sizeof digits, "%08x ", static_cast<unsigned>(word));
-        text += digits;
-    }
-    return text;
-}
 
 /// Makes all hashers use a kernel as long as it lives.
 class Forced {
@@ -44,30 +39,6 @@ public:
     Forced(const Forced&) = delete;
     Forced& operator=(const Forced&) = delete;
 };
-
-/// Random numbers whose seed every failure tells; VELMOR_SEED repeats a run.
-class Random {
-public:
-    unsigned below(std::size_t bound) { return static_cast<unsigned>(engine_() % bound); }
-    std::uint32_t word() { return static_cast<std::uint32_t>(engine_()); }
-    unsigned seed() const { return seed_; }
-
-private:
-    static unsigned chooseSeed() {
-        const char* const given = std::getenv("VELMOR_SEED");
-        return given ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device{}();
-    }
-
-    unsigned seed_ = chooseSeed();
-    std::mt19937 engine_{seed_};
-};
-
-std::vector<char> randomBytes(Random& random, std::size_t size) {
-    std::vector<char> bytes(size);
-    for (char& byte : bytes)
-        byte = static_cast<char>(random.below(256));
-    return bytes;
-}
 
 class EveryKernel : public testing::TestWithParam<Kernel> {};
 
@@ -96,42 +67,57 @@ TEST_P(EveryKernel, GivesThePublishedDigests) {
         EXPECT_EQ(Sha1::FromData({message.begin(), message.end()}).asString(), digest) << message.size() << " bytes";
 }
 
-TEST_P(EveryKernel, GivesWhatThePlainOneGives) {
-    Random random;
-    SCOPED_TRACE("VELMOR_SEED=" + std::to_string(random.seed()));
-    for (int round = 0; round < 2000; ++round) {
-        const std::size_t count = random.below(40);
+TEST_P(EveryKernel, MeetsTheVectorsOfShortMessages) {
+    const Forced forced(GetParam());
+    checkShortMessages();
+}
+
+TEST_P(EveryKernel, MeetsTheVectorsOfLongMessages) {
+    const Forced forced(GetParam());
+    checkLongMessages();
+}
+
+TEST_P(EveryKernel, MeetsTheCheckpointsOfTheMonteCarloTest) {
+    const Forced forced(GetParam());
+    checkMonteCarlo();
+}
+
+TEST_P(EveryKernel, EveryLengthToFiveThousandEqualsThePlainOne) {
+    const Forced forced(GetParam());
+    checkEveryLength();
+}
+
+TEST_P(EveryKernel, CompressesAnyStateAndBlocksAsTheStandardDoes) {
+    for (std::uint32_t seed = 1; seed <= 2000; ++seed) {
+        Random random(seed);
+        const std::size_t count = random.upTo(39);
         // At any alignment, and exactly up to the end of the allocation.
-        const std::size_t offset = random.below(64);
-        const auto size = offset + count * blockSize;
-        const std::unique_ptr<unsigned char[]> bytes(new unsigned char[size]);
-        for (std::size_t i = 0; i < size; ++i)
-            bytes[i] = static_cast<unsigned char>(random.below(256));
-        State expected;
-        for (std::uint32_t& word : expected)
-            word = random.word();
-        State actual;
-        std::copy(std::begin(expected), std::end(expected), actual);
-        Velmor::sha1::compressPlain(expected, bytes.get() + offset, count);
-        GetParam().compress(actual, bytes.get() + offset, count);
-        ASSERT_EQ(stateText(actual), stateText(expected)) << count << " blocks at " << offset;
+        const std::size_t offset = random.upTo(63);
+        const Bytes bytes = random.bytes(offset + count * blockSize);
+        State state;
+        for (std::uint32_t& word : state)
+            word = static_cast<std::uint32_t>(random.upTo(0xFFFFFFFF));
+        const Words expected =
+            plainBlocks(Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(offset), bytes.end()), std::to_array(state));
+        GetParam().compress(state, reinterpret_cast<const unsigned char*>(bytes.data()) + offset, count);
+        ASSERT_EQ(std::to_array(state), expected) << "seed " << seed << ", " << count << " blocks at " << offset;
     }
 }
 
-TEST_P(EveryKernel, GivesTheSameForAnyPieces) {
-    Random random;
-    SCOPED_TRACE("VELMOR_SEED=" + std::to_string(random.seed()));
+TEST_P(EveryKernel, AnyPiecesGiveTheDigestOfTheWhole) {
     const Forced forced(GetParam());
-    for (int round = 0; round < 300; ++round) {
-        const std::vector<char> message = randomBytes(random, random.below(2000));
+    for (std::uint32_t seed = 1; seed <= 300; ++seed) {
+        Random random(seed);
+        const Bytes message = random.bytes(random.upTo(1999));
         Sha1 hasher;
         for (std::size_t done = 0; done < message.size();) {
-            const std::size_t piece = std::min<std::size_t>(random.below(300), message.size() - done);
+            const std::size_t piece = std::min(random.upTo(299), message.size() - done);
             const auto begin = message.begin() + static_cast<std::ptrdiff_t>(done);
             hasher.appendData({begin, begin + static_cast<std::ptrdiff_t>(piece)});
             done += piece;
         }
-        ASSERT_EQ(hasher.calculateDigest().asString(), Sha1::FromData(message).asString()) << message.size() << " bytes";
+        ASSERT_EQ(hasher.calculateDigest().asBytes(), plainSha1(message))
+            << "seed " << seed << ", " << message.size() << " bytes";
     }
 }
 
