@@ -143,11 +143,10 @@ TEST(Digest, CopyAssignmentToItselfChangesNothing) {
     EXPECT_EQ(digest.asBytes(), abcBytes);
 }
 
-TEST(Digest, MoveAssignmentToItselfLeavesADigestThatCanBeAssigned) {
+TEST(Digest, MoveAssignmentToItselfChangesNothing) {
     Digest digest(abcBytes);
     Digest& same = digest;
     digest = std::move(same);
-    digest = Digest(abcBytes);
     EXPECT_EQ(digest.asBytes(), abcBytes);
 }
 
