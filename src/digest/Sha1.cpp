@@ -73,7 +73,7 @@ Sha1::Digest Sha1::FromData(const std::vector<char>& data) {
 
 Sha1::Digest Sha1::FromFile(const WideString& path) {
     std::unique_ptr<FileStream> file(FileStream::openFileForReading(path));
-    if (file->getHandle() == FileStream().getHandle())
+    if (file->getHandle() == ProcessOperations::InvalidHandle())
         return Digest(std::vector<unsigned char>(digestSize));
     Sha1 hasher;
     std::vector<char> piece;
