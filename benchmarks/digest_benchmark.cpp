@@ -27,6 +27,8 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -50,6 +52,9 @@ constexpr std::size_t fileSize = 256 * MiB;
 constexpr const char* maskVariable = "OPENSSL_ia32cap";
 constexpr const char* mask = ":~0x20000000";
 
+/// The name of the kernel that needs them.
+constexpr std::string_view shaExtensions = "sha extensions";
+
 [[noreturn]] void fail(const char* what) {
     std::fprintf(stderr, "%s\n", what);
     std::exit(EXIT_FAILURE);
@@ -69,18 +74,36 @@ const std::vector<char>& bytes() {
     return made;
 }
 
-const std::string& filePath() {
-    static const std::string path =
-        (fs::temp_directory_path() / ("velmor-digest-benchmark-" + std::to_string(getpid()))).string();
-    return path;
-}
+/// The file to hash. It is removed when the program ends, by `fail` as well: that destroys statics, and nothing else.
+class HashedFile {
+public:
+    HashedFile() = default;
+    ~HashedFile() { remove(); }
+    HashedFile(const HashedFile&) = delete;
+    HashedFile& operator=(const HashedFile&) = delete;
 
-void writeFile() {
-    std::ofstream out(filePath(), std::ios::binary);
-    for (std::size_t i = 0; i < fileSize; i += bytes().size())
-        out.write(bytes().data(), static_cast<std::streamsize>(bytes().size()));
-    if (!out.flush())
-        fail("cannot write the file");
+    const std::string& path() const { return path_; }
+
+    void write() const {
+        std::ofstream out(path_, std::ios::binary);
+        for (std::size_t i = 0; i < fileSize; i += bytes().size())
+            out.write(bytes().data(), static_cast<std::streamsize>(bytes().size()));
+        if (!out.flush())
+            fail("cannot write the file");
+    }
+
+    void remove() const {
+        std::error_code ignored;
+        fs::remove(path_, ignored);
+    }
+
+private:
+    std::string path_ = fs::temp_directory_path() / ("velmor-digest-benchmark-" + std::to_string(getpid()));
+};
+
+const HashedFile& hashedFile() {
+    static const HashedFile file;
+    return file;
 }
 
 class Evp {
@@ -122,12 +145,12 @@ Digest evpData(const std::vector<char>& data) {
 }
 
 Digest velmorFile() {
-    return Sha1::FromFile(fs::path(filePath()).u16string()).asBytes();
+    return Sha1::FromFile(fs::path(hashedFile().path()).u16string()).asBytes();
 }
 
 Digest evpFile() {
     std::vector<char> piece(filePieceSize);
-    const int file = open(filePath().c_str(), O_RDONLY);
+    const int file = open(hashedFile().path().c_str(), O_RDONLY);
     evp().begin();
     for (ssize_t count = 0; (count = read(file, piece.data(), piece.size())) > 0;)
         evp().append(piece.data(), static_cast<std::size_t>(count));
@@ -227,7 +250,9 @@ void printPeakMemoryOf(const char* name, const Compute& compute) {
     std::fflush(stdout);
     const pid_t child = fork();
     if (child != 0) {
-        waitpid(child, nullptr, 0);
+        int status = 0;
+        if (waitpid(child, &status, 0) != child || status != 0)
+            fail("cannot measure the peak memory");
         return;
     }
     const long before = memoryStatus("VmRSS");
@@ -237,17 +262,33 @@ void printPeakMemoryOf(const char* name, const Compute& compute) {
     _exit(0);
 }
 
+/// The fastest kernel that may be used: without the SHA instructions where OpenSSL does without them, too.
+const Velmor::sha1::Kernel& fastest(bool masked) {
+    const auto kernels = Velmor::sha1::kernels(); // the plain one, which needs no such instructions, is the first
+    return *std::find_if(kernels.rbegin(), kernels.rend() - 1,
+                         [masked](const auto& kernel) { return !masked || kernel.name != shaExtensions; });
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    const auto kernels = Velmor::sha1::kernels();
+    // In turns: what else the machine does then meets both.
+    std::vector<char*> arguments(argv, argv + argc);
+    std::string interleaved = "--benchmark_enable_random_interleaving=true";
+    arguments.insert(arguments.begin() + 1, interleaved.data());
+    int count = static_cast<int>(arguments.size());
+    arguments.push_back(nullptr);
+    benchmark::Initialize(&count, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(count, arguments.data()))
+        return EXIT_FAILURE;
+
     const char* const masking = std::getenv(maskVariable);
     const bool masked = masking && std::string(masking) == mask;
-    if (masked)
-        Velmor::sha1::forceKernel(&kernels[kernels.size() - 2]);
-    std::printf("Kernel: %s\n", kernels[kernels.size() - (masked ? 2 : 1)].name);
+    const Velmor::sha1::Kernel& kernel = fastest(masked);
+    Velmor::sha1::forceKernel(&kernel);
+    std::printf("Kernel: %s\n", kernel.name);
 
-    writeFile();
+    hashedFile().write();
     std::printf("Peak memory of a file of 256 MiB\n");
     printPeakMemoryOf("Velmor", velmorFile);
     printPeakMemoryOf("EVP", evpFile);
@@ -265,20 +306,11 @@ int main(int argc, char** argv) {
     add("file", fileSize, 5, velmorFile, evpFile);
     add("over_4GiB", longPieces * bytes().size(), 1, velmorLong, evpLong);
 
-    // In turns: what else the machine does then meets both.
-    std::vector<char*> arguments(argv, argv + argc);
-    std::string interleaved = "--benchmark_enable_random_interleaving=true";
-    arguments.insert(arguments.begin() + 1, interleaved.data());
-    int count = static_cast<int>(arguments.size());
-    arguments.push_back(nullptr);
-    benchmark::Initialize(&count, arguments.data());
-    if (benchmark::ReportUnrecognizedArguments(count, arguments.data()))
-        return EXIT_FAILURE;
     Table table;
     benchmark::RunSpecifiedBenchmarks(&table);
-    fs::remove(filePath());
 
-    if (!masked && kernels.size() == 3) {
+    if (kernel.name == shaExtensions) {
+        hashedFile().remove(); // starting again destroys nothing
         std::fflush(stdout);
         setenv(maskVariable, mask, 1);
         execv("/proc/self/exe", argv);
