@@ -57,6 +57,17 @@ std::string_view parametersAt(const char* position, const char* end) {
                : std::string_view();
 }
 
+/// Whether something is there that may keep whoever opens or reads it waiting for ever: a pipe, a device. A folder counts,
+/// too.
+bool isSpecial(const Velmor::WideString& path) {
+    try {
+        const std::filesystem::file_status status = std::filesystem::status(systemPath(path));
+        return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
+    } catch (const std::filesystem::filesystem_error&) {
+        return false; // opening it fails as well, and at once
+    }
+}
+
 /// A piece of the text for a message.
 std::string quoted(const char* position, const char* end) {
     constexpr std::ptrdiff_t most = 30;
@@ -68,6 +79,13 @@ std::string quoted(const char* position, const char* end) {
 
 } // namespace
 
+std::filesystem::path systemPath(Velmor::WideString path) {
+#if !defined(_WIN32)
+    std::replace(path.begin(), path.end(), VELMOR_WIDE('\\'), VELMOR_WIDE('/'));
+#endif
+    return path;
+}
+
 StepFile::StepFile(std::vector<char>&& text, std::string name) : text_(std::move(text)), name_(std::move(name)) {
     countLines();
     scan();
@@ -77,12 +95,14 @@ StepFile::StepFile(std::vector<char>&& text, std::string name) : text_(std::move
 
 StepFile StepFile::open(const Velmor::WideString& path) {
     const std::string name = Velmor::StringOperations::ConvertToUTF8(path);
+    if (isSpecial(path))
+        throw ModelError(name + ": is no regular file; expected a STEP file (ISO 10303-21)");
     const std::unique_ptr<Velmor::FileStream> stream(Velmor::FileStream::openFileForReading(path));
     if (stream->getHandle() == Velmor::ProcessOperations::InvalidHandle())
         throw ModelError(name + ": cannot be opened; expected a STEP file (ISO 10303-21) that can be read");
     std::vector<char> text;
     std::error_code unknown;
-    const std::uintmax_t size = std::filesystem::file_size(std::filesystem::path(path), unknown);
+    const std::uintmax_t size = std::filesystem::file_size(systemPath(path), unknown);
     if (!unknown)
         text.reserve(static_cast<std::size_t>(size) + 1);
     std::vector<char> block;

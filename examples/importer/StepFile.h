@@ -6,6 +6,7 @@
 #include "IfcModel.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -24,6 +25,10 @@ struct Instance {
     Entity entity;            ///< `Other` too for one of several leaves.
 };
 
+/// A path of the library as one of the system: a backslash separates its parts, too.
+/// @throws std::filesystem::filesystem_error for one that is no text of the system.
+std::filesystem::path systemPath(Velmor::WideString path);
+
 class StepFile {
 public:
     /// Takes a file's text and looks up its instances.
@@ -34,7 +39,7 @@ public:
     StepFile(StepFile&&) = default;
 
     /// Reads a file.
-    /// @throws ModelError also when there is no such file or it cannot be read.
+    /// @throws ModelError also when there is no such file, it cannot be read, or it is no regular file.
     static StepFile open(const Velmor::WideString& path);
 
     std::uint64_t size() const { return text_.size(); }

@@ -9,6 +9,10 @@
 
 #include <filesystem>
 
+#if !defined(_WIN32)
+    #include <sys/stat.h>
+#endif
+
 using namespace velmor_tests;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -167,6 +171,32 @@ TEST_F(Folder, TellsAFileWhoseNameIsNoText) {
     EXPECT_EQ(reports(both.output), std::vector<std::string>{"b.ifc: IFC4, 30 objects"});
     EXPECT_EQ(both.error, "import_host: " + models.string() + ": the file name a?.ifc is not UTF-8 text\nimport_host: " +
                               models.string() + ": 1 of 2 models failed: a?.ifc\n");
+}
+
+// Nobody writes into the pipe: whoever opened it would wait for ever.
+TEST_F(Folder, TellsAPipeAndADeviceAsFailures) {
+    ASSERT_EQ(mkfifo((models / "a.ifc").c_str(), 0600), 0);
+    fs::create_symlink("/dev/zero", models / "b.ifc");
+    fs::create_symlink("a.ifc", models / "c.ifc");
+    addModel("d.ifc");
+    fs::create_symlink("d.ifc", models / "e.ifc"); // leads to a file
+    const std::string reason = ": is no regular file; expected a STEP file (ISO 10303-21)\n";
+    const auto all = run({models.string()});
+    EXPECT_EQ(all.exitCode, 1);
+    EXPECT_EQ(reports(all.output), (std::vector<std::string>{"d.ifc: IFC4, 30 objects", "e.ifc: IFC4, 30 objects"}));
+    std::string told;
+    for (const char* const name : {"a.ifc", "b.ifc", "c.ifc"}) {
+        told += "import_host: " + (models / name).string() + reason;
+        EXPECT_FALSE(hasState(name));
+    }
+    EXPECT_EQ(all.error, told + "import_host: " + models.string() + ": 3 of 5 models failed: a.ifc, b.ifc, c.ifc\n");
+
+    for (const auto& named : {(models / "a.ifc").string(), std::string("..\\models\\a.ifc")}) {
+        const auto alone = run({named});
+        EXPECT_EQ(alone.exitCode, 1);
+        EXPECT_EQ(alone.output, "");
+        EXPECT_THAT(alone.error, HasSubstr(reason));
+    }
 }
 
 TEST_F(Folder, EndsWithTheReaderOfItsReports) {
