@@ -6,6 +6,7 @@
 #include <Velmor/Text.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -15,6 +16,7 @@ namespace importer {
 
 namespace {
 
+namespace fs = std::filesystem;
 using Velmor::FileOperations;
 using Velmor::FileStream;
 using Velmor::WideChar;
@@ -100,6 +102,17 @@ PathBeside pathBeside(const Record& record, const WideString& name, const std::s
     return result;
 }
 
+/// Whether a file lies in a folder or below it when all links on the way are followed. Both must exist.
+bool liesWithin(const WideString& folder, const WideString& file) {
+    try {
+        const fs::path outer = fs::canonical(systemPath(folder).parent_path()); // without its ending separator
+        const fs::path inner = fs::canonical(systemPath(file));
+        return std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first == outer.end();
+    } catch (const fs::filesystem_error&) {
+        return false; // nobody can tell
+    }
+}
+
 /// A name with the escapes of URLs, such as %20, decoded as UTF-8. A percent sign without two digits stands for itself.
 WideString withoutEscapes(const WideString& name) {
     const auto digitAt = [&name](std::size_t index) {
@@ -177,12 +190,16 @@ void TextureReader::readImage(const Record& record, std::size_t index, Texture& 
     const PathBeside unescaped = pathBeside(record, withoutEscapes(name), shown);
     if (folder_.empty())
         record.fault(shown + " cannot be had: the folder of the model is not known");
-    // A file may well have a percent sign in its name.
+    // A file may well have a percent sign in its name: the name as it stands goes first, and only when nothing is there does
+    // it count with its escapes decoded.
     if (!FileOperations::Exists(folder_ + beside.path))
         beside = unescaped;
     const WideString path = folder_ + beside.path;
     if (!FileOperations::Exists(path))
         record.fault(shown + ": there is no such file beside the model");
+    // A model may come with links of its own making; whatever else they lead to is none of its images.
+    if (!liesWithin(folder_, path))
+        record.fault(shown + " leads out of its folder by a link; expected the relative path of a file beside the model");
     // Folders and what is no file but waits for somebody, a pipe for instance, have no size; they are not opened.
     const auto size = static_cast<std::uint64_t>(FileOperations::GetFileSize(path));
     if (size < signature.size())

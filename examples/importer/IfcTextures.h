@@ -18,7 +18,8 @@ public:
     /// Reads an IfcBlobTexture, IfcImageTexture or IfcPixelTexture.
     ///
     /// A model comes from anywhere: the name of an image leads to a file in the folder of the model, or in one below it, and
-    /// nowhere else.
+    /// nowhere else. Links within that folder are followed only where they stay in it (on Windows, where the standard
+    /// library does not see through them, as the system does it).
     /// @return nothing for what is only counted.
     /// @throws Fault when there is no PNG image.
     /// @throws TooMuch

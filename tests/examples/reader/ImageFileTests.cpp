@@ -269,6 +269,40 @@ TEST_F(ImageFile, ThatIsAPipeIsNotWaitedFor) {
     ASSERT_EQ(mkfifo((model() / "pipe.png").c_str(), 0600), 0);
     expectRefusal("'pipe.png'", "'pipe.png' is no PNG file");
 }
+
+TEST_F(ImageFile, IsNotReadThroughALinkThatLeadsOut) {
+    const std::string reason = " leads out of its folder by a link; expected the relative path of a file beside the model";
+    fs::create_directory(outer() / "models"); // begins as the model's folder is called, and is another one
+    writeFile(outer() / "models" / "other.png", png("other"));
+    fs::create_symlink("../outside.png", model() / "relative.png");
+    fs::create_symlink(fs::absolute(outer() / "outside.png"), model() / "absolute.png");
+    fs::create_symlink("relative.png", model() / "link to a link.png");
+    fs::create_symlink("..", model() / "up");
+    fs::create_symlink("../models", model() / "beside");
+    fs::create_symlink("/dev", model() / "devices");
+    for (const std::string name : {"relative.png", "absolute.png", "link to a link.png", "up/outside.png", "up\\outside.png",
+                                   "beside/other.png", "devices/zero", "devices/null"})
+        expectRefusal(encoded(name), "'" + name + "'" + reason);
+    expectRefusal("'up%2Foutside.png'", "'up%2Foutside.png'" + reason);
+}
+
+TEST_F(ImageFile, IsReadThroughALinkThatStaysInTheFolder) {
+    writeFile(model() / "textures" / "oak.png", png("oak"));
+    fs::create_symlink("textures/oak.png", model() / "link.png");
+    fs::create_symlink("textures", model() / "wood");
+    fs::create_symlink("../model", model() / "again");
+    expectImage("link.png", png("oak"), "link.png");
+    expectImage("wood/oak.png", png("oak"), "oak.png");
+    expectImage("again/inside.png", png("inside"), "inside.png");
+}
+
+// What counts is where the folder is, not how it was reached.
+TEST_F(ImageFile, OfAModelInALinkedFolderIsFound) {
+    fs::create_directory_symlink("model", outer() / "linked");
+    const Taken taken = readWithin(Limits::forFile(0), image(20, "'inside.png'"), wide(outer() / "linked" / ""));
+    EXPECT_EQ(taken.reasons(), "");
+    EXPECT_EQ(taken.textures.size(), 1u);
+}
 #endif
 
 TEST_F(ImageFile, AnArgumentThatIsNoTextIsAProblem) {
