@@ -11,7 +11,7 @@ const char* const usageText =
     "                   [--properties GLOBALID]... [--georeference] [--export DIR]\n"
     "\n"
     "Imports IFC models one after another and tells what has changed since the previous import of each. A model that\n"
-    "has the same content as then is not imported again, unless its properties or its georeference are asked for.\n"
+    "has the same content as then is not imported again, unless --properties, --georeference or --export is given.\n"
     "A folder stands for the models in it, *.ifc in the order of their names, without the folders in it; one that\n"
     "fails does not keep the others of its folder from being imported.\n"
     "\n"

@@ -99,7 +99,8 @@ TEST_F(Skip, DoesNotHideAnyChange) {
 TEST_F(Skip, GivesWayToWhatOnlyAnImporterCanTell) {
     for (const auto& [options, told] : std::vector<std::pair<std::vector<std::string>, const char*>>{
              {{"--properties", "0Workshop0Beam000000B1"}, "\nproperties of 0Workshop0Beam000000B1: "},
-             {{"--georeference"}, "\ngeoreference:\n"}}) {
+             {{"--georeference"}, "\ngeoreference:\n"},
+             {{"--export", (folder / "out").string()}, "\nexported to "}}) {
         const auto asked = run(model, options);
         EXPECT_EQ(asked.table().at("total"), (TableRow{30, 0, 30, 0, "-", 0}));
         EXPECT_THAT(asked.output, HasSubstr(told));
