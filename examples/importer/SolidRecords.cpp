@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::uint64_t vertexSize = 24;
 constexpr std::uint64_t triangleSize = 12;
+constexpr std::size_t solidPrefix = 16; // of a record, before the bytes of its solid
 
 std::string_view bytesOf(const ForeignObjectSolid& solid) {
     unsigned size = 0;
@@ -24,11 +25,7 @@ ForeignObjectSolid makeSolid(ForeignObjectSolid::Type_t type, std::string_view b
     if (bytes.size() > std::numeric_limits<unsigned>::max()) {
         throw WriteError("a solid of more than 4 GiB cannot be written");
     }
-    ForeignObjectSolid solid(type, static_cast<unsigned>(bytes.size()), bytes.data());
-    if (bytesOf(solid).size() != bytes.size()) { // that is how a solid without memory shows
-        throw std::bad_alloc();
-    }
-    return solid;
+    return {type, static_cast<unsigned>(bytes.size()), bytes.data()};
 }
 
 } // namespace
@@ -94,11 +91,17 @@ Mesh decodeMesh(const ForeignObjectSolid& solid) {
     return mesh;
 }
 
+// A solid that was made or copied without memory is empty and says nothing, so whoever uses its bytes has to look.
+
 std::string encode(const SolidRecord& record) {
+    const auto bytes = bytesOf(record.solid);
+    if (record.solid.getType() == meshSolid && bytes.empty()) { // a mesh has its two counts at least
+        throw std::bad_alloc();
+    }
     std::string out;
     append(out, record.object, 8);
     append(out, record.solid.getType(), 4);
-    appendText(out, bytesOf(record.solid));
+    appendText(out, bytes);
     return out;
 }
 
@@ -137,6 +140,9 @@ void readSolids(RecordReader& reader, const StreamTotals& expected, std::uint64_
         if (record.object < nextObject || record.object >= objects) {
             throw FormatError("expected the solid of an object from " + std::to_string(nextObject) + " on, of " +
                               std::to_string(objects) + ", found that of " + std::to_string(record.object));
+        }
+        if (solidPrefix + bytesOf(record.solid).size() != payload.size()) {
+            throw std::bad_alloc();
         }
         nextObject = record.object + 1;
         sink(record.object, decodeMesh(record.solid));

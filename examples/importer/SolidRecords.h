@@ -29,7 +29,7 @@ inline constexpr auto meshSolid = static_cast<ForeignObjectSolid::Type_t>(1);
 Mesh meshOf(const std::vector<double>& vertexes, const std::vector<std::uint32_t>& triangles);
 
 /// The solid whose bytes are a mesh.
-/// @throws WriteError for a mesh of more than 4 GiB.
+/// @throws WriteError for a mesh of more than 4 GiB. Without memory the solid is empty; writing it throws.
 ForeignObjectSolid encode(const Mesh& mesh);
 
 /// The mesh that a solid's bytes are.
@@ -51,12 +51,12 @@ struct TextureRecord {
 };
 
 /// The bytes of a record, without its length prefix.
-/// @throws WriteError for what is beyond 4 GiB.
+/// @throws WriteError for what is beyond 4 GiB, std::bad_alloc for a mesh whose bytes found no memory.
 std::string encode(const SolidRecord& record);
 std::string encode(const TextureRecord& record);
 
 /// The record that the bytes hold. They must be exactly one record; nothing is read beyond them.
-/// @throws FormatError
+/// @throws FormatError. Without memory the solid is empty.
 SolidRecord decodeSolid(std::string_view payload);
 TextureRecord decodeTexture(std::string_view payload);
 
@@ -64,7 +64,8 @@ TextureRecord decodeTexture(std::string_view payload);
 /// time.
 /// @param objects how many objects the model has.
 /// @param sink    gets the number of the object and the mesh that its solid is, before the totals are compared.
-/// @throws FormatError when the stream is damaged or does not come to the same totals.
+/// @throws FormatError when the stream is damaged or does not come to the same totals; std::bad_alloc without memory for a
+/// solid.
 void readSolids(RecordReader& reader, const StreamTotals& expected, std::uint64_t objects,
                 const std::function<void(std::uint64_t object, const Mesh& mesh)>& sink);
 

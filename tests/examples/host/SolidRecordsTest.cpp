@@ -8,6 +8,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <new>
 #include <random>
 
 using namespace importer;
@@ -189,6 +190,11 @@ TEST(SolidRecord, ComesBackAsItWas) {
 TEST(SolidRecord, HasTheDocumentedLayout) {
     EXPECT_EQ(encode(SolidRecord{0x0102030405060708u, solidOf("abc", 0x0A0B0C0Du)}),
               std::string("\x08\x07\x06\x05\x04\x03\x02\x01\x0D\x0C\x0B\x0A\3\0\0\0abc", 19));
+}
+
+// As a copy is that found no memory: it must not go out as a damaged mesh.
+TEST(SolidRecord, OfAMeshThatHasLostItsBytesIsNotWritten) {
+    EXPECT_THROW(encode(SolidRecord{1, solidOf("")}), std::bad_alloc);
 }
 
 TEST(TextureRecord, ComesBackAsItWas) {
