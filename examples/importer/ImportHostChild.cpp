@@ -29,7 +29,7 @@ public:
     Streams() {
         for (auto& stream : streams_) {
             stream.reset(FileStream::createTemporaryFile());
-            if (stream->getHandle() == FileStream().getHandle()) {
+            if (stream->getHandle() == ProcessOperations::InvalidHandle()) {
                 throw ImportError("a temporary file cannot be created; does the temporary folder exist, and is there room?");
             }
         }

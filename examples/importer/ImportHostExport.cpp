@@ -25,14 +25,9 @@ void appendNumber(std::string& out, Number number) {
     out.append(text, std::to_chars(std::begin(text), std::end(text), number).ptr);
 }
 
-// The 22 characters as they came; those of another importer may be any.
 std::string globalIdOf(const ObjectRecord& object) {
-    if (object.globalId.getType() != Velmor::ExternalGUID::IFCGlobalID) {
-        return "no GlobalId";
-    }
-    unsigned size = 0;
-    const char* const bytes = object.globalId.getBytes(&size);
-    return std::string(bytes + 8, 22);
+    const bool has = object.globalId.getType() == Velmor::ExternalGUID::IFCGlobalID;
+    return has ? object.globalId.getIFCGlobalID() : "no GlobalId";
 }
 
 // "IFCBEAM 'Beam B2' (0Workshop0Beam000000B2)"
@@ -50,7 +45,7 @@ std::string lowerCase(std::string text) {
 bool writeBlocks(const fs::path& file, std::string_view content) {
     {
         const std::unique_ptr<FileStream> stream(FileStream::createFileForWriting(wide(file)));
-        if (stream->getHandle() == FileStream().getHandle()) {
+        if (stream->getHandle() == Velmor::ProcessOperations::InvalidHandle()) {
             return false;
         }
         for (std::size_t at = 0; at < content.size(); at += blockSize) {
@@ -119,6 +114,8 @@ std::string objFile(const Mesh& mesh, std::string_view comment) {
     return out;
 }
 
+// Whoever may write to the folder at the same time can put something there between the removal and the writing, which then
+// is written through; the library's streams cannot be told to make a new file or none.
 void writeExported(const fs::path& file, std::string_view content) {
     std::error_code error;
     if (fs::is_directory(fs::symlink_status(file, error))) {

@@ -1,7 +1,6 @@
 #include "State.h"
 
 #include "PropertyRecords.h"
-
 #include "Text.h"
 
 #include <memory>
@@ -15,7 +14,7 @@ using Velmor::FileStream;
 using Stream = std::unique_ptr<FileStream>;
 
 bool isOpen(const Stream& stream) {
-    return stream->getHandle() != FileStream().getHandle();
+    return stream->getHandle() != Velmor::ProcessOperations::InvalidHandle();
 }
 
 std::optional<Velmor::Sha1::Digest> digestOf(const fs::path& file) {

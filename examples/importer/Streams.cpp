@@ -22,6 +22,7 @@ constexpr std::string_view stateMark = "VELMSTAT";
 constexpr std::uint32_t stateVersion = 3;
 constexpr std::size_t blockSize = 65536; // one request to the system; also what a wild length can make a reader allocate
 constexpr unsigned identitySize = 96;
+constexpr std::size_t globalIdEnd = 30; // where the NUL stands behind the characters of a GlobalId
 constexpr unsigned longestVersion = 124;
 constexpr unsigned digestSize = 20;
 
@@ -43,6 +44,10 @@ ExternalGUID identity(Fields& fields, ExternalGUID::Type_t type, const char* fie
     if (result.getType() != type && result.getType() != ExternalGUID::Invalid) {
         throw FormatError(std::string("expected ") + field + " of type " + std::to_string(type) + " or 0, found " +
                           std::to_string(result.getType()));
+    }
+    // A text without an end would be read beyond its record.
+    if (result.getType() == ExternalGUID::IFCGlobalID && stream[globalIdEnd] != '\0') {
+        throw FormatError(std::string("expected ") + field + " with a NUL behind its 22 characters");
     }
     return result;
 }

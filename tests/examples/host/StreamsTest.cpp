@@ -123,6 +123,12 @@ TEST(ObjectRecord, IsRefusedWithIdentitiesAndVersionsOfOtherTypes) {
     }
 }
 
+TEST(ObjectRecord, IsRefusedWithAGlobalIdThatDoesNotEnd) {
+    auto bytes = encode(beam());
+    bytes[16 + 30] = 'x'; // behind line and instance, behind the 22 characters
+    EXPECT_THROW(decodeObject(bytes), FormatError);
+}
+
 TEST(ObjectRecord, SurvivesRandomBytes) {
     const auto seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
