@@ -386,7 +386,7 @@ TEST(ModelPrefixes, KeepFilesOfModelsApart) {
     std::set<std::string> given;
     for (const auto* model : {"a", "a_1", "a_1_b", "a-1", "a 1 b", "A", "1", "1_1"}) {
         importer::FileNames names(prefixes.next(std::string(model) + ".ifc"), ".obj");
-        for (const std::uint64_t instance : {1, 2, 11, 1}) {
+        for (const std::uint64_t instance : {1u, 2u, 11u, 1u}) {
             for (const auto* name : {"", "1", "b_1", "1_b", "a_1"}) {
                 auto file = names.next(instance, name);
                 std::replace(file.begin(), file.end(), 'A', 'a');
