@@ -229,8 +229,14 @@ TEST(FileOperationsAccess, ModeDecidesForTheOwner) {
         give(path, mode);
         expectations.push_back({path, access});
     }
-    for (const auto& [mode, access] : std::vector<std::pair<mode_t, Access>>{
-             {0700, both}, {0755, both}, {0555, readOnly}, {0000, readOnly}, {0300, both}, {0400, readOnly}}) {
+    for (const auto& [mode, access] : std::vector<std::pair<mode_t, Access>>{{0700, both},
+                                                                             {0755, both},
+                                                                             {0555, readOnly},
+                                                                             {0000, readOnly},
+                                                                             {0200, readOnly},
+                                                                             {0300, both},
+                                                                             {0400, readOnly},
+                                                                             {0600, readOnly}}) {
         const auto path = folder / ("folder" + std::to_string(mode)).c_str();
         std::filesystem::create_directory(path);
         give(path, mode);

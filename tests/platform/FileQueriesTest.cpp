@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,7 @@
     #include <fcntl.h>
     #include <sys/stat.h>
     #include <sys/statvfs.h>
+    #include <unistd.h>
 #endif
 
 namespace {
@@ -289,6 +292,46 @@ TEST(FileOperationsQueries, LastWriteTimeOfNothingIsZero) {
 }
 
 #if !defined(_WIN32)
+TEST(FileOperationsQueries, LastWriteTimeBeyondTheRangeIsItsNearestEnd) {
+    // What the file system keeps of these times is asked for, as few keep them all; one in memory does.
+    std::filesystem::path path = "/dev/shm/velmor-test-" + std::to_string(getpid());
+    std::error_code error;
+    if (!std::filesystem::is_directory("/dev/shm", error) || !std::ofstream(path)) {
+        path = "time of velmor-test-" + std::to_string(getpid());
+        writeFile(path, "x");
+    }
+    constexpr std::int64_t lastTick = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t lastSecond = lastTick / ticksPerSecond - epoch;
+    int beyond = 0;
+    for (const std::int64_t second :
+         {std::numeric_limits<std::int64_t>::min(), -(std::int64_t{1} << 62), -epoch - 1'000'000, -epoch - 1, -epoch,
+          -epoch + 1, lastSecond - 2, lastSecond - 1, lastSecond, lastSecond + 1, lastSecond + 1'000'000,
+          std::int64_t{1} << 45, std::int64_t{1} << 62, std::numeric_limits<std::int64_t>::max()}) {
+        timespec times[2]{};
+        times[0].tv_nsec = UTIME_OMIT;
+        times[1].tv_sec = second;
+        times[1].tv_nsec = 999'999'999;
+        EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0) << second;
+        struct stat status {};
+        EXPECT_EQ(stat(path.c_str(), &status), 0);
+        const std::int64_t kept = status.st_mtim.tv_sec;
+        const std::uint64_t found = FileOperations::GetFileLastWriteTime(wide(path));
+        if (kept < -epoch) {
+            EXPECT_EQ(found, 0u) << kept;
+            ++beyond;
+        } else if (kept >= lastSecond) {
+            EXPECT_EQ(found, static_cast<std::uint64_t>(lastTick)) << kept;
+            ++beyond;
+        } else {
+            EXPECT_EQ(found, static_cast<std::uint64_t>((kept + epoch) * ticksPerSecond + status.st_mtim.tv_nsec / 100));
+        }
+    }
+    std::filesystem::remove(path);
+    if (path.is_absolute()) {
+        EXPECT_GT(beyond, 4) << "a file system in memory keeps such times";
+    }
+}
+
 TEST(FileOperationsQueries, LinksAreWhatTheyLeadTo) {
     const Folder folder;
     writeFile(folder / "file", "seven b");

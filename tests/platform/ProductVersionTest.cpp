@@ -16,6 +16,11 @@
 #include <string>
 #include <vector>
 
+#if !defined(_WIN32)
+    #include <sys/stat.h>
+    #include <unistd.h>
+#endif
+
 namespace {
 
 using Velmor::FileOperations;
@@ -297,6 +302,19 @@ TEST(ProductVersion, RandomlyDamagedFilesDoNoHarm) {
 }
 
 #if !defined(_WIN32)
+TEST(ProductVersion, WhatIsNoRegularFileIsNotOpened) {
+    const Folder folder;
+    const auto path = folder / "pipe.dll";
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    std::filesystem::create_symlink("pipe.dll", folder / "link.dll");
+    alarm(60); // whoever opens a pipe waits for its writer for ever
+    EXPECT_EQ(versionOf(path), unknown);
+    EXPECT_EQ(versionOf(folder / "link.dll"), unknown);
+    EXPECT_EQ(versionOf(std::filesystem::path("/dev/null")), unknown);
+    EXPECT_EQ(versionOf(std::filesystem::path("/dev/zero")), unknown);
+    alarm(0);
+}
+
 TEST(ProductVersion, SparseFileOfManyGigabytesTakesNoMemory) {
     const Folder folder;
     const auto path = folder / "program.dll";

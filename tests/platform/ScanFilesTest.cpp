@@ -102,6 +102,29 @@ TEST(FileOperationsScan, WhatIsNoFolderHasNone) {
     EXPECT_THAT(scan(wide(std::string(5000, 'x'))), IsEmpty());
 }
 
+TEST(FileOperationsScan, NameEndsAtItsFirstZero) {
+    // The asterisk lies behind the zero then: what is found is the one thing that the name leads to, if it is a file.
+    const Folder folder;
+    writeFile(folder / "file", "x");
+    std::filesystem::create_directory(folder / "below");
+    writeFile(folder / "below" / "deep", "x");
+    const auto cut = [](const std::string& name, const char* behind) { return wide(name) + WideChar{0} + wide(behind); };
+    const std::string base = narrow(folder.path());
+    for (const char* behind : {"", "more", "*", "/", "\\*"}) {
+        EXPECT_THAT(scan(cut(base, behind)), IsEmpty()) << behind;
+        EXPECT_THAT(scan(cut(base + "/", behind)), IsEmpty()) << behind;
+        EXPECT_THAT(scan(cut(base + "\\below", behind)), IsEmpty()) << behind;
+        EXPECT_THAT(scan(cut(base + "/missing", behind)), IsEmpty()) << behind;
+        EXPECT_THAT(scan(cut(base + "/file", behind)), ElementsAre("file")) << behind;
+        EXPECT_THAT(scan(cut(base + "\\below\\deep", behind)), ElementsAre("deep")) << behind;
+        EXPECT_THAT(scan(cut(base + "/*", behind)), ElementsAre("file")) << behind;
+        const CurrentFolder current(folder.path());
+        EXPECT_THAT(scan(cut("", behind)), IsEmpty()) << behind;
+        EXPECT_THAT(scan(cut("below", behind)), IsEmpty()) << behind;
+        EXPECT_THAT(scan(cut("file", behind)), ElementsAre("file")) << behind;
+    }
+}
+
 TEST(FileOperationsScan, EndingSeparatorsMakeNoDifference) {
     const Folder folder;
     writeFile(folder / "file", "x");
@@ -211,6 +234,10 @@ TEST(FileOperationsScan, NamesOfTheSystemNeedNotBeWindowsNames) {
     writeFile(folder.path() / "we-rd-" / "other", "x");
     EXPECT_THAT(scan(folder.path() / "we*rd?"), ElementsAre("file"));
     EXPECT_THAT(scan(folder.path() / "*"), IsEmpty());
+    // Only as a name of its own is an asterisk more than a letter.
+    EXPECT_THAT(scan(wide(folder.path() / "a*b?") + WideChar{0}), ElementsAre("a*b?"));
+    writeFile(folder.path() / "ends in *", "x");
+    EXPECT_THAT(scan(wide(folder.path() / "ends in *") + WideChar{0}), ElementsAre("ends in *"));
 }
 
 TEST(FileOperationsScan, LinksAreWhatTheyLeadTo) {
@@ -219,6 +246,8 @@ TEST(FileOperationsScan, LinksAreWhatTheyLeadTo) {
     writeFile(folder / "folder" / "file", "x");
     std::filesystem::create_symlink("folder/file", folder / "link to file");
     std::filesystem::create_directory_symlink("folder", folder / "link to folder");
+    std::filesystem::create_symlink("nowhere", folder / "link to nothing");
+    std::filesystem::create_symlink("link to itself", folder / "link to itself");
     EXPECT_THAT(scan(folder.path()), ElementsAre("link to file"));
     EXPECT_THAT(scan(folder / "link to folder"), ElementsAre("file"));
 }

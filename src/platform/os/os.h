@@ -1,7 +1,8 @@
 #pragma once
 
 // What the library needs of an operating system, and nothing more: the only door to it. On Windows each function is the
-// Win32 call that its comment names; on POSIX it gives the same results. Logic does not live here.
+// Win32 call that its comment names; on POSIX it gives the same results, with what logic that takes. The library's own logic
+// does not live here.
 
 #include <Velmor/Platform.h>
 #include <Velmor/WideText.h>
@@ -84,7 +85,7 @@ unsigned expandEnvironmentStrings(const WideChar* text, WideChar* buffer, unsign
 
 // Paths -------------------------------------------------------------------------------------------------------------------
 
-/// GetFullPathNameW. POSIX: Windows' rules for a path with a drive letter or two separators at its head; any other path is
+/// GetFullPathNameW. POSIX: Windows' rules for a path with a drive letter or two backslashes at its head; any other path is
 /// the system's.
 /// @param[out] filePart receives where the file name begins in the buffer; null if the path names no file.
 /// @return the length without the terminator; the capacity that is needed, if the buffer is too small, which is then not
@@ -157,8 +158,9 @@ struct FoundFile {
     WideString name;
 };
 
-/// FindFirstFileW, for all that a folder holds.
-/// @param pattern the folder, with a separator at its end (the current one, if empty), and an asterisk.
+/// FindFirstFileW, for all that a folder holds or for one file or folder.
+/// @param pattern the folder, with a separator at its end (the current one, if empty), and an asterisk; or what names the
+///                one, without an asterisk as its last part.
 /// @return the search; `invalidHandle()` on failure.
 HANDLE findFirstFile(const WideChar* pattern, FoundFile& found);
 

@@ -4,6 +4,8 @@
 #include "platform/os/posix/paths.h"
 
 #include <cerrno>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -36,14 +38,17 @@ std::uint32_t attributesOf(const struct stat& status) {
     return S_ISDIR(status.st_mode) ? directoryAttribute : normalAttribute;
 }
 
-/// 100-nanosecond intervals since 1601; 0 for what lies before.
+/// 100-nanosecond intervals since 1601; 0 for what lies before, and the last one that can be told for what lies behind it.
 std::uint64_t fileTimeOf(const timespec& time) {
     constexpr std::int64_t secondsBefore1970 = 11'644'473'600;
-    constexpr std::uint64_t unitsPerSecond = 10'000'000;
-    if (time.tv_sec < -secondsBefore1970)
+    constexpr std::int64_t unitsPerSecond = 10'000'000;
+    constexpr std::int64_t last = std::numeric_limits<std::int64_t>::max();
+    const std::int64_t seconds = time.tv_sec;
+    if (seconds < -secondsBefore1970)
         return 0;
-    return static_cast<std::uint64_t>(time.tv_sec + secondsBefore1970) * unitsPerSecond +
-           static_cast<std::uint64_t>(time.tv_nsec) / 100;
+    if (seconds >= last / unitsPerSecond - secondsBefore1970)
+        return last;
+    return static_cast<std::uint64_t>((seconds + secondsBefore1970) * unitsPerSecond + time.tv_nsec / 100);
 }
 
 /// One call of the system on a path.
@@ -75,6 +80,23 @@ bool nextEntry(DIR* directory, FoundFile& found) {
         return true;
     }
     return false;
+}
+
+/// The search that has found the one file or folder that a pattern without an asterisk names.
+constexpr HANDLE onlyOne = nullptr;
+
+/// Begins such a search.
+/// @param last where the last part of the pattern begins; there is nothing of an empty name.
+HANDLE findOne(const WideString& pattern, std::size_t last, FoundFile& found) {
+    struct stat status = {};
+    if (last == pattern.size()) {
+        posix::setLastError(posix::errorPathNotFound);
+        return invalidHandle();
+    }
+    if (!inspect(pattern.c_str(), status))
+        return invalidHandle();
+    found = {attributesOf(status), pattern.substr(last)};
+    return onlyOne;
 }
 
 } // namespace
@@ -109,6 +131,9 @@ bool removeDirectory(const WideChar* path) {
 
 HANDLE findFirstFile(const WideChar* pattern, FoundFile& found) {
     WideString folder = pattern;
+    const std::size_t last = folder.find_last_of(VELMOR_WIDE("/\\")) + 1; // 0 without a separator
+    if (folder.compare(last, WideString::npos, VELMOR_WIDE("*")) != 0)
+        return findOne(folder, last, found);
     folder.pop_back(); // the asterisk
     const auto name = folder.empty() ? "." : posix::systemPath(folder.c_str());
     if (!name)
@@ -122,11 +147,12 @@ HANDLE findFirstFile(const WideChar* pattern, FoundFile& found) {
 }
 
 bool findNextFile(HANDLE search, FoundFile& found) {
-    return nextEntry(static_cast<DIR*>(search), found);
+    return search != onlyOne && nextEntry(static_cast<DIR*>(search), found);
 }
 
 void findClose(HANDLE search) {
-    closedir(static_cast<DIR*>(search));
+    if (search != onlyOne)
+        closedir(static_cast<DIR*>(search));
 }
 
 bool getDiskFreeSpace(const WideChar* path, std::uint64_t* available) {
@@ -151,7 +177,10 @@ void checkFileAccess(const WideChar* path, bool* read, bool* write) {
         return;
     // Who can reach a file sees its attributes.
     *read = faccessat(AT_FDCWD, name->c_str(), F_OK, AT_EACCESS) == 0;
-    *write = faccessat(AT_FDCWD, name->c_str(), W_OK, AT_EACCESS) == 0;
+    // To add to a folder takes the right to search it as well.
+    struct stat status = {};
+    const bool folder = stat(name->c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    *write = faccessat(AT_FDCWD, name->c_str(), folder ? W_OK | X_OK : W_OK, AT_EACCESS) == 0;
 }
 
 } // namespace Velmor::os

@@ -55,8 +55,14 @@ bool removeDirectory(const WideChar* path) {
 HANDLE findFirstFile(const WideChar* pattern, FoundFile& found) {
     WIN32_FIND_DATAW data;
     const HANDLE search = FindFirstFileW(pattern, &data);
-    if (search != INVALID_HANDLE_VALUE)
+    if (search == INVALID_HANDLE_VALUE)
+        return search;
+    try {
         found = asFound(data);
+    } catch (...) {
+        FindClose(search);
+        throw;
+    }
     return search;
 }
 
