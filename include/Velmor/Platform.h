@@ -114,17 +114,18 @@ static_assert(sizeof(SystemTime_s) == 12, "the layout of a system time is fixed"
 
 /// Paths, folders, and what is known about files.
 ///
-/// Paths are Windows paths; off Windows, one with a drive letter or two separators at its head is normalised as Windows does
+/// Paths are Windows paths; off Windows, one with a drive letter or two backslashes at its head is normalised as Windows does
 /// it, and any other is a path of the system, with both separators (docs/portability.md).
 ///
-/// Failure: nothing throws but a failed allocation of a result. What cannot be had is empty, false or 0; where it says so,
-/// the first time in the process is reported to an attached debugger.
+/// Failure: nothing throws but a failed allocation. What cannot be had is empty, false or 0; where it says so, the first time
+/// in the process is reported to an attached debugger.
 ///
 /// Threads: all operations may run concurrently.
 class VELMOR_API FileOperations {
 public:
     /// The path made absolute and normalised.
-    /// @return empty, reported, for a path that cannot be normalised; empty, not reported, for one of 260 to 519 units.
+    /// @return empty, reported, for a path that cannot be normalised and for one of 520 units or more; empty, not reported,
+    ///         for one of 260 to 519 units.
     static WideString GetFullPath(const WideString& path);
 
     /// The folder of the normalised path, with its backslash.
@@ -188,7 +189,8 @@ public:
     static bool GetProductVersion(const WideString& path, unsigned* major, unsigned* minor, unsigned* build,
                                   unsigned* revision);
 
-    /// Whether the user may see the attributes of a file or folder; not whether its content can be read.
+    /// Whether the user may see the attributes of a file or folder, and on Windows who may do what to it; not whether its
+    /// content can be read.
     static bool HasReadAccess(const WideString& path);
 
     /// Whether the user may write or append to a file, or add to a folder.

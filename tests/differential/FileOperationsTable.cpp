@@ -157,8 +157,8 @@ private:
 
 using Texts = std::vector<WideString>;
 
-// Only what every system treats alike: drives and what begins with two separators. "Z:" is Wine's name of the real root, and
-// has a current folder.
+// Only what every system treats alike: drives and what begins with two backslashes. "Z:" is Wine's name of the real root,
+// and has a current folder.
 const Texts heads{
     VELMOR_WIDE("C:\\"),
     VELMOR_WIDE("C:/"),
@@ -170,28 +170,20 @@ const Texts heads{
     VELMOR_WIDE("C:/\\folder/"),
     VELMOR_WIDE("C:\\a. \\b.c\\"),
     VELMOR_WIDE("\\\\"),
-    VELMOR_WIDE("//"),
-    VELMOR_WIDE("\\/"),
-    VELMOR_WIDE("/\\"),
     VELMOR_WIDE("\\\\\\"),
-    VELMOR_WIDE("////"),
     VELMOR_WIDE("\\\\server"),
     VELMOR_WIDE("\\\\server\\"),
     VELMOR_WIDE("\\\\server\\share"),
     VELMOR_WIDE("\\\\server\\share\\"),
-    VELMOR_WIDE("//server/share/"),
     VELMOR_WIDE("\\\\server\\\\share\\"),
     VELMOR_WIDE("\\\\server\\share\\folder\\"),
     VELMOR_WIDE("\\\\.\\"),
-    VELMOR_WIDE("//./"),
     VELMOR_WIDE("\\\\."),
     VELMOR_WIDE("\\\\.\\C:\\"),
     VELMOR_WIDE("\\\\.\\folder\\"),
     VELMOR_WIDE("\\\\?\\"),
-    VELMOR_WIDE("//?/"),
     VELMOR_WIDE("\\\\?"),
     VELMOR_WIDE("\\\\?\\C:\\"),
-    VELMOR_WIDE("//?/C:/"),
     VELMOR_WIDE("\\\\?\\UNC\\server\\share\\"),
     VELMOR_WIDE("\\\\..\\"),
 };

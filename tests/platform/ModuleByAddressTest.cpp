@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -131,6 +132,37 @@ TEST(FileOperationsModules, NameOfAModuleStaysWhereverTheProgramGoes) {
     const RelativelyLoaded loaded;
     EXPECT_EQ(loaded.name(), narrow(loaded.path()));
 }
+
+#if !defined(_WIN32)
+TEST(FileOperationsModules, NameOfADeletedModuleStays) {
+    const RelativelyLoaded loaded;
+    std::filesystem::remove(loaded.path());
+    EXPECT_EQ(loaded.name(), narrow(loaded.path()));
+    velmor_tests::writeFile(loaded.path(), "another file");
+    EXPECT_EQ(loaded.name(), narrow(loaded.path()));
+}
+
+VELMOR_SCENARIO(NameOfTheDeletedProgram) {
+    std::filesystem::remove(programPath());
+    std::printf("%s\n", module(&dataOfTheProgram).c_str());
+}
+
+TEST(FileOperationsModules, NameOfTheDeletedProgramStays) {
+    const Folder folder;
+    for (const char* name : {"program", "program (deleted)"}) {
+        const auto copy = folder / name;
+        std::filesystem::copy_file(programPath(), copy);
+        const std::string command = "\"" + narrow(copy) + "\" " + velmor_tests::scenarioArgument + "NameOfTheDeletedProgram";
+        FILE* const output = popen(command.c_str(), "r");
+        ASSERT_NE(output, nullptr);
+        char line[1000]{};
+        EXPECT_NE(std::fgets(line, sizeof line, output), nullptr);
+        EXPECT_EQ(pclose(output), 0);
+        EXPECT_EQ(line, narrow(copy) + "\n");
+        EXPECT_FALSE(std::filesystem::exists(copy));
+    }
+}
+#endif
 
 TEST(FileOperationsModules, NullIsTheProgram) {
     // Where Win32 is asked for the module of no name, it takes the program's.

@@ -12,6 +12,11 @@
 #include <type_traits>
 #include <utility>
 
+#if !defined(_WIN32)
+    #include <sys/wait.h>
+    #include <unistd.h>
+#endif
+
 namespace {
 
 using Velmor::FileOperations;
@@ -81,7 +86,7 @@ TEST(FileOperationsPaths, DrivePathsAreNormalisedByWindowsRules) {
         {"C:\\x\\y\\..", "C:\\x", "C:\\", "x", "x"},
         {"\\\\server\\share\\x\\y.txt", "\\\\server\\share\\x\\y.txt", "\\\\server\\share\\x\\", "y.txt", "y"},
         {"\\\\server\\share\\x\\..\\..\\y.txt", "\\\\server\\share\\y.txt", "\\\\server\\share\\", "y.txt", "y"},
-        {"//server/share/y.txt", "\\\\server\\share\\y.txt", "\\\\server\\share\\", "y.txt", "y"},
+        {"\\\\server/share/y.txt", "\\\\server\\share\\y.txt", "\\\\server\\share\\", "y.txt", "y"},
         {"C:\\Gr\u00FC\u00DFe\\\u6E2C\u8A66.\U0001F600", "C:\\Gr\u00FC\u00DFe\\\u6E2C\u8A66.\U0001F600",
          "C:\\Gr\u00FC\u00DFe\\", "\u6E2C\u8A66.\U0001F600", "\u6E2C\u8A66"},
     };
@@ -142,6 +147,15 @@ TEST(FileOperationsPaths, SystemsPathsAreMadeAbsoluteWithSlashes) {
         {"/x.y/.hidden", "/x.y/.hidden", "/x.y/", ".hidden", ""},
         {"/x/", "/x/", "", "", ""},
         {"/x\\", "/x/", "", "", ""},
+        {"//server/share/y.txt", "/server/share/y.txt", "/server/share/", "y.txt", "y"},
+        {"\\/server\\share\\y.txt", "/server/share/y.txt", "/server/share/", "y.txt", "y"},
+        {"/\\server\\..\\y.txt", "/y.txt", "/", "y.txt", "y"},
+        {"//./y.txt", "/y.txt", "/", "y.txt", "y"},
+        {"//?/C:/y.txt", "/?/C:/y.txt", "/?/C:/", "y.txt", "y"},
+        {"////x", "/x", "/", "x", "x"},
+        {"//", "/", "", "", ""},
+        {"\\/", "/", "", "", ""},
+        {"/\\", "/", "", "", ""},
         {"/", "/", "", "", ""},
         {"\\", "/", "", "", ""},
         {"/..", "/", "", "", ""},
@@ -151,6 +165,26 @@ TEST(FileOperationsPaths, SystemsPathsAreMadeAbsoluteWithSlashes) {
     for (const Split& split : splits) {
         expectSplit(split);
     }
+}
+
+TEST(FileOperationsPaths, WithoutACurrentFolderRelativePathsAreInvalid) {
+    const pid_t child = fork();
+    if (child == 0) {
+        {
+            const velmor_tests::Folder folder;
+            std::filesystem::current_path(folder.path());
+        }
+        char current[4096];
+        int wrong = getcwd(current, sizeof current) != nullptr ? 1 : 0;
+        wrong |= FileOperations::GetFullPath(wide("model.ifc")).empty() ? 0 : 2;
+        wrong |= FileOperations::GetFullFolder(wide("model.ifc")).empty() ? 0 : 4;
+        wrong |= FileOperations::GetFileWithoutPath(wide("model.ifc")).empty() ? 0 : 8;
+        wrong |= narrow(FileOperations::GetFullPath(wide("/x/model.ifc"))) == "/x/model.ifc" ? 0 : 16;
+        _exit(wrong);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 TEST(FileOperationsPaths, LinksAreNotFollowed) {

@@ -11,6 +11,8 @@
 #include <fstream>
 #include <set>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <dlfcn.h>
@@ -235,6 +237,15 @@ std::string moduleFileName(std::string name) {
     return name;
 }
 
+/// A file's path as the kernel tells it, freed of the word that it puts behind the name of one that was deleted or replaced.
+std::string withoutDeletedMark(std::string path) {
+    constexpr std::string_view mark = " (deleted)";
+    struct stat status = {};
+    if (path.ends_with(mark) && lstat(path.c_str(), &status) != 0)
+        path.resize(path.size() - mark.size());
+    return path;
+}
+
 /// The file that is mapped at an address, by the kernel's table of them; it knows the file wherever the process goes.
 std::string mappedFile(const void* address) {
     const auto wanted = reinterpret_cast<std::uintptr_t>(address);
@@ -245,7 +256,7 @@ std::string mappedFile(const void* address) {
         if (std::sscanf(line.c_str(), "%zx-%zx", &begin, &end) != 2 || wanted < begin || wanted >= end)
             continue;
         const std::size_t path = line.find('/'); // nothing before it holds one
-        return path == std::string::npos ? std::string() : line.substr(path);
+        return path == std::string::npos ? std::string() : withoutDeletedMark(line.substr(path));
     }
     return {};
 }
@@ -259,7 +270,7 @@ std::string programPath() {
             return {};
         if (static_cast<std::size_t>(length) < path.size()) {
             path.resize(static_cast<std::size_t>(length));
-            return path;
+            return withoutDeletedMark(std::move(path));
         }
         path.resize(path.size() * 2);
     }

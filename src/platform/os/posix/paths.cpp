@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include <unistd.h>
 
@@ -22,12 +24,11 @@ using WideView = std::basic_string_view<WideChar>;
 enum class PathKind {
     native, ///< of this system
     drive,  ///< C:...
-    share,  ///< two separators: a server and what it shares
-    device, ///< two separators, a dot or a question mark, a separator
+    share,  ///< two backslashes: a server and what it shares
+    device, ///< two backslashes, a dot or a question mark, a separator
 };
 
 PathKind kindOf(WideView path) {
-    using posix::isSeparator;
     if (path.size() < 2)
         return PathKind::native;
     const WideChar first = path[0];
@@ -35,10 +36,10 @@ PathKind kindOf(WideView path) {
         (first >= VELMOR_WIDE('A') && first <= VELMOR_WIDE('Z')) || (first >= VELMOR_WIDE('a') && first <= VELMOR_WIDE('z'));
     if (letter && path[1] == VELMOR_WIDE(':'))
         return PathKind::drive;
-    if (!isSeparator(first) || !isSeparator(path[1]))
-        return PathKind::native;
+    if (first != VELMOR_WIDE('\\') || path[1] != VELMOR_WIDE('\\'))
+        return PathKind::native; // also with two slashes, which the system takes for one
     const bool device =
-        path.size() > 3 && (path[2] == VELMOR_WIDE('.') || path[2] == VELMOR_WIDE('?')) && isSeparator(path[3]);
+        path.size() > 3 && (path[2] == VELMOR_WIDE('.') || path[2] == VELMOR_WIDE('?')) && posix::isSeparator(path[3]);
     return device ? PathKind::device : PathKind::share;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 // Paths as the library takes them on this system. A backslash separates the parts of a path as a slash does. One with a
-// drive letter or two separators at its head is normalised by Windows' rules, every other by the system's. No drive is
+// drive letter or two backslashes at its head is normalised by Windows' rules, every other by the system's. No drive is
 // there: a path with a drive letter names nothing.
 
 #include <Velmor/WideText.h>
