@@ -11,15 +11,21 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
 
 // The library's question for the name of a module comes here (see CMakeLists.txt), and finds none.
 #if defined(_WIN32)
     #define VELMOR_WRAPPED __wrap__ZN6Velmor2os17getModuleFileNameEPvPwj
+    #define VELMOR_VERSION(kind) __##kind##__ZN6Velmor2os18getFileVersionInfoEPKwjPv
 #else
     #define VELMOR_WRAPPED __wrap__ZN6Velmor2os17getModuleFileNameEPvPDsj
+    #define VELMOR_VERSION(kind) __##kind##__ZN6Velmor2os18getFileVersionInfoEPKDsjPv
 #endif
+#define VELMOR_QUERY(kind) __##kind##__ZN6Velmor2os19queryProductVersionEPKvjPjS3_
 
 static int namesAsked = 0;
 
@@ -27,6 +33,26 @@ extern "C" unsigned VELMOR_WRAPPED(void*, Velmor::WideChar*, unsigned);
 extern "C" unsigned VELMOR_WRAPPED(void*, Velmor::WideChar*, unsigned) {
     ++namesAsked;
     return 0;
+}
+
+// So do the questions for the version resource and for what stands in it; they go on to the system unless they are to fail.
+enum class Failing { nothing, reading, query };
+static Failing failing = Failing::nothing;
+static void* versionBlock = nullptr;
+static std::optional<velmor_tests::WatchFree> blockWatch;
+
+extern "C" bool VELMOR_VERSION(real)(const Velmor::WideChar*, std::uint32_t, void*);
+extern "C" bool VELMOR_VERSION(wrap)(const Velmor::WideChar*, std::uint32_t, void*);
+extern "C" bool VELMOR_VERSION(wrap)(const Velmor::WideChar* path, std::uint32_t size, void* block) {
+    versionBlock = block;
+    blockWatch.emplace(block);
+    return failing != Failing::reading && VELMOR_VERSION(real)(path, size, block);
+}
+
+extern "C" bool VELMOR_QUERY(real)(const void*, std::uint32_t, std::uint32_t*, std::uint32_t*);
+extern "C" bool VELMOR_QUERY(wrap)(const void*, std::uint32_t, std::uint32_t*, std::uint32_t*);
+extern "C" bool VELMOR_QUERY(wrap)(const void* block, std::uint32_t size, std::uint32_t* high, std::uint32_t* low) {
+    return failing != Failing::query && VELMOR_QUERY(real)(block, size, high, low);
 }
 
 namespace {
@@ -84,6 +110,34 @@ TEST(FileOperationsFailures, WithoutMemoryThereIsNoVersion) {
     EXPECT_EQ(numbers, (std::array<unsigned, 4>{}));
     EXPECT_TRUE(FileOperations::GetProductVersion(widePath, &major, &minor, &build, &revision));
     EXPECT_EQ(numbers, (std::array<unsigned, 4>{3, 91, 0, 0}));
+}
+
+TEST(FileOperationsFailures, BlockOfAVersionThatCannotBeReadIsKept) {
+    const velmor_tests::Folder folder;
+    velmor_tests::writeFile(folder / "program.dll", bytesOf(velmor_tests::PortableExecutable()));
+    const auto path = wide(folder / "program.dll");
+    for (const Failing step : {Failing::reading, Failing::query, Failing::nothing}) {
+        const bool fails = step != Failing::nothing;
+        std::array<unsigned, 4> numbers{9, 9, 9, 9};
+        auto& [major, minor, build, revision] = numbers;
+        versionBlock = nullptr;
+        failing = step;
+        const long before = velmor_tests::liveAllocations();
+        const bool known = FileOperations::GetProductVersion(path, &major, &minor, &build, &revision);
+        const long kept = velmor_tests::liveAllocations() - before;
+        failing = Failing::nothing;
+        ASSERT_TRUE(blockWatch);
+        const unsigned freed = blockWatch->times();
+        blockWatch.reset();
+        EXPECT_EQ(known, !fails);
+        EXPECT_EQ(numbers, fails ? (std::array<unsigned, 4>{}) : (std::array<unsigned, 4>{3, 91, 0, 0}));
+        EXPECT_NE(versionBlock, nullptr);
+        EXPECT_EQ(freed, fails ? 0u : 1u); // left behind on failure, on purpose
+        EXPECT_EQ(kept, fails ? 1 : 0);
+        if (fails) {
+            std::free(versionBlock);
+        }
+    }
 }
 
 } // namespace

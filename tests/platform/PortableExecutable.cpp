@@ -1,5 +1,7 @@
 #include "PortableExecutable.h"
 
+#include "Tools.h"
+
 #include <algorithm>
 #include <cstddef>
 
@@ -183,6 +185,37 @@ std::string bytesOf(const PortableExecutable& program) {
     }
     out.fillTo(fileAlignment);
     return out.text() + raw.text();
+}
+
+LibraryFile libraryFile() {
+    const std::string folder = VELMOR_PLATFORM_DATA "/";
+    const std::string headers = readFile(pathOf(folder + "Velmor-3.91.dll.headers"));
+    const std::string resources = readFile(pathOf(folder + "Velmor-3.91.dll.resources"));
+    const auto number = [&](std::size_t at, std::size_t size) {
+        std::size_t value = 0;
+        for (std::size_t i = size; i > 0; --i) {
+            value = value << 8 | static_cast<unsigned char>(headers.at(at + i - 1));
+        }
+        return value;
+    };
+    const std::size_t header = number(60, 4);
+    const std::size_t sections = header + 24 + number(header + 20, 2);
+    LibraryFile file{headers, headers.size(), 0, resources.size()};
+    for (std::size_t section = sections; section < sections + 40 * number(header + 6, 2); section += 40) {
+        const std::size_t size = number(section + 16, 4);
+        const std::size_t begin = number(section + 20, 4);
+        file.content.resize(std::max(file.content.size(), begin + size));
+        if (headers.compare(section, 5, ".rsrc") == 0) {
+            file.resourcesBegin = begin;
+            file.content.replace(begin, size, resources);
+        }
+    }
+    return file;
+}
+
+std::size_t productVersionPlace(const std::string& file) {
+    const std::size_t signature = file.find("\xBD\x04\xEF\xFE");
+    return signature == std::string::npos ? signature : signature + 16;
 }
 
 } // namespace velmor_tests

@@ -3,6 +3,7 @@
 // Small program files, made by hand, with a version resource.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -35,5 +36,19 @@ struct PortableExecutable {
 
 /// The bytes of the file.
 std::string bytesOf(const PortableExecutable& program);
+
+/// A file of Velmor-3.91.dll itself: its headers and its resources, which are kept in data/, and zeros in the place of all
+/// else.
+struct LibraryFile {
+    std::string content;
+    std::size_t headersSize;
+    std::size_t resourcesBegin;
+    std::size_t resourcesSize;
+};
+LibraryFile libraryFile();
+
+/// Finds the eight bytes of the product version's numbers: by the signature of the fixed part that they stand in.
+/// @return `std::string::npos` if there are none.
+std::size_t productVersionPlace(const std::string& file);
 
 } // namespace velmor_tests

@@ -11,8 +11,12 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <ostream>
 #include <random>
+#include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -300,6 +304,101 @@ TEST(ProductVersion, RandomlyDamagedFilesDoNoHarm) {
         ASSERT_TRUE(version.known || version == unknown) << version;
     }
 }
+
+/// A copy of the library's file, of which bytes are changed in their place: the file is long.
+class LibraryCopy {
+public:
+    explicit LibraryCopy(const std::string& content) { writeFile(path_, content); }
+    Version version() const { return versionOf(path_); }
+    void put(std::size_t at, char byte) const {
+        std::fstream file(path_, std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(static_cast<std::streamoff>(at));
+        file.put(byte);
+        file.close();
+        if (!file) {
+            throw std::runtime_error("cannot change the copy");
+        }
+    }
+    void cut(std::size_t length) const { std::filesystem::resize_file(path_, length); }
+
+private:
+    Folder folder_;
+    std::filesystem::path path_ = folder_ / "Velmor-3.91.dll";
+};
+
+constexpr Version own{true, {3, 91, 0, 0}};
+
+void expectCutsAreRefused(const velmor_tests::LibraryFile& library) {
+    const LibraryCopy copy(library.content);
+    ASSERT_EQ(copy.version(), own);
+    std::set<std::size_t, std::greater<>> lengths{0, 1, library.content.size() - 1};
+    for (std::size_t length = 0; length < library.content.size(); length += thorough ? 97 : 9973) {
+        lengths.insert(length);
+    }
+    for (const std::size_t end : {library.headersSize, library.resourcesBegin + library.resourcesSize}) {
+        for (std::size_t back = 0; back <= 1024; back += thorough ? 1 : 61) {
+            lengths.insert(end - back);
+        }
+    }
+    for (const std::size_t length : lengths) { // the longest first
+        copy.cut(length);
+        ASSERT_EQ(copy.version(), unknown) << length;
+    }
+}
+
+void expectFlipsAreRefusedOrAnsweredAsWhole(const velmor_tests::LibraryFile& library) {
+    const LibraryCopy copy(library.content);
+    ASSERT_EQ(copy.version(), own);
+    const std::size_t numbers = velmor_tests::productVersionPlace(library.content);
+    ASSERT_LT(numbers, library.content.size());
+    int refused = 0;
+    const auto flipAll = [&](std::size_t begin, std::size_t size) {
+        for (std::size_t at = begin; at < begin + size; at += thorough ? 1 : 5) {
+            if (at >= numbers && at < numbers + 8) {
+                continue; // the numbers themselves
+            }
+            const char sound = library.content[at];
+            for (const int change : thorough ? std::vector{1, 4, 32, 128, 255} : std::vector{64}) {
+                copy.put(at, static_cast<char>(sound ^ change));
+                const Version version = copy.version();
+                EXPECT_TRUE(version == own || version == unknown) << at << " " << change << " " << version;
+                refused += !version.known;
+            }
+            copy.put(at, sound);
+        }
+    };
+    flipAll(0, library.headersSize);
+    flipAll(library.resourcesBegin, library.resourcesSize);
+    EXPECT_GT(refused, thorough ? 500 : 20);
+    EXPECT_EQ(copy.version(), own); // all is as it was
+}
+
+TEST(ProductVersion, LibrarysFileCutAnywhereIsRefused) {
+    expectCutsAreRefused(velmor_tests::libraryFile());
+}
+
+TEST(ProductVersion, LibrarysFileDamagedIsRefusedOrAnsweredAsWhole) {
+    expectFlipsAreRefusedOrAnsweredAsWhole(velmor_tests::libraryFile());
+}
+
+#if defined(_WIN32)
+TEST(ProductVersion, CopyOfTheLibraryCutOrDamagedIsRefused) {
+    const auto path = velmor_tests::pathOf(
+        narrow(FileOperations::GetModuleByAddress(reinterpret_cast<const void*>(&FileOperations::GetProductVersion))));
+    velmor_tests::LibraryFile library{velmor_tests::readFile(path), 1024, 0, 0};
+    // The resources lie around their version; what follows the last section is not loaded, and may be missing.
+    library.resourcesBegin = velmor_tests::productVersionPlace(library.content) / 512 * 512;
+    library.resourcesSize = 512;
+    ASSERT_LT(library.resourcesBegin, library.content.size());
+    expectFlipsAreRefusedOrAnsweredAsWhole(library);
+    library.content.resize(library.resourcesBegin + library.resourcesSize);
+    const LibraryCopy copy(library.content + std::string(512, 'x'));
+    for (std::size_t length = library.content.size(); length > 0; length = length * 9 / 10) {
+        copy.cut(length);
+        EXPECT_EQ(copy.version(), unknown) << length;
+    }
+}
+#endif
 
 #if !defined(_WIN32)
 TEST(ProductVersion, WhatIsNoRegularFileIsNotOpened) {

@@ -205,8 +205,8 @@ struct SystemTime {
 /// @return false for a time whose highest bit is set.
 bool fileTimeToSystemTime(std::uint64_t fileTime, SystemTime* time);
 
-/// GetTimeFormatW with LOCALE_USER_DEFAULT. POSIX: pictures of hours of 24, minutes, seconds, quoted text and letters that
-/// stand for themselves.
+/// GetTimeFormatW with LOCALE_USER_DEFAULT. POSIX: pictures of hours of 24, minutes and seconds, each of two digits, quoted
+/// text and letters that stand for themselves.
 /// @param force24Hours TIME_FORCE24HOURFORMAT instead of no flag.
 /// @return the length with the terminator; 0 on failure, for a time that is none (the date is not looked at).
 int getTimeFormat(const SystemTime& time, bool force24Hours, const WideChar* picture, WideChar* buffer, int capacity);

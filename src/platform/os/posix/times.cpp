@@ -2,6 +2,8 @@
 #include "platform/os/posix/handles.h"
 
 #include <chrono>
+#include <cstdint>
+#include <ratio>
 
 namespace Velmor::os {
 
@@ -31,7 +33,7 @@ bool fileTimeToSystemTime(std::uint64_t fileTime, SystemTime* time) {
 }
 
 int getTimeFormat(const SystemTime& time, bool /*force24Hours*/, const WideChar* picture, WideChar* buffer, int capacity) {
-    if (time.hour > 23 || time.minute > 59 || time.second > 59 || time.milliseconds > 999) {
+    if (time.hour > 23 || time.minute > 59 || time.second > 59) {
         posix::setLastError(posix::errorInvalidParameter);
         return 0;
     }
@@ -43,14 +45,12 @@ int getTimeFormat(const SystemTime& time, bool /*force24Hours*/, const WideChar*
         if (letter == VELMOR_WIDE('\'')) {
             quoted = !quoted;
         } else if (timeLetter && !quoted) {
-            bool two = false;
-            for (; *picture == letter; ++picture)
-                two = true;
+            while (*picture == letter)
+                ++picture;
             const unsigned value = letter == VELMOR_WIDE('H')   ? time.hour
                                    : letter == VELMOR_WIDE('m') ? time.minute
                                                                 : time.second;
-            if (two || value > 9)
-                text.push_back(static_cast<WideChar>(VELMOR_WIDE('0') + value / 10));
+            text.push_back(static_cast<WideChar>(VELMOR_WIDE('0') + value / 10));
             text.push_back(static_cast<WideChar>(VELMOR_WIDE('0') + value % 10));
         } else {
             text.push_back(letter);
