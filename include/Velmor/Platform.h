@@ -114,11 +114,11 @@ static_assert(sizeof(SystemTime_s) == 12, "the layout of a system time is fixed"
 
 /// Paths, folders, and what is known about files.
 ///
-/// Paths are Windows paths; off Windows, one with a drive letter or two backslashes at its head is normalised as Windows does
-/// it, and any other is a path of the system, with both separators (docs/portability.md).
+/// Paths are Windows paths; off Windows, one with a drive letter or two backslashes at its head is normalised as Windows
+/// does it, and any other is a path of the system, with both separators (docs/portability.md).
 ///
-/// Failure: nothing throws but a failed allocation. What cannot be had is empty, false or 0; where it says so, the first time
-/// in the process is reported to an attached debugger.
+/// Failure: nothing throws but a failed allocation. What cannot be had is empty, false or 0; where it says so, the first
+/// time in the process is reported to an attached debugger.
 ///
 /// Threads: all operations may run concurrently.
 class VELMOR_API FileOperations {
