@@ -8,6 +8,8 @@
 // has SHA instructions the program measures all of it once more without them, on both sides: OPENSSL_ia32cap tells OpenSSL
 // at its start, so the program starts itself again. All digests are compared.
 
+#include "ProcessMemory.h"
+
 #include <Velmor/Digest.h>
 
 #include "digest/Sha1Kernels.h"
@@ -232,19 +234,6 @@ private:
     std::map<std::int64_t, Row> rows_; ///< In the order of registration; the two of a message follow each other.
 };
 
-// A value of /proc/self/status, in KiB.
-long memoryStatus(const std::string& name) {
-    std::ifstream status("/proc/self/status");
-    for (std::string word; status >> word;) {
-        if (word == name + ":") {
-            long value = 0;
-            status >> value;
-            return value;
-        }
-    }
-    return 0;
-}
-
 /// What hashing the file takes on top of what the program holds.
 void printPeakMemoryOf(const char* name, const Compute& compute) {
     std::fflush(stdout);
@@ -255,9 +244,9 @@ void printPeakMemoryOf(const char* name, const Compute& compute) {
             fail("cannot measure the peak memory");
         return;
     }
-    const long before = memoryStatus("VmRSS");
+    const long before = benchmarks::memoryStatus("VmRSS");
     compute();
-    std::printf("%-8s %6.2f MiB\n", name, static_cast<double>(memoryStatus("VmHWM") - before) / 1024.0);
+    std::printf("%-8s %6.2f MiB\n", name, static_cast<double>(benchmarks::memoryStatus("VmHWM") - before) / 1024.0);
     std::fflush(stdout);
     _exit(0);
 }

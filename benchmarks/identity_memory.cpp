@@ -1,3 +1,4 @@
+#include "ProcessMemory.h"
 #include "identity_contestants.h"
 
 #include <sys/wait.h>
@@ -5,25 +6,11 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 
 namespace benchmarks {
 
 namespace {
-
-// A value of /proc/self/status, in KiB.
-long memoryStatus(const std::string& name) {
-    std::ifstream status("/proc/self/status");
-    for (std::string word; status >> word;) {
-        if (word == name + ":") {
-            long value = 0;
-            status >> value;
-            return value;
-        }
-    }
-    return 0;
-}
 
 template <class Database>
 void printPeakMemoryOf(const char* name, std::uint64_t count) {
