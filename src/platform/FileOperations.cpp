@@ -4,8 +4,8 @@
 #include "platform/diagnostics/Diagnostics.h"
 #include "platform/os/os.h"
 
-#include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace Velmor {
 

@@ -15,6 +15,7 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velmor_tests {
@@ -30,6 +31,20 @@ inline Velmor::Sha1::Digest digestInPieces(const Bytes& message, std::size_t siz
                                     message.begin() + static_cast<std::ptrdiff_t>(std::min(at + size, message.size()))));
     }
     return hasher.calculateDigest();
+}
+
+/// The examples of the standard, and the empty message.
+inline void checkPublishedDigests() {
+    const std::pair<std::string, std::string> cases[] = {
+        {"", "da39a3ee5e6b4b0d3255bfef95601890afd80709"},
+        {"abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
+        {"abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq", "84983e441c3bd26ebaae4aa1f95129e5e54670f1"},
+        {"abcdefghbcdefghicdefghijdefghijkefghijklfghijklmghijklmnhijklmnoijklmnopjklmnopqklmnopqrlmnopqrsmnopqrstnopqrstu",
+         "a49b2446a02c645bf419f995b67091253a04a259"},
+        {std::string(1000000, 'a'), "34aa973cd4c4daa4f61eeb2bdbad27316534016f"},
+    };
+    for (const auto& [text, digest] : cases)
+        EXPECT_EQ(Velmor::Sha1::FromData(Bytes(text.begin(), text.end())).asString(), digest) << text.size() << " bytes";
 }
 
 /// One entry of a response file: "name = value" lines up to a blank line.

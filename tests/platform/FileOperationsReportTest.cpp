@@ -191,6 +191,23 @@ TEST(FileOperationsReports, NothingIsReportedWithoutADebugger) {
     EXPECT_EQ(run.error, "");
 }
 
+#if !defined(_WIN32)
+// A relative path has no full form when nobody knows the folder that it starts from.
+VELMOR_SCENARIO(FullPathInAFolderThatIsGone) {
+    {
+        const velmor_tests::Folder folder;
+        std::filesystem::current_path(folder.path());
+    }
+    for (int i = 0; i < 2; ++i) {
+        require(FileOperations::GetFullPath(wide("name")).empty(), "GetFullPath");
+    }
+}
+
+TEST(FileOperationsReports, APathThatStartsNowhereIsReported) {
+    expectReports(runUnderDebugger("FullPathInAFolderThatIsGone"), {invalidDirectory});
+}
+#endif
+
 // The file name of a cache
 // ------------------------------------------------------------------------------------------------------
 
