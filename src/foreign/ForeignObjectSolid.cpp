@@ -1,6 +1,6 @@
 #include <Velmor/ForeignObject.h>
 
-#include "platform/diagnostics/Diagnostics.h"
+#include "diagnostics/Diagnostics.h"
 
 #include <cstdlib>
 #include <cstring>

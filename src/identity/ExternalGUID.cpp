@@ -1,5 +1,5 @@
 #include "identity/Record.h"
-#include "platform/diagnostics/Diagnostics.h"
+#include "diagnostics/Diagnostics.h"
 
 #include <Velmor/Identity.h>
 

@@ -1,7 +1,7 @@
 #include <Velmor/IFCProperties.h>
 
 #include "ifc/PropertyInternals.h"
-#include "platform/diagnostics/Diagnostics.h"
+#include "diagnostics/Diagnostics.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include <Velmor/Platform.h>
 
-#include "platform/os/os.h"
+#include "os/os.h"
 
 #include <cstdlib>
 

@@ -1,8 +1,8 @@
 #include <Velmor/Platform.h>
 #include <Velmor/Text.h>
 
-#include "platform/diagnostics/Diagnostics.h"
-#include "platform/os/os.h"
+#include "diagnostics/Diagnostics.h"
+#include "os/os.h"
 #include "text/Decimal.h"
 
 #include <cstdlib>

@@ -1,5 +1,5 @@
-#include "platform/diagnostics/Diagnostics.h"
-#include "platform/os/os.h"
+#include "diagnostics/Diagnostics.h"
+#include "os/os.h"
 #include "text/Decimal.h"
 #include "text/IsoLatinTables.h"
 #include "text/Utf8.h"

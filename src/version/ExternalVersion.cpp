@@ -1,4 +1,4 @@
-#include "platform/diagnostics/Diagnostics.h"
+#include "diagnostics/Diagnostics.h"
 #include "version/Euclid.h"
 #include "version/Record.h"
 

@@ -4,8 +4,8 @@
 #include "ChildProgram.h"
 #include "Tools.h"
 
-#include "platform/os/os.h"
-#include "platform/os/posix/names.h"
+#include "os/os.h"
+#include "os/posix/names.h"
 
 #include <Velmor/Platform.h>
 

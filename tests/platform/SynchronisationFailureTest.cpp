@@ -2,7 +2,7 @@
 
 #include <Velmor/Platform.h>
 
-#include "platform/os/os.h"
+#include "os/os.h"
 #include "support/FailingAllocation.h"
 #include "support/UnderDebugger.h"
 

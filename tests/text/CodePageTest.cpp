@@ -1,6 +1,6 @@
 // The code pages under the conversions, on both systems against what Windows' calls answer.
 
-#include "platform/os/os.h"
+#include "os/os.h"
 
 #include <gtest/gtest.h>
 

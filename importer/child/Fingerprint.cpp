@@ -1,0 +1,82 @@
+#include "importer/child/Fingerprint.h"
+
+#include "importer/exchange/Streams.h"
+#include "importer/exchange/Text.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace importer {
+namespace {
+
+using Velmor::ExternalGUID;
+using Velmor::ExternalVersion;
+
+constexpr std::size_t globalIdLength = 22;
+constexpr char globalIdCharacters[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_$";
+
+bool isFinite(double value) {
+    return std::isfinite(value);
+}
+
+} // namespace
+
+Fingerprint fingerprint(Product& product) {
+    auto& xyz = product.vertexes;
+    Fingerprint result{noIdentity(), ExternalVersion(), true};
+    if (product.shape == Shape::None || xyz.size() < 3) {
+        return result;
+    }
+    double low[3] = {xyz[0], xyz[1], xyz[2]};
+    double high[3] = {xyz[0], xyz[1], xyz[2]};
+    for (std::size_t i = 0; i < xyz.size(); ++i) {
+        low[i % 3] = std::min(low[i % 3], xyz[i]);
+        high[i % 3] = std::max(high[i % 3], xyz[i]);
+    }
+    xyz.insert(xyz.end(), {xyz[0], xyz[1], xyz[2]});
+    const auto hash = ExternalGUID::spatialHashFromVertexes(static_cast<unsigned>(xyz.size() / 3), xyz.data());
+
+    const double* const numbers = hash.getSpatialHash();
+    double distances[8];
+    std::copy_n(numbers + 3, 8, distances);
+    if (!std::all_of(numbers, numbers + 11, isFinite) || !std::all_of(xyz.begin(), xyz.end(), isFinite)) {
+        result.finite = false;
+        return result;
+    }
+    result.spatialHash = hash;
+    const double box[3] = {high[0] - low[0], high[1] - low[1], high[2] - low[2]};
+    const bool hasVolume = product.shape == Shape::Solid && isFinite(product.volume) &&
+                           std::all_of(product.centroid, product.centroid + 3, isFinite);
+    if (std::all_of(distances, distances + 8, [](double d) { return d == 0.0; })) {
+        result.version = Velmor::createFromBoundingBox(box[0], box[1], box[2]);
+    } else if (hasVolume) {
+        result.version = Velmor::createFromSolid(box[0], box[1], box[2], distances, product.volume, product.centroid);
+    } else {
+        result.version = Velmor::createFromGeometry(box[0], box[1], box[2], distances);
+    }
+    return result;
+}
+
+ExternalGUID GlobalIds::identify(const Product& product, std::string& reason) {
+    const std::string& id = product.globalId;
+    if (id.empty()) {
+        reason = "it has no GlobalId";
+        return noIdentity();
+    }
+    if (id.size() != globalIdLength || id.find_first_not_of(globalIdCharacters) != std::string::npos) {
+        reason = std::string("'").append(shortened(id, 40)) + "' is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)";
+        return noIdentity();
+    }
+    const auto identity = ExternalGUID::fromIFCGlobalID(id.c_str());
+    const auto known = seen_.findGUID(identity);
+    if (known != Velmor::NoRuntimeID) {
+        reason = "its GlobalId '" + id + "' was given to #" +
+                 std::to_string(instances_[Velmor::FirstKeyedRuntimeID - known]) + " before";
+        return noIdentity();
+    }
+    seen_.insertGUID(identity);
+    instances_.push_back(product.instance);
+    return identity;
+}
+
+} // namespace importer

@@ -1,0 +1,167 @@
+#include "importer/host/Export.h"
+
+#include "importer/exchange/Text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <iterator>
+#include <memory>
+#include <system_error>
+
+namespace importer {
+namespace {
+
+namespace fs = std::filesystem;
+using Velmor::FileStream;
+
+constexpr std::size_t longestPart = 40;
+constexpr std::size_t nameBytes = 200;
+constexpr std::size_t blockSize = 1048576; // one request to the system
+
+template <typename Number>
+void appendNumber(std::string& out, Number number) {
+    char text[32]; // of a double the shortest text that reads back as it
+    out += ' ';
+    out.append(text, std::to_chars(std::begin(text), std::end(text), number).ptr);
+}
+
+std::string globalIdOf(const ObjectRecord& object) {
+    const bool has = object.globalId.getType() == Velmor::ExternalGUID::IFCGlobalID;
+    return has ? object.globalId.getIFCGlobalID() : "no GlobalId";
+}
+
+// "IFCBEAM 'Beam B2' (0Workshop0Beam000000B2)"
+std::string description(const ObjectRecord& object) {
+    return object.className + " '" + shortened(object.name, nameBytes) + "' (" + globalIdOf(object) + ')';
+}
+
+std::string lowerCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); });
+    return text;
+}
+
+// A success of the stream may have written less than asked for; the size of the file brings that to light.
+bool writeBlocks(const fs::path& file, std::string_view content) {
+    {
+        const std::unique_ptr<FileStream> stream(FileStream::createFileForWriting(wide(file)));
+        if (stream->getHandle() == Velmor::ProcessOperations::InvalidHandle()) {
+            return false;
+        }
+        for (std::size_t at = 0; at < content.size(); at += blockSize) {
+            const auto block = content.substr(at, blockSize);
+            if (!stream->write(block.size(), block.data())) {
+                return false;
+            }
+        }
+    }
+    std::error_code error;
+    return fs::file_size(file, error) == content.size();
+}
+
+} // namespace
+
+std::string fileNamePart(std::string_view name) {
+    const auto isAlphanumeric = [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+    };
+    std::string part;
+    for (const char c : name) {
+        if (isAlphanumeric(c) || (!part.empty() && (c == '-' || c == '_'))) {
+            part += c;
+        } else if (!part.empty() && part.back() != '_') {
+            part += '_';
+        }
+        if (part.size() == longestPart) {
+            break;
+        }
+    }
+    part.erase(part.find_last_not_of('_') + 1);
+    return part;
+}
+
+std::string FileNames::next(std::uint64_t instance, std::string_view name) {
+    const auto use = ++uses_[instance];
+    const auto part = fileNamePart(name);
+    return prefix_ + std::to_string(instance) + (use > 1 ? '-' + std::to_string(use) : std::string()) +
+           (part.empty() ? part : '_' + part) + ending_;
+}
+
+std::string ModelPrefixes::next(const fs::path& model) {
+    auto part = fileNamePart(utf8(model.stem()));
+    part = part.empty() ? "model" : part;
+    std::replace(part.begin(), part.end(), '_', '-');
+    auto unique = part;
+    for (std::uint64_t use = 2; !given_.insert(lowerCase(unique)).second; ++use) {
+        unique = part + '-' + std::to_string(use);
+    }
+    return unique + '_';
+}
+
+std::string objFile(const Mesh& mesh, std::string_view comment) {
+    // A backslash at its end would take the next line into the comment.
+    std::string out = "# " + printable(comment) + " #\n";
+    for (std::size_t i = 0; i < mesh.vertexes.size(); i += 3) {
+        out += 'v';
+        std::for_each_n(&mesh.vertexes[i], 3, [&out](double coordinate) { appendNumber(out, coordinate); });
+        out += '\n';
+    }
+    for (std::size_t i = 0; i < mesh.triangles.size(); i += 3) {
+        out += 'f';
+        std::for_each_n(&mesh.triangles[i], 3, [&out](std::uint64_t index) { appendNumber(out, index + 1); });
+        out += '\n';
+    }
+    return out;
+}
+
+// Whoever may write to the folder at the same time can put something there between the removal and the writing, which then
+// is written through; the library's streams cannot be told to make a new file or none.
+void writeExported(const fs::path& file, std::string_view content) {
+    std::error_code error;
+    if (fs::is_directory(fs::symlink_status(file, error))) {
+        throw ImportError("cannot export to " + utf8(file) + ": there is a folder of that name");
+    }
+    // The link itself goes, not what it leads to.
+    fs::remove(file, error);
+    if (error) {
+        throw ImportError("cannot export to " + utf8(file) + ": what is there cannot be removed: " + error.message());
+    }
+    if (!writeBlocks(file, content)) {
+        fs::remove(file, error);
+        throw ImportError("cannot export to " + utf8(file) + "; is the disk full, or the folder protected?");
+    }
+}
+
+std::string Exporter::write(const fs::path& model, const HandedOver& handedOver) {
+    if (!folder_) {
+        return {};
+    }
+    const auto& folder = *folder_;
+    const auto prefix = prefixes_.next(model);
+    std::error_code error;
+    fs::create_directories(folder, error);
+    std::error_code ignored;
+    if (!fs::is_directory(folder, ignored)) {
+        throw ImportError("cannot export to " + utf8(folder) + ": the folder cannot be made: " + error.message());
+    }
+    FileNames objNames(prefix, ".obj");
+    RecordReader solids(*handedOver.solids.stream, "the solids stream");
+    const auto& objects = handedOver.model.objects;
+    readSolids(solids, handedOver.solids.totals, objects.size(), [&](std::uint64_t number, const Mesh& mesh) {
+        checkInterruption();
+        const auto& object = objects[static_cast<std::size_t>(number)];
+        writeExported(folder / objNames.next(object.instance, object.name), objFile(mesh, description(object)));
+    });
+    FileNames pngNames(prefix, ".png");
+    RecordReader textures(*handedOver.textures.stream, "the textures stream");
+    readTextures(textures, handedOver.textures.totals, [&](const TextureRecord& texture) {
+        checkInterruption();
+        const auto& png = texture.png.getData();
+        const auto name = std::string_view(texture.name).substr(0, texture.name.rfind('.')); // without its ending
+        writeExported(folder / pngNames.next(texture.instance, name), {png.data(), png.size()});
+    });
+    return "exported to " + utf8(folder) + ": solids " + std::to_string(solids.totals().records) + ", textures " +
+           std::to_string(textures.totals().records) + '\n';
+}
+
+} // namespace importer

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "importer/exchange/Streams.h"
+
+#include <string>
+#include <vector>
+
+namespace importer {
+
+/// What the host keeps of one import until the next one.
+struct Model {
+    std::vector<ObjectRecord> objects; ///< In the order of the file.
+    std::vector<std::string>
+        propertySets; ///< As they were handed over (PropertyRecords.h); the objects go by their numbers.
+};
+
+} // namespace importer

@@ -1,0 +1,164 @@
+#include "importer/host/PropertyComparison.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace importer {
+namespace {
+
+using Kind = PropertyDifference::Kind;
+using Sink = std::function<void(const PropertyDifference&)>;
+
+// Things with names, those of one list; sorted by name, with equal names in their own order.
+template <typename Thing>
+using Named = std::vector<std::pair<std::string_view, Thing>>;
+
+template <typename Thing>
+void sortByName(Named<Thing>& list) {
+    std::stable_sort(list.begin(), list.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+}
+
+// Goes through two sorted lists as one: what only one of them has, and the pairs.
+template <typename Thing, typename OnlyOne, typename Both>
+void merge(const Named<Thing>& before, const Named<Thing>& now, const OnlyOne& onlyOne, const Both& both) {
+    auto b = before.begin();
+    auto n = now.begin();
+    while (b != before.end() || n != now.end()) {
+        if (n == now.end() || (b != before.end() && b->first < n->first)) {
+            onlyOne(Kind::Removed, *b++);
+        } else if (b == before.end() || n->first < b->first) {
+            onlyOne(Kind::Added, *n++);
+        } else {
+            both((b++)->second, (n++)->second);
+        }
+    }
+}
+
+// The properties from one index up to another, without what is within them.
+Named<const EncodedProperty*> namedProperties(const EncodedSet& set, std::size_t begin, std::size_t end) {
+    Named<const EncodedProperty*> list;
+    for (auto i = begin; i < end; i = set.properties[i].behind) {
+        list.emplace_back(set.properties[i].name, &set.properties[i]);
+    }
+    sortByName(list);
+    return list;
+}
+
+Named<std::uint32_t> namedSets(const Model& model, const ObjectRecord& object) {
+    Named<std::uint32_t> list;
+    for (const auto set : object.propertySets) {
+        list.emplace_back(nameOf(model.propertySets[set]), set);
+    }
+    sortByName(list);
+    return list;
+}
+
+// The comparison of two sets of equal names.
+class SetComparison {
+public:
+    SetComparison(std::string_view before, std::string_view now, const Sink& sink)
+        : before_(parsePropertySet(before)), now_(parsePropertySet(now)), sink_(sink), path_{before_.name} {}
+
+    void run() { compare(0, before_.properties.size(), 0, now_.properties.size()); }
+
+private:
+    void compare(std::size_t beginBefore, std::size_t endBefore, std::size_t beginNow, std::size_t endNow) {
+        merge(
+            namedProperties(before_, beginBefore, endBefore), namedProperties(now_, beginNow, endNow),
+            [this](Kind kind, const auto& property) {
+                path_.push_back(property.first);
+                tell(kind, kind == Kind::Removed ? property.second : nullptr,
+                     kind == Kind::Added ? property.second : nullptr);
+                path_.pop_back();
+            },
+            [this](const EncodedProperty* before, const EncodedProperty* now) {
+                path_.push_back(now->name);
+                compare(*before, *now);
+                path_.pop_back();
+            });
+    }
+
+    void compare(const EncodedProperty& before, const EncodedProperty& now) {
+        if (before.isComplex != now.isComplex || before.valueType != now.valueType || before.value != now.value) {
+            tell(Kind::Changed, &before, &now);
+        }
+        if (before.isComplex && now.isComplex) {
+            compare(indexBehind(before_, before), before.behind, indexBehind(now_, now), now.behind);
+        }
+    }
+
+    static std::size_t indexBehind(const EncodedSet& set, const EncodedProperty& property) {
+        return static_cast<std::size_t>(&property - set.properties.data()) + 1;
+    }
+
+    void tell(Kind kind, const EncodedProperty* before, const EncodedProperty* now) { sink_({kind, path_, before, now}); }
+
+    EncodedSet before_;
+    EncodedSet now_;
+    const Sink& sink_;
+    std::vector<std::string_view> path_;
+};
+
+} // namespace
+
+void tellPropertyDifferences(const Model& before, const ObjectRecord& objectBefore, const Model& now,
+                             const ObjectRecord& objectNow, const Sink& sink) {
+    merge(
+        namedSets(before, objectBefore), namedSets(now, objectNow),
+        [&sink](Kind kind, const auto& set) {
+            sink({kind, {set.first}, nullptr, nullptr});
+        },
+        [&](std::uint32_t setBefore, std::uint32_t setNow) {
+            const auto& bytesBefore = before.propertySets[setBefore];
+            const auto& bytesNow = now.propertySets[setNow];
+            if (contentOf(bytesBefore) != contentOf(bytesNow)) {
+                SetComparison(bytesBefore, bytesNow, sink).run();
+            }
+        });
+}
+
+PropertyComparison::PropertyComparison(const Model& before, const Model& now) : before_(before), now_(now) {
+    std::unordered_map<std::string_view, std::uint32_t> contents;
+    const auto number = [&contents](const Model& model) {
+        std::vector<std::uint32_t> numbers;
+        for (const auto& set : model.propertySets) {
+            const auto next = static_cast<std::uint32_t>(contents.size());
+            numbers.push_back(contents.emplace(contentOf(set), next).first->second);
+        }
+        return numbers;
+    };
+    contentsBefore_ = number(before);
+    contentsNow_ = number(now);
+}
+
+bool PropertyComparison::isEqual(const ObjectRecord& objectBefore, const ObjectRecord& objectNow) {
+    const auto sameContent = [this](std::uint32_t b, std::uint32_t n) { return contentsBefore_[b] == contentsNow_[n]; };
+    if (std::equal(objectBefore.propertySets.begin(), objectBefore.propertySets.end(), objectNow.propertySets.begin(),
+                   objectNow.propertySets.end(), sameContent)) {
+        return true;
+    }
+    bool equal = objectBefore.propertySets.size() == objectNow.propertySets.size();
+    if (equal) {
+        merge(
+            namedSets(before_, objectBefore), namedSets(now_, objectNow), [&equal](Kind, const auto&) { equal = false; },
+            [&](std::uint32_t setBefore, std::uint32_t setNow) { equal = equal && isEqualSet(setBefore, setNow); });
+    }
+    return equal;
+}
+
+bool PropertyComparison::isEqualSet(std::uint32_t setBefore, std::uint32_t setNow) {
+    const auto contentBefore = contentsBefore_[setBefore];
+    const auto contentNow = contentsNow_[setNow];
+    if (contentBefore == contentNow) {
+        return true;
+    }
+    const auto [known, isNew] = equalPairs_.emplace(std::uint64_t{contentBefore} << 32 | contentNow, true);
+    if (isNew) {
+        bool& equal = known->second;
+        const Sink noteDifference = [&equal](const PropertyDifference&) { equal = false; };
+        SetComparison(before_.propertySets[setBefore], now_.propertySets[setNow], noteDifference).run();
+    }
+    return known->second;
+}
+
+} // namespace importer

@@ -1,0 +1,248 @@
+#include "importer/host/ImportHost.h"
+
+#include "importer/host/PropertyComparison.h"
+#include "importer/host/PropertyText.h"
+#include "importer/exchange/Text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace importer {
+namespace {
+
+constexpr std::size_t changesTold = 20;
+constexpr std::size_t propertiesTold = 5; // of one object
+constexpr std::size_t nameBytes = 60;
+
+// Three decimals, cut: versions that differ never show as 1.000.
+std::string shownSimilarity(double similarity) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.3f", std::floor(similarity * 1000.0) / 1000.0);
+    return text;
+}
+
+std::string padded(const std::string& text, std::size_t width, bool toTheRight) {
+    const std::string blanks(width > text.size() ? width - text.size() : 0, ' ');
+    return toTheRight ? blanks + text : text + blanks;
+}
+
+// One line of the table.
+std::vector<std::string> row(const std::string& name, const ClassCounts& counts) {
+    return {name,
+            std::to_string(counts.objects),
+            std::to_string(counts.added),
+            std::to_string(counts.unchanged),
+            std::to_string(counts.modified),
+            counts.modified > 0 ? shownSimilarity(counts.lowestSimilarity) : "-",
+            std::to_string(counts.gone)};
+}
+
+std::string table(const Comparison& comparison) {
+    std::vector<std::vector<std::string>> rows = {
+        {"class", "objects", "new", "unchanged", "modified", "lowest similarity", "gone"}};
+    for (const auto& [name, counts] : comparison.classes) {
+        rows.push_back(row(printable(name), counts));
+    }
+    rows.push_back(row("total", comparison.total));
+
+    std::vector<std::size_t> widths(rows.front().size());
+    for (const auto& cells : rows) {
+        for (std::size_t i = 0; i < cells.size(); ++i) {
+            widths[i] = std::max(widths[i], cells[i].size());
+        }
+    }
+    std::string text;
+    for (const auto& cells : rows) {
+        for (std::size_t i = 0; i < cells.size(); ++i) {
+            text += "  " + padded(cells[i], widths[i], i > 0);
+        }
+        text += '\n';
+    }
+    return text;
+}
+
+std::string counted(std::uint64_t count, const char* one, const char* many) {
+    return std::to_string(count) + ' ' + (count == 1 ? one : many);
+}
+
+// "... and 12 more" under a list that shows only its first entries.
+std::string rest(std::uint64_t all, std::size_t shown) {
+    return all > shown ? "  ... and " + std::to_string(all - shown) + " more\n" : std::string();
+}
+
+// "line 106, #233"; the number 0 is no instance's.
+std::string place(std::uint64_t line, std::uint64_t instance) {
+    return "line " + std::to_string(line) + (instance == 0 ? std::string() : ", #" + std::to_string(instance));
+}
+
+std::string quoted(const std::string& name) {
+    return '\'' + shortened(printable(name), nameBytes) + '\'';
+}
+
+// "IFCBEAM 'Beam B2' (line 106, #233)"
+std::string subject(const ObjectRecord& object) {
+    return printable(object.className) + ' ' + quoted(object.name) + " (" + place(object.line, object.instance) + ")";
+}
+
+// "integer 5", or without its type "5".
+std::string propertyValue(const EncodedProperty& property, bool withType) {
+    if (property.isComplex) {
+        return "complex " + quoted(std::string(property.value));
+    }
+    const auto decoded = decodeSingleValue(property);
+    const auto& value = decoded.getPropertySingleValue();
+    return (withType ? shownType(value.getValueType()) + std::string(" ") : std::string()) + shownValue(value, nameBytes);
+}
+
+// "Pset_BeamCommon.Span 6000 -> 6200"
+std::string propertyDifference(const PropertyDifference& difference) {
+    std::string path;
+    for (const auto name : difference.path) {
+        path += (path.empty() ? "" : ".") + shortened(printable(name), nameBytes);
+    }
+    const auto* const before = difference.before;
+    const auto* const now = difference.now;
+    if (difference.kind != PropertyDifference::Changed) {
+        const auto* const property = before != nullptr ? before : now;
+        return (property != nullptr ? path + ' ' + propertyValue(*property, false) : "property set " + path) +
+               (difference.kind == PropertyDifference::Added ? " added" : " removed");
+    }
+    const bool otherType = before->isComplex != now->isComplex || before->valueType != now->valueType;
+    const auto was = propertyValue(*before, otherType);
+    const auto is = propertyValue(*now, otherType);
+    path += ' ' + was + " -> " + is;
+    if (was == is) { // what differs is beyond what is shown, or cannot be shown
+        const auto differs = std::mismatch(before->value.begin(), before->value.end(), now->value.begin(), now->value.end());
+        path += " (they differ from byte " + std::to_string(differs.first - before->value.begin() + 1) + " on)";
+    }
+    return path;
+}
+
+// ", Pset_BeamCommon.Span 6000 -> 6200; Pset_BeamCommon.Slope 0.5 removed; ... and 2 more"
+std::string propertyDifferences(const Change& change, const Model& before, const Model& now) {
+    std::string text;
+    std::size_t count = 0;
+    tellPropertyDifferences(before, before.objects[change.before], now, now.objects[change.object],
+                            [&](const PropertyDifference& difference) {
+                                if (count++ < propertiesTold) {
+                                    text += (text.empty() ? ", " : "; ") + propertyDifference(difference);
+                                }
+                            });
+    return count > propertiesTold ? text + "; ... and " + std::to_string(count - propertiesTold) + " more" : text;
+}
+
+std::string changeLine(const Change& change, const Model& before, const Model& now) {
+    const auto& object = change.kind == Change::Gone ? before.objects[change.object] : now.objects[change.object];
+    std::string who = subject(object);
+    switch (change.kind) {
+    case Change::Modified:
+        return "modified      " + who +
+               (change.otherVersion ? ", similarity " + shownSimilarity(change.similarity) : std::string()) +
+               (change.otherProperties ? propertyDifferences(change, before, now) : std::string());
+    case Change::Added:
+        return "new           " + who;
+    case Change::Gone:
+        return "gone          " + who + " of the previous model";
+    case Change::Renamed:
+        return "renamed       " + who + ", was " + quoted(before.objects[change.before].name);
+    case Change::Reclassified:
+        return "reclassified  " + who + ", was " + printable(before.objects[change.before].className);
+    case Change::Moved:
+        return "moved         " + who + ", its shape is unchanged";
+    }
+    return who;
+}
+
+std::string changeList(const Comparison& comparison, const Model& before, const Model& now) {
+    const auto& changes = comparison.changes;
+    if (changes.empty()) {
+        return {};
+    }
+    const auto countOf = [&changes](Change::Kind kind) {
+        const auto count = std::count_if(changes.begin(), changes.end(), [kind](const Change& c) { return c.kind == kind; });
+        return std::to_string(count);
+    };
+    const auto withProperties =
+        std::count_if(changes.begin(), changes.end(), [](const Change& change) { return change.otherProperties; });
+    std::string text = "changes: renamed " + countOf(Change::Renamed) + ", reclassified " + countOf(Change::Reclassified) +
+                       ", moved without a change of shape " + countOf(Change::Moved) + ", with other properties " +
+                       std::to_string(withProperties) + '\n';
+    const auto shown = std::min(changes.size(), changesTold);
+    for (std::size_t i = 0; i < shown; ++i) {
+        text += "  " + changeLine(changes[i], before, now) + '\n';
+    }
+    return text + rest(changes.size(), shown);
+}
+
+std::string unidentifiedList(const Comparison& comparison, const std::vector<ObjectRecord>& now) {
+    const auto& unidentified = comparison.unidentified;
+    if (unidentified.empty()) {
+        return {};
+    }
+    std::string text = "not identified, neither compared nor counted above: " + std::to_string(unidentified.size()) + '\n';
+    const auto shown = std::min(unidentified.size(), problemsTold);
+    for (std::size_t i = 0; i < shown; ++i) {
+        text += "  " + subject(now[unidentified[i]]) + '\n';
+    }
+    return text + rest(unidentified.size(), shown);
+}
+
+std::string problemList(const HandedOver& handedOver) {
+    if (handedOver.problemCount == 0) {
+        return {};
+    }
+    std::string text = "problems: " + std::to_string(handedOver.problemCount) + '\n';
+    for (const auto& problem : handedOver.problems) {
+        text += "  " + place(problem.line, problem.instance) + ": " + printable(problem.reason) + '\n';
+    }
+    return text + rest(handedOver.problemCount, handedOver.problems.size());
+}
+
+} // namespace
+
+std::string report(const std::filesystem::path& model, const HandedOver& handedOver, const Model* before,
+                   const Comparison& comparison) {
+    const auto& objects = handedOver.model.objects;
+    std::string text = utf8(model.filename()) + ": " + printable(handedOver.schema) + ", " +
+                       counted(objects.size(), "object", "objects") + ", " +
+                       (before ? "compared with the " + std::to_string(before->objects.size()) + " of the previous import"
+                               : std::string("first import")) +
+                       '\n';
+    text += table(comparison);
+    if (handedOver.objectsWithoutClass > 0) {
+        text += "of entities without a class of their own, taken as IFCINVALID: " +
+                std::to_string(handedOver.objectsWithoutClass) + '\n';
+    }
+    text += unidentifiedList(comparison, objects);
+    if (before) {
+        text += changeList(comparison, *before, handedOver.model);
+    }
+    return text + problemList(handedOver);
+}
+
+std::string reportUnchanged(const std::filesystem::path& model) {
+    return utf8(model.filename()) + ": unchanged since the last import\n";
+}
+
+std::string propertiesOf(const Model& model, const std::string& globalId) {
+    const auto object = std::find_if(model.objects.begin(), model.objects.end(), [&globalId](const ObjectRecord& each) {
+        return each.globalId.getType() == Velmor::ExternalGUID::IFCGlobalID && each.globalId.getIFCGlobalID() == globalId;
+    });
+    if (object == model.objects.end()) {
+        throw ImportError("the model has no object with the GlobalId '" + printable(globalId) + '\'');
+    }
+    std::string text = "properties of " + globalId + ": " + printable(object->className) + " '" + printable(object->name) +
+                       "' (" + place(object->line, object->instance) + "), " +
+                       counted(object->propertySets.size(), "property set", "property sets") + '\n';
+    for (const auto set : object->propertySets) {
+        text += shownPropertySet(decodePropertySet(model.propertySets[set]));
+    }
+    return text;
+}
+
+std::string georeferenceOf(const HandedOver& handedOver) {
+    return handedOver.georeference ? shownGeoreference(*handedOver.georeference) : "no georeference\n";
+}
+
+} // namespace importer

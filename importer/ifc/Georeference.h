@@ -1,0 +1,17 @@
+#pragma once
+
+// Where on a map a model lies.
+
+#include "importer/ifc/Record.h"
+
+#include <Velmor/Georeferencing.h>
+
+#include <optional>
+
+namespace importer {
+
+/// The first map conversion of the file that can be read; nothing when there is none. Its numbers are the file's. What
+/// cannot be read, and further conversions, are noted.
+std::optional<Velmor::IFC4_MapConversion> readGeoreference(IfcContext& context);
+
+} // namespace importer

@@ -1,0 +1,64 @@
+#pragma once
+
+// Property sets and their properties.
+
+#include "importer/ifc/Record.h"
+
+#include <Velmor/IFCPropertySets.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace importer {
+
+/// A property set and the name that the file gives it, of whatever length.
+struct NamedSet {
+    Velmor::WideString name;
+    Velmor::IFC2X3_PSet_Custom_s set;
+};
+
+/// Reads the property sets of a model one after the other.
+class PropertyReader {
+public:
+    explicit PropertyReader(IfcContext& context) : context_(context) {}
+
+    /// Reads an IfcPropertySet. What spoils it or one of its properties is noted. A set that takes too much has no
+    /// properties.
+    void read(const Instance& instance, NamedSet& result);
+
+    /// What was met in the sets up to now and is not carried as it is: one problem for each kind, at the first one.
+    std::vector<Problem> remarks() const;
+
+private:
+    /// What is counted, and not told for each property.
+    enum Remark : std::size_t {
+        EnumeratedValue,
+        ListValue,
+        BoundedValue,
+        TableValue,
+        ReferenceValue,
+        OtherValue,
+        NoValue,
+        OwnUnit,
+        remarkKinds
+    };
+
+    struct Count {
+        std::uint64_t properties = 0;
+        const Instance* first = nullptr;
+    };
+
+    void remark(Remark remark, const Instance& instance);
+    void addProperties(const Record& owner, std::size_t index, unsigned depth, Velmor::IFC2X3PropertySet& set);
+    void addProperty(const Instance& instance, unsigned depth, Velmor::IFC2X3PropertySet& set);
+    void addComplex(const Instance& instance, unsigned depth, Velmor::IFC2X3PropertySet& set);
+    void addSingleValue(const Instance& instance, Velmor::IFC2X3PropertySet& set);
+    double inRadians(const Record& record, double value);
+
+    IfcContext& context_;
+    std::uint64_t propertiesOfSet_ = 0;
+    Count counts_[remarkKinds];
+};
+
+} // namespace importer

@@ -1,0 +1,155 @@
+#include "importer/child/Fingerprint.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+using namespace importer;
+using Velmor::ExternalGUID;
+using Velmor::ExternalVersion;
+
+namespace {
+
+// The corners of a box from the origin to (2, 4, 6), the farthest last.
+Product box(Shape shape) {
+    Product product;
+    product.shape = shape;
+    for (const double z : {0.0, 6.0}) {
+        for (const double y : {0.0, 4.0}) {
+            for (const double x : {0.0, 2.0}) {
+                product.vertexes.insert(product.vertexes.end(), {x, y, z});
+            }
+        }
+    }
+    product.volume = 48;
+    product.centroid[0] = 1;
+    product.centroid[1] = 2;
+    product.centroid[2] = 3;
+    return product;
+}
+
+} // namespace
+
+TEST(Fingerprint, OfASolidHasAllNumbersAndCountsTheLastVertex) {
+    auto product = box(Shape::Solid);
+    const auto print = fingerprint(product);
+    EXPECT_TRUE(print.finite);
+    ASSERT_EQ(print.spatialHash.getType(), ExternalGUID::SpatialHash);
+    const double* const hash = print.spatialHash.getSpatialHash();
+    EXPECT_EQ(hash[0], 1);
+    EXPECT_EQ(hash[1], 2);
+    EXPECT_EQ(hash[2], 3);
+    ASSERT_EQ(print.version.getType(), ExternalVersion::Solid);
+    double d[8];
+    print.version.getDistances(d);
+    for (int octant = 0; octant < 8; ++octant) {
+        EXPECT_EQ(hash[3 + octant], std::sqrt(14.0)) << octant;
+        EXPECT_EQ(d[octant], std::sqrt(14.0)) << octant;
+    }
+    double x = 0, y = 0, z = 0;
+    print.version.getBoundingBox(&x, &y, &z);
+    EXPECT_EQ(x, 2);
+    EXPECT_EQ(y, 4);
+    EXPECT_EQ(z, 6);
+    print.version.getCenteroid(&x, &y, &z);
+    EXPECT_EQ(x, 1);
+    EXPECT_EQ(y, 2);
+    EXPECT_EQ(z, 3);
+    EXPECT_EQ(print.version.getVolume(), 48);
+}
+
+TEST(Fingerprint, OfAnOpenShapeHasBoxAndDistances) {
+    auto product = box(Shape::Points);
+    const auto print = fingerprint(product);
+    EXPECT_EQ(print.spatialHash.getType(), ExternalGUID::SpatialHash);
+    EXPECT_EQ(print.version.getType(), ExternalVersion::Geometry);
+}
+
+TEST(Fingerprint, OfASolidWithoutAFiniteVolumeIsThatOfAnOpenShape) {
+    auto product = box(Shape::Solid);
+    product.volume = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(fingerprint(product).version.getType(), ExternalVersion::Geometry);
+    product = box(Shape::Solid);
+    product.centroid[2] = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(fingerprint(product).version.getType(), ExternalVersion::Geometry);
+}
+
+TEST(Fingerprint, OfASinglePointIsABoxWhoseSimilarityIsANumber) {
+    Product product;
+    product.shape = Shape::Points;
+    product.vertexes = {7, 8, 9};
+    const auto print = fingerprint(product);
+    EXPECT_EQ(print.spatialHash.getSpatialHash()[1], 8);
+    EXPECT_EQ(print.version.getType(), ExternalVersion::BoundingBox);
+    EXPECT_EQ(print.version.similarity(print.version), 1.0);
+}
+
+TEST(Fingerprint, OfNoGeometryIsEmptyAndDefined) {
+    Product without;
+    auto none = box(Shape::None);
+    for (Product* const product : {&without, &none}) {
+        const auto print = fingerprint(*product);
+        EXPECT_TRUE(print.finite);
+        EXPECT_EQ(print.version.getType(), ExternalVersion::Invalid);
+        unsigned size = 0;
+        const char* const bytes = print.spatialHash.getBytes(&size);
+        EXPECT_EQ(std::string(bytes, size), std::string(96, '\0'));
+    }
+}
+
+TEST(Fingerprint, OfCoordinatesBeyondNumbersIsEmptyAndSaysSo) {
+    for (const double bad : {1e308 * 10, std::numeric_limits<double>::quiet_NaN(), 1.7e308}) {
+        auto product = box(Shape::Points);
+        product.vertexes[4] = bad;
+        product.vertexes[7] = -bad;
+        const auto print = fingerprint(product);
+        EXPECT_FALSE(print.finite) << bad;
+        EXPECT_EQ(print.spatialHash.getType(), ExternalGUID::Invalid);
+        EXPECT_EQ(print.version.getType(), ExternalVersion::Invalid);
+    }
+}
+
+TEST(GlobalIds, AreTakenOnceAndOnlyWith22CharactersOfTheirAlphabet) {
+    const std::string no = " is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)";
+    const struct {
+        const char* id;
+        std::string reason;
+    } cases[] = {{"0123456789012345678901", ""},
+                 {"0123456789012345678902", ""},
+                 {"0123456789012345678901", "its GlobalId '0123456789012345678901' was given to #100 before"},
+                 {"0123456789012345678902", "its GlobalId '0123456789012345678902' was given to #101 before"},
+                 {"", "it has no GlobalId"},
+                 {"x", "'x'" + no},
+                 {"012345678901234567890", "'012345678901234567890'" + no},
+                 {"01234567890123456789012", "'01234567890123456789012'" + no},
+                 {"012345678901234567890-", "'012345678901234567890-'" + no},
+                 {" 123456789012345678901", "' 123456789012345678901'" + no},
+                 {"01234567890123456789\xC3\xBC", "'01234567890123456789\xC3\xBC'" + no},   // 22 bytes
+                 {"012345678901234567890\xC3\xBC", "'012345678901234567890\xC3\xBC'" + no}, // 22 characters
+                 {"ABCDEFGHIJKLMNOPQRSTUV", ""},
+                 {"WXYZabcdefghijklmnopqr", ""},
+                 {"stuvwxyz_$0123456789ab", ""},
+                 {"0123456789012345678903", ""}};
+    GlobalIds ids;
+    Product product;
+    product.instance = 100;
+    for (const auto& each : cases) {
+        product.globalId = each.id;
+        std::string reason;
+        const auto identity = ids.identify(product, reason);
+        EXPECT_EQ(reason, each.reason);
+        EXPECT_STREQ(identity.getType() == ExternalGUID::IFCGlobalID ? identity.getIFCGlobalID() : "",
+                     reason.empty() ? each.id : "");
+        ++product.instance;
+    }
+}
+
+TEST(GlobalIds, OfAnyLengthAreToldInShort) {
+    GlobalIds ids;
+    Product product;
+    product.globalId.assign(1000000, 'x');
+    std::string reason;
+    EXPECT_EQ(ids.identify(product, reason).getType(), ExternalGUID::Invalid);
+    EXPECT_EQ(reason, "'" + std::string(40, 'x') + "...' is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)");
+}

@@ -1,0 +1,306 @@
+#include "importer/exchange/SolidRecords.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+#include <random>
+
+using namespace importer;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using Velmor::FileStream;
+
+namespace {
+
+Mesh tetrahedron() {
+    return {{0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 2, 1, 0, 1, 3, 0, 3, 2, 1, 2, 3}};
+}
+
+std::string bytesOf(const ForeignObjectSolid& solid) {
+    unsigned size = 0;
+    const char* const bytes = solid.getBytes(&size);
+    return {bytes, size};
+}
+
+ForeignObjectSolid solidOf(const std::string& bytes, std::uint32_t type = 1) {
+    return {static_cast<ForeignObjectSolid::Type_t>(type), static_cast<unsigned>(bytes.size()), bytes.data()};
+}
+
+// Why a mesh is refused; empty when it is not.
+std::string refusalOf(const ForeignObjectSolid& solid) {
+    try {
+        decodeMesh(solid);
+        return {};
+    } catch (const FormatError& error) {
+        return error.what();
+    }
+}
+
+std::string textureBytes() {
+    const std::string png("\x89PNG\r\n\x1A\n\0bytes", 14);
+    return encode(TextureRecord{0x0102030405060708u,
+                                "br\xC3\xBC"
+                                "ck.png",
+                                std::vector<char>(png.begin(), png.end())});
+}
+
+// A stream with records, and what they come to.
+struct Filled {
+    explicit Filled(const std::vector<std::string>& records) {
+        RecordWriter writer(*stream, "it");
+        for (const auto& record : records) {
+            writer.write(record);
+        }
+        writer.flush();
+        totals = writer.totals();
+    }
+
+    std::unique_ptr<FileStream> stream{FileStream::createTemporaryFile()};
+    StreamTotals totals;
+};
+
+} // namespace
+
+TEST(Mesh, KeepsOnlyVerticesInUseAndEachPlaceOnce) {
+    const std::vector<double> vertexes = {9, 9, 9, 0, 0, 0, 1, 0, 0, 0, 1, 0, -0.0, 0, 0, 1, 0, 0, 8, 8, 8, 0, 0, 1};
+    const auto mesh = meshOf(vertexes, {1, 2, 3, 4, 5, 7});
+    EXPECT_THAT(mesh.vertexes, ElementsAre(0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1));
+    EXPECT_THAT(mesh.triangles, ElementsAre(0, 1, 2, 0, 1, 3));
+}
+
+TEST(Mesh, KeepsPlacesThatDifferInTheLastBit) {
+    const double next = std::nextafter(1.0, 2.0);
+    const auto mesh = meshOf({1, 0, 0, next, 0, 0, 0, 0, 0}, {0, 1, 2});
+    EXPECT_THAT(mesh.vertexes, ElementsAre(1, 0, 0, next, 0, 0, 0, 0, 0));
+}
+
+TEST(Mesh, ComesBackAsItWas) {
+    Mesh mesh = tetrahedron();
+    mesh.vertexes[0] = -0.0;
+    mesh.vertexes[1] = std::numeric_limits<double>::denorm_min();
+    mesh.vertexes[2] = std::numeric_limits<double>::max();
+    const auto back = decodeMesh(encode(mesh));
+    ASSERT_EQ(back.vertexes.size(), mesh.vertexes.size());
+    EXPECT_EQ(std::memcmp(back.vertexes.data(), mesh.vertexes.data(), mesh.vertexes.size() * sizeof(double)), 0);
+    EXPECT_EQ(back.triangles, mesh.triangles);
+
+    const auto none = decodeMesh(encode(Mesh()));
+    EXPECT_TRUE(none.vertexes.empty() && none.triangles.empty());
+}
+
+TEST(Mesh, HasTheDocumentedLayout) {
+    const auto solid = encode(Mesh{{1, 0, 0, 0, -2, 0, 0, 0, 0.5}, {2, 1, 0}});
+    EXPECT_EQ(solid.getType(), 1u);
+    const auto bytes = bytesOf(solid);
+    ASSERT_EQ(bytes.size(), 8u + 3 * 24 + 12);
+    EXPECT_EQ(bytes.substr(0, 8), std::string("\3\0\0\0\1\0\0\0", 8));
+    EXPECT_EQ(bytes.substr(8, 16), std::string("\0\0\0\0\0\0\xF0\x3F\0\0\0\0\0\0\0\0", 16));
+    EXPECT_EQ(bytes.substr(40, 8), std::string("\0\0\0\0\0\0\0\xC0", 8));
+    EXPECT_EQ(bytes.substr(72, 8), std::string("\0\0\0\0\0\0\xE0\x3F", 8));
+    EXPECT_EQ(bytes.substr(80), std::string("\2\0\0\0\1\0\0\0\0\0\0\0", 12));
+}
+
+TEST(Mesh, IsRefusedWhenCutAnywhereOrTooLong) {
+    const auto bytes = bytesOf(encode(tetrahedron()));
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
+        EXPECT_NE(refusalOf(solidOf(bytes.substr(0, length))), "") << length;
+    }
+    EXPECT_NE(refusalOf(solidOf(bytes + '\0')), "");
+}
+
+TEST(Mesh, IsRefusedOfAnotherType) {
+    const auto bytes = bytesOf(encode(tetrahedron()));
+    EXPECT_EQ(refusalOf(solidOf(bytes, 1)), "");
+    for (const std::uint32_t type : {0u, 2u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(refusalOf(solidOf(bytes, type)), "expected a solid of type 1, found " + std::to_string(type));
+    }
+}
+
+TEST(Mesh, IsRefusedWhenACountLies) {
+    for (const std::size_t at : {0u, 4u}) {
+        for (const std::uint32_t count : {0u, 3u, 5u, 0x80000000u, 0xFFFFFFFFu}) {
+            auto bytes = bytesOf(encode(tetrahedron()));
+            std::memcpy(bytes.data() + at, &count, 4);
+            EXPECT_NE(refusalOf(solidOf(bytes)), "") << at << ' ' << count;
+        }
+    }
+}
+
+TEST(Mesh, IsRefusedWithATriangleBeyondItsVertices) {
+    for (std::size_t i = 0; i < 12; ++i) {
+        for (const std::uint32_t index : {4u, 0x80000000u, 0xFFFFFFFFu}) {
+            auto mesh = tetrahedron();
+            mesh.triangles[i] = index;
+            EXPECT_EQ(refusalOf(encode(mesh)), "expected one of the 4 vertices in triangle " + std::to_string(i / 3) +
+                                                   ", found number " + std::to_string(index));
+        }
+    }
+}
+
+TEST(Mesh, IsRefusedWithACoordinateThatIsNoNumber) {
+    for (std::size_t i = 0; i < 12; ++i) {
+        for (const double number : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+                                    -std::numeric_limits<double>::infinity()}) {
+            auto mesh = tetrahedron();
+            mesh.vertexes[i] = number;
+            EXPECT_THAT(refusalOf(encode(mesh)), HasSubstr("of vertex " + std::to_string(i / 3)));
+        }
+    }
+}
+
+// Whatever any byte becomes, a mesh that is taken can be used.
+TEST(Mesh, SurvivesEveryChangeOfOneByte) {
+    const auto bytes = bytesOf(encode(tetrahedron()));
+    unsigned taken = 0;
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        for (int value = 0; value < 256; ++value) {
+            auto damaged = bytes;
+            damaged[at] = static_cast<char>(value);
+            const auto solid = solidOf(damaged);
+            if (!refusalOf(solid).empty()) {
+                continue;
+            }
+            ++taken;
+            const auto mesh = decodeMesh(solid);
+            ASSERT_EQ(bytesOf(encode(mesh)), damaged);
+            ASSERT_TRUE(at >= 8 || damaged == bytes) << at; // no other count fits
+            ASSERT_TRUE(std::all_of(mesh.vertexes.begin(), mesh.vertexes.end(), [](double d) { return std::isfinite(d); }));
+            ASSERT_TRUE(std::all_of(mesh.triangles.begin(), mesh.triangles.end(), [](auto index) { return index < 4; }));
+        }
+    }
+    // Each value of the lower six bytes of a number, and each of the four indices in the lowest byte of an index; of the
+    // sign, the exponent and the other bytes of indices some.
+    EXPECT_GE(taken, 12u * 6 * 256 + 12 * 4);
+}
+
+TEST(SolidRecord, ComesBackAsItWas) {
+    const auto back = decodeSolid(encode(SolidRecord{0x0102030405060708u, solidOf("bytes", 0xFFFFFFFFu)}));
+    EXPECT_EQ(back.object, 0x0102030405060708u);
+    EXPECT_EQ(back.solid.getType(), 0xFFFFFFFFu);
+    EXPECT_EQ(bytesOf(back.solid), "bytes");
+    EXPECT_EQ(bytesOf(decodeSolid(encode(SolidRecord{1, {}})).solid), "");
+}
+
+TEST(SolidRecord, HasTheDocumentedLayout) {
+    EXPECT_EQ(encode(SolidRecord{0x0102030405060708u, solidOf("abc", 0x0A0B0C0Du)}),
+              std::string("\x08\x07\x06\x05\x04\x03\x02\x01\x0D\x0C\x0B\x0A\3\0\0\0abc", 19));
+}
+
+// As a copy is that found no memory: it must not go out as a damaged mesh.
+TEST(SolidRecord, OfAMeshThatHasLostItsBytesIsNotWritten) {
+    EXPECT_THROW(encode(SolidRecord{1, solidOf("")}), std::bad_alloc);
+}
+
+TEST(TextureRecord, ComesBackAsItWas) {
+    const auto back = decodeTexture(textureBytes());
+    EXPECT_EQ(back.instance, 0x0102030405060708u);
+    EXPECT_EQ(back.name, "br\xC3\xBC"
+                         "ck.png");
+    const auto& png = back.png.getData();
+    EXPECT_EQ(std::string(png.begin(), png.end()), std::string("\x89PNG\r\n\x1A\n\0bytes", 14));
+    const auto empty = decodeTexture(encode(TextureRecord()));
+    EXPECT_EQ(empty.instance, 0u);
+    EXPECT_TRUE(empty.name.empty() && empty.png.getData().empty());
+}
+
+TEST(TextureRecord, HasTheDocumentedLayout) {
+    EXPECT_EQ(encode(TextureRecord{0x0102030405060708u, "ab", std::vector<char>{'x', 'y', 'z'}}),
+              std::string("\x08\x07\x06\x05\x04\x03\x02\x01\2\0\0\0ab\3\0\0\0xyz", 21));
+}
+
+TEST(SolidAndTextureRecord, AreRefusedWhenCutAnywhereOrTooLong) {
+    const auto solid = encode(SolidRecord{1, encode(tetrahedron())});
+    for (std::size_t length = 0; length < solid.size(); ++length) {
+        EXPECT_THROW(decodeSolid(std::string_view(solid).substr(0, length)), FormatError) << length;
+    }
+    EXPECT_THROW(decodeSolid(solid + '\0'), FormatError);
+    const auto texture = textureBytes();
+    for (std::size_t length = 0; length < texture.size(); ++length) {
+        EXPECT_THROW(decodeTexture(std::string_view(texture).substr(0, length)), FormatError) << length;
+    }
+    EXPECT_THROW(decodeTexture(texture + '\0'), FormatError);
+}
+
+TEST(SolidAndTextureRecord, SurviveRandomBytes) {
+    const auto seed = std::random_device()();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    const std::string records[] = {encode(SolidRecord{1, encode(tetrahedron())}), textureBytes()};
+    unsigned refused = 0;
+    for (int round = 0; round < 20000; ++round) {
+        auto damaged = records[round % 2];
+        damaged[random() % damaged.size()] = static_cast<char>(random());
+        damaged.resize(damaged.size() - random() % 3);
+        try {
+            if (round % 2 == 0) {
+                decodeMesh(decodeSolid(damaged).solid);
+            } else {
+                decodeTexture(damaged);
+            }
+        } catch (const FormatError&) {
+            ++refused;
+        }
+    }
+    EXPECT_GT(refused, 10000u); // two of three are cut
+}
+
+TEST(SolidsStream, GivesBackTheSolidsOfItsObjects) {
+    const Filled filled({encode(SolidRecord{0, encode(tetrahedron())}), encode(SolidRecord{7, encode(Mesh())})});
+    RecordReader reader(*filled.stream, "it");
+    std::vector<std::uint64_t> objects;
+    std::vector<std::size_t> triangles;
+    readSolids(reader, filled.totals, 8, [&](std::uint64_t object, const Mesh& mesh) {
+        objects.push_back(object);
+        triangles.push_back(mesh.triangles.size() / 3);
+    });
+    EXPECT_THAT(objects, ElementsAre(0, 7));
+    EXPECT_THAT(triangles, ElementsAre(4, 0));
+}
+
+TEST(SolidsStream, IsRefusedWhenObjectsAreOutOfOrderOrNotThere) {
+    const auto record = [](std::uint64_t object) { return encode(SolidRecord{object, encode(Mesh())}); };
+    const struct {
+        std::vector<std::string> records;
+        const char* reason;
+    } cases[] = {
+        {{record(1), record(0)}, "it: byte 28: expected the solid of an object from 2 on, of 3, found that of 0"},
+        {{record(1), record(1)}, "it: byte 28: expected the solid of an object from 2 on, of 3, found that of 1"},
+        {{record(3)}, "it: byte 0: expected the solid of an object from 0 on, of 3, found that of 3"},
+        {{record(~0ull)}, "it: byte 0: expected the solid of an object from 0 on, of 3, found that of 18446744073709551615"},
+    };
+    for (const auto& each : cases) {
+        const Filled filled(each.records);
+        RecordReader reader(*filled.stream, "it");
+        try {
+            readSolids(reader, filled.totals, 3, [](std::uint64_t, const Mesh&) {});
+            ADD_FAILURE() << each.reason;
+        } catch (const FormatError& error) {
+            EXPECT_STREQ(error.what(), each.reason);
+        }
+    }
+}
+
+TEST(TexturesStream, GivesBackItsTextures) {
+    const Filled filled({textureBytes(), encode(TextureRecord{2, "second", {}})});
+    RecordReader reader(*filled.stream, "it");
+    std::vector<std::uint64_t> instances;
+    readTextures(reader, filled.totals, [&](const TextureRecord& texture) { instances.push_back(texture.instance); });
+    EXPECT_THAT(instances, ElementsAre(0x0102030405060708u, 2));
+}
+
+TEST(SolidAndTextureStreams, AreRefusedWhenTheyDoNotComeToTheirTotals) {
+    Filled solids({encode(SolidRecord{0, encode(tetrahedron())})});
+    ++solids.totals.checksum;
+    RecordReader solidsReader(*solids.stream, "it");
+    EXPECT_THROW(readSolids(solidsReader, solids.totals, 1, [](std::uint64_t, const Mesh&) {}), FormatError);
+    Filled textures({textureBytes()});
+    textures.totals.add("one more");
+    RecordReader texturesReader(*textures.stream, "it");
+    EXPECT_THROW(readTextures(texturesReader, textures.totals, [](const TextureRecord&) {}), FormatError);
+}

@@ -1,0 +1,223 @@
+// import_host is given a folder instead of a model.
+
+#include "importer/host/HostRun.h"
+
+#include "importer/host/ImportHost.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#if !defined(_WIN32)
+    #include <sys/stat.h>
+#endif
+
+using namespace velmor_tests;
+using testing::HasSubstr;
+using testing::StartsWith;
+namespace fs = std::filesystem;
+
+namespace {
+
+// A folder with models, and the current folder of the host, where it keeps their states.
+class Folder : public testing::Test {
+protected:
+    void SetUp() override {
+        fs::create_directory(models);
+        fs::create_directory(here);
+    }
+
+    void addModel(const std::string& name, const std::string& of = "workshop.ifc") const {
+        fs::copy_file(exampleModel(of), models / name);
+    }
+
+    void addNoModel(const std::string& name) const { writeFile(models / name, "no STEP file\n"); }
+
+    HostRun run(const std::vector<std::string>& arguments, const std::string& shell = {}) const {
+        const auto before = fs::current_path();
+        fs::current_path(here);
+        auto result = runHost(arguments, shell);
+        fs::current_path(before);
+        return result;
+    }
+
+    bool hasState(const std::string& name) const { return fs::exists(here / "import-state" / name / "import.state"); }
+
+    const TemporaryFolder folder;
+    const fs::path models = folder / "models";
+    const fs::path here = folder / "here";
+};
+
+// The first lines of the reports, without what follows the second comma.
+std::vector<std::string> reports(const std::string& output) {
+    std::vector<std::string> result;
+    std::istringstream lines(output);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find(".ifc: ") != std::string::npos || line.find(".IFC: ") != std::string::npos) {
+            result.push_back(line.substr(0, line.find(", ", line.find(", ") + 1)));
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+TEST_F(Folder, HasTheModelsThatEndInIfcInTheOrderOfTheirNames) {
+    const char8_t* const names[] = {u8"x.ifc", u8"b.ifc", u8"a.IFC", u8"C.Ifc", u8"a b.ifc", u8"\u00FC.ifc", u8"b.ifc.ifc",
+                                    // In UTF-16 the hammer begins with D83D: it comes before the wide A.
+                                    u8"\uFF21.ifc", u8"\U0001F528.ifc",
+                                    // The matching itself does not look at the first character, and takes what is too short.
+                                    u8"ifc", u8"f", u8"c", u8"fc", u8"xifc", u8".ifc",
+                                    // Others.
+                                    u8"notes.txt", u8"a.ifczip", u8"b.ifc.bak", u8"aifc.x", u8"longifc"};
+    for (const auto* const name : names) {
+        writeFile(models / fs::path(name), "");
+    }
+    fs::create_directories(models / "folder.ifc");
+    writeFile(models / "folder.ifc" / "inner.ifc", "");
+    EXPECT_EQ(importer::modelsIn(models),
+              (std::vector<Velmor::WideString>{VELMOR_WIDE("C.Ifc"), VELMOR_WIDE("a b.ifc"), VELMOR_WIDE("a.IFC"),
+                                               VELMOR_WIDE("b.ifc"), VELMOR_WIDE("b.ifc.ifc"), VELMOR_WIDE("x.ifc"),
+                                               VELMOR_WIDE("\u00FC.ifc"), VELMOR_WIDE("\U0001F528.ifc"),
+                                               VELMOR_WIDE("\uFF21.ifc")}));
+    EXPECT_TRUE(importer::modelsIn(folder / "missing").empty());
+}
+
+TEST_F(Folder, IsImportedModelByModel) {
+    addModel("b.IFC", "workshop-revised.ifc");
+    addModel("a.ifc");
+    addModel("c.ifc");
+    addNoModel("ifc");
+    addNoModel("notes.txt");
+    const auto first = run({models.string()});
+    EXPECT_EQ(first.exitCode, 0);
+    EXPECT_EQ(first.error, "");
+    EXPECT_EQ(reports(first.output),
+              (std::vector<std::string>{"a.ifc: IFC4, 30 objects", "b.IFC: IFC4, 31 objects", "c.ifc: IFC4, 30 objects"}));
+    EXPECT_TRUE(hasState("a.ifc") && hasState("b.IFC") && hasState("c.ifc"));
+
+    commented(models / "b.IFC", models / "b.IFC");
+    const auto second = run({models.string()});
+    EXPECT_EQ(second.exitCode, 0) << second.error;
+    EXPECT_EQ(reports(second.output),
+              (std::vector<std::string>{"a.ifc: unchanged since the last import", "b.IFC: IFC4, 31 objects",
+                                        "c.ifc: unchanged since the last import"}));
+    EXPECT_EQ(second.table().at("total"), (TableRow{31, 0, 31, 0, "-", 0}));
+}
+
+TEST_F(Folder, WithOneStateHasRevisions) {
+    addModel("2.ifc", "workshop-revised.ifc");
+    addModel("1.ifc");
+    const auto both = run({models.string(), "--state", "kept"});
+    EXPECT_EQ(both.exitCode, 0) << both.error;
+    EXPECT_EQ(both.table().at("total"), (TableRow{31, 3, 16, 12, "0.000", 2}));
+}
+
+TEST_F(Folder, MayBeWrittenInEveryWay) {
+    addModel("a.ifc");
+    for (const auto& way :
+         {models.string() + '/', std::string("../models"), std::string("./../models/."), std::string("../models//")}) {
+        const auto imported = run({way, "--state", "kept"});
+        EXPECT_EQ(imported.exitCode, 0) << imported.error;
+        EXPECT_EQ(reports(imported.output).size(), 1u) << way;
+    }
+    fs::rename(models / "a.ifc", here / "a.ifc");
+    EXPECT_EQ(reports(run({"."}).output), std::vector<std::string>{"a.ifc: IFC4, 30 objects"});
+}
+
+TEST_F(Folder, WithoutAModelIsToldAsAFailure) {
+    for (const char* const name : {"", "x", "notes.txt"}) {
+        if (*name != '\0') {
+            addNoModel(name);
+        }
+        const auto none = run({models.string(), exampleModel("workshop.ifc").string()});
+        EXPECT_EQ(none.exitCode, 1);
+        EXPECT_EQ(none.output, "");
+        EXPECT_EQ(none.error,
+                  "import_host: " + models.string() + ": there is no model (*.ifc) in this folder, or it cannot be read\n");
+    }
+}
+
+TEST_F(Folder, GoesOnBehindAModelThatFails) {
+    addNoModel("a.ifc");
+    addModel("b.ifc");
+    addNoModel("c.ifc");
+    addModel("d.ifc");
+    const auto all = run({models.string(), exampleModel("workshop.ifc").string()});
+    EXPECT_EQ(all.exitCode, 1);
+    // What was named behind it is not imported, as behind a model that fails.
+    EXPECT_EQ(reports(all.output), (std::vector<std::string>{"b.ifc: IFC4, 30 objects", "d.ifc: IFC4, 30 objects"}));
+    EXPECT_TRUE(hasState("b.ifc") && hasState("d.ifc"));
+    EXPECT_FALSE(hasState("a.ifc") || hasState("c.ifc") || hasState("workshop.ifc"));
+    std::istringstream errors(all.error);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(errors, line);) {
+        lines.push_back(line);
+    }
+    ASSERT_EQ(lines.size(), 3u) << all.error;
+    EXPECT_THAT(lines[0], StartsWith("import_host: "));
+    EXPECT_THAT(lines[0], HasSubstr("a.ifc, line 1: "));
+    EXPECT_THAT(lines[1], HasSubstr("c.ifc, line 1: "));
+    EXPECT_EQ(lines[2], "import_host: " + models.string() + ": 2 of 4 models failed: a.ifc, c.ifc");
+}
+
+#if !defined(_WIN32)
+TEST_F(Folder, TellsAFileWhoseNameIsNoText) {
+    addModel("a\xFF.ifc");
+    addModel("b.ifc");
+    const auto both = run({models.string()});
+    EXPECT_EQ(both.exitCode, 1);
+    EXPECT_EQ(reports(both.output), std::vector<std::string>{"b.ifc: IFC4, 30 objects"});
+    EXPECT_EQ(both.error, "import_host: " + models.string() + ": the file name a?.ifc is not UTF-8 text\nimport_host: " +
+                              models.string() + ": 1 of 2 models failed: a?.ifc\n");
+}
+
+// Nobody writes into the pipe: whoever opened it would wait for ever.
+TEST_F(Folder, TellsAPipeAndADeviceAsFailures) {
+    ASSERT_EQ(mkfifo((models / "a.ifc").c_str(), 0600), 0);
+    fs::create_symlink("/dev/zero", models / "b.ifc");
+    fs::create_symlink("a.ifc", models / "c.ifc");
+    addModel("d.ifc");
+    fs::create_symlink("d.ifc", models / "e.ifc"); // leads to a file
+    const std::string reason = ": is no regular file; expected a STEP file (ISO 10303-21)\n";
+    const auto all = run({models.string()});
+    EXPECT_EQ(all.exitCode, 1);
+    EXPECT_EQ(reports(all.output), (std::vector<std::string>{"d.ifc: IFC4, 30 objects", "e.ifc: IFC4, 30 objects"}));
+    std::string told;
+    for (const char* const name : {"a.ifc", "b.ifc", "c.ifc"}) {
+        told += "import_host: " + (models / name).string() + reason;
+        EXPECT_FALSE(hasState(name));
+    }
+    EXPECT_EQ(all.error, told + "import_host: " + models.string() + ": 3 of 5 models failed: a.ifc, b.ifc, c.ifc\n");
+
+    for (const auto& named : {(models / "a.ifc").string(), std::string("..\\models\\a.ifc")}) {
+        const auto alone = run({named});
+        EXPECT_EQ(alone.exitCode, 1);
+        EXPECT_EQ(alone.output, "");
+        EXPECT_THAT(alone.error, HasSubstr(reason));
+    }
+}
+
+TEST_F(Folder, EndsWithTheReaderOfItsReports) {
+    addModel("a.ifc");
+    addModel("b.ifc");
+    const auto untold = run({models.string()}, "intoFullDisk() { \"$@\" >/dev/full; }; intoFullDisk");
+    EXPECT_EQ(untold.exitCode, 1);
+    EXPECT_EQ(untold.error, "import_host: " + models.string() +
+                                ": the state is not kept: standard output cannot be written; is the disk full, or its "
+                                "reader gone?\n");
+    EXPECT_FALSE(hasState("a.ifc") || hasState("b.ifc"));
+}
+
+TEST_F(Folder, EndsWhenItIsInterrupted) {
+    const auto sleeping = folder / "sleep"; // the stand-in importer does not end by itself
+    writeFile(sleeping / "a.ifc", "");
+    writeFile(sleeping / "b.ifc", "");
+    const auto shell = "( for i in $(seq 1200); do sleep 0.05; [ -e '" + (sleeping / "pid").string() +
+                       "' ] && kill -TERM $$ && break; done ) & exec env --default-signal=TERM";
+    const auto ended = run({sleeping.string(), "--importer", program("standin_importer").string()}, shell);
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_EQ(ended.error, "import_host: " + sleeping.string() + ": interrupted\n");
+}
+#endif

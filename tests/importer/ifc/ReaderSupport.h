@@ -1,0 +1,172 @@
+#pragma once
+
+// Small models, written in the tests, and what the reader says of them.
+
+#include "importer/ifc/Reader.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace importer::testing {
+
+/// Takes down all that the reader hands over.
+class Taken : public ModelSink {
+public:
+    void schema(const std::string& name) override { schemas.push_back(name); }
+    void georeference(const Velmor::IFC4_MapConversion& conversion) override {
+        EXPECT_TRUE(products.empty()) << "before any product";
+        georeferences.push_back(conversion);
+    }
+    void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) override { sets.push_back(set); }
+    void texture(Texture&& texture) override {
+        EXPECT_TRUE(products.empty()) << "before any product";
+        textures.push_back(std::move(texture));
+    }
+    void product(Product&& product) override {
+        for (const std::uint32_t set : product.propertySets)
+            EXPECT_LT(set, sets.size()) << "before any product that has it";
+        products.push_back(std::move(product));
+    }
+    void problem(const Problem& problem) override { problems.push_back(problem); }
+    void progress(double done) override { steps.push_back(done); }
+
+    /// All reasons, one per line, for looking into.
+    std::string reasons() const {
+        std::string all;
+        for (const Problem& problem : problems)
+            all += problem.reason + "\n";
+        return all;
+    }
+
+    std::vector<std::string> schemas;
+    std::vector<Velmor::IFC4_MapConversion> georeferences;
+    std::vector<Velmor::IFC2X3_PSet_Custom_s> sets;
+    std::vector<Texture> textures;
+    std::vector<Product> products;
+    std::vector<Problem> problems;
+    std::vector<double> steps;
+};
+
+/// A file around the instances of its DATA section.
+inline std::string stepFile(const std::string& data, const std::string& schema = "IFC4") {
+    return "ISO-10303-21;\nHEADER;\nFILE_DESCRIPTION((''),'2;1');\nFILE_NAME('','',(''),(''),'','','');\nFILE_SCHEMA(('" +
+           schema + "'));\nENDSEC;\nDATA;\n" + data + "ENDSEC;\nEND-ISO-10303-21;\n";
+}
+
+/// #1 to #4: a project in metres and radians.
+inline const std::string inMetres = "#1=IFCPROJECT('0000000000000000000000',$,$,$,$,$,$,$,#2);\n"
+                                    "#2=IFCUNITASSIGNMENT((#3,#4));\n"
+                                    "#3=IFCSIUNIT(*,.LENGTHUNIT.,$,.METRE.);\n"
+                                    "#4=IFCSIUNIT(*,.PLANEANGLEUNIT.,$,.RADIAN.);\n";
+
+/// #10 to #12: a beam whose body is the items given, and some directions.
+inline std::string beamOf(const std::string& items) {
+    return "#5=IFCDIRECTION((1.,0.,0.));\n#6=IFCDIRECTION((0.,1.,0.));\n#7=IFCDIRECTION((0.,0.,1.));\n"
+           "#8=IFCCARTESIANPOINT((0.,0.,0.));\n#9=IFCAXIS2PLACEMENT3D(#8,$,$);\n"
+           "#10=IFCBEAM('1234567890123456789012',$,'a beam',$,$,$,#11,$,$);\n"
+           "#11=IFCPRODUCTDEFINITIONSHAPE($,$,(#12));\n"
+           "#12=IFCSHAPEREPRESENTATION($,'Body','any',(" +
+           items + "));\n";
+}
+
+inline StepFile fileOf(const std::string& text) {
+    return StepFile(std::vector<char>(text.begin(), text.end()), "model.ifc");
+}
+
+inline Taken readText(const std::string& text) {
+    const StepFile file = fileOf(text);
+    Taken taken;
+    readProducts(file, Limits::forFile(file.size()), taken);
+    return taken;
+}
+
+/// What is read of a model in metres.
+inline Taken readData(const std::string& data) {
+    return readText(stepFile(inMetres + data));
+}
+
+/// The one product of a model, which is read without a problem.
+inline Product onlyProduct(const Taken& taken) {
+    EXPECT_EQ(taken.reasons(), "");
+    EXPECT_EQ(taken.products.size(), 1u);
+    return taken.products.empty() ? Product() : taken.products.front();
+}
+
+/// The beam whose body is the instance #20 of the data.
+inline Product beam(const std::string& data) {
+    return onlyProduct(readData(beamOf("#20") + data));
+}
+
+/// The box of a product's vertices.
+struct Box {
+    double low[3] = {0, 0, 0};
+    double high[3] = {0, 0, 0};
+};
+
+inline Box boxOf(const Product& product) {
+    Box box;
+    for (std::size_t i = 0; i < product.vertexes.size(); ++i) {
+        const double value = product.vertexes[i];
+        double& low = box.low[i % 3];
+        double& high = box.high[i % 3];
+        low = i < 3 || value < low ? value : low;
+        high = i < 3 || value > high ? value : high;
+    }
+    return box;
+}
+
+inline void expectBox(const Product& product, double x0, double y0, double z0, double x1, double y1, double z1) {
+    const Box box = boxOf(product);
+    const double expected[6] = {x0, y0, z0, x1, y1, z1};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_NEAR(box.low[i], expected[i], 1e-9) << "low " << i;
+        EXPECT_NEAR(box.high[i], expected[3 + i], 1e-9) << "high " << i;
+    }
+}
+
+/// The triangles of a solid bound it: each edge is there as often one way as the other, and what they enclose, counted
+/// positive when they are counterclockwise from outside, is the solid's volume.
+/// @param share of the volume that may be missing: faces that are not quite plane enclose more or less, as they are cut.
+inline void expectTriangles(const Product& product, double share = 1e-9) {
+    ASSERT_FALSE(product.triangles.empty());
+    ASSERT_EQ(product.triangles.size() % 3, 0u);
+    std::map<std::pair<std::uint32_t, std::uint32_t>, int> edges;
+    double six = 0.0;
+    for (std::size_t i = 0; i < product.triangles.size(); i += 3) {
+        double at[3][3];
+        for (std::size_t corner = 0; corner < 3; ++corner) {
+            const std::uint32_t a = product.triangles[i + corner];
+            const std::uint32_t b = product.triangles[i + (corner + 1) % 3];
+            ASSERT_LT(a, product.vertexes.size() / 3);
+            edges[{std::min(a, b), std::max(a, b)}] += a < b ? 1 : a > b ? -1 : 0;
+            for (std::size_t axis = 0; axis < 3; ++axis) // from a vertex, so that a place far away costs no digits
+                at[corner][axis] = product.vertexes[3 * a + axis] - product.vertexes[axis];
+        }
+        six += at[0][0] * (at[1][1] * at[2][2] - at[1][2] * at[2][1]) +
+               at[0][1] * (at[1][2] * at[2][0] - at[1][0] * at[2][2]) +
+               at[0][2] * (at[1][0] * at[2][1] - at[1][1] * at[2][0]);
+    }
+    for (const auto& [edge, balance] : edges)
+        EXPECT_EQ(balance, 0) << "the edge from " << edge.first << " to " << edge.second;
+    EXPECT_NEAR(six / 6.0, product.volume, share * (1.0 + product.volume));
+}
+
+inline void expectSolid(const Product& product, double volume, double x, double y, double z) {
+    EXPECT_EQ(product.shape, Shape::Solid);
+    EXPECT_NEAR(product.volume, volume, 1e-9 * (1.0 + volume));
+    EXPECT_NEAR(product.centroid[0], x, 1e-9);
+    EXPECT_NEAR(product.centroid[1], y, 1e-9);
+    EXPECT_NEAR(product.centroid[2], z, 1e-9);
+    expectTriangles(product);
+}
+
+/// Area of the polygon of 64 corners that stands for a circle of radius 1: 32 sin(2 pi / 64).
+inline constexpr double polygonOfUnitCircle = 3.1365484905459393;
+
+} // namespace importer::testing
