@@ -8,15 +8,17 @@
 // has SHA instructions the program measures all of it once more without them, on both sides: OPENSSL_ia32cap tells OpenSSL
 // at its start, so the program starts itself again. All digests are compared.
 
-#include "ProcessMemory.h"
-
 #include <Velmor/Digest.h>
 
+#include "ProcessMemory.h"
 #include "digest/Sha1Kernels.h"
 
 #include <benchmark/benchmark.h>
-
 #include <openssl/evp.h>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -33,10 +35,6 @@
 #include <system_error>
 #include <utility>
 #include <vector>
-
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 

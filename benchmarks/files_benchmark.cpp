@@ -4,6 +4,9 @@
 
 #include <benchmark/benchmark.h>
 
+#include <fnmatch.h>
+#include <unistd.h>
+
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -12,9 +15,6 @@
 #include <random>
 #include <string>
 #include <vector>
-
-#include <fnmatch.h>
-#include <unistd.h>
 
 namespace {
 

@@ -3,9 +3,8 @@
 
 #include "identity_contestants.h"
 
-#include <benchmark/benchmark.h>
-
 #include <absl/container/flat_hash_map.h>
+#include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cmath>

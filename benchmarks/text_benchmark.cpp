@@ -6,9 +6,9 @@
 #include <Velmor/Text.h>
 
 #include <benchmark/benchmark.h>
+#include <unicode/ustring.h>
 
 #include <iconv.h>
-#include <unicode/ustring.h>
 
 #include <cstdio>
 #include <cstdlib>

@@ -24,9 +24,8 @@ bool isFinite(double value) {
 Fingerprint fingerprint(Product& product) {
     auto& xyz = product.vertexes;
     Fingerprint result{noIdentity(), ExternalVersion(), true};
-    if (product.shape == Shape::None || xyz.size() < 3) {
+    if (product.shape == Shape::None || xyz.size() < 3)
         return result;
-    }
     double low[3] = {xyz[0], xyz[1], xyz[2]};
     double high[3] = {xyz[0], xyz[1], xyz[2]};
     for (std::size_t i = 0; i < xyz.size(); ++i) {
@@ -47,13 +46,12 @@ Fingerprint fingerprint(Product& product) {
     const double box[3] = {high[0] - low[0], high[1] - low[1], high[2] - low[2]};
     const bool hasVolume = product.shape == Shape::Solid && isFinite(product.volume) &&
                            std::all_of(product.centroid, product.centroid + 3, isFinite);
-    if (std::all_of(distances, distances + 8, [](double d) { return d == 0.0; })) {
+    if (std::all_of(distances, distances + 8, [](double d) { return d == 0.0; }))
         result.version = Velmor::createFromBoundingBox(box[0], box[1], box[2]);
-    } else if (hasVolume) {
+    else if (hasVolume)
         result.version = Velmor::createFromSolid(box[0], box[1], box[2], distances, product.volume, product.centroid);
-    } else {
+    else
         result.version = Velmor::createFromGeometry(box[0], box[1], box[2], distances);
-    }
     return result;
 }
 

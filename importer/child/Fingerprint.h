@@ -2,9 +2,9 @@
 
 // From a product as it was read to what identifies and describes it.
 
-#include "importer/ifc/Model.h"
-
 #include <Velmor/Velmor.h>
+
+#include "importer/ifc/Model.h"
 
 namespace importer {
 

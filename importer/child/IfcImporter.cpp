@@ -1,13 +1,13 @@
 // ifc_importer: reads an IFC model and hands its objects over. A host starts it; by itself it has nothing to write to.
 
+#include <Velmor/Velmor.h>
+
 #include "importer/child/Fingerprint.h"
-#include "importer/ifc/Model.h"
 #include "importer/exchange/Progress.h"
 #include "importer/exchange/PropertyRecords.h"
 #include "importer/exchange/SolidRecords.h"
 #include "importer/exchange/Streams.h"
-
-#include <Velmor/Velmor.h>
+#include "importer/ifc/Model.h"
 
 #include <cstdio>
 #include <exception>
@@ -69,9 +69,8 @@ public:
                 {product.line, product.instance,
                  reason + (hasGeometry ? "; identified by its geometry" : "; without geometry it cannot be identified")});
         }
-        if (!product.propertySets.empty()) {
+        if (!product.propertySets.empty())
             attributes_.write(encode(Assignment{objects_.totals().records, std::move(product.propertySets)}));
-        }
         if (record.version.getType() == Velmor::ExternalVersion::Solid && !product.triangles.empty()) {
             const auto mesh = meshOf(product.vertexes, product.triangles);
             solids_.write(encode(SolidRecord{objects_.totals().records, encode(mesh)}));
@@ -157,9 +156,8 @@ int fail(const char* message, int exitCode) {
 
 int main() {
     ForeignObjectEnv_t environment;
-    if (!foreignobject_env_deserialize(environment)) {
+    if (!foreignobject_env_deserialize(environment))
         return fail("no host has prepared the environment; start import_host", 2);
-    }
     try {
         HandOver handOver(environment);
         std::string error;

@@ -31,9 +31,8 @@ bool standardErrorIsTerminal() {
 void ProgressWriter::report(double done) {
     // A NaN fails the comparison and is not told.
     const unsigned perMille = done > 0.0 ? static_cast<unsigned>(std::min(done, 1.0) * all) : 0u;
-    if (perMille <= told_) {
+    if (perMille <= told_)
         return;
-    }
     told_ = perMille;
     const char record[recordSize] = {static_cast<char>(perMille & 0xFF), static_cast<char>(perMille >> 8), 0, 0};
     stream_.write(sizeof record, record);
@@ -45,12 +44,10 @@ unsigned ProgressReader::perMille() {
     stream_.read((all + 1) * recordSize, records);
     for (std::size_t i = 0; i + recordSize <= records.size(); i += recordSize) {
         std::uint32_t value = 0;
-        for (std::size_t k = recordSize; k-- > 0;) {
+        for (std::size_t k = recordSize; k-- > 0;)
             value = value << 8 | static_cast<unsigned char>(records[i + k]);
-        }
-        if (value <= all) {
+        if (value <= all)
             largest_ = std::max(largest_, static_cast<unsigned>(value));
-        }
     }
     return largest_;
 }
@@ -66,9 +63,8 @@ ProgressBar::~ProgressBar() {
 
 void ProgressBar::show(unsigned perMille) {
     const int percent = static_cast<int>(perMille / 10);
-    if (!isTerminal_ || percent <= shown_) {
+    if (!isTerminal_ || percent <= shown_)
         return;
-    }
     shown_ = percent;
     const auto filled = static_cast<std::size_t>(percent * barWidth / 100);
     const std::string bar = std::string(filled, '#') + std::string(barWidth - filled, '.');

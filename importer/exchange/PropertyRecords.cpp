@@ -46,9 +46,8 @@ void appendValue(std::string& out, const IFC2X3PropertySingleValue& value) {
     case IFC2X3PropertySingleValue::Logical:
         return append(out, value.getLogicalValue(), 4);
     case IFC2X3PropertySingleValue::CompoundPlaneAngle:
-        for (unsigned i = 0; i < 4; ++i) {
+        for (unsigned i = 0; i < 4; ++i)
             append(out, static_cast<std::uint32_t>(value.getCompoundPlaneAngle()[i]), 4);
-        }
         return;
     default:
         return appendReal(out, value.getRealValue());
@@ -85,9 +84,8 @@ void parseProperties(Fields& fields, unsigned depth, std::vector<EncodedProperty
     for (std::uint32_t i = 0; i < count; ++i) {
         EncodedProperty property;
         const auto type = fields.u32("type of a property");
-        if (type != IFC2X3Property::SingleValue && type != IFC2X3Property::Complex) {
+        if (type != IFC2X3Property::SingleValue && type != IFC2X3Property::Complex)
             throw FormatError("expected a property of type 1 or 2, found " + std::to_string(type));
-        }
         property.isComplex = type == IFC2X3Property::Complex;
         property.name = fields.text("name of a property");
         property.description = fields.text("description of a property");
@@ -108,9 +106,8 @@ void parseProperties(Fields& fields, unsigned depth, std::vector<EncodedProperty
         property.value = property.valueType == IFC2X3PropertySingleValue::String
                              ? fields.text("value")
                              : fields.bytes(valueSizes[valueType], "value");
-        if (property.valueType == IFC2X3PropertySingleValue::Boolean && numberIn(property.value) > 1) {
+        if (property.valueType == IFC2X3PropertySingleValue::Boolean && numberIn(property.value) > 1)
             throw FormatError("expected 0 or 1 as boolean value, found " + std::to_string(numberIn(property.value)));
-        }
         property.behind = properties.size() + 1;
         properties.push_back(property);
     }
@@ -119,9 +116,8 @@ void parseProperties(Fields& fields, unsigned depth, std::vector<EncodedProperty
 void add(IFC2X3PropertySet& set, const IFC2X3Property& property) {
     const auto count = set.getCount();
     set.addProperty(property);
-    if (set.getCount() == count) {
+    if (set.getCount() == count)
         throw std::bad_alloc(); // the set itself drops silently what it has no room for
-    }
 }
 
 // The properties from one index up to another, with what is within them.
@@ -147,9 +143,8 @@ void copyText(std::string_view text, Velmor::WideChar (&field)[Velmor::IFC2X3Tex
 Fields fieldsOf(std::string_view payload, RecordKind expected) {
     Fields fields(payload);
     const auto kind = fields.u32("kind of the record");
-    if (kind != expected) {
+    if (kind != expected)
         throw FormatError("expected a record of kind " + std::to_string(expected) + ", found " + std::to_string(kind));
-    }
     return fields;
 }
 
@@ -170,17 +165,15 @@ std::string encode(const Assignment& assignment) {
     append(out, ObjectsSets, 4);
     append(out, assignment.object, 8);
     append(out, assignment.sets.size(), 4);
-    for (const auto set : assignment.sets) {
+    for (const auto set : assignment.sets)
         append(out, set, 4);
-    }
     return out;
 }
 
 bool isPropertySet(std::string_view payload) {
     const auto kind = Fields(payload).u32("kind of the record");
-    if (kind != PropertySet && kind != ObjectsSets) {
+    if (kind != PropertySet && kind != ObjectsSets)
         throw FormatError("expected a record of kind 1 or 2, found " + std::to_string(kind));
-    }
     return kind == PropertySet;
 }
 
@@ -224,9 +217,8 @@ IFC2X3Property decodeSingleValue(const EncodedProperty& property) {
             name, description, static_cast<IFC2X3PropertySingleValue::Logical_s>(numberIn(property.value)));
     case IFC2X3PropertySingleValue::CompoundPlaneAngle: {
         std::array<int, 4> components{};
-        for (std::size_t i = 0; i < components.size(); ++i) {
+        for (std::size_t i = 0; i < components.size(); ++i)
             components[i] = static_cast<int>(numberIn(property.value.substr(4 * i, 4)));
-        }
         return Velmor::createPropertySingleValueCompoundPlaneAngle(name, description, components.data());
     }
     default:
@@ -248,9 +240,8 @@ Assignment decodeAssignment(std::string_view payload) {
     assignment.object = fields.u64("object");
     const auto count = fields.u32("number of property sets");
     const auto numbers = fields.bytes(std::uint64_t{4} * count, "numbers of property sets");
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         assignment.sets.push_back(static_cast<std::uint32_t>(numberIn(numbers.substr(4 * i, 4))));
-    }
     fields.end();
     return assignment;
 }
@@ -268,17 +259,14 @@ void readAttributes(RecordReader& reader, const StreamTotals& expected, std::uin
             return;
         }
         auto assignment = decodeAssignment(payload);
-        if (assignment.object < nextObject || assignment.object >= objects) {
+        if (assignment.object < nextObject || assignment.object >= objects)
             throw FormatError("expected the sets of an object from " + std::to_string(nextObject) + " on, of " +
                               std::to_string(objects) + ", found those of " + std::to_string(assignment.object));
-        }
         nextObject = assignment.object + 1;
-        for (const auto set : assignment.sets) {
-            if (set >= sets) {
+        for (const auto set : assignment.sets)
+            if (set >= sets)
                 throw FormatError("expected one of the " + std::to_string(sets) + " property sets before, found number " +
                                   std::to_string(set));
-            }
-        }
         assignmentSink(std::move(assignment));
     });
 }

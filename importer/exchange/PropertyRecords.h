@@ -3,9 +3,9 @@
 // What goes through the attributes stream: the property sets of a model, each once, and which object has which of them.
 // docs/formats.md draws the records.
 
-#include "importer/exchange/Streams.h"
-
 #include <Velmor/IFCPropertySets.h>
+
+#include "importer/exchange/Streams.h"
 
 #include <cstdint>
 #include <functional>

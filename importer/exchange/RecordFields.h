@@ -14,9 +14,8 @@ namespace importer {
 
 /// Appends the lowest bytes of a number, the lowest first.
 inline void append(std::string& out, std::uint64_t value, unsigned bytes) {
-    for (unsigned i = 0; i < bytes; ++i) {
+    for (unsigned i = 0; i < bytes; ++i)
         out.push_back(static_cast<char>(value >> (8 * i) & 0xFF));
-    }
 }
 
 inline void appendReal(std::string& out, double value) {
@@ -25,9 +24,8 @@ inline void appendReal(std::string& out, double value) {
 
 /// Appends a text: its length in bytes and its bytes.
 inline void appendText(std::string& out, std::string_view text) {
-    if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
+    if (text.size() > std::numeric_limits<std::uint32_t>::max())
         throw WriteError("a text of more than 4 GiB cannot be written");
-    }
     append(out, text.size(), 4);
     out += text;
 }
@@ -35,9 +33,8 @@ inline void appendText(std::string& out, std::string_view text) {
 /// The number that all the bytes make, the lowest first.
 inline std::uint64_t numberIn(std::string_view bytes) {
     std::uint64_t value = 0;
-    for (std::size_t i = bytes.size(); i-- > 0;) {
+    for (std::size_t i = bytes.size(); i-- > 0;)
         value = value << 8 | static_cast<unsigned char>(bytes[i]);
-    }
     return value;
 }
 
@@ -71,9 +68,8 @@ public:
     /// A number of two choices.
     bool flag(const char* field) {
         const auto value = u32(field);
-        if (value > 1) {
+        if (value > 1)
             throw FormatError(std::string("expected 0 or 1 as ") + field + ", found " + std::to_string(value));
-        }
         return value == 1;
     }
 
@@ -81,9 +77,8 @@ public:
 
     /// The record must be used up.
     void end() const {
-        if (!atEnd()) {
+        if (!atEnd())
             throw FormatError("expected the end of the record, found " + std::to_string(rest_.size()) + " more bytes");
-        }
     }
 
 private:

@@ -22,9 +22,8 @@ std::string_view bytesOf(const ForeignObjectSolid& solid) {
 }
 
 ForeignObjectSolid makeSolid(ForeignObjectSolid::Type_t type, std::string_view bytes) {
-    if (bytes.size() > std::numeric_limits<unsigned>::max()) {
+    if (bytes.size() > std::numeric_limits<unsigned>::max())
         throw WriteError("a solid of more than 4 GiB cannot be written");
-    }
     return {type, static_cast<unsigned>(bytes.size()), bytes.data()};
 }
 
@@ -37,9 +36,8 @@ Mesh meshOf(const std::vector<double>& vertexes, const std::vector<std::uint32_t
     for (const std::size_t index : triangles) {
         const std::array<double, 3> vertex = {vertexes[3 * index], vertexes[3 * index + 1], vertexes[3 * index + 2]};
         const auto [place, isNew] = places.try_emplace(vertex, static_cast<std::uint32_t>(places.size()));
-        if (isNew) {
+        if (isNew)
             mesh.vertexes.insert(mesh.vertexes.end(), vertex.begin(), vertex.end());
-        }
         mesh.triangles.push_back(place->second);
     }
     return mesh;
@@ -50,12 +48,10 @@ ForeignObjectSolid encode(const Mesh& mesh) {
     out.reserve(8 + mesh.vertexes.size() * 8 + mesh.triangles.size() * 4);
     append(out, mesh.vertexes.size() / 3, 4);
     append(out, mesh.triangles.size() / 3, 4);
-    for (const auto coordinate : mesh.vertexes) {
+    for (const auto coordinate : mesh.vertexes)
         appendReal(out, coordinate);
-    }
-    for (const auto index : mesh.triangles) {
+    for (const auto index : mesh.triangles)
         append(out, index, 4);
-    }
     return makeSolid(meshSolid, out);
 }
 
@@ -95,9 +91,8 @@ Mesh decodeMesh(const ForeignObjectSolid& solid) {
 
 std::string encode(const SolidRecord& record) {
     const auto bytes = bytesOf(record.solid);
-    if (record.solid.getType() == meshSolid && bytes.empty()) { // a mesh has its two counts at least
+    if (record.solid.getType() == meshSolid && bytes.empty()) // a mesh has its two counts at least
         throw std::bad_alloc();
-    }
     std::string out;
     append(out, record.object, 8);
     append(out, record.solid.getType(), 4);
@@ -137,13 +132,11 @@ void readSolids(RecordReader& reader, const StreamTotals& expected, std::uint64_
     std::uint64_t nextObject = 0;
     readRecords(reader, expected, "a solid", [&](std::string_view payload) {
         const auto record = decodeSolid(payload);
-        if (record.object < nextObject || record.object >= objects) {
+        if (record.object < nextObject || record.object >= objects)
             throw FormatError("expected the solid of an object from " + std::to_string(nextObject) + " on, of " +
                               std::to_string(objects) + ", found that of " + std::to_string(record.object));
-        }
-        if (solidPrefix + bytesOf(record.solid).size() != payload.size()) {
+        if (solidPrefix + bytesOf(record.solid).size() != payload.size())
             throw std::bad_alloc();
-        }
         nextObject = record.object + 1;
         sink(record.object, decodeMesh(record.solid));
     });

@@ -3,9 +3,9 @@
 // What goes through the solids and the textures stream: the surfaces of closed solids, and images. docs/formats.md draws the
 // records.
 
-#include "importer/exchange/Streams.h"
-
 #include <Velmor/ForeignObject.h>
+
+#include "importer/exchange/Streams.h"
 
 #include <cstdint>
 #include <functional>

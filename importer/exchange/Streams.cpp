@@ -46,9 +46,8 @@ ExternalGUID identity(Fields& fields, ExternalGUID::Type_t type, const char* fie
                           std::to_string(result.getType()));
     }
     // A text without an end would be read beyond its record.
-    if (result.getType() == ExternalGUID::IFCGlobalID && stream[globalIdEnd] != '\0') {
+    if (result.getType() == ExternalGUID::IFCGlobalID && stream[globalIdEnd] != '\0')
         throw FormatError(std::string("expected ") + field + " with a NUL behind its 22 characters");
-    }
     return result;
 }
 
@@ -75,9 +74,8 @@ StreamTotals totals(Fields& fields, const char* field) {
 
 // The mark and the format version that the first record of its kind begins with.
 void mark(Fields& fields, std::string_view mark, std::uint32_t formatVersion) {
-    if (fields.bytes(mark.size(), "mark") != mark) {
+    if (fields.bytes(mark.size(), "mark") != mark)
         throw FormatError("expected the mark \"" + std::string(mark) + "\"");
-    }
     const auto version = fields.u32("format version");
     if (version != formatVersion) {
         throw VersionError("expected format version " + std::to_string(formatVersion) + ", found " +
@@ -95,21 +93,18 @@ void appendGeoreference(std::string& out, const IFC4_MapConversion& conversion) 
     const auto& origin = conversion.getSourceOrigin();
     for (const double number : {origin.x, origin.y, origin.z, conversion.getEastings(), conversion.getNorthings(),
                                 conversion.getOrthogonalHeight(), conversion.getXAxisAbscissa(),
-                                conversion.getXAxisOrdinate(), conversion.getScaleToMapProjection()}) {
+                                conversion.getXAxisOrdinate(), conversion.getScaleToMapProjection()})
         appendReal(out, number);
-    }
     const auto& projection = conversion.getMapProjection();
-    for (const auto text : projectionTexts) {
+    for (const auto text : projectionTexts)
         appendText(out, StringOperations::ConvertToUTF8((projection.*text)()));
-    }
     appendReal(out, projection.getScaleToMetric());
 }
 
 IFC4_MapConversion georeference(Fields& fields) {
     double numbers[9];
-    for (auto& number : numbers) {
+    for (auto& number : numbers)
         number = fields.real("map conversion");
-    }
     WideString texts[std::size(projectionTexts)];
     for (auto& text : texts) {
         const auto utf8 = fields.text("projected system");
@@ -137,18 +132,16 @@ Velmor::Sha1::Digest digest(Fields& fields, const char* field) {
 }
 
 std::string lengthPrefix(std::string_view payload) {
-    if (payload.size() > std::numeric_limits<std::uint32_t>::max()) {
+    if (payload.size() > std::numeric_limits<std::uint32_t>::max())
         throw WriteError("a record of more than 4 GiB cannot be written");
-    }
     std::string prefix;
     append(prefix, payload.size(), 4);
     return prefix;
 }
 
 std::uint64_t fnv1a(std::uint64_t hash, std::string_view bytes) {
-    for (const char byte : bytes) {
+    for (const char byte : bytes)
         hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3u;
-    }
     return hash;
 }
 
@@ -202,9 +195,8 @@ std::string encode(const InfoRecord& record) {
     append(out, record.problemsUntold, 8);
     append(out, record.objectsWithoutClass, 8);
     append(out, record.georeference ? 1 : 0, 4);
-    if (record.georeference) {
+    if (record.georeference)
         appendGeoreference(out, *record.georeference);
-    }
     return out;
 }
 
@@ -259,9 +251,8 @@ InfoRecord decodeInfo(std::string_view payload) {
     record.problems = totals(fields, "totals of the problems");
     record.problemsUntold = fields.u64("number of problems untold");
     record.objectsWithoutClass = fields.u64("number of objects without a class");
-    if (fields.flag("presence of a georeference")) {
+    if (fields.flag("presence of a georeference"))
         record.georeference = georeference(fields);
-    }
     fields.end();
     return record;
 }
@@ -293,26 +284,23 @@ void RecordWriter::write(std::string_view payload) {
     block_ += lengthPrefix(payload);
     block_ += payload;
     totals_.add(payload);
-    if (block_.size() >= blockSize) {
+    if (block_.size() >= blockSize)
         flush();
-    }
 }
 
 void RecordWriter::flush() {
     // A success may still have written less than asked for (a disk that has just become full): the totals, which are read
     // back or compared by the other side, bring that to light.
-    if (!block_.empty() && !stream_.write(block_.size(), block_.data())) {
+    if (!block_.empty() && !stream_.write(block_.size(), block_.data()))
         throw WriteError(name_ + " cannot be written; is the disk full?");
-    }
     block_.clear();
 }
 
 void ProblemWriter::write(const ProblemRecord& problem) {
-    if (totals().records < problemsHandedOver) {
+    if (totals().records < problemsHandedOver)
         writer_.write(encode(problem));
-    } else {
+    else
         ++untold_;
-    }
 }
 
 RecordReader::RecordReader(Velmor::FileStream& stream, std::string name) : stream_(stream), name_(std::move(name)) {
@@ -326,12 +314,10 @@ bool RecordReader::fill(std::size_t wanted) {
     position_ = 0;
     std::vector<char> chunk;
     while (block_.size() < wanted) {
-        if (!stream_.read(blockSize, chunk)) {
+        if (!stream_.read(blockSize, chunk))
             throw FormatError(name_ + " cannot be read");
-        }
-        if (chunk.empty()) {
+        if (chunk.empty())
             return false;
-        }
         block_.append(chunk.data(), chunk.size());
     }
     return true;
@@ -341,15 +327,13 @@ bool RecordReader::next(std::string& payload) {
     recordBegin_ = totals_.bytes;
     const auto atHand = [this] { return block_.size() - position_; };
     if (atHand() < 4 && !fill(4)) {
-        if (atHand() == 0) {
+        if (atHand() == 0)
             return false;
-        }
         throw FormatError(where() + "expected a record, found the end of the file");
     }
     const auto length = static_cast<std::size_t>(numberIn(std::string_view(block_).substr(position_, 4)));
-    if (atHand() < 4 + length && !fill(4 + length)) {
+    if (atHand() < 4 + length && !fill(4 + length))
         throw FormatError(where() + "expected a record of " + std::to_string(length) + " bytes, found the end of the file");
-    }
     payload.assign(block_, position_ + 4, length);
     position_ += 4 + length;
     totals_.add(payload);
@@ -357,9 +341,8 @@ bool RecordReader::next(std::string& payload) {
 }
 
 void RecordReader::require(std::string& payload, const char* expected) {
-    if (!next(payload)) {
+    if (!next(payload))
         throw FormatError(where() + "expected " + expected + ", found the end of the file");
-    }
 }
 
 std::string RecordReader::where() const {
@@ -393,9 +376,8 @@ void readObjects(RecordReader& reader, const StreamTotals& expected, const std::
 void requireEnd(RecordReader& reader) {
     const auto records = reader.totals().records;
     std::string payload;
-    if (reader.next(payload)) {
+    if (reader.next(payload))
         throw FormatError(reader.where() + "expected the end of the file behind " + std::to_string(records) + " records");
-    }
 }
 
 } // namespace importer

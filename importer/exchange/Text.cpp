@@ -38,9 +38,8 @@ std::string printable(std::string_view text) {
         if (isLowHalf(next)) {
             const unsigned code = 0x10000 + ((unit - 0xD800) << 10 | (next - 0xDC00));
             for (const unsigned out :
-                 {0xF0 | code >> 18, 0x80 | (code >> 12 & 0x3F), 0x80 | (code >> 6 & 0x3F), 0x80 | (code & 0x3F)}) {
+                 {0xF0 | code >> 18, 0x80 | (code >> 12 & 0x3F), 0x80 | (code >> 6 & 0x3F), 0x80 | (code & 0x3F)})
                 result.push_back(static_cast<char>(out));
-            }
             i += 6;
         } else if (isHighHalf(unit) || isLowHalf(unit) || isDirectionMark(unit)) {
             result.push_back('?');
@@ -57,12 +56,10 @@ std::string printable(std::string_view text) {
 }
 
 std::string shortened(std::string_view text, std::size_t bytes) {
-    if (text.size() <= bytes) {
+    if (text.size() <= bytes)
         return std::string(text);
-    }
-    while (bytes > 0 && (byteAt(text, bytes) & 0xC0) == 0x80) {
+    while (bytes > 0 && (byteAt(text, bytes) & 0xC0) == 0x80)
         --bytes;
-    }
     return std::string(text.substr(0, bytes)) + "...";
 }
 

@@ -1,9 +1,8 @@
-#include "importer/host/ImportHost.h"
-
 #include "importer/exchange/Progress.h"
 #include "importer/exchange/PropertyRecords.h"
 #include "importer/exchange/SolidRecords.h"
 #include "importer/exchange/Text.h"
+#include "importer/host/ImportHost.h"
 
 #include <csignal>
 
@@ -29,9 +28,8 @@ public:
     Streams() {
         for (auto& stream : streams_) {
             stream.reset(FileStream::createTemporaryFile());
-            if (stream->getHandle() == ProcessOperations::InvalidHandle()) {
+            if (stream->getHandle() == ProcessOperations::InvalidHandle())
                 throw ImportError("a temporary file cannot be created; does the temporary folder exist, and is there room?");
-            }
         }
     }
 
@@ -46,9 +44,8 @@ public:
         EnvironmentVariables::SetString(VELMOR_WIDE("fo_string_filename"), wide(model));
         EnvironmentVariables::SetString(VELMOR_WIDE("fo_string_module"), wide(importer));
         EnvironmentVariables::SetString(VELMOR_WIDE("fo_string_path"), wide(model.parent_path()));
-        for (std::size_t i = 0; i < streams_.size(); ++i) {
+        for (std::size_t i = 0; i < streams_.size(); ++i)
             EnvironmentVariables::SetFileStreamHandle(Velmor::ForeignObjectStreamVariables[i], streams_[i]->getHandle());
-        }
     }
 
 private:
@@ -61,16 +58,14 @@ public:
     explicit Child(const fs::path& program) {
         // The program is named by its path; its command line holds nothing that had to be quoted.
         process_ = ProcessOperations::createProcess(wide(program), VELMOR_WIDE("importer"), true);
-        if (process_ == ProcessOperations::InvalidHandle()) {
+        if (process_ == ProcessOperations::InvalidHandle())
             throw ImportError("the importer " + utf8(program) + " cannot be started");
-        }
     }
 
     ~Child() {
         unsigned exitCode = 0;
-        if (!hasEnded(exitCode)) {
+        if (!hasEnded(exitCode))
             ProcessOperations::terminateProcess(process_, 1);
-        }
         ProcessOperations::closeProcess(process_);
     }
 
@@ -99,9 +94,8 @@ unsigned waitFor(const Child& child, FileStream& progress) {
 std::optional<InfoRecord> readInfo(FileStream& stream) {
     RecordReader reader(stream, "the info stream");
     std::string payload;
-    if (!reader.next(payload)) {
+    if (!reader.next(payload))
         return std::nullopt;
-    }
     return decodeInfo(payload);
 }
 
@@ -110,9 +104,8 @@ void readProblems(FileStream& stream, const StreamTotals& expected, HandedOver& 
     std::string payload;
     while (reader.next(payload)) {
         ++result.problemCount;
-        if (result.problems.size() < problemsTold) {
+        if (result.problems.size() < problemsTold)
             result.problems.push_back(decodeProblem(payload));
-        }
     }
     if (reader.totals() != expected) {
         throw FormatError("the log stream: expected " + std::to_string(expected.records) + " problems in " +
@@ -136,16 +129,14 @@ void catchInterruptions() {
                  SIGPIPE, // the reader of the report has gone: the writing fails, and says so
 #endif
          }) {
-        if (std::signal(signal, noteInterruption) == SIG_IGN) {
+        if (std::signal(signal, noteInterruption) == SIG_IGN)
             std::signal(signal, SIG_IGN);
-        }
     }
 }
 
 void checkInterruption() {
-    if (interrupted != 0) {
+    if (interrupted != 0)
         throw ImportError("interrupted");
-    }
 }
 
 HandedOver runImporter(const fs::path& importer, const fs::path& model) {
@@ -159,15 +150,12 @@ HandedOver runImporter(const fs::path& importer, const fs::path& model) {
     };
     try {
         const auto info = readInfo(streams[Velmor::InfoStream]);
-        if (!info) {
+        if (!info)
             throw incomplete("it did not come to its end (it crashed, was ended, or had no room left on the disk)");
-        }
-        if (!info->error.empty()) {
+        if (!info->error.empty())
             throw ImportError(printable(info->error));
-        }
-        if (exitCode != 0) {
+        if (exitCode != 0)
             throw incomplete("what it handed over is not trusted");
-        }
         HandedOver result;
         result.schema = info->schema;
         readProblems(streams[Velmor::LogStream], info->problems, result);

@@ -30,13 +30,11 @@ std::vector<std::uint32_t> runtimeIds(Velmor::ExternalGUIDDatabase& database, co
     std::vector<std::size_t> order(objects.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::mt19937_64 random(1); // always the same order
-    for (std::size_t i = order.size(); i > 1; --i) {
+    for (std::size_t i = order.size(); i > 1; --i)
         std::swap(order[i - 1], order[random() % i]);
-    }
     std::vector<std::uint32_t> ids(objects.size());
-    for (const auto i : order) {
+    for (const auto i : order)
         ids[i] = database.insertGUID(identityOf(objects[i], byGeometry));
-    }
     return ids;
 }
 
@@ -63,9 +61,8 @@ std::vector<std::size_t> pair(const std::vector<ObjectRecord>& before, const std
     std::vector<bool> taken(before.size());
 
     Waiting<IdAndClass, IdAndClassHash> sameClass;
-    for (std::size_t i = 0; i < before.size(); ++i) {
+    for (std::size_t i = 0; i < before.size(); ++i)
         sameClass[{idsBefore[i], before[i].className}].push_back(i);
-    }
     const auto sameVersion = [&](std::size_t b, std::size_t i) { return before[b].version == now[i].version; };
     const std::function<bool(std::size_t, std::size_t)> fits[] = {
         [&](std::size_t b, std::size_t i) { return sameVersion(b, i) && properties.isEqual(before[b], now[i]); },
@@ -73,9 +70,8 @@ std::vector<std::size_t> pair(const std::vector<ObjectRecord>& before, const std
     for (const auto& fit : fits) {
         for (std::size_t i = 0; i < now.size(); ++i) {
             const auto found = sameClass.find({idsNow[i], now[i].className});
-            if (idsNow[i] == Velmor::NoRuntimeID || partner[i] != none || found == sameClass.end()) {
+            if (idsNow[i] == Velmor::NoRuntimeID || partner[i] != none || found == sameClass.end())
                 continue;
-            }
             auto& candidates = found->second;
             const auto last = candidates.begin() + static_cast<std::ptrdiff_t>(std::min(candidates.size(), copiesSearched));
             const auto candidate = std::find_if(candidates.begin(), last, [&](std::size_t b) { return fit(b, i); });
@@ -88,11 +84,9 @@ std::vector<std::size_t> pair(const std::vector<ObjectRecord>& before, const std
     }
 
     Waiting<std::uint32_t, std::hash<std::uint32_t>> anyClass;
-    for (std::size_t i = 0; i < before.size(); ++i) {
-        if (!taken[i]) {
+    for (std::size_t i = 0; i < before.size(); ++i)
+        if (!taken[i])
             anyClass[idsBefore[i]].push_back(i);
-        }
-    }
     for (std::size_t i = 0; i < now.size(); ++i) {
         const auto found = anyClass.find(idsNow[i]);
         if (idsNow[i] != Velmor::NoRuntimeID && partner[i] == none && found != anyClass.end() && !found->second.empty()) {
@@ -157,15 +151,12 @@ Comparison compare(const Model& modelBefore, const Model& modelNow, bool identif
         } else {
             count(object.className, [](ClassCounts& counts) { ++counts.unchanged; });
         }
-        if (!change.otherVersion && isElsewhere(object, old)) {
+        if (!change.otherVersion && isElsewhere(object, old))
             result.changes.push_back({Change::Moved, i, b});
-        }
-        if (object.className != old.className) {
+        if (object.className != old.className)
             result.changes.push_back({Change::Reclassified, i, b});
-        }
-        if (object.name != old.name) {
+        if (object.name != old.name)
             result.changes.push_back({Change::Renamed, i, b});
-        }
     }
     for (std::size_t b = 0; b < before.size(); ++b) {
         if (!stillThere[b] && idsBefore[b] != Velmor::NoRuntimeID) {

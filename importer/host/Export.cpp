@@ -45,14 +45,12 @@ std::string lowerCase(std::string text) {
 bool writeBlocks(const fs::path& file, std::string_view content) {
     {
         const std::unique_ptr<FileStream> stream(FileStream::createFileForWriting(wide(file)));
-        if (stream->getHandle() == Velmor::ProcessOperations::InvalidHandle()) {
+        if (stream->getHandle() == Velmor::ProcessOperations::InvalidHandle())
             return false;
-        }
         for (std::size_t at = 0; at < content.size(); at += blockSize) {
             const auto block = content.substr(at, blockSize);
-            if (!stream->write(block.size(), block.data())) {
+            if (!stream->write(block.size(), block.data()))
                 return false;
-            }
         }
     }
     std::error_code error;
@@ -67,14 +65,12 @@ std::string fileNamePart(std::string_view name) {
     };
     std::string part;
     for (const char c : name) {
-        if (isAlphanumeric(c) || (!part.empty() && (c == '-' || c == '_'))) {
+        if (isAlphanumeric(c) || (!part.empty() && (c == '-' || c == '_')))
             part += c;
-        } else if (!part.empty() && part.back() != '_') {
+        else if (!part.empty() && part.back() != '_')
             part += '_';
-        }
-        if (part.size() == longestPart) {
+        if (part.size() == longestPart)
             break;
-        }
     }
     part.erase(part.find_last_not_of('_') + 1);
     return part;
@@ -92,9 +88,8 @@ std::string ModelPrefixes::next(const fs::path& model) {
     part = part.empty() ? "model" : part;
     std::replace(part.begin(), part.end(), '_', '-');
     auto unique = part;
-    for (std::uint64_t use = 2; !given_.insert(lowerCase(unique)).second; ++use) {
+    for (std::uint64_t use = 2; !given_.insert(lowerCase(unique)).second; ++use)
         unique = part + '-' + std::to_string(use);
-    }
     return unique + '_';
 }
 
@@ -118,14 +113,12 @@ std::string objFile(const Mesh& mesh, std::string_view comment) {
 // is written through; the library's streams cannot be told to make a new file or none.
 void writeExported(const fs::path& file, std::string_view content) {
     std::error_code error;
-    if (fs::is_directory(fs::symlink_status(file, error))) {
+    if (fs::is_directory(fs::symlink_status(file, error)))
         throw ImportError("cannot export to " + utf8(file) + ": there is a folder of that name");
-    }
     // The link itself goes, not what it leads to.
     fs::remove(file, error);
-    if (error) {
+    if (error)
         throw ImportError("cannot export to " + utf8(file) + ": what is there cannot be removed: " + error.message());
-    }
     if (!writeBlocks(file, content)) {
         fs::remove(file, error);
         throw ImportError("cannot export to " + utf8(file) + "; is the disk full, or the folder protected?");
@@ -133,17 +126,15 @@ void writeExported(const fs::path& file, std::string_view content) {
 }
 
 std::string Exporter::write(const fs::path& model, const HandedOver& handedOver) {
-    if (!folder_) {
+    if (!folder_)
         return {};
-    }
     const auto& folder = *folder_;
     const auto prefix = prefixes_.next(model);
     std::error_code error;
     fs::create_directories(folder, error);
     std::error_code ignored;
-    if (!fs::is_directory(folder, ignored)) {
+    if (!fs::is_directory(folder, ignored))
         throw ImportError("cannot export to " + utf8(folder) + ": the folder cannot be made: " + error.message());
-    }
     FileNames objNames(prefix, ".obj");
     RecordReader solids(*handedOver.solids.stream, "the solids stream");
     const auto& objects = handedOver.model.objects;

@@ -2,8 +2,8 @@
 
 // The host's export: what was handed over of solids and textures, as files for other programs.
 
-#include "importer/host/ImportHost.h"
 #include "importer/exchange/SolidRecords.h"
+#include "importer/host/ImportHost.h"
 
 #include <cstdint>
 #include <filesystem>

@@ -3,10 +3,10 @@
 
 #include "importer/host/ImportHost.h"
 
+#include "importer/exchange/Text.h"
 #include "importer/host/Comparison.h"
 #include "importer/host/Export.h"
 #include "importer/host/State.h"
-#include "importer/exchange/Text.h"
 
 #include <cstdio>
 #include <exception>
@@ -29,9 +29,8 @@ fs::path defaultImporter() {
 
 // Writes to standard output, down to the system.
 void print(const std::string& text) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
         throw ImportError("standard output cannot be written; is the disk full, or its reader gone?");
-    }
 }
 
 // Whether something is asked for that only an importer can tell.
@@ -56,12 +55,10 @@ void importModel(const Options& options, const fs::path& model, Exporter& export
     const auto known = originOf(model, options.importer) == origin ? origin : std::nullopt;
     const auto comparison = compare(before.model, handedOver.model, options.identifyByGeometry);
     auto text = report(model, handedOver, first ? nullptr : &before.model, comparison);
-    for (const auto& globalId : options.properties) {
+    for (const auto& globalId : options.properties)
         text += propertiesOf(handedOver.model, globalId);
-    }
-    if (options.georeference) {
+    if (options.georeference)
         text += georeferenceOf(handedOver);
-    }
     text += exporter.write(model, handedOver);
     // What has changed is told only once: who has not been told gets it at the next import.
     state.write(handedOver.model, known, [&text] {
@@ -98,9 +95,8 @@ fs::path pathOf(const Velmor::WideString& name) {
 // Imports all models of a folder; one that fails does not keep the others from it.
 void importFolder(const Options& options, const fs::path& folder, Exporter& exporter) {
     const auto names = modelsIn(folder);
-    if (names.empty()) {
+    if (names.empty())
         throw ImportError("there is no model (*.ifc) in this folder, or it cannot be read");
-    }
     std::vector<std::string> failed;
     for (const auto& name : names) {
         fs::path model = folder;
@@ -109,18 +105,16 @@ void importFolder(const Options& options, const fs::path& folder, Exporter& expo
             importModel(options, model, exporter);
         } catch (const std::exception& error) {
             checkInterruption();
-            if (std::ferror(stdout) != 0) {
+            if (std::ferror(stdout) != 0)
                 throw; // no other model could be reported either
-            }
             tellFailure(&model, error);
             failed.push_back(shownName(name));
         }
     }
     if (!failed.empty()) {
         std::string text = std::to_string(failed.size()) + " of " + std::to_string(names.size()) + " models failed: ";
-        for (const auto& name : failed) {
+        for (const auto& name : failed)
             text += (&name == failed.data() ? "" : ", ") + name;
-        }
         throw ImportError(text);
     }
 }

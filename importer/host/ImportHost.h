@@ -2,10 +2,10 @@
 
 // The host's parts: what it was asked for, the child that reads the model, and the report.
 
+#include <Velmor/Velmor.h>
+
 #include "importer/host/Comparison.h"
 #include "importer/host/Model.h"
-
-#include <Velmor/Velmor.h>
 
 #include <array>
 #include <filesystem>

@@ -1,6 +1,5 @@
-#include "importer/host/ImportHost.h"
-
 #include "importer/exchange/Text.h"
+#include "importer/host/ImportHost.h"
 
 #include <algorithm>
 
@@ -39,36 +38,33 @@ Options parseArguments(const std::vector<std::filesystem::path>& arguments, cons
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const auto argument = utf8(arguments[i]);
         const auto value = [&] {
-            if (i + 1 == arguments.size() || arguments[i + 1].empty()) {
+            if (i + 1 == arguments.size() || arguments[i + 1].empty())
                 throw UsageError(argument + " needs a value");
-            }
             return arguments[++i];
         };
-        if (argument == "--state") {
+        if (argument == "--state")
             options.state = value();
-        } else if (argument == "--importer") {
+        else if (argument == "--importer")
             options.importer = value();
-        } else if (argument == "--properties") {
+        else if (argument == "--properties")
             options.properties.push_back(utf8(value()));
-        } else if (argument == "--georeference") {
+        else if (argument == "--georeference")
             options.georeference = true;
-        } else if (argument == "--export") {
+        else if (argument == "--export")
             options.exportFolder = value();
-        } else if (argument == "--identify-by-geometry") {
+        else if (argument == "--identify-by-geometry")
             options.identifyByGeometry = true;
-        } else if (argument == "--help") {
+        else if (argument == "--help")
             options.help = true;
-        } else if (argument.empty()) {
+        else if (argument.empty())
             throw UsageError("a model's name is empty");
-        } else if (argument.starts_with("--")) {
+        else if (argument.starts_with("--"))
             throw UsageError("there is no option " + argument);
-        } else {
+        else
             options.models.push_back(arguments[i]);
-        }
     }
-    if (options.models.empty() && !options.help) {
+    if (options.models.empty() && !options.help)
         throw UsageError("no model is named");
-    }
     return options;
 }
 

@@ -23,32 +23,28 @@ template <typename Thing, typename OnlyOne, typename Both>
 void merge(const Named<Thing>& before, const Named<Thing>& now, const OnlyOne& onlyOne, const Both& both) {
     auto b = before.begin();
     auto n = now.begin();
-    while (b != before.end() || n != now.end()) {
-        if (n == now.end() || (b != before.end() && b->first < n->first)) {
+    while (b != before.end() || n != now.end())
+        if (n == now.end() || (b != before.end() && b->first < n->first))
             onlyOne(Kind::Removed, *b++);
-        } else if (b == before.end() || n->first < b->first) {
+        else if (b == before.end() || n->first < b->first)
             onlyOne(Kind::Added, *n++);
-        } else {
+        else
             both((b++)->second, (n++)->second);
-        }
-    }
 }
 
 // The properties from one index up to another, without what is within them.
 Named<const EncodedProperty*> namedProperties(const EncodedSet& set, std::size_t begin, std::size_t end) {
     Named<const EncodedProperty*> list;
-    for (auto i = begin; i < end; i = set.properties[i].behind) {
+    for (auto i = begin; i < end; i = set.properties[i].behind)
         list.emplace_back(set.properties[i].name, &set.properties[i]);
-    }
     sortByName(list);
     return list;
 }
 
 Named<std::uint32_t> namedSets(const Model& model, const ObjectRecord& object) {
     Named<std::uint32_t> list;
-    for (const auto set : object.propertySets) {
+    for (const auto set : object.propertySets)
         list.emplace_back(nameOf(model.propertySets[set]), set);
-    }
     sortByName(list);
     return list;
 }
@@ -79,12 +75,10 @@ private:
     }
 
     void compare(const EncodedProperty& before, const EncodedProperty& now) {
-        if (before.isComplex != now.isComplex || before.valueType != now.valueType || before.value != now.value) {
+        if (before.isComplex != now.isComplex || before.valueType != now.valueType || before.value != now.value)
             tell(Kind::Changed, &before, &now);
-        }
-        if (before.isComplex && now.isComplex) {
+        if (before.isComplex && now.isComplex)
             compare(indexBehind(before_, before), before.behind, indexBehind(now_, now), now.behind);
-        }
     }
 
     static std::size_t indexBehind(const EncodedSet& set, const EncodedProperty& property) {
@@ -111,9 +105,8 @@ void tellPropertyDifferences(const Model& before, const ObjectRecord& objectBefo
         [&](std::uint32_t setBefore, std::uint32_t setNow) {
             const auto& bytesBefore = before.propertySets[setBefore];
             const auto& bytesNow = now.propertySets[setNow];
-            if (contentOf(bytesBefore) != contentOf(bytesNow)) {
+            if (contentOf(bytesBefore) != contentOf(bytesNow))
                 SetComparison(bytesBefore, bytesNow, sink).run();
-            }
         });
 }
 
@@ -134,9 +127,8 @@ PropertyComparison::PropertyComparison(const Model& before, const Model& now) : 
 bool PropertyComparison::isEqual(const ObjectRecord& objectBefore, const ObjectRecord& objectNow) {
     const auto sameContent = [this](std::uint32_t b, std::uint32_t n) { return contentsBefore_[b] == contentsNow_[n]; };
     if (std::equal(objectBefore.propertySets.begin(), objectBefore.propertySets.end(), objectNow.propertySets.begin(),
-                   objectNow.propertySets.end(), sameContent)) {
+                   objectNow.propertySets.end(), sameContent))
         return true;
-    }
     bool equal = objectBefore.propertySets.size() == objectNow.propertySets.size();
     if (equal) {
         merge(
@@ -149,9 +141,8 @@ bool PropertyComparison::isEqual(const ObjectRecord& objectBefore, const ObjectR
 bool PropertyComparison::isEqualSet(std::uint32_t setBefore, std::uint32_t setNow) {
     const auto contentBefore = contentsBefore_[setBefore];
     const auto contentNow = contentsNow_[setNow];
-    if (contentBefore == contentNow) {
+    if (contentBefore == contentNow)
         return true;
-    }
     const auto [known, isNew] = equalPairs_.emplace(std::uint64_t{contentBefore} << 32 | contentNow, true);
     if (isNew) {
         bool& equal = known->second;

@@ -7,8 +7,8 @@
 // nor do descriptions and the GlobalIds of sets. Of sets or properties with equal names the first is compared with the
 // first, the second with the second.
 
-#include "importer/host/Model.h"
 #include "importer/exchange/PropertyRecords.h"
+#include "importer/host/Model.h"
 
 #include <cstdint>
 #include <functional>

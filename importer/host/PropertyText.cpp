@@ -1,8 +1,8 @@
 #include "importer/host/PropertyText.h"
 
-#include "importer/exchange/Text.h"
-
 #include <Velmor/Text.h>
+
+#include "importer/exchange/Text.h"
 
 #include <bit>
 #include <charconv>
@@ -135,9 +135,8 @@ std::string shownGeoreference(const Velmor::IFC4_MapConversion& conversion) {
          shownNumber(conversion.getXAxisAbscissa()) + ", " + shownNumber(conversion.getXAxisOrdinate())},
         {"scale", shownNumber(conversion.getScaleToMapProjection())}};
     std::string text = "georeference:\n";
-    for (const auto& [name, value] : lines) {
+    for (const auto& [name, value] : lines)
         text += std::string(indentation, ' ') + name + ": " + value + '\n';
-    }
     return text;
 }
 

@@ -1,8 +1,7 @@
+#include "importer/exchange/Text.h"
 #include "importer/host/ImportHost.h"
-
 #include "importer/host/PropertyComparison.h"
 #include "importer/host/PropertyText.h"
-#include "importer/exchange/Text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -41,22 +40,18 @@ std::vector<std::string> row(const std::string& name, const ClassCounts& counts)
 std::string table(const Comparison& comparison) {
     std::vector<std::vector<std::string>> rows = {
         {"class", "objects", "new", "unchanged", "modified", "lowest similarity", "gone"}};
-    for (const auto& [name, counts] : comparison.classes) {
+    for (const auto& [name, counts] : comparison.classes)
         rows.push_back(row(printable(name), counts));
-    }
     rows.push_back(row("total", comparison.total));
 
     std::vector<std::size_t> widths(rows.front().size());
-    for (const auto& cells : rows) {
-        for (std::size_t i = 0; i < cells.size(); ++i) {
+    for (const auto& cells : rows)
+        for (std::size_t i = 0; i < cells.size(); ++i)
             widths[i] = std::max(widths[i], cells[i].size());
-        }
-    }
     std::string text;
     for (const auto& cells : rows) {
-        for (std::size_t i = 0; i < cells.size(); ++i) {
+        for (std::size_t i = 0; i < cells.size(); ++i)
             text += "  " + padded(cells[i], widths[i], i > 0);
-        }
         text += '\n';
     }
     return text;
@@ -87,9 +82,8 @@ std::string subject(const ObjectRecord& object) {
 
 // "integer 5", or without its type "5".
 std::string propertyValue(const EncodedProperty& property, bool withType) {
-    if (property.isComplex) {
+    if (property.isComplex)
         return "complex " + quoted(std::string(property.value));
-    }
     const auto decoded = decodeSingleValue(property);
     const auto& value = decoded.getPropertySingleValue();
     return (withType ? shownType(value.getValueType()) + std::string(" ") : std::string()) + shownValue(value, nameBytes);
@@ -98,9 +92,8 @@ std::string propertyValue(const EncodedProperty& property, bool withType) {
 // "Pset_BeamCommon.Span 6000 -> 6200"
 std::string propertyDifference(const PropertyDifference& difference) {
     std::string path;
-    for (const auto name : difference.path) {
+    for (const auto name : difference.path)
         path += (path.empty() ? "" : ".") + shortened(printable(name), nameBytes);
-    }
     const auto* const before = difference.before;
     const auto* const now = difference.now;
     if (difference.kind != PropertyDifference::Changed) {
@@ -125,9 +118,8 @@ std::string propertyDifferences(const Change& change, const Model& before, const
     std::size_t count = 0;
     tellPropertyDifferences(before, before.objects[change.before], now, now.objects[change.object],
                             [&](const PropertyDifference& difference) {
-                                if (count++ < propertiesTold) {
+                                if (count++ < propertiesTold)
                                     text += (text.empty() ? ", " : "; ") + propertyDifference(difference);
-                                }
                             });
     return count > propertiesTold ? text + "; ... and " + std::to_string(count - propertiesTold) + " more" : text;
 }
@@ -156,9 +148,8 @@ std::string changeLine(const Change& change, const Model& before, const Model& n
 
 std::string changeList(const Comparison& comparison, const Model& before, const Model& now) {
     const auto& changes = comparison.changes;
-    if (changes.empty()) {
+    if (changes.empty())
         return {};
-    }
     const auto countOf = [&changes](Change::Kind kind) {
         const auto count = std::count_if(changes.begin(), changes.end(), [kind](const Change& c) { return c.kind == kind; });
         return std::to_string(count);
@@ -169,33 +160,28 @@ std::string changeList(const Comparison& comparison, const Model& before, const 
                        ", moved without a change of shape " + countOf(Change::Moved) + ", with other properties " +
                        std::to_string(withProperties) + '\n';
     const auto shown = std::min(changes.size(), changesTold);
-    for (std::size_t i = 0; i < shown; ++i) {
+    for (std::size_t i = 0; i < shown; ++i)
         text += "  " + changeLine(changes[i], before, now) + '\n';
-    }
     return text + rest(changes.size(), shown);
 }
 
 std::string unidentifiedList(const Comparison& comparison, const std::vector<ObjectRecord>& now) {
     const auto& unidentified = comparison.unidentified;
-    if (unidentified.empty()) {
+    if (unidentified.empty())
         return {};
-    }
     std::string text = "not identified, neither compared nor counted above: " + std::to_string(unidentified.size()) + '\n';
     const auto shown = std::min(unidentified.size(), problemsTold);
-    for (std::size_t i = 0; i < shown; ++i) {
+    for (std::size_t i = 0; i < shown; ++i)
         text += "  " + subject(now[unidentified[i]]) + '\n';
-    }
     return text + rest(unidentified.size(), shown);
 }
 
 std::string problemList(const HandedOver& handedOver) {
-    if (handedOver.problemCount == 0) {
+    if (handedOver.problemCount == 0)
         return {};
-    }
     std::string text = "problems: " + std::to_string(handedOver.problemCount) + '\n';
-    for (const auto& problem : handedOver.problems) {
+    for (const auto& problem : handedOver.problems)
         text += "  " + place(problem.line, problem.instance) + ": " + printable(problem.reason) + '\n';
-    }
     return text + rest(handedOver.problemCount, handedOver.problems.size());
 }
 
@@ -215,9 +201,8 @@ std::string report(const std::filesystem::path& model, const HandedOver& handedO
                 std::to_string(handedOver.objectsWithoutClass) + '\n';
     }
     text += unidentifiedList(comparison, objects);
-    if (before) {
+    if (before)
         text += changeList(comparison, *before, handedOver.model);
-    }
     return text + problemList(handedOver);
 }
 
@@ -229,15 +214,13 @@ std::string propertiesOf(const Model& model, const std::string& globalId) {
     const auto object = std::find_if(model.objects.begin(), model.objects.end(), [&globalId](const ObjectRecord& each) {
         return each.globalId.getType() == Velmor::ExternalGUID::IFCGlobalID && each.globalId.getIFCGlobalID() == globalId;
     });
-    if (object == model.objects.end()) {
+    if (object == model.objects.end())
         throw ImportError("the model has no object with the GlobalId '" + printable(globalId) + '\'');
-    }
     std::string text = "properties of " + globalId + ": " + printable(object->className) + " '" + printable(object->name) +
                        "' (" + place(object->line, object->instance) + "), " +
                        counted(object->propertySets.size(), "property set", "property sets") + '\n';
-    for (const auto set : object->propertySets) {
+    for (const auto set : object->propertySets)
         text += shownPropertySet(decodePropertySet(model.propertySets[set]));
-    }
     return text;
 }
 

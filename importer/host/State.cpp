@@ -19,9 +19,8 @@ bool isOpen(const Stream& stream) {
 
 std::optional<Velmor::Sha1::Digest> digestOf(const fs::path& file) {
     std::error_code ignored;
-    if (!fs::is_regular_file(file, ignored)) {
+    if (!fs::is_regular_file(file, ignored))
         return std::nullopt;
-    }
     // The library's answer for a file that cannot be opened, which thereby would be equal to every other such file.
     static const Velmor::Sha1::Digest unreadable(std::vector<unsigned char>(20));
     auto digest = Velmor::Sha1::FromFile(wide(file));
@@ -32,9 +31,8 @@ StateHeader readFile(const fs::path& file, const std::function<void(ObjectRecord
                      const std::function<void(std::string_view)>& setSink,
                      const std::function<void(Assignment&&)>& assignmentSink) {
     const Stream stream(FileStream::openFileForReading(wide(file)));
-    if (!isOpen(stream)) {
+    if (!isOpen(stream))
         throw StateError("the state file " + utf8(file) + " cannot be opened");
-    }
     try {
         RecordReader reader(*stream, utf8(file));
         std::string payload;
@@ -60,32 +58,26 @@ StateHeader readFile(const fs::path& file, const std::function<void(ObjectRecord
 // Gives each record that stands for the property sets of a model.
 template <typename Sink>
 void encodeAttributes(const Model& model, const Sink& sink) {
-    for (const auto& set : model.propertySets) {
+    for (const auto& set : model.propertySets)
         sink(set);
-    }
-    for (std::size_t i = 0; i < model.objects.size(); ++i) {
-        if (!model.objects[i].propertySets.empty()) {
+    for (std::size_t i = 0; i < model.objects.size(); ++i)
+        if (!model.objects[i].propertySets.empty())
             sink(encode(Assignment{i, model.objects[i].propertySets}));
-        }
-    }
 }
 
 void writeFile(const fs::path& file, const Model& model, const std::optional<Origin>& origin) {
     const Stream stream(FileStream::createFileForWriting(wide(file)));
-    if (!isOpen(stream)) {
+    if (!isOpen(stream))
         throw StateError("the new state file " + utf8(file) + " cannot be created");
-    }
     StateHeader header;
     header.origin = origin;
-    for (const auto& object : model.objects) {
+    for (const auto& object : model.objects)
         header.objects.add(encode(object));
-    }
     encodeAttributes(model, [&header](std::string_view record) { header.attributes.add(record); });
     RecordWriter writer(*stream, "the new state file " + utf8(file));
     writer.write(encode(header));
-    for (const auto& object : model.objects) {
+    for (const auto& object : model.objects)
         writer.write(encode(object));
-    }
     encodeAttributes(model, [&writer](std::string_view record) { writer.write(record); });
     writer.flush();
 }
@@ -95,9 +87,8 @@ void writeFile(const fs::path& file, const Model& model, const std::optional<Ori
 std::optional<Origin> originOf(const fs::path& model, const fs::path& importer) {
     auto ofModel = digestOf(model);
     auto ofImporter = digestOf(importer);
-    if (!ofModel || !ofImporter) {
+    if (!ofModel || !ofImporter)
         return std::nullopt;
-    }
     return Origin{std::move(*ofModel), std::move(*ofImporter)};
 }
 

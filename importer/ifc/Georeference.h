@@ -2,9 +2,9 @@
 
 // Where on a map a model lies.
 
-#include "importer/ifc/Record.h"
-
 #include <Velmor/Georeferencing.h>
+
+#include "importer/ifc/Record.h"
 
 #include <optional>
 

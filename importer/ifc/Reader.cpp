@@ -1,17 +1,17 @@
 #include "importer/ifc/Reader.h"
 
+#include <Velmor/Platform.h>
+#include <Velmor/Text.h>
+
 #include "importer/ifc/Classes.h"
-#include "importer/ifc/property/CommonSets.h"
 #include "importer/ifc/Georeference.h"
 #include "importer/ifc/Placement.h"
+#include "importer/ifc/Textures.h"
+#include "importer/ifc/Units.h"
+#include "importer/ifc/property/CommonSets.h"
 #include "importer/ifc/property/Properties.h"
 #include "importer/ifc/property/Relations.h"
 #include "importer/ifc/shape/Shape.h"
-#include "importer/ifc/Textures.h"
-#include "importer/ifc/Units.h"
-
-#include <Velmor/Platform.h>
-#include <Velmor/Text.h>
 
 #include <string>
 #include <unordered_map>

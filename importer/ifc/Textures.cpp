@@ -1,9 +1,9 @@
 #include "importer/ifc/Textures.h"
 
-#include "importer/step/Text.h"
-
 #include <Velmor/Platform.h>
 #include <Velmor/Text.h>
+
+#include "importer/step/Text.h"
 
 #include <algorithm>
 #include <filesystem>

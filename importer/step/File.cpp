@@ -1,10 +1,10 @@
 #include "importer/step/File.h"
 
-#include "importer/step/Lexer.h"
-#include "importer/step/Text.h"
-
 #include <Velmor/Platform.h>
 #include <Velmor/Text.h>
+
+#include "importer/step/Lexer.h"
+#include "importer/step/Text.h"
 
 #include <algorithm>
 #include <charconv>

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace Velmor {
+namespace Velmor::diagnostics {
 
 namespace {
 
@@ -179,4 +179,4 @@ void breakIntoDebugger() {
         os::debugBreak();
 }
 
-} // namespace Velmor
+} // namespace Velmor::diagnostics

@@ -6,7 +6,10 @@
 
 // The library's developer's aid: silent, and without any effect, unless a debugger is attached to the process.
 
-namespace Velmor {
+namespace Velmor::diagnostics {
+
+/// The level that every call passes to `reportDiagnostic`.
+inline constexpr int diagnosticLevel = 4;
 
 /// Prints a message on the debugger channel and on standard output.
 ///
@@ -30,7 +33,7 @@ void breakIntoDebugger();
 /// The one-shot flag of a call site that reports a condition at most once per process. One static object per site:
 ///
 ///     static ReportOnce once;
-///     once([&] { reportDiagnostic(4, "Error writing to file, %d\n", code); });
+///     once([&] { reportDiagnostic(diagnosticLevel, "Error writing to file, %d\n", code); });
 ///
 /// The report is made, and what it converts is converted, only under a debugger; the flag is set at the first occurrence in
 /// any case. Threads that race may at worst report twice.
@@ -57,4 +60,4 @@ private:
     std::atomic<bool> happened_{false};
 };
 
-} // namespace Velmor
+} // namespace Velmor::diagnostics

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-using Velmor::ReportOnce;
+using namespace Velmor::diagnostics;
 
 namespace {
 
@@ -19,7 +19,7 @@ char* copyBlock(std::uint32_t& size, const char* bytes, ReportOnce& once) {
     if (block) {
         std::memcpy(block, bytes, size);
     } else {
-        once([&] { Velmor::reportDiagnostic(4, "Invalid alloc size %d", static_cast<int>(size)); });
+        once([&] { reportDiagnostic(diagnosticLevel, "Invalid alloc size %d", static_cast<int>(size)); });
         size = 0;
     }
     return block;

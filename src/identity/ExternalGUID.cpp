@@ -1,7 +1,7 @@
-#include "identity/Record.h"
-#include "diagnostics/Diagnostics.h"
-
 #include <Velmor/Identity.h>
+
+#include "diagnostics/Diagnostics.h"
+#include "identity/Record.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -9,6 +9,8 @@
 #include <new>
 
 namespace Velmor {
+
+using namespace diagnostics;
 
 namespace {
 

@@ -1,8 +1,8 @@
+#include <Velmor/Identity.h>
+
 #include "identity/Record.h"
 #include "identity/SpatialTree.h"
 #include "tabrix/tabrix.h"
-
-#include <Velmor/Identity.h>
 
 #include <bit>
 #include <cstdlib>

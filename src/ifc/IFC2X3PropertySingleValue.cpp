@@ -1,12 +1,14 @@
 #include <Velmor/IFCProperties.h>
 
-#include "ifc/PropertyInternals.h"
 #include "diagnostics/Diagnostics.h"
+#include "ifc/PropertyInternals.h"
 
 #include <algorithm>
 #include <iterator>
 
 namespace Velmor {
+
+using namespace diagnostics;
 
 namespace {
 

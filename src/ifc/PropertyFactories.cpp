@@ -1,11 +1,13 @@
 #include <Velmor/IFCProperties.h>
 
-#include "ifc/PropertyInternals.h"
 #include "diagnostics/Diagnostics.h"
+#include "ifc/PropertyInternals.h"
 
 #include <algorithm>
 
 namespace Velmor {
+
+using namespace diagnostics;
 
 using Value = IFC2X3PropertySingleValue;
 

@@ -6,6 +6,8 @@
 
 namespace Velmor {
 
+using namespace diagnostics;
+
 namespace {
 
 /// Loads a module while "PATH" has another value.
@@ -37,7 +39,7 @@ DynamicLibrary* DynamicLibrary::loadDynamicLibrary(const WideString& name, const
         const unsigned previous = os::setErrorMode(0);
         void* const again = loadWithPath(name, newPath, oldPath);
         const unsigned code = os::lastError();
-        reportDiagnostic(4, "LoadLibraryEx(%s) failed with GetLastError %d\n",
+        reportDiagnostic(diagnosticLevel, "LoadLibraryEx(%s) failed with GetLastError %d\n",
                          StringOperations::ConvertToCurrentLocale(name).c_str(), static_cast<int>(code));
         os::setErrorMode(previous);
         if (again != nullptr)

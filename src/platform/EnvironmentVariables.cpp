@@ -12,6 +12,8 @@
 
 namespace Velmor {
 
+using namespace diagnostics;
+
 namespace {
 
 /// A heap buffer for one long text. The system may use one unit less than it holds, so that the text always ends.
@@ -100,7 +102,9 @@ HANDLE EnvironmentVariables::GetFileStreamHandle(const WideString& name) {
     // read, gives a null handle.
     if (value.length == 0 || value.length > 2047) {
         static ReportOnce once;
-        once([&] { reportDiagnostic(4, "No handle for %s\n", StringOperations::ConvertToCurrentLocale(name).c_str()); });
+        once([&] {
+            reportDiagnostic(diagnosticLevel, "No handle for %s\n", StringOperations::ConvertToCurrentLocale(name).c_str());
+        });
         return os::invalidHandle();
     }
     const std::int64_t number = integerFromText(value.text, std::numeric_limits<std::int64_t>::max());

@@ -9,6 +9,8 @@
 
 namespace Velmor {
 
+using namespace diagnostics;
+
 namespace {
 
 /// A path normalised in a buffer of the length that was customary, with the quirks of its users.
@@ -84,7 +86,7 @@ WideString FileOperations::GetFullPath(const WideString& path) {
     const FullPath full(path);
     if (!full.accepted()) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, "Invalid directory."); });
+        once([] { reportDiagnostic(diagnosticLevel, "Invalid directory."); });
         return {};
     }
     return full.text();
@@ -94,7 +96,7 @@ WideString FileOperations::GetFullFolder(const WideString& path) {
     const FullPath full(path);
     if (full.filePart() == nullptr || !full.accepted()) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, "Invalid directory."); });
+        once([] { reportDiagnostic(diagnosticLevel, "Invalid directory."); });
         return {};
     }
     return full.folder();
@@ -105,12 +107,12 @@ WideString FileOperations::GetFileWithoutPath(const WideString& path) {
     const FullPath full(path, FullPath::capacity - 2);
     if (!full.accepted()) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, "Invalid pathName, GetFullPathName failed."); });
+        once([] { reportDiagnostic(diagnosticLevel, "Invalid pathName, GetFullPathName failed."); });
         return {};
     }
     if (full.filePart() == nullptr) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, "Invalid pathName."); });
+        once([] { reportDiagnostic(diagnosticLevel, "Invalid pathName."); });
         return {};
     }
     return full.filePart();
@@ -122,7 +124,8 @@ WideString FileOperations::GetFileWithoutExtenstion(const WideString& path) {
         static ReportOnce once;
         // The wide path stands for narrow text, on purpose: the message shows it up to its first zero byte.
         once([&] {
-            reportDiagnostic(4, "Invalid cache file name; filename = %s", reinterpret_cast<const char*>(path.c_str()));
+            reportDiagnostic(diagnosticLevel, "Invalid cache file name; filename = %s",
+                             reinterpret_cast<const char*>(path.c_str()));
         });
     }
     if (full.filePart() == nullptr)
@@ -206,7 +209,10 @@ bool FileOperations::Delete(const WideString& path) {
     if (os::deleteFile(path.c_str()))
         return true;
     static ReportOnce once;
-    once([&] { reportDiagnostic(4, "Unable to delete file %s\n", StringOperations::ConvertToCurrentLocale(path).c_str()); });
+    once([&] {
+        reportDiagnostic(diagnosticLevel, "Unable to delete file %s\n",
+                         StringOperations::ConvertToCurrentLocale(path).c_str());
+    });
     return false;
 }
 
@@ -241,7 +247,7 @@ WideString FileOperations::GetModuleByAddress(const void* address) {
     WideChar name[capacity] = {};
     if (os::getModuleFileName(module, name, capacity) == 0) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, "Invalid module"); });
+        once([] { reportDiagnostic(diagnosticLevel, "Invalid module"); });
         return {};
     }
     return name;

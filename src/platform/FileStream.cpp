@@ -8,11 +8,14 @@
 
 namespace Velmor {
 
+using namespace diagnostics;
+
 namespace {
 
 /// "for reading" is meant: both factories that open a path report with the same words.
 void reportFailedOpening(const WideString& path) {
-    reportDiagnostic(4, "opening of file %s for reading failed.", StringOperations::ConvertToCurrentLocale(path).c_str());
+    reportDiagnostic(diagnosticLevel, "opening of file %s for reading failed.",
+                     StringOperations::ConvertToCurrentLocale(path).c_str());
 }
 
 } // namespace
@@ -59,7 +62,7 @@ FileStream* FileStream::createTemporaryFile() {
         name, {.read = true, .write = true, .inheritable = true, .create = true, .temporary = true, .deleteOnClose = true});
     if (stream->handle_ == os::invalidHandle()) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, "creation of temporary file failed."); });
+        once([] { reportDiagnostic(diagnosticLevel, "creation of temporary file failed."); });
     }
     return stream.release();
 }
@@ -81,7 +84,7 @@ bool FileStream::write(std::uint64_t size, const char* data) {
         return true;
     const unsigned code = os::lastError();
     static ReportOnce once;
-    once([&] { reportDiagnostic(4, "Error writing to file, %d\n", static_cast<int>(code)); });
+    once([&] { reportDiagnostic(diagnosticLevel, "Error writing to file, %d\n", static_cast<int>(code)); });
     return false;
 }
 

@@ -1,16 +1,18 @@
+#include <Velmor/Text.h>
+
 #include "diagnostics/Diagnostics.h"
 #include "os/os.h"
 #include "text/Decimal.h"
 #include "text/IsoLatinTables.h"
 #include "text/Utf8.h"
 
-#include <Velmor/Text.h>
-
 #include <algorithm>
 #include <cstring>
 #include <limits>
 
 namespace Velmor {
+
+using namespace diagnostics;
 
 namespace {
 
@@ -33,7 +35,7 @@ WideString StringOperations::ConvertFromUTF8(const unsigned char* source, std::s
     const std::size_t length = StringLengthUTF8(source, sourceLength);
     if (length == 0) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, " StringOperations::ConvertFromUTF8, Invalid Conversion."); });
+        once([] { reportDiagnostic(diagnosticLevel, " StringOperations::ConvertFromUTF8, Invalid Conversion."); });
         return {};
     }
     // The length stays as counted, on purpose, also where the decoder writes fewer units.
@@ -56,7 +58,7 @@ std::size_t StringOperations::ConvertFromUTF8(const unsigned char* source, std::
     if (!decoded.valid) {
         static ReportOnce once;
         once([&] {
-            reportDiagnostic(4, "StringOperations::ConvertFromUTF8 error for string %s",
+            reportDiagnostic(diagnosticLevel, "StringOperations::ConvertFromUTF8 error for string %s",
                              textOf(source, sourceLength).c_str());
         });
         return 0;
@@ -71,7 +73,8 @@ std::size_t StringOperations::StringLengthUTF8(const unsigned char* source, std:
     if (!counted.valid) {
         static ReportOnce once;
         once([&] {
-            reportDiagnostic(4, "StringOperations::StringLengthUTF8 error for string %s", textOf(source, length).c_str());
+            reportDiagnostic(diagnosticLevel, "StringOperations::StringLengthUTF8 error for string %s",
+                             textOf(source, length).c_str());
         });
         return 0;
     }
@@ -101,7 +104,7 @@ WideString StringOperations::ConvertFromCurrentLocale(const std::string& source)
     const int length = os::multiByteToWide(os::threadCodePage, source.c_str(), -1, nullptr, 0);
     if (length <= 1) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, " StringOperations::ConvertFromCurrentLocale, Invalid Conversion."); });
+        once([] { reportDiagnostic(diagnosticLevel, " StringOperations::ConvertFromCurrentLocale, Invalid Conversion."); });
         return {};
     }
     // The terminator does not fit, so this call fails by design, after it has written all before it.
@@ -126,7 +129,7 @@ const std::string StringOperations::ConvertToCurrentLocale(const WideString& sou
     // A text of a single byte is refused on purpose, as if that byte were a terminator.
     if (static_cast<unsigned>(length) <= 1) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, "StringOperations::ConvertToCurrentLocale, Invalid Conversion."); });
+        once([] { reportDiagnostic(diagnosticLevel, "StringOperations::ConvertToCurrentLocale, Invalid Conversion."); });
         return {};
     }
     std::string result(static_cast<unsigned>(length), '\0');

@@ -1,8 +1,8 @@
+#include <Velmor/Version.h>
+
 #include "diagnostics/Diagnostics.h"
 #include "version/Euclid.h"
 #include "version/Record.h"
-
-#include <Velmor/Version.h>
 
 #include <algorithm>
 #include <bit>
@@ -12,6 +12,8 @@
 #include <cstring>
 
 namespace Velmor {
+
+using namespace diagnostics;
 
 namespace {
 
@@ -177,7 +179,7 @@ void ExternalVersion::toString(unsigned size, char* buf) const {
 void ExternalVersion::getBoundingBox(double* x, double* y, double* z) const {
     if (record_->type == Invalid) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, "no bounding box in this type"); });
+        once([] { reportDiagnostic(diagnosticLevel, "no bounding box in this type"); });
         *x = *y = *z = 0.0;
         return;
     }
@@ -189,7 +191,7 @@ void ExternalVersion::getBoundingBox(double* x, double* y, double* z) const {
 void ExternalVersion::getCenteroid(double* x, double* y, double* z) const {
     if (!answersSolid(record_->type)) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, "no centeroid in this type"); });
+        once([] { reportDiagnostic(diagnosticLevel, "no centeroid in this type"); });
         *x = *y = *z = 0.0;
         return;
     }
@@ -201,7 +203,7 @@ void ExternalVersion::getCenteroid(double* x, double* y, double* z) const {
 void ExternalVersion::getDistances(double* d8) const {
     if (record_->type <= BoundingBox) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, "no distances in this type"); });
+        once([] { reportDiagnostic(diagnosticLevel, "no distances in this type"); });
         std::fill_n(d8, distances, 0.0);
         return;
     }
@@ -211,7 +213,7 @@ void ExternalVersion::getDistances(double* d8) const {
 double ExternalVersion::getVolume() const {
     if (!answersSolid(record_->type)) {
         static ReportOnce once;
-        once([] { reportDiagnostic(4, "no volume in this type"); });
+        once([] { reportDiagnostic(diagnosticLevel, "no volume in this type"); });
         return 0.0;
     }
     return record_->volume;

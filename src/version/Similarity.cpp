@@ -1,8 +1,8 @@
+#include <Velmor/Version.h>
+
 #include "version/Euclid.h"
 #include "version/Power.h"
 #include "version/Record.h"
-
-#include <Velmor/Version.h>
 
 #include <cmath>
 #include <cstddef>

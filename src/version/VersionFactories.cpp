@@ -1,6 +1,6 @@
-#include "version/Record.h"
-
 #include <Velmor/Version.h>
+
+#include "version/Record.h"
 
 #include <algorithm>
 

@@ -555,7 +555,7 @@ public:
     }
 
 private:
-    Folder folder_;
+    TemporaryFolder folder_;
     std::filesystem::path path_ = folder_ / "program.dll";
 };
 

@@ -3,11 +3,11 @@
 #include "Answers.h"
 #include "PlainMatching.h"
 
+#include <windows.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <vector>
-
-#include <windows.h>
 
 namespace velmor_tests {
 namespace {

@@ -1,6 +1,6 @@
-#include "RandomBytes.h"
-
 #include <Velmor/Digest.h>
+
+#include "RandomBytes.h"
 
 #include <gtest/gtest.h>
 

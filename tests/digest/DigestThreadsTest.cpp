@@ -1,14 +1,14 @@
 // Digests on several threads at once; what a thread sanitizer is to see.
 
+#include <Velmor/Digest.h>
+
 #include "PlainSha1.h"
 #include "RandomBytes.h"
 #include "Tools.h"
 
-#include <Velmor/Digest.h>
+#include <gtest/gtest.h>
 
 #include <support/UnderDebugger.h>
-
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdio>
@@ -93,7 +93,7 @@ TEST(DigestThreads, EveryThreadHashesItsOwnData) {
 }
 
 TEST(DigestThreads, OneFileIsHashedByManyThreads) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const Bytes content = Random(1).bytes((2 << 20) + 17);
     writeFile(folder / "file", std::string(content.begin(), content.end()));
     const auto expected = plainSha1(content);

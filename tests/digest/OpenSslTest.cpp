@@ -1,12 +1,11 @@
 // SHA-1 beside OpenSSL's.
 
+#include <Velmor/Digest.h>
+
 #include "PlainSha1.h"
 #include "RandomBytes.h"
 
-#include <Velmor/Digest.h>
-
 #include <gtest/gtest.h>
-
 #include <openssl/evp.h>
 
 #include <string>

@@ -2,10 +2,10 @@
 
 // What SHA-1 must meet whichever kernel computes it: NIST's response files, and every length.
 
+#include <Velmor/Digest.h>
+
 #include "PlainSha1.h"
 #include "RandomBytes.h"
-
-#include <Velmor/Digest.h>
 
 #include <gtest/gtest.h>
 

@@ -2,12 +2,12 @@
 //
 // The linker leads the library's calls of os::readFile here (--wrap).
 
+#include <Velmor/Digest.h>
+
 #include "PlainSha1.h"
 #include "RandomBytes.h"
 #include "Tools.h"
 #include "support/WithFailure.h"
-
-#include <Velmor/Digest.h>
 
 #include <gtest/gtest.h>
 
@@ -86,7 +86,7 @@ public:
     }
 
 private:
-    Folder folder_;
+    TemporaryFolder folder_;
     Bytes content_;
 };
 
@@ -145,7 +145,7 @@ TEST(Sha1FailingFile, AShortReadDoesNotEndTheFile) {
 // ----------------------------------------------------------------------------------------------------------------------
 
 TEST(Sha1Memory, AFileOfAnySizeTakesOnePiece) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / "file";
     writeFile(path, "a large file of zeros but for this");
     std::filesystem::resize_file(path, 64 << 20);
@@ -180,7 +180,7 @@ TEST(Sha1Memory, AHasherOwnsNone) {
 }
 
 TEST(Sha1Memory, ExhaustionThrowsAndLosesNothing) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     const Velmor::WideString path = wide(folder / "file");
     const Velmor::WideString missing = wide(folder / "missing");

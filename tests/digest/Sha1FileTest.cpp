@@ -1,13 +1,13 @@
+#include <Velmor/Digest.h>
+#include <Velmor/Platform.h>
+
 #include "PlainSha1.h"
 #include "RandomBytes.h"
 #include "Tools.h"
 
-#include <Velmor/Digest.h>
-#include <Velmor/Platform.h>
+#include <gtest/gtest.h>
 
 #include <support/UnderDebugger.h>
-
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -36,7 +36,7 @@ void writeBytes(const std::filesystem::path& path, const Bytes& bytes) {
 } // namespace
 
 TEST(Sha1File, DigestIsThatOfTheContent) {
-    const Folder folder;
+    const TemporaryFolder folder;
     for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{3}, std::size_t{55}, std::size_t{56},
                                    std::size_t{63}, std::size_t{64}, std::size_t{65}, std::size_t{100000}, piece - 1, piece,
                                    piece + 1, piece + 63, 2 * piece - 1, 2 * piece, 2 * piece + 1, 5 * piece + 12345}) {
@@ -49,20 +49,20 @@ TEST(Sha1File, DigestIsThatOfTheContent) {
 }
 
 TEST(Sha1File, EmptyFileHasTheDigestOfTheEmptyMessage) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "");
     EXPECT_EQ(digestOf(folder / "file").asString(), "da39a3ee5e6b4b0d3255bfef95601890afd80709");
 }
 
 TEST(Sha1File, BytesThatTextFilesTreatSpeciallyCount) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string content("\r\n\n\r\x1A behind\0 and on\r\n", 21);
     writeFile(folder / "file", content);
     EXPECT_EQ(digestOf(folder / "file").asBytes(), plainSha1(bytesOf(content)));
 }
 
 TEST(Sha1File, NamesMayHoldAnyCharacter) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / "Gr\xC3\xBC\xC3\x9F"
                                "e \xE6\xB8\xAC\xE8\xA9\xA6 \xF0\x9F\x98\x80.ifc";
     writeFile(path, "abc");
@@ -70,7 +70,7 @@ TEST(Sha1File, NamesMayHoldAnyCharacter) {
 }
 
 TEST(Sha1File, WhatCannotBeOpenedGivesTwentyZeros) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     const std::unique_ptr<FileStream> holder(FileStream::createFileForWriting(wide(folder / "held")));
     ASSERT_NE(holder->getHandle(), noHandle());
@@ -81,14 +81,14 @@ TEST(Sha1File, WhatCannotBeOpenedGivesTwentyZeros) {
 }
 
 TEST(Sha1File, FileIsReadWhileOthersReadIt) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "abc");
     const std::unique_ptr<FileStream> reader(FileStream::openFileForReading(wide(folder / "file")));
     EXPECT_EQ(digestOf(folder / "file").asString(), "a9993e364706816aba3e25717850c26c9cd0d89d");
 }
 
 TEST(Sha1File, FileIsClosedAfterwards) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "abc");
     digestOf(folder / "file");
     digestOf(folder / "missing");
@@ -103,7 +103,7 @@ TEST(Sha1File, FileIsClosedAfterwards) {
 }
 
 TEST(Sha1File, FileCanBeRemovedAtOnce) {
-    const Folder folder;
+    const TemporaryFolder folder;
     for (int i = 0; i < 20; ++i) {
         writeFile(folder / "file", "abc");
         EXPECT_EQ(digestOf(folder / "file").asString(), "a9993e364706816aba3e25717850c26c9cd0d89d");
@@ -114,7 +114,7 @@ TEST(Sha1File, FileCanBeRemovedAtOnce) {
 }
 
 TEST(Sha1File, FileIsLeftAsItIs) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     const auto time = std::filesystem::last_write_time(folder / "file");
     digestOf(folder / "file");
@@ -137,7 +137,7 @@ VELMOR_SCENARIO(DigestsOfMissingFiles) {
 }
 
 VELMOR_SCENARIO(DigestsOfFiles) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     digestOf(folder / "file");
     Sha1::Digest::fromString("no digest");

@@ -1,13 +1,13 @@
 // Every kernel that this processor runs, against published digests and against the standard's own steps, written once more
 // apart from the library; and how hashers come to their kernel.
 
-#include "PlainSha1.h"
-#include "RandomBytes.h"
-#include "Sha1Checks.h"
+#include "digest/Sha1Kernels.h"
 
 #include <Velmor/Digest.h>
 
-#include "digest/Sha1Kernels.h"
+#include "PlainSha1.h"
+#include "RandomBytes.h"
+#include "Sha1Checks.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
+#include <Velmor/Digest.h>
+
 #include "PlainSha1.h"
 #include "RandomBytes.h"
 #include "Sha1Checks.h"
-
-#include <Velmor/Digest.h>
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,12 @@
-#include "ChildProgram.h"
-#include "Tools.h"
-
 #include <Velmor/ForeignObject.h>
 #include <Velmor/Platform.h>
 
-#include <support/UnderDebugger.h>
+#include "ChildProgram.h"
+#include "Tools.h"
 
 #include <gtest/gtest.h>
+
+#include <support/UnderDebugger.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -297,7 +297,7 @@ private:
 } // namespace
 
 TEST(ForeignObjectEnv, ImporterTakesUpAndAnswersOnAllStreams) {
-    const Folder temporaries;
+    const TemporaryFolder temporaries;
     const VariableSetting setting(temporaryFolderVariable, narrow(temporaries.path()));
     {
         const Host host(1);

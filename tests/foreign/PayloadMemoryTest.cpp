@@ -1,11 +1,11 @@
 // Solids and textures when memory is short, what a debugger sees of it, and when blocks are freed.
 
+#include <Velmor/ForeignObject.h>
+
 #include "support/FailingAllocation.h"
 #include "support/Setting.h"
 #include "support/UnderDebugger.h"
 #include "support/WithFailure.h"
-
-#include <Velmor/ForeignObject.h>
 
 #include <gtest/gtest.h>
 

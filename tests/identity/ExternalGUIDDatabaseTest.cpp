@@ -1,8 +1,7 @@
-#include "PlainDatabase.h"
-
-#include "support/UnderDebugger.h"
-
 #include <Velmor/Identity.h>
+
+#include "PlainDatabase.h"
+#include "support/UnderDebugger.h"
 
 #include <gtest/gtest.h>
 

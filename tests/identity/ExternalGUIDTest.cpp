@@ -1,7 +1,7 @@
+#include <Velmor/Identity.h>
+
 #include "support/Setting.h"
 #include "support/UnderDebugger.h"
-
-#include <Velmor/Identity.h>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "support/WithFailure.h"
-
 #include <Velmor/Identity.h>
+
+#include "support/WithFailure.h"
 
 #include <gtest/gtest.h>
 

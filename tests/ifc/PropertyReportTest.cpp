@@ -1,9 +1,9 @@
 // What a debugger sees of getters and factories that are used wrongly: one break for each of them, without a word.
 
+#include <Velmor/IFCProperties.h>
+
 #include "support/Setting.h"
 #include "support/UnderDebugger.h"
-
-#include <Velmor/IFCProperties.h>
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // The child of the suites. It works off the script in the folder that a variable names, one step a line, and leaves what it
 // found there as lines "key=value". Without a script it ends with the number that its last argument is.
 
-#include "Tools.h"
-
 #include <Velmor/Platform.h>
+
+#include "Tools.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,9 +13,8 @@
 #include <vector>
 
 #if defined(_WIN32)
-    #include <windows.h>
-
     #include <shellapi.h>
+    #include <windows.h>
 #else
     #include <sys/resource.h>
     #include <unistd.h>

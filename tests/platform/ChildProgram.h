@@ -15,13 +15,13 @@
 //     wait                 waits until the parent lets it proceed
 //     exit CODE            ends
 
-#include "Tools.h"
-
 #include <Velmor/Platform.h>
 
-#include <support/UnderDebugger.h>
+#include "Tools.h"
 
 #include <gtest/gtest.h>
+
+#include <support/UnderDebugger.h>
 
 #include <atomic>
 #include <initializer_list>
@@ -155,7 +155,7 @@ private:
         return report;
     }
 
-    Folder folder_;
+    TemporaryFolder folder_;
     HANDLE handle_ = noHandle();
 };
 

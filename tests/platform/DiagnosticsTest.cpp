@@ -26,9 +26,9 @@ namespace {
 using namespace std::string_literals;
 using testing::ElementsAre;
 using testing::StartsWith;
-using Velmor::breakIntoDebugger;
-using Velmor::reportDiagnostic;
-using Velmor::ReportOnce;
+using Velmor::diagnostics::breakIntoDebugger;
+using Velmor::diagnostics::reportDiagnostic;
+using Velmor::diagnostics::ReportOnce;
 using velmor_tests::runAlone;
 using velmor_tests::runUnderDebugger;
 using velmor_tests::ScenarioRun;

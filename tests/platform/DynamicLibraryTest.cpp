@@ -1,12 +1,12 @@
+#include <Velmor/Platform.h>
+
 #include "ChildProgram.h"
 #include "TestModule.h"
 #include "Tools.h"
 
-#include <Velmor/Platform.h>
+#include <gtest/gtest.h>
 
 #include <support/UnderDebugger.h>
-
-#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -131,7 +131,7 @@ TEST(DynamicLibrary, FolderStandsBeforeTheOldPath) {
 }
 
 TEST(DynamicLibrary, OldPathIsSearchedToo) {
-    const Folder empty;
+    const TemporaryFolder empty;
     const VariableSetting path("PATH", narrow(built("second")));
     const Library library = load("velmor_module", empty.path());
     ASSERT_TRUE(library->isValid());
@@ -139,14 +139,14 @@ TEST(DynamicLibrary, OldPathIsSearchedToo) {
 }
 
 TEST(DynamicLibrary, LoadsAModuleByItsPath) {
-    const Folder empty;
+    const TemporaryFolder empty;
     const Library library = load(built("second") / file("velmor_module"), empty.path());
     ASSERT_TRUE(library->isValid());
     EXPECT_EQ(call(library, "velmorModuleVariant"), 2);
 }
 
 TEST(DynamicLibrary, NamesMayHoldAnyCharacter) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto inner = folder / "Gr\xC3\xBC\xC3\x9F"
                                 "e \xE6\xB8\xAC\xE8\xA9\xA6";
     std::filesystem::create_directory(inner);
@@ -158,7 +158,7 @@ TEST(DynamicLibrary, NamesMayHoldAnyCharacter) {
 }
 
 TEST(DynamicLibrary, DependenciesAreFoundInTheFolder) {
-    const Folder folder;
+    const TemporaryFolder folder;
     copy("dependent", "velmor_dependent", folder.path());
     copy("dependency", "velmor_dependency", folder.path());
     copy("foundation", "velmor_foundation", folder.path());
@@ -172,8 +172,8 @@ TEST(DynamicLibrary, DependenciesAreFoundInTheFolder) {
 }
 
 TEST(DynamicLibrary, DependenciesOfAModuleElsewhereAreFoundInTheFolder) {
-    const Folder apart;
-    const Folder folder;
+    const TemporaryFolder apart;
+    const TemporaryFolder folder;
     copy("dependent", "velmor_dependent", apart.path());
     copy("dependency", "velmor_dependency", folder.path());
     copy("foundation", "velmor_foundation", folder.path());
@@ -183,7 +183,7 @@ TEST(DynamicLibrary, DependenciesOfAModuleElsewhereAreFoundInTheFolder) {
 }
 
 TEST(DynamicLibrary, MissingDependencyGivesNoModule) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const VariableSetting path("PATH", "some/where");
     copy("dependent", "velmor_dependent", folder.path());
     EXPECT_FALSE(load("velmor_dependent", folder.path())->isValid());
@@ -195,7 +195,7 @@ TEST(DynamicLibrary, MissingDependencyGivesNoModule) {
 }
 
 TEST(DynamicLibrary, WhatIsNoModuleGivesNoModule) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / file("text").c_str(), "plain text, and no module");
     writeFile(folder / file("empty").c_str(), "");
     std::filesystem::create_directory(folder / file("folder").c_str());
@@ -240,7 +240,7 @@ TEST(DynamicLibrary, EmptyFolderIsLentAsWell) {
 }
 
 TEST(DynamicLibrary, PathIsRestoredAfterAFailure) {
-    const Folder folder;
+    const TemporaryFolder folder;
     for (const char* old : {"a", "a b/c d", "", "50%/%PATH%", "a;b:c;;",
                             "Gr\xC3\xBC\xC3\x9F"
                             "e"}) {
@@ -280,7 +280,7 @@ TEST(DynamicLibrary, SymbolsAreFoundByName) {
 }
 
 TEST(DynamicLibrary, SymbolsOfADependencyAreNotTheModules) {
-    const Folder folder;
+    const TemporaryFolder folder;
     copy("dependent", "velmor_dependent", folder.path());
     copy("dependency", "velmor_dependency", folder.path());
     copy("foundation", "velmor_foundation", folder.path());
@@ -310,7 +310,7 @@ TEST(DynamicLibrary, ModuleStaysLoadedUntilItsObjectIsDeleted) {
 }
 
 TEST(DynamicLibrary, DependenciesLeaveWithTheirModule) {
-    const Folder folder;
+    const TemporaryFolder folder;
     copy("dependent", "velmor_dependent", folder.path());
     copy("dependency", "velmor_dependency", folder.path());
     copy("foundation", "velmor_foundation", folder.path());
@@ -342,7 +342,7 @@ TEST(DynamicLibrary, ExecutableIsTheProgramItself) {
 }
 
 TEST(DynamicLibrary, RoundsLeakNothing) {
-    const Folder folder;
+    const TemporaryFolder folder;
     copy("dependent", "velmor_dependent", folder.path());
     copy("dependency", "velmor_dependency", folder.path());
     copy("foundation", "velmor_foundation", folder.path());
@@ -376,7 +376,7 @@ VELMOR_SCENARIO(LoadMissingModules) {
 }
 
 VELMOR_SCENARIO(LoadWhatIsNoModule) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / file("velmor_text").c_str(), "plain text, and no module");
     copy("dependent", "velmor_dependent", folder.path());
     demand(!load("velmor_text", folder.path())->isValid());

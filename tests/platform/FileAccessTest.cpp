@@ -1,9 +1,9 @@
 // Whether the user may see a file and may write to it.
 
+#include <Velmor/Platform.h>
+
 #include "PrivateFileOperations.h"
 #include "Tools.h"
-
-#include <Velmor/Platform.h>
 
 #include <gtest/gtest.h>
 
@@ -26,8 +26,8 @@ namespace {
 
 using Velmor::FileOperations;
 using Velmor::WideString;
-using velmor_tests::Folder;
 using velmor_tests::narrow;
+using velmor_tests::TemporaryFolder;
 using velmor_tests::wide;
 using velmor_tests::writeFile;
 
@@ -55,7 +55,7 @@ Access accessOf(const std::filesystem::path& path) {
 }
 
 TEST(FileOperationsAccess, OwnFilesAndFoldersMayBeReadAndWritten) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "Gr\u00FC\u00DFe");
     const std::string base = narrow(folder.path());
@@ -67,7 +67,7 @@ TEST(FileOperationsAccess, OwnFilesAndFoldersMayBeReadAndWritten) {
 }
 
 TEST(FileOperationsAccess, WhatIsMissingMayBeNeitherReadNorWritten) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     for (const auto& path : {folder / "missing", folder / "missing" / "below", folder / "file" / "below"}) {
         EXPECT_EQ(accessOf(path), none) << path;
@@ -78,7 +78,7 @@ TEST(FileOperationsAccess, WhatIsMissingMayBeNeitherReadNorWritten) {
 }
 
 TEST(FileOperationsAccess, BothAnswersComeFromOneQuestion) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto ask = reach(velmor_tests::PrivateAccess());
     bool read = false;
     bool write = false;
@@ -89,7 +89,7 @@ TEST(FileOperationsAccess, BothAnswersComeFromOneQuestion) {
 }
 
 TEST(FileOperationsAccess, LeavesNoHandleBehind) {
-    const Folder folder;
+    const TemporaryFolder folder;
     accessOf(folder.path());
     accessOf(folder / "missing");
     const std::size_t before = velmor_tests::openHandles();
@@ -121,7 +121,7 @@ void allow(const std::filesystem::path& path, DWORD rights) {
 }
 
 TEST(FileOperationsAccess, SecurityDescriptorDecides) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "folder");
     const std::pair<DWORD, Access> cases[]{
@@ -141,7 +141,7 @@ TEST(FileOperationsAccess, SecurityDescriptorDecides) {
 }
 
 TEST(FileOperationsAccess, ThreadIsItselfAgain) {
-    const Folder folder;
+    const TemporaryFolder folder;
     accessOf(folder.path());
     HANDLE token = nullptr;
     EXPECT_FALSE(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, &token));
@@ -211,7 +211,7 @@ std::string differences(const std::vector<Expectation>& expectations) {
 }
 
 TEST(FileOperationsAccess, ModeDecidesForTheOwner) {
-    const Folder folder;
+    const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
     std::vector<Expectation> expectations;
     // To see a file's attributes nothing is needed of the file itself.
@@ -246,7 +246,7 @@ TEST(FileOperationsAccess, ModeDecidesForTheOwner) {
 }
 
 TEST(FileOperationsAccess, FolderMustBeSearchable) {
-    const Folder folder;
+    const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
     std::vector<Expectation> expectations;
     for (const auto& [mode, access] : std::vector<std::pair<mode_t, Access>>{
@@ -270,7 +270,7 @@ TEST(FileOperationsAccess, FolderMustBeSearchable) {
 }
 
 TEST(FileOperationsAccess, AnswerIsWhatOpeningForWritingFinds) {
-    const Folder folder;
+    const TemporaryFolder folder;
     for (const mode_t mode : {0600u, 0400u, 0200u, 0000u, 0444u, 0666u}) {
         writeFile(folder / "file", "x");
         ASSERT_EQ(chmod((folder / "file").c_str(), mode), 0);
@@ -293,7 +293,7 @@ TEST(FileOperationsAccess, FilesOfOthersMayBeWrittenAsTheySay) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can make files of another user";
     }
-    const Folder folder;
+    const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
     std::vector<Expectation> expectations{{folder.path(), readOnly}};
     for (const auto& [mode, access] : std::vector<std::pair<mode_t, Access>>{{0644, readOnly},
@@ -321,7 +321,7 @@ TEST(FileOperationsAccess, EffectiveUserCounts) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root can be one user and act as another";
     }
-    const Folder folder;
+    const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
     writeFile(folder / "file", "x");
     ASSERT_EQ(chmod((folder / "file").c_str(), 0644), 0);

@@ -1,10 +1,9 @@
 // What the file operations do when the system gives them no memory, or no name for a module that it knows.
 
-#include "PortableExecutable.h"
-#include "Tools.h"
-
 #include <Velmor/Platform.h>
 
+#include "PortableExecutable.h"
+#include "Tools.h"
 #include "support/FailingAllocation.h"
 #include "support/UnderDebugger.h"
 
@@ -92,7 +91,7 @@ TEST(FileOperationsFailures, AddressInNoModuleAsksForNoName) {
 }
 
 TEST(FileOperationsFailures, WithoutMemoryThereIsNoVersion) {
-    const velmor_tests::Folder folder;
+    const velmor_tests::TemporaryFolder folder;
     const auto path = folder / "program.dll";
     velmor_tests::writeFile(path, bytesOf(velmor_tests::PortableExecutable()));
     const auto widePath = wide(path);
@@ -113,7 +112,7 @@ TEST(FileOperationsFailures, WithoutMemoryThereIsNoVersion) {
 }
 
 TEST(FileOperationsFailures, BlockOfAVersionThatCannotBeReadIsKept) {
-    const velmor_tests::Folder folder;
+    const velmor_tests::TemporaryFolder folder;
     velmor_tests::writeFile(folder / "program.dll", bytesOf(velmor_tests::PortableExecutable()));
     const auto path = wide(folder / "program.dll");
     for (const Failing step : {Failing::reading, Failing::query, Failing::nothing}) {

@@ -1,13 +1,13 @@
 // What the file operations report to a debugger: each message of each function once per process, and a break behind it.
 
-#include "Tools.h"
-
 #include <Velmor/Platform.h>
 #include <Velmor/Text.h>
 
-#include <support/UnderDebugger.h>
+#include "Tools.h"
 
 #include <gtest/gtest.h>
+
+#include <support/UnderDebugger.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -21,11 +21,11 @@ using Velmor::FileOperations;
 using Velmor::StringOperations;
 using Velmor::WideChar;
 using Velmor::WideString;
-using velmor_tests::Folder;
 using velmor_tests::narrow;
 using velmor_tests::runAlone;
 using velmor_tests::runUnderDebugger;
 using velmor_tests::ScenarioRun;
+using velmor_tests::TemporaryFolder;
 using velmor_tests::wide;
 
 const std::string invalidDirectory = "Invalid directory.";
@@ -195,7 +195,7 @@ TEST(FileOperationsReports, NothingIsReportedWithoutADebugger) {
 // A relative path has no full form when nobody knows the folder that it starts from.
 VELMOR_SCENARIO(FullPathInAFolderThatIsGone) {
     {
-        const velmor_tests::Folder folder;
+        const velmor_tests::TemporaryFolder folder;
         std::filesystem::current_path(folder.path());
     }
     for (int i = 0; i < 2; ++i) {
@@ -261,7 +261,7 @@ VELMOR_SCENARIO(DeleteTwice) {
 }
 
 TEST(FileOperationsReports, DeletingReportsTheFirstFailure) {
-    const Folder folder;
+    const TemporaryFolder folder;
     for (const std::string& path : {std::string("missing file"), narrow(folder / "missing"), narrow(folder.path()),
                                     std::string(), narrow(folder / "Gr\u00FC\u00DFe")}) {
         SCOPED_TRACE(path);
@@ -277,7 +277,7 @@ TEST(FileOperationsReports, DeletingReportsTheFirstFailure) {
 // --------------------------------------------------------------------------------------------------------
 
 VELMOR_SCENARIO(QuietFailures) {
-    const Folder folder;
+    const TemporaryFolder folder;
     velmor_tests::writeFile(folder / "file", "x");
     const WideString missing = wide(folder / "missing");
     const WideString file = wide(folder / "file");

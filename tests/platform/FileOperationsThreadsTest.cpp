@@ -1,9 +1,9 @@
 // All file operations at once from several threads.
 
+#include <Velmor/Platform.h>
+
 #include "PortableExecutable.h"
 #include "Tools.h"
-
-#include <Velmor/Platform.h>
 
 #include <gtest/gtest.h>
 
@@ -75,9 +75,9 @@ std::string askAll(const std::filesystem::path& folder, int number) {
 
 TEST(FileOperationsThreads, AllOperationsMayRunAtOnce) {
     constexpr int threadCount = 4;
-    std::vector<std::unique_ptr<velmor_tests::Folder>> folders;
+    std::vector<std::unique_ptr<velmor_tests::TemporaryFolder>> folders;
     for (int number = 0; number < threadCount; ++number) {
-        folders.push_back(std::make_unique<velmor_tests::Folder>());
+        folders.push_back(std::make_unique<velmor_tests::TemporaryFolder>());
         velmor_tests::writeFile(*folders.back() / "program.dll", bytesOf(velmor_tests::PortableExecutable()));
     }
     std::vector<std::string> wrong(threadCount);

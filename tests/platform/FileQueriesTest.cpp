@@ -1,8 +1,8 @@
 // What is known about a file or folder, and what is done to one.
 
-#include "Tools.h"
-
 #include <Velmor/Platform.h>
+
+#include "Tools.h"
 
 #include <gtest/gtest.h>
 
@@ -27,13 +27,13 @@ namespace {
 
 using Velmor::FileOperations;
 using Velmor::WideString;
-using velmor_tests::Folder;
 using velmor_tests::narrow;
+using velmor_tests::TemporaryFolder;
 using velmor_tests::wide;
 using velmor_tests::writeFile;
 
 /// Paths that lead to nothing.
-std::vector<WideString> pathsToNothing(const Folder& folder) {
+std::vector<WideString> pathsToNothing(const TemporaryFolder& folder) {
     const std::string base = narrow(folder.path());
     return {WideString(),
             wide(base + "/missing"),
@@ -46,7 +46,7 @@ std::vector<WideString> pathsToNothing(const Folder& folder) {
 }
 
 TEST(FileOperationsQueries, ExistsForFilesAndFolders) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "folder");
     const std::string base = narrow(folder.path());
@@ -60,7 +60,7 @@ TEST(FileOperationsQueries, ExistsForFilesAndFolders) {
 }
 
 TEST(FileOperationsQueries, IsDirectoryForFoldersOnly) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "folder");
     const std::string base = narrow(folder.path());
@@ -75,7 +75,7 @@ TEST(FileOperationsQueries, IsDirectoryForFoldersOnly) {
 }
 
 TEST(FileOperationsQueries, PathEndsAtItsFirstZero) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "four");
     WideString path = wide(folder / "file");
     path += Velmor::WideChar{0};
@@ -91,7 +91,7 @@ TEST(FileOperationsQueries, PathEndsAtItsFirstZero) {
 // -----------------------------------------------------------------------------------------------------------------------
 
 TEST(FileOperationsActions, MakeDirectoryCreatesTheLastLevelOnly) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string base = narrow(folder.path());
     EXPECT_FALSE(FileOperations::MakeDirectory(wide(base + "/a/b")));
     EXPECT_FALSE(std::filesystem::exists(folder / "a"));
@@ -106,7 +106,7 @@ TEST(FileOperationsActions, MakeDirectoryCreatesTheLastLevelOnly) {
 }
 
 TEST(FileOperationsActions, MakeDirectoryRefusesWhatExists) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "folder");
     writeFile(folder / "folder" / "kept", "x");
@@ -119,7 +119,7 @@ TEST(FileOperationsActions, MakeDirectoryRefusesWhatExists) {
 }
 
 TEST(FileOperationsActions, DeleteRemovesFiles) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string base = narrow(folder.path());
     writeFile(folder / "a", "x");
     writeFile(folder / "b", "x");
@@ -133,7 +133,7 @@ TEST(FileOperationsActions, DeleteRemovesFiles) {
 }
 
 TEST(FileOperationsActions, DeleteRefusesWhatIsNoFile) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "folder");
     EXPECT_FALSE(FileOperations::Delete(wide(folder / "folder")));
@@ -144,7 +144,7 @@ TEST(FileOperationsActions, DeleteRefusesWhatIsNoFile) {
 }
 
 TEST(FileOperationsActions, DeleteDirectoryRemovesEmptyFoldersOnly) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string base = narrow(folder.path());
     writeFile(folder / "file", "x");
     std::filesystem::create_directories(folder / "full" / "empty");
@@ -170,7 +170,7 @@ TEST(FileOperationsActions, DeleteDirectoryRemovesEmptyFoldersOnly) {
 // ---------------------------------------------------------------------------------------------------------------
 
 TEST(FileOperationsQueries, FileSizeIsInBytes) {
-    const Folder folder;
+    const TemporaryFolder folder;
     for (const std::size_t size : {0u, 1u, 2u, 255u, 4096u, 100'000u}) {
         writeFile(folder / "file", std::string(size, 'x'));
         EXPECT_EQ(FileOperations::GetFileSize(wide(folder / "file")), static_cast<std::int64_t>(size));
@@ -192,7 +192,7 @@ void lengthen(const std::filesystem::path& path, std::uint64_t size) {
 }
 
 TEST(FileOperationsQueries, FileSizeMayNeedMoreThan32Bits) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / "file";
     writeFile(path, "x");
     for (const std::uint64_t size :
@@ -203,7 +203,7 @@ TEST(FileOperationsQueries, FileSizeMayNeedMoreThan32Bits) {
 }
 
 TEST(FileOperationsQueries, FileSizeOfAnythingElseIsZero) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "folder");
     for (int i = 0; i < 20; ++i) {
@@ -246,7 +246,7 @@ std::uint64_t setTime(const std::filesystem::path& path, std::uint64_t time) {
 #endif
 
 TEST(FileOperationsQueries, LastWriteTimeIsExactToTheTick) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "folder");
     const std::uint64_t times[]{
@@ -271,7 +271,7 @@ TEST(FileOperationsQueries, LastWriteTimeIsExactToTheTick) {
 }
 
 TEST(FileOperationsQueries, LastWriteTimeIsOfTheWriting) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     setTime(folder / "file", 125'911'584'000'000'000);
     writeFile(folder / "file", "y");
@@ -284,7 +284,7 @@ TEST(FileOperationsQueries, LastWriteTimeIsOfTheWriting) {
 }
 
 TEST(FileOperationsQueries, LastWriteTimeOfNothingIsZero) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     for (const WideString& path : pathsToNothing(folder)) {
         EXPECT_EQ(FileOperations::GetFileLastWriteTime(path), 0u) << narrow(path);
@@ -333,7 +333,7 @@ TEST(FileOperationsQueries, LastWriteTimeBeyondTheRangeIsItsNearestEnd) {
 }
 
 TEST(FileOperationsQueries, LinksAreWhatTheyLeadTo) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "seven b");
     std::filesystem::create_directory(folder / "folder");
     std::filesystem::create_symlink("file", folder / "link to file");
@@ -364,7 +364,7 @@ std::int64_t freeSpace(const std::filesystem::path& path) {
 }
 
 TEST(FileOperationsQueries, FreeBytesAreThoseOfTheUser) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string base = narrow(folder.path());
     for (const char* ending : {"", "/", "\\"}) {
         // Others write meanwhile, so it lies between two looks, more or less.
@@ -379,7 +379,7 @@ TEST(FileOperationsQueries, FreeBytesAreThoseOfTheUser) {
 }
 
 TEST(FileOperationsQueries, FreeBytesOfWhatIsNoFolderAreZero) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     EXPECT_EQ(FileOperations::GetFreeBytesAvailable(wide(folder / "file")), 0);
     for (const WideString& path : pathsToNothing(folder)) {

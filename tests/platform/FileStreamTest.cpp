@@ -1,11 +1,11 @@
+#include <Velmor/Platform.h>
+
 #include "ChildProgram.h"
 #include "Tools.h"
 
-#include <Velmor/Platform.h>
+#include <gtest/gtest.h>
 
 #include <support/UnderDebugger.h>
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
@@ -66,7 +66,7 @@ bool put(const Stream& stream, const std::string& text) {
 
 /// Lets temporary files be created in a folder of the test's own.
 struct OwnTemporaryFolder {
-    Folder folder;
+    TemporaryFolder folder;
     VariableSetting setting{temporaryFolderVariable, narrow(folder.path())};
 
     /// Names of the temporary files that the folder shows; the folders of the suite's children may be there, too.
@@ -127,7 +127,7 @@ TEST(FileStream, DefaultStreamHoldsNoHandle) {
 }
 
 TEST(FileStream, OpensAnExistingFile) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     const Stream stream = openFile(folder / "file");
     ASSERT_TRUE(holdsFile(stream));
@@ -136,7 +136,7 @@ TEST(FileStream, OpensAnExistingFile) {
 }
 
 TEST(FileStream, CreatesAFile) {
-    const Folder folder;
+    const TemporaryFolder folder;
     {
         const Stream stream = createFile(folder / "file");
         ASSERT_TRUE(holdsFile(stream));
@@ -146,14 +146,14 @@ TEST(FileStream, CreatesAFile) {
 }
 
 TEST(FileStream, CreatingEmptiesAnExistingFile) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "a longer content");
     createFile(folder / "file");
     EXPECT_EQ(readFile(folder / "file"), "");
 }
 
 TEST(FileStream, NamesMayHoldAnyCharacter) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / "Gr\xC3\xBC\xC3\x9F"
                                "e \xE6\xB8\xAC\xE8\xA9\xA6 \xF0\x9F\x98\x80.txt";
     ASSERT_TRUE(put(createFile(path), "content"));
@@ -162,7 +162,7 @@ TEST(FileStream, NamesMayHoldAnyCharacter) {
 }
 
 TEST(FileStream, RefusedPathsGiveAStreamOnNoHandle) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     const std::filesystem::path refused[] = {
         "",
@@ -185,7 +185,7 @@ TEST(FileStream, RefusedPathsGiveAStreamOnNoHandle) {
 }
 
 TEST(FileStream, OperationsOnNoHandleFailWithoutHarm) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const Stream streams[] = {Stream(new FileStream), openFile(folder / "missing"), createFile(folder / "missing" / "file"),
                               Stream(FileStream::createFromHandle(noHandle()))};
     for (const Stream& stream : streams) {
@@ -205,7 +205,7 @@ TEST(FileStream, OperationsOnNoHandleFailWithoutHarm) {
 
 TEST(FileStream, IsValidTellsTheOpposite) {
     // The inverted sense is meant.
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "");
     const Stream reader = openFile(folder / "file");
     EXPECT_FALSE(reader->isValid());
@@ -224,7 +224,7 @@ TEST(FileStream, IsValidTellsTheOpposite) {
 // -------------------------------------------------------------------------------------------------------------------
 
 TEST(FileStream, FactoriesOwnTheirHandle) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "");
     Stream streams[] = {openFile(folder / "file"), createFile(folder / "other"), createTemporary()};
     for (Stream& stream : streams) {
@@ -250,7 +250,7 @@ TEST(FileStream, BorrowedHandleStaysOpen) {
 }
 
 TEST(FileStream, ProtectedConstructorStoresHandleAndOwnership) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     const HANDLE handle = openHandle(folder / "file");
     {
@@ -264,7 +264,7 @@ TEST(FileStream, ProtectedConstructorStoresHandleAndOwnership) {
 }
 
 TEST(FileStream, LeavesNoHandleBehind) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "");
     const auto round = [&] {
         openFile(folder / "file");
@@ -288,7 +288,7 @@ TEST(FileStream, LeavesNoHandleBehind) {
 // ---------------------------------------------------------------------------------------------------------
 
 TEST(FileStream, ReadingMoreThanThereIsGivesWhatThereIs) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string content = "a file of thirty bytes, really";
     ASSERT_EQ(content.size(), 30u);
     writeFile(folder / "file", content);
@@ -302,7 +302,7 @@ TEST(FileStream, ReadingMoreThanThereIsGivesWhatThereIs) {
 }
 
 TEST(FileStream, ReadsFollowOneAnother) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "0123456789");
     const Stream stream = openFile(folder / "file");
     EXPECT_EQ(take(stream, 3), "012");
@@ -312,7 +312,7 @@ TEST(FileStream, ReadsFollowOneAnother) {
 }
 
 TEST(FileStream, BytesPassUnchanged) {
-    const Folder folder;
+    const TemporaryFolder folder;
     std::string bytes(256, '\0');
     std::iota(bytes.begin(), bytes.end(), static_cast<char>(0));
     bytes += "\r\n\n\r\x1A end";
@@ -322,7 +322,7 @@ TEST(FileStream, BytesPassUnchanged) {
 }
 
 TEST(FileStream, LargeBlocksPassAtOnce) {
-    const Folder folder;
+    const TemporaryFolder folder;
     std::string bytes(8u << 20, '\0');
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         bytes[i] = static_cast<char>(i * 2654435761u >> 13);
@@ -332,7 +332,7 @@ TEST(FileStream, LargeBlocksPassAtOnce) {
 }
 
 TEST(FileStream, WritesFollowOneAnother) {
-    const Folder folder;
+    const TemporaryFolder folder;
     {
         const Stream stream = createFile(folder / "file");
         EXPECT_TRUE(put(stream, "one "));
@@ -344,7 +344,7 @@ TEST(FileStream, WritesFollowOneAnother) {
 }
 
 TEST(FileStream, OnlyTheLow32BitsOfAWriteCount) {
-    const Folder folder;
+    const TemporaryFolder folder;
     EXPECT_TRUE(createFile(folder / "file")->write((std::uint64_t{1} << 32) + 5, "bytes"));
     EXPECT_EQ(readFile(folder / "file"), "bytes");
     EXPECT_TRUE(createFile(folder / "file")->write(std::uint64_t{7} << 32, "bytes"));
@@ -352,7 +352,7 @@ TEST(FileStream, OnlyTheLow32BitsOfAWriteCount) {
 }
 
 TEST(FileStream, ReadingStreamRefusesToWrite) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     const Stream stream = openFile(folder / "file");
     EXPECT_FALSE(put(stream, "text"));
@@ -362,7 +362,7 @@ TEST(FileStream, ReadingStreamRefusesToWrite) {
 }
 
 TEST(FileStream, WritingStreamRefusesToRead) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const Stream stream = createFile(folder / "file");
     ASSERT_TRUE(put(stream, "content"));
     stream->seekToBegin();
@@ -387,7 +387,7 @@ TEST(FileStream, BlockBeyondAllMemoryIsRefusedByTheContainer) {
 // -----------------------------------------------------------------------------------------------------------
 
 TEST(FileStream, SeeksToAnOffsetAndToTheBegin) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "0123456789");
     const Stream stream = openFile(folder / "file");
     stream->seekToOffset(7);
@@ -405,7 +405,7 @@ TEST(FileStream, SeeksToAnOffsetAndToTheBegin) {
 }
 
 TEST(FileStream, WritingBehindTheEndLeavesZeros) {
-    const Folder folder;
+    const TemporaryFolder folder;
     {
         const Stream stream = createFile(folder / "file");
         ASSERT_TRUE(put(stream, "abc"));
@@ -445,7 +445,7 @@ TEST(FileStream, SeeksReachTheirPlaceBelowTwoGigabytesOnly) {
 // ----------------------------------------------------------------------------------------
 
 TEST(FileStream, ReadersShareAFile) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     const Stream first = openFile(folder / "file");
     const Stream second = openFile(folder / "file");
@@ -456,7 +456,7 @@ TEST(FileStream, ReadersShareAFile) {
 }
 
 TEST(FileStream, ReaderKeepsWritersOut) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     Stream first = openFile(folder / "file");
     Stream second = openFile(folder / "file");
@@ -471,7 +471,7 @@ TEST(FileStream, ReaderKeepsWritersOut) {
 }
 
 TEST(FileStream, WriterKeepsEverybodyOut) {
-    const Folder folder;
+    const TemporaryFolder folder;
     {
         const Stream writer = createFile(folder / "file");
         ASSERT_TRUE(put(writer, "con"));
@@ -487,7 +487,7 @@ TEST(FileStream, WriterKeepsEverybodyOut) {
 
 #if defined(_WIN32)
 TEST(FileStream, OpenFilesAreNotDeleted) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "read", "");
     const Stream reader = openFile(folder / "read");
     const Stream writer = createFile(folder / "written");
@@ -501,7 +501,7 @@ TEST(FileStream, OpenFilesAreNotDeleted) {
 #endif
 
 TEST(FileStream, SharingRulesHoldBetweenProcesses) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / "file";
     writeFile(path, "content");
     const std::string name = narrow(path);
@@ -540,7 +540,7 @@ TEST(FileStream, SharingRulesHoldBetweenProcesses) {
 }
 
 TEST(FileStream, ClaimOnAFileEndsWithTheProcess) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / "file";
     Child writer({"create " + narrow(path), "ready", "wait"});
     EXPECT_EQ(writer.ready().value("create"), "done");
@@ -552,7 +552,7 @@ TEST(FileStream, ClaimOnAFileEndsWithTheProcess) {
 }
 
 TEST(FileStream, ClaimOnAFileDoesNotPassToAChild) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / "file";
     Stream writer = createFile(path);
     for (const bool inherit : {false, true}) {
@@ -567,7 +567,7 @@ TEST(FileStream, ClaimOnAFileDoesNotPassToAChild) {
 
 #if !defined(_WIN32)
 TEST(FileStream, ClosedFileIsFreeWhileAChildIsBeingStarted) {
-    const Folder folder;
+    const TemporaryFolder folder;
     for (const bool writing : {true, false}) {
         writeFile(folder / "file", "");
         Stream stream = writing ? createFile(folder / "file") : openFile(folder / "file");
@@ -588,7 +588,7 @@ TEST(FileStream, ClosedFileIsFreeWhileAChildIsBeingStarted) {
 #endif
 
 TEST(FileStream, OneOfManyCompetingWritersHoldsTheFile) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / "file";
     openFile(folder / "missing"); // the first failure of each kind happens here, and not on two threads at once
     createFile(folder / "missing" / "file");
@@ -657,7 +657,7 @@ TEST(FileStream, TemporaryFolderIsTmpUnlessTheUserSaysOtherwise) {
 }
 
 TEST(FileStream, TemporaryFolderMustLeaveRoomForAName) {
-    const Folder folder;
+    const TemporaryFolder folder;
     std::string path = narrow(folder.path());
     while (path.size() < 248 - 100) {
         path += "/" + std::string(50, 'd');
@@ -767,7 +767,7 @@ TEST(FileStream, TemporaryFileVanishesWhenAllItsProcessesAreKilled) {
 // -----------------------------------------------------------------------------------------------------------------
 
 TEST(FileStream, OnlyTemporaryFilesAreInheritable) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "");
     EXPECT_FALSE(isInheritable(openFile(folder / "file")->getHandle()));
     EXPECT_FALSE(isInheritable(createFile(folder / "file")->getHandle()));
@@ -800,7 +800,7 @@ TEST(FileStream, ChildWithoutInheritanceGetsNoFile) {
 }
 
 TEST(FileStream, OpenedAndCreatedFilesAreNeverInherited) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "");
     std::vector<Stream> streams;
     for (int i = 0; i < 200; ++i) {
@@ -817,7 +817,7 @@ TEST(FileStream, OpenedAndCreatedFilesAreNeverInherited) {
 
 #if !defined(_WIN32)
 TEST(FileStream, ChildHasExactlyTheDescriptorsThatItShouldHave) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "");
     const Stream reader = openFile(folder / "file");
     const Stream writer = createFile(folder / "other");
@@ -894,7 +894,7 @@ VELMOR_SCENARIO(WriteToNoHandle) {
 }
 
 VELMOR_SCENARIO(WriteToAReader) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     const Stream stream = openFile(folder / "file");
     put(stream, "text");
@@ -913,7 +913,7 @@ VELMOR_SCENARIO(FailWithoutReport) {
 }
 
 VELMOR_SCENARIO(SucceedWithFiles) {
-    const Folder folder;
+    const TemporaryFolder folder;
     put(createFile(folder / "file"), "content");
     take(openFile(folder / "file"), 10);
     put(createTemporary(), "content");
@@ -953,7 +953,7 @@ TEST(FileStream, OpeningAndCreatingHaveTheirOwnReports) {
 }
 
 TEST(FileStream, FailedTemporaryFileIsReportedOnce) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string missing = std::string(temporaryFolderVariable) + "=" + narrow(folder / "missing");
     const ScenarioRun run = runUnderDebugger("CreateTemporaryInMissingFolder", {missing});
     EXPECT_EQ(run.channel, "creation of temporary file failed.");

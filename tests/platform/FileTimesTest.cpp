@@ -1,8 +1,8 @@
 // File times by their parts, and the two texts made of such parts, with their shifted assignment.
 
-#include "Tools.h"
-
 #include <Velmor/Platform.h>
+
+#include "Tools.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,13 @@
 // Names matched against filter lists: from the end, blind to the first character of either, all on purpose.
 
+#include <Velmor/Platform.h>
+
 #include "PrivateFileOperations.h"
 #include "Tools.h"
 
-#include <Velmor/Platform.h>
-#include <differential/PlainMatching.h>
-
 #include <gtest/gtest.h>
+
+#include <differential/PlainMatching.h>
 
 #include <limits>
 #include <memory>

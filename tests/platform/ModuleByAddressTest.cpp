@@ -1,12 +1,12 @@
 // The file name of the module that an address lies in.
 
-#include "Tools.h"
-
 #include <Velmor/Platform.h>
 
-#include <support/UnderDebugger.h>
+#include "Tools.h"
 
 #include <gtest/gtest.h>
+
+#include <support/UnderDebugger.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -27,8 +27,8 @@ namespace {
 
 using Velmor::DynamicLibrary;
 using Velmor::FileOperations;
-using velmor_tests::Folder;
 using velmor_tests::narrow;
+using velmor_tests::TemporaryFolder;
 using velmor_tests::wide;
 
 int dataOfTheProgram = 1;
@@ -81,7 +81,7 @@ TEST(FileOperationsModules, AddressesOfTheLibraryLieInItsFile) {
 }
 
 TEST(FileOperationsModules, AddressesOfALoadedModuleLieInItsFile) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / (std::string("Gr\u00FC\u00DFe \u6E2C") + velmor_tests::moduleEnding).c_str();
     const Library library = loadCopy(path);
     ASSERT_TRUE(library->isValid());
@@ -91,7 +91,7 @@ TEST(FileOperationsModules, AddressesOfALoadedModuleLieInItsFile) {
 }
 
 TEST(FileOperationsModules, UnloadedModuleIsGone) {
-    const Folder folder;
+    const TemporaryFolder folder;
     Library library = loadCopy(folder / (std::string("module") + velmor_tests::moduleEnding).c_str());
     ASSERT_TRUE(library->isValid());
     const void* address = library->getSymbolAddress("velmorModuleVariant");
@@ -117,7 +117,7 @@ public:
     std::string name() const { return module(library_->getSymbolAddress("velmorModuleVariant")); }
 
 private:
-    Folder folder_;
+    TemporaryFolder folder_;
     std::filesystem::path path_ = folder_ / (std::string("module") + velmor_tests::moduleEnding).c_str();
     Library library_;
     std::string nameInside_;
@@ -148,7 +148,7 @@ VELMOR_SCENARIO(NameOfTheDeletedProgram) {
 }
 
 TEST(FileOperationsModules, NameOfTheDeletedProgramStays) {
-    const Folder folder;
+    const TemporaryFolder folder;
     for (const char* name : {"program", "program (deleted)"}) {
         const auto copy = folder / name;
         std::filesystem::copy_file(programPath(), copy);
@@ -181,7 +181,7 @@ TEST(FileOperationsModules, OtherAddressesLieInNone) {
 }
 
 TEST(FileOperationsModules, MappedFileIsNoModule) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / "data";
     velmor_tests::writeFile(path, std::string(100'000, 'x'));
 #if defined(_WIN32)
@@ -216,7 +216,7 @@ TEST(FileOperationsModules, ModulesOfTheSystemHaveTheirs) {
 }
 
 TEST(FileOperationsModules, NameIsCutAtTheBuffersEnd) {
-    const Folder folder;
+    const TemporaryFolder folder;
     auto path = folder.path();
     for (int i = 0; i < 3; ++i) {
         path /= std::string(80, 'd');

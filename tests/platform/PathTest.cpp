@@ -1,9 +1,9 @@
 // Paths made absolute and split. What every system treats alike is asked in the table of tests/differential as well; here
 // are the statements one by one, and the paths of each system itself.
 
-#include "Tools.h"
-
 #include <Velmor/Platform.h>
+
+#include "Tools.h"
 
 #include <gtest/gtest.h>
 
@@ -171,7 +171,7 @@ TEST(FileOperationsPaths, WithoutACurrentFolderRelativePathsAreInvalid) {
     const pid_t child = fork();
     if (child == 0) {
         {
-            const velmor_tests::Folder folder;
+            const velmor_tests::TemporaryFolder folder;
             std::filesystem::current_path(folder.path());
         }
         char current[4096];
@@ -188,7 +188,7 @@ TEST(FileOperationsPaths, WithoutACurrentFolderRelativePathsAreInvalid) {
 }
 
 TEST(FileOperationsPaths, LinksAreNotFollowed) {
-    const velmor_tests::Folder folder;
+    const velmor_tests::TemporaryFolder folder;
     std::filesystem::create_directories(folder / "real" / "deep");
     std::filesystem::create_directory_symlink(folder / "real" / "deep", folder / "link");
     const std::string base = narrow(folder.path());

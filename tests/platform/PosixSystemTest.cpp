@@ -1,17 +1,22 @@
 // What stands on POSIX in the place of Win32, as far as the suites of the classes, which hold for both systems, do not see
 // it.
 
+#include <Velmor/Platform.h>
+
 #include "ChildProgram.h"
 #include "Tools.h"
-
 #include "os/os.h"
 #include "os/posix/names.h"
 
-#include <Velmor/Platform.h>
-
-#include <support/UnderDebugger.h>
-
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <link.h>
+#include <support/UnderDebugger.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -23,13 +28,6 @@
 #include <random>
 #include <string>
 #include <vector>
-
-#include <fcntl.h>
-#include <link.h>
-#include <sys/mman.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace velmor_tests;
 using Velmor::DynamicLibrary;
@@ -155,7 +153,7 @@ TEST(PosixNames, SurrogateThatStandsForNothingIsEncodedByItself) {
 }
 
 TEST(PosixNames, FilesAndVariablesMayHaveAnyBytes) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string bytes = folder.path().string() + "/\xFF\xC3.bin";
     ASSERT_TRUE(Stream(FileStream::createFileForWriting(wideName(bytes)))->write(4, "text"));
     EXPECT_EQ(readFile(bytes), "text");
@@ -201,7 +199,7 @@ TEST(PosixFiles, NullHandleIsNotTheStandardInput) {
 }
 
 TEST(PosixFiles, RefusalsHaveTheCodesOfWin32) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "");
     const Stream holder(FileStream::createFileForWriting(wide(folder / "file")));
     const struct {
@@ -266,7 +264,7 @@ TEST(PosixFiles, ReadFromAPipeGivesWhatIsThere) {
 
 TEST(PosixFiles, FailureBehindAPartShowsAtTheNextRead) {
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", std::string(2 * page, 'x'));
     const Stream stream(FileStream::openFileForReading(wide(folder / "file")));
     // Memory of which the second half cannot be written.
@@ -285,7 +283,7 @@ TEST(PosixFiles, FailureBehindAPartShowsAtTheNextRead) {
 // Processes ---------------------------------------------------------------------------------------------------------------
 
 TEST(PosixProcesses, ChildHasDefaultActionsAndAnEmptySignalMask) {
-    const Folder folder;
+    const TemporaryFolder folder;
     sigset_t blocked;
     sigset_t former;
     sigemptyset(&blocked);
@@ -360,7 +358,7 @@ TEST(PosixProcesses, HostThatIgnoresItsChildrenLosesTheirCodes) {
 }
 
 TEST(PosixProcesses, ProgramThatCannotRunGivesTheCodeOfWin32) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "text", "no program");
     std::filesystem::permissions(folder / "text", std::filesystem::perms::owner_all);
     const struct {
@@ -398,7 +396,7 @@ TEST(PosixModules, CutOffModuleIsRefused) {
     }
     ASSERT_GT(end, sizeof header);
     ASSERT_LT(end, whole.size());
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto loads = [&](std::size_t size) {
         writeFile(folder / "cut.so", whole.substr(0, size));
         return Library(DynamicLibrary::loadDynamicLibrary(u"cut", wide(folder.path())))->isValid();
@@ -420,7 +418,7 @@ TEST(PosixModules, PathThatIsTooLongToBeReadIsLeftAlone) {
 }
 
 TEST(PosixModules, EndingIsAddedToANameThatHasNone) {
-    const Folder folder;
+    const TemporaryFolder folder;
     std::filesystem::create_directory(folder / "dotted.folder");
     for (const char* name : {"plain", "with.so", "version-3.91", "dotted.folder/inner.so"})
         std::filesystem::copy_file(testModule(), folder / name);

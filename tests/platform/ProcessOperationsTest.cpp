@@ -1,11 +1,11 @@
+#include <Velmor/Platform.h>
+
 #include "ChildProgram.h"
 #include "Tools.h"
 
-#include <Velmor/Platform.h>
+#include <gtest/gtest.h>
 
 #include <support/UnderDebugger.h>
-
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstdint>
@@ -105,7 +105,7 @@ TEST(ProcessOperations, StartsAProgram) {
 }
 
 TEST(ProcessOperations, ProgramThatCannotRunGivesNoHandle) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "notes.txt", "plain text\n");
     writeFile(folder / "empty.exe", "");
     writeFile(folder / "script.exe", "echo plain text\n");
@@ -142,7 +142,7 @@ TEST(ProcessOperations, ProgramThatCannotRunGivesNoHandle) {
 }
 
 TEST(ProcessOperations, NamesMayHoldAnyCharacter) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto program = folder / ("Gr\xC3\xBC\xC3\x9F"
                                    "e \xE6\xB8\xAC\xE8\xA9\xA6 \xF0\x9F\x98\x80" +
                                    std::string(programEnding))
@@ -163,7 +163,7 @@ TEST(ProcessOperations, ProgramIsNotSearchedFor) {
     const std::string name = narrow(childProgram().filename());
     const VariableSetting path("PATH", narrow(programFolder()));
     const auto here = std::filesystem::current_path();
-    const Folder folder;
+    const TemporaryFolder folder;
     std::filesystem::current_path(folder.path());
     EXPECT_EQ(ProcessOperations::createProcess(wide(name), wide("child 7"), false), noHandle());
     std::filesystem::current_path(programFolder());
@@ -176,7 +176,7 @@ TEST(ProcessOperations, ProgramIsNotSearchedFor) {
 
 TEST(ProcessOperations, ChildRunsInTheCallersFolder) {
     const auto here = std::filesystem::current_path();
-    const Folder folder;
+    const TemporaryFolder folder;
     std::filesystem::current_path(folder.path());
     const std::string seen = Child({"describe"}).report().value("folder");
     std::filesystem::current_path(here);

@@ -1,9 +1,9 @@
 // The product version of a program file.
 
+#include <Velmor/Platform.h>
+
 #include "PortableExecutable.h"
 #include "Tools.h"
-
-#include <Velmor/Platform.h>
 
 #include <gtest/gtest.h>
 
@@ -30,9 +30,9 @@ namespace {
 using Velmor::FileOperations;
 using Velmor::WideString;
 using velmor_tests::bytesOf;
-using velmor_tests::Folder;
 using velmor_tests::narrow;
 using velmor_tests::PortableExecutable;
+using velmor_tests::TemporaryFolder;
 using velmor_tests::wide;
 using velmor_tests::writeFile;
 
@@ -77,7 +77,7 @@ public:
     Version of(const PortableExecutable& program) { return of(bytesOf(program)); }
 
 private:
-    Folder folder_;
+    TemporaryFolder folder_;
     std::filesystem::path path_ = folder_ / "program.dll";
 };
 
@@ -176,14 +176,14 @@ TEST(ProductVersion, WhatIsNoProgramIsRefused) {
                        std::string(1000, '\1')),
               unknown);
 
-    const Folder folder;
+    const TemporaryFolder folder;
     EXPECT_EQ(versionOf(folder / "missing.dll"), unknown);
     EXPECT_EQ(versionOf(folder.path()), unknown);
     EXPECT_EQ(versionOf(WideString()), unknown);
 }
 
 TEST(ProductVersion, BothSeparatorsLeadToTheFile) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "Gr\u00FC\u00DFe.dll", bytesOf(PortableExecutable()));
     const std::string base = narrow(folder.path());
     EXPECT_EQ(versionOf(wide(base + "/Gr\u00FC\u00DFe.dll")), (Version{true, {3, 91, 0, 0}}));
@@ -191,7 +191,7 @@ TEST(ProductVersion, BothSeparatorsLeadToTheFile) {
 }
 
 TEST(ProductVersion, OutputsMayBeOneAndTheSame) {
-    const Folder folder;
+    const TemporaryFolder folder;
     PortableExecutable program;
     program.resources[0].product = {1, 2, 3, 4};
     writeFile(folder / "program.dll", bytesOf(program));
@@ -203,7 +203,7 @@ TEST(ProductVersion, OutputsMayBeOneAndTheSame) {
 }
 
 TEST(ProductVersion, LeavesNoHandleBehind) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "program.dll", bytesOf(PortableExecutable()));
     writeFile(folder / "text.dll", "text");
     const auto round = [&] {
@@ -322,7 +322,7 @@ public:
     void cut(std::size_t length) const { std::filesystem::resize_file(path_, length); }
 
 private:
-    Folder folder_;
+    TemporaryFolder folder_;
     std::filesystem::path path_ = folder_ / "Velmor-3.91.dll";
 };
 
@@ -402,7 +402,7 @@ TEST(ProductVersion, CopyOfTheLibraryCutOrDamagedIsRefused) {
 
 #if !defined(_WIN32)
 TEST(ProductVersion, WhatIsNoRegularFileIsNotOpened) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / "pipe.dll";
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     std::filesystem::create_symlink("pipe.dll", folder / "link.dll");
@@ -415,7 +415,7 @@ TEST(ProductVersion, WhatIsNoRegularFileIsNotOpened) {
 }
 
 TEST(ProductVersion, SparseFileOfManyGigabytesTakesNoMemory) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / "program.dll";
     writeFile(path, bytesOf(PortableExecutable()));
     std::filesystem::resize_file(path, std::uint64_t{1} << 36);

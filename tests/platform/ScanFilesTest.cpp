@@ -1,8 +1,8 @@
 // The files of one folder.
 
-#include "Tools.h"
-
 #include <Velmor/Platform.h>
+
+#include "Tools.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,8 +26,8 @@ using testing::UnorderedElementsAre;
 using Velmor::FileOperations;
 using Velmor::WideChar;
 using Velmor::WideString;
-using velmor_tests::Folder;
 using velmor_tests::narrow;
+using velmor_tests::TemporaryFolder;
 using velmor_tests::wide;
 using velmor_tests::writeFile;
 
@@ -58,7 +58,7 @@ private:
 };
 
 TEST(FileOperationsScan, GivesBareNamesOfFilesAndNoFolders) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "model.ifc", "x");
     writeFile(folder / "empty", "");
     writeFile(folder / "no ending.", "x");
@@ -73,7 +73,7 @@ TEST(FileOperationsScan, GivesBareNamesOfFilesAndNoFolders) {
 }
 
 TEST(FileOperationsScan, HiddenAndSystemFilesAreIncluded) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / ".hidden", "x");
     writeFile(folder / "..two", "x");
     writeFile(folder / "system", "x");
@@ -86,14 +86,14 @@ TEST(FileOperationsScan, HiddenAndSystemFilesAreIncluded) {
 }
 
 TEST(FileOperationsScan, EmptyFolderHasNone) {
-    const Folder folder;
+    const TemporaryFolder folder;
     EXPECT_THAT(scan(folder.path()), IsEmpty());
     std::filesystem::create_directory(folder / "a");
     EXPECT_THAT(scan(folder.path()), IsEmpty());
 }
 
 TEST(FileOperationsScan, WhatIsNoFolderHasNone) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     for (const auto& path : {folder / "missing", folder / "file", folder / "file" / "below", folder / "missing" / "below"}) {
         EXPECT_THAT(scan(path), IsEmpty()) << path;
@@ -104,7 +104,7 @@ TEST(FileOperationsScan, WhatIsNoFolderHasNone) {
 
 TEST(FileOperationsScan, NameEndsAtItsFirstZero) {
     // The asterisk lies behind the zero then: what is found is the one thing that the name leads to, if it is a file.
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "below");
     writeFile(folder / "below" / "deep", "x");
@@ -126,7 +126,7 @@ TEST(FileOperationsScan, NameEndsAtItsFirstZero) {
 }
 
 TEST(FileOperationsScan, EndingSeparatorsMakeNoDifference) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "below");
     writeFile(folder / "below" / "deep", "x");
@@ -138,7 +138,7 @@ TEST(FileOperationsScan, EndingSeparatorsMakeNoDifference) {
 }
 
 TEST(FileOperationsScan, EmptyNameIsTheCurrentFolder) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "below");
     writeFile(folder / "below" / "deep", "x");
@@ -150,7 +150,7 @@ TEST(FileOperationsScan, EmptyNameIsTheCurrentFolder) {
 }
 
 TEST(FileOperationsScan, NamesMayHoldAnyCharacter) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string names[]{"Gr\u00FC\u00DFe.ifc", "\u6E2C\u8A66", "\U0001F600.dwg",
                               "with blank",          "semi;colon",   "percent%s"};
     for (const std::string& name : names) {
@@ -160,7 +160,7 @@ TEST(FileOperationsScan, NamesMayHoldAnyCharacter) {
 }
 
 TEST(FileOperationsScan, ManyFilesComeInTheSystemsOrder) {
-    const Folder folder;
+    const TemporaryFolder folder;
     std::set<std::string> expected;
     for (int i = 0; i < 1000; ++i) {
         const std::string name = "file " + std::to_string(i * 7919 % 1000) + (i % 2 == 0 ? ".ifc" : ".dwg");
@@ -183,7 +183,7 @@ TEST(FileOperationsScan, ManyFilesComeInTheSystemsOrder) {
 }
 
 TEST(FileOperationsScan, LeavesNoHandleBehind) {
-    const Folder folder;
+    const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     const auto round = [&] {
         scan(folder.path());
@@ -200,7 +200,7 @@ TEST(FileOperationsScan, LeavesNoHandleBehind) {
 
 #if !defined(_WIN32)
 TEST(FileOperationsScan, NamesThatAreNoTextCanBeUsed) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string bytes = "m\xFF\xC3.ifc"; // two bytes that are no part of UTF-8
     const std::filesystem::path path = folder.path() / bytes;
     writeFile(path, "four");
@@ -222,7 +222,7 @@ TEST(FileOperationsScan, NamesThatAreNoTextCanBeUsed) {
 }
 
 TEST(FileOperationsScan, NamesOfTheSystemNeedNotBeWindowsNames) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string names[]{"a*b?", "q\"uote", "back\\slash", "colon:", "new\nline", "trailing. "};
     for (const std::string& name : names) {
         writeFile(folder.path() / name, "x");
@@ -241,7 +241,7 @@ TEST(FileOperationsScan, NamesOfTheSystemNeedNotBeWindowsNames) {
 }
 
 TEST(FileOperationsScan, LinksAreWhatTheyLeadTo) {
-    const Folder folder;
+    const TemporaryFolder folder;
     std::filesystem::create_directory(folder / "folder");
     writeFile(folder / "folder" / "file", "x");
     std::filesystem::create_symlink("folder/file", folder / "link to file");

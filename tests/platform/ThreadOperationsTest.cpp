@@ -1,12 +1,12 @@
+#include <Velmor/Platform.h>
+
 #include "ChildProgram.h"
 #include "Tools.h"
 
-#include <Velmor/Platform.h>
+#include <gtest/gtest.h>
 
 #include <support/FailingAllocation.h>
 #include <support/UnderDebugger.h>
-
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>

@@ -24,14 +24,6 @@ std::string asBytes(const std::u8string& text) {
     return std::string(text.begin(), text.end());
 }
 
-unsigned processId() {
-#if defined(_WIN32)
-    return GetCurrentProcessId();
-#else
-    return static_cast<unsigned>(getpid());
-#endif
-}
-
 #if !defined(_WIN32)
 int descriptor(HANDLE handle) {
     return static_cast<int>(reinterpret_cast<std::intptr_t>(handle));
@@ -60,14 +52,6 @@ std::filesystem::path pathOf(const std::string& utf8) {
     return std::filesystem::path(asUtf8(utf8));
 }
 
-std::string readFile(const std::filesystem::path& path) {
-    const auto content = tryReadFile(path);
-    if (!content) {
-        throw std::runtime_error("cannot read " + narrow(path));
-    }
-    return *content;
-}
-
 std::optional<std::string> tryReadFile(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) {
@@ -76,34 +60,12 @@ std::optional<std::string> tryReadFile(const std::filesystem::path& path) {
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
-void writeFile(const std::filesystem::path& path, const std::string& content) {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.write(content.data(), static_cast<std::streamsize>(content.size()));
-    file.close();
-    if (!file) {
-        throw std::runtime_error("cannot write " + narrow(path));
-    }
-}
-
 std::size_t entries(const std::filesystem::path& folder) {
     std::size_t count = 0;
     for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) {
         ++count;
     }
     return count;
-}
-
-Folder::Folder() {
-    static unsigned number = 0;
-    do {
-        path_ = std::filesystem::temp_directory_path() /
-                ("velmor-test-" + std::to_string(processId()) + "-" + std::to_string(number++));
-    } while (!std::filesystem::create_directory(path_));
-}
-
-Folder::~Folder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
 }
 
 std::optional<std::string> variable(const char* name) {

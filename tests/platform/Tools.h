@@ -6,6 +6,8 @@
 #include <Velmor/Platform.h>
 #include <Velmor/WideText.h>
 
+#include "support/TemporaryFolder.h"
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -35,27 +37,11 @@ std::string narrow(const std::filesystem::path& path);
 /// Text in UTF-8 as a path.
 std::filesystem::path pathOf(const std::string& utf8);
 
-std::string readFile(const std::filesystem::path& path);
+/// A whole file; nothing when it cannot be opened.
 std::optional<std::string> tryReadFile(const std::filesystem::path& path);
-void writeFile(const std::filesystem::path& path, const std::string& content);
 
 /// Number of entries of a folder.
 std::size_t entries(const std::filesystem::path& folder);
-
-/// An empty folder that is removed with all that is in it.
-class Folder {
-public:
-    Folder();
-    ~Folder();
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    const std::filesystem::path& path() const { return path_; }
-    std::filesystem::path operator/(const char* name) const { return path_ / pathOf(name); }
-
-private:
-    std::filesystem::path path_;
-};
 
 /// A variable of the process, in UTF-8, as the operating system has it; nothing when it is not set.
 std::optional<std::string> variable(const char* name);

@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 TemporaryFolder::TemporaryFolder() {
     std::random_device random;
     do {
-        path_ = fs::temp_directory_path() / ("velmor-host-" + std::to_string(random()));
+        path_ = fs::temp_directory_path() / ("velmor-test-" + std::to_string(random()));
     } while (!fs::create_directory(path_));
 }
 
@@ -21,11 +21,15 @@ TemporaryFolder::~TemporaryFolder() {
     fs::remove_all(path_, ignored);
 }
 
+fs::path TemporaryFolder::operator/(const char* name) const {
+    const std::string utf8 = name;
+    return path_ / std::u8string(utf8.begin(), utf8.end());
+}
+
 std::string readFile(const fs::path& file) {
     std::ifstream stream(file, std::ios::binary);
-    if (!stream) {
+    if (!stream)
         throw std::runtime_error("cannot read " + file.string());
-    }
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
@@ -33,19 +37,16 @@ void writeFile(const fs::path& file, const std::string& content) {
     fs::create_directories(file.parent_path());
     std::ofstream stream(file, std::ios::binary);
     stream.write(content.data(), static_cast<std::streamsize>(content.size()));
-    if (!stream.flush()) {
+    if (!stream.flush())
         throw std::runtime_error("cannot write " + file.string());
-    }
 }
 
 std::string replaced(std::string text, const std::string& part, const std::string& by) {
     auto at = text.find(part);
-    if (at == std::string::npos) {
+    if (at == std::string::npos)
         throw std::runtime_error("there is no '" + part + "' to replace");
-    }
-    for (; at != std::string::npos; at = text.find(part, at + by.size())) {
+    for (; at != std::string::npos; at = text.find(part, at + by.size()))
         text.replace(at, part.size(), by);
-    }
     return text;
 }
 

@@ -5,7 +5,7 @@
 
 namespace velmor_tests {
 
-/// A folder of its own for one test, which vanishes with it.
+/// An empty folder that is removed with its content at the end of the test.
 class TemporaryFolder {
 public:
     TemporaryFolder();
@@ -14,19 +14,25 @@ public:
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
+    const std::filesystem::path& path() const { return path_; }
     std::filesystem::path operator/(const std::filesystem::path& name) const { return path_ / name; }
+    /// @param name in UTF-8 on every system.
+    std::filesystem::path operator/(const char* name) const;
 
 private:
     std::filesystem::path path_;
 };
 
-/// A whole file.
+/// The content of a file.
+/// @throws std::runtime_error when it cannot be read.
 std::string readFile(const std::filesystem::path& file);
 
-/// Writes a whole file, and the folders to it.
+/// Writes a file, and creates the folders above it.
+/// @throws std::runtime_error when it cannot be written.
 void writeFile(const std::filesystem::path& file, const std::string& content);
 
-/// A text with every occurrence of a part replaced. The part must occur.
+/// A text with every occurrence of a part replaced.
+/// @throws std::runtime_error when the part does not occur.
 std::string replaced(std::string text, const std::string& part, const std::string& by);
 
 } // namespace velmor_tests

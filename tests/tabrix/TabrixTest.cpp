@@ -1,8 +1,8 @@
-#include "PlainStore.h"
+#include "tabrix/tabrix.h"
 
+#include "PlainStore.h"
 #include "support/UnderDebugger.h"
 #include "support/WithFailure.h"
-#include "tabrix/tabrix.h"
 #include "tabrix/tabrixhash.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "support/UnderDebugger.h"
-
 #include <Velmor/Text.h>
+
+#include "support/UnderDebugger.h"
 
 #include <gtest/gtest.h>
 
@@ -18,8 +18,9 @@
 #if defined(_WIN32)
     #include <windows.h>
 #else
-    #include <clocale>
     #include <locale.h>
+
+    #include <clocale>
 #endif
 
 #if !defined(_WIN32)

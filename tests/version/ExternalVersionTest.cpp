@@ -1,7 +1,7 @@
+#include <Velmor/Version.h>
+
 #include "support/Setting.h"
 #include "support/UnderDebugger.h"
-
-#include <Velmor/Version.h>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "support/WithFailure.h"
-
 #include <Velmor/Version.h>
+
+#include "support/WithFailure.h"
 
 #include <gtest/gtest.h>
 

@@ -2,9 +2,9 @@
 
 // Property sets and their properties.
 
-#include "importer/ifc/Record.h"
-
 #include <Velmor/IFCPropertySets.h>
+
+#include "importer/ifc/Record.h"
 
 #include <cstdint>
 #include <string>

@@ -1,7 +1,7 @@
 #include "importer/ifc/shape/Profiles.h"
 
-#include "importer/ifc/shape/Curves.h"
 #include "importer/ifc/Placement.h"
+#include "importer/ifc/shape/Curves.h"
 
 #include <algorithm>
 #include <initializer_list>

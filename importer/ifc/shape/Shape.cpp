@@ -1,10 +1,10 @@
 #include "importer/ifc/shape/Shape.h"
 
+#include "importer/ifc/Placement.h"
 #include "importer/ifc/shape/Curves.h"
 #include "importer/ifc/shape/Faces.h"
-#include "importer/ifc/Placement.h"
-#include "importer/ifc/shape/Sweeps.h"
 #include "importer/ifc/shape/Profiles.h"
+#include "importer/ifc/shape/Sweeps.h"
 
 #include <algorithm>
 #include <iterator>

@@ -3,6 +3,10 @@
 #include "os/posix/handles.h"
 #include "os/posix/utf16.h"
 
+#include <iconv.h>
+#include <langinfo.h>
+#include <locale.h>
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -12,10 +16,6 @@
 #include <iterator>
 #include <optional>
 #include <string>
-
-#include <iconv.h>
-#include <langinfo.h>
-#include <locale.h>
 
 namespace Velmor::os {
 

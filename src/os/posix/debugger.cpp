@@ -1,12 +1,12 @@
 #include "os/os.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace Velmor::os {
 

@@ -3,13 +3,13 @@
 #include "os/posix/handles.h"
 #include "os/posix/names.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-
-#include <unistd.h>
 
 namespace Velmor::os {
 

@@ -3,17 +3,17 @@
 #include "os/posix/names.h"
 #include "os/posix/paths.h"
 
-#include <cerrno>
-#include <cstdint>
-#include <limits>
-#include <memory>
-#include <string>
-
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <string>
 
 namespace Velmor::os {
 

@@ -1,14 +1,14 @@
 #include "os/posix/handles.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <climits>
 #include <mutex>
 #include <new>
 #include <unordered_map>
-
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 namespace Velmor::os {
 

@@ -3,6 +3,12 @@
 #include "os/posix/names.h"
 #include "os/posix/paths.h"
 
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <link.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <bit>
 #include <cerrno>
@@ -14,12 +20,6 @@
 #include <string_view>
 #include <utility>
 #include <vector>
-
-#include <dlfcn.h>
-#include <fcntl.h>
-#include <link.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace Velmor::os {
 

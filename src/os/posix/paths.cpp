@@ -4,6 +4,8 @@
 #include "os/posix/handles.h"
 #include "os/posix/names.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -11,8 +13,6 @@
 #include <memory>
 #include <string_view>
 #include <utility>
-
-#include <unistd.h>
 
 namespace Velmor::os {
 

@@ -3,6 +3,13 @@
 #include "os/posix/names.h"
 #include "os/posix/priority.h"
 
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -13,13 +20,6 @@
 #include <new>
 #include <string>
 #include <vector>
-
-#include <fcntl.h>
-#include <pthread.h>
-#include <sys/resource.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace Velmor::os {
 

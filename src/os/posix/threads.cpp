@@ -1,18 +1,18 @@
 #include "os/posix/handles.h"
 #include "os/posix/priority.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <mutex>
-#include <new>
-#include <utility>
-
 #include <pthread.h>
 #include <sched.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <mutex>
+#include <new>
+#include <utility>
 
 namespace Velmor::os {
 

@@ -3,12 +3,12 @@
 #include "os/posix/paths.h"
 #include "os/versionresource.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
-
-#include <sys/stat.h>
 
 namespace Velmor::os {
 

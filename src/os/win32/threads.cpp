@@ -1,8 +1,7 @@
 #include "os/os.h"
 
-#include <windows.h>
-
 #include <process.h>
+#include <windows.h>
 
 namespace Velmor::os {
 

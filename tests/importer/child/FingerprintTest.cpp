@@ -16,11 +16,9 @@ Product box(Shape shape) {
     Product product;
     product.shape = shape;
     for (const double z : {0.0, 6.0}) {
-        for (const double y : {0.0, 4.0}) {
-            for (const double x : {0.0, 2.0}) {
+        for (const double y : {0.0, 4.0})
+            for (const double x : {0.0, 2.0})
                 product.vertexes.insert(product.vertexes.end(), {x, y, z});
-            }
-        }
     }
     product.volume = 48;
     product.centroid[0] = 1;

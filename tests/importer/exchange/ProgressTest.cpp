@@ -42,9 +42,8 @@ TEST(Progress, IsSeenAsItGrows) {
 TEST(Progress, IsToldOnlyWhenItHasGrownByAThousandth) {
     Shared file;
     ProgressWriter writer(*file.child);
-    for (const double done : {0.0, 0.0005, 0.5, 0.5004, 0.3, -1.0, std::numeric_limits<double>::quiet_NaN(), 7.0, 8.0}) {
+    for (const double done : {0.0, 0.0005, 0.5, 0.5004, 0.3, -1.0, std::numeric_limits<double>::quiet_NaN(), 7.0, 8.0})
         writer.report(done);
-    }
     EXPECT_EQ(file.length(), 2u * 4); // 0.5 and 1
     ProgressReader reader(*file.parent);
     EXPECT_EQ(reader.perMille(), 1000u);
@@ -74,9 +73,8 @@ TEST(Progress, NeverFallsAndNeverTearsWhileBothAreAtIt) {
         std::atomic<bool> done{false};
         std::thread child([&] {
             ProgressWriter writer(*file.child);
-            for (int step = 0; step <= 1000; ++step) {
+            for (int step = 0; step <= 1000; ++step)
                 writer.report(step / 1000.0 + 1e-9);
-            }
             done = true;
         });
         ProgressReader reader(*file.parent);

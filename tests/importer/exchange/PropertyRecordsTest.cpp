@@ -1,4 +1,5 @@
 #include "importer/exchange/PropertyRecords.h"
+
 #include "importer/exchange/PropertySamples.h"
 
 #include <gtest/gtest.h>
@@ -45,9 +46,8 @@ void expectEqual(const IFC2X3Property& a, const IFC2X3Property& b) {
 
 void expectEqual(const IFC2X3PropertySet& a, const IFC2X3PropertySet& b) {
     ASSERT_EQ(a.getCount(), b.getCount());
-    for (unsigned i = 0; i < a.getCount(); ++i) {
+    for (unsigned i = 0; i < a.getCount(); ++i)
         expectEqual(a.getProperty(i), b.getProperty(i));
-    }
 }
 
 void expectComesBack(const PropertySet& set) {
@@ -61,9 +61,8 @@ void expectComesBack(const PropertySet& set) {
 // A property within `depth` complex ones.
 IFC2X3Property nested(unsigned depth) {
     auto property = integerProperty("innermost", 1);
-    for (unsigned i = 0; i < depth; ++i) {
+    for (unsigned i = 0; i < depth; ++i)
         property = complexProperty("level", "usage", {property});
-    }
     return property;
 }
 
@@ -126,24 +125,21 @@ TEST(PropertySetRecord, GivesItsPartsWithoutCopies) {
     EXPECT_EQ(set.properties[1].behind, 3u);
     EXPECT_EQ(set.properties[2].name, "Span");
     EXPECT_EQ(set.properties[2].behind, 3u);
-    for (const auto& property : set.properties) {
+    for (const auto& property : set.properties)
         EXPECT_TRUE(property.name.data() >= bytes.data() && property.name.data() < bytes.data() + bytes.size());
-    }
 }
 
 TEST(PropertySetRecord, CarriesAHundredThousandPropertiesAndLongTexts) {
     PropertySet set = propertySet(std::string(10000, 'n'), {}, "0123456789012345678901", std::string(10000, 'd'));
     const WideString longName(10000, 'x');
-    for (int i = 0; i < 100000; ++i) {
+    for (int i = 0; i < 100000; ++i)
         set.properties.addProperty(integerProperty("property " + std::to_string(i), i));
-    }
     set.properties.addProperty(Velmor::createPropertySingleValueString(longName, longName, longName));
     ASSERT_EQ(set.properties.getCount(), 100001u);
     const auto back = decodePropertySet(encode(set));
     ASSERT_EQ(back.properties.getCount(), 100001u);
-    for (const unsigned i : {0u, 1u, 50000u, 99999u}) {
+    for (const unsigned i : {0u, 1u, 50000u, 99999u})
         EXPECT_EQ(back.properties.getProperty(i).getPropertySingleValue().getIntValue(), static_cast<int>(i));
-    }
     const auto& last = back.properties.getProperty(100000);
     EXPECT_EQ(WideString(last.getName()), WideString(255, 'x'));
     EXPECT_EQ(last.getPropertySingleValue().getAsString(), longName);
@@ -166,17 +162,15 @@ TEST(PropertySetRecord, NestedWithoutEndUsesNoStack) {
     std::string bytes = encode(PropertySet{});
     bytes.resize(bytes.size() - 4); // the number of properties
     const std::string level("\1\0\0\0\2\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 20);
-    for (int i = 0; i < 200000; ++i) {
+    for (int i = 0; i < 200000; ++i)
         bytes += level;
-    }
     EXPECT_THROW(parsePropertySet(bytes), FormatError);
 }
 
 TEST(PropertySetRecord, IsRefusedWhenCutAnywhereOrTooLong) {
     const auto bytes = encode(propertySet("a", onePropertyOfEachType()));
-    for (std::size_t length = 0; length < bytes.size(); ++length) {
+    for (std::size_t length = 0; length < bytes.size(); ++length)
         EXPECT_THROW(parsePropertySet(std::string_view(bytes).substr(0, length)), FormatError) << length;
-    }
     EXPECT_THROW(parsePropertySet(bytes + '\0'), FormatError);
 }
 
@@ -220,9 +214,8 @@ TEST(PropertySetRecord, SurvivesRandomBytes) {
     unsigned refused = 0;
     for (int round = 0; round < 20000; ++round) {
         auto damaged = bytes;
-        for (auto flips = random() % 3 + 1; flips > 0; --flips) {
+        for (auto flips = random() % 3 + 1; flips > 0; --flips)
             damaged[random() % damaged.size()] = static_cast<char>(random() % 2 == 0 ? random() % 16 : random());
-        }
         damaged.resize(damaged.size() - random() % 3);
         try {
             const auto set = decodePropertySet(damaged);
@@ -241,9 +234,8 @@ TEST(AssignmentRecord, ComesBackAsItWas) {
         const auto back = decodeAssignment(bytes);
         EXPECT_EQ(back.object, assignment.object);
         EXPECT_EQ(back.sets, assignment.sets);
-        for (std::size_t length = 0; length < bytes.size(); ++length) {
+        for (std::size_t length = 0; length < bytes.size(); ++length)
             EXPECT_THROW(decodeAssignment(bytes.substr(0, length)), FormatError) << length;
-        }
         EXPECT_THROW(decodeAssignment(bytes + '\0'), FormatError);
         EXPECT_THROW(parsePropertySet(bytes), FormatError);
     }
@@ -259,9 +251,8 @@ namespace {
 std::string readBack(const std::vector<std::string>& records, int totalsOff = 0) {
     const std::unique_ptr<FileStream> stream(FileStream::createTemporaryFile());
     RecordWriter writer(*stream, "it");
-    for (const auto& record : records) {
+    for (const auto& record : records)
         writer.write(record);
-    }
     writer.flush();
     auto expected = writer.totals();
     expected.checksum += static_cast<unsigned>(totalsOff);

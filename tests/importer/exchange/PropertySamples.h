@@ -35,9 +35,8 @@ inline Velmor::IFC2X3Property integerProperty(const std::string& name, std::int3
 
 inline Velmor::IFC2X3PropertySet propertiesOf(const std::vector<Velmor::IFC2X3Property>& properties) {
     Velmor::IFC2X3PropertySet set;
-    for (const auto& property : properties) {
+    for (const auto& property : properties)
         set.addProperty(property);
-    }
     return set;
 }
 
@@ -63,9 +62,8 @@ inline PropertySet propertySet(const std::string& name, const std::vector<Velmor
 inline std::vector<Velmor::IFC2X3Property> onePropertyOfEachType() {
     using Velmor::WideString;
     std::vector<Velmor::IFC2X3Property> all = {textProperty("text", "T\xC3\xBCr \xE2\x82\xAC", "a d\xC3\xA9scription")};
-    for (const unsigned type : {0u, 4u, 5u, 6u, 7u, 8u, 9u}) {
+    for (const unsigned type : {0u, 4u, 5u, 6u, 7u, 8u, 9u})
         all.push_back(realProperty("real " + std::to_string(type), 0.1 * type, static_cast<SingleValue::ValueType_t>(type)));
-    }
     const int angle[] = {-48, -8, -14, -520000};
     all.push_back(Velmor::createPropertySingleValueBoolean(wideText("yes"), {}, true));
     all.push_back(Velmor::createPropertySingleValueBoolean(wideText("no"), {}, false));

@@ -54,9 +54,8 @@ std::string textureBytes() {
 struct Filled {
     explicit Filled(const std::vector<std::string>& records) {
         RecordWriter writer(*stream, "it");
-        for (const auto& record : records) {
+        for (const auto& record : records)
             writer.write(record);
-        }
         writer.flush();
         totals = writer.totals();
     }
@@ -108,18 +107,16 @@ TEST(Mesh, HasTheDocumentedLayout) {
 
 TEST(Mesh, IsRefusedWhenCutAnywhereOrTooLong) {
     const auto bytes = bytesOf(encode(tetrahedron()));
-    for (std::size_t length = 0; length < bytes.size(); ++length) {
+    for (std::size_t length = 0; length < bytes.size(); ++length)
         EXPECT_NE(refusalOf(solidOf(bytes.substr(0, length))), "") << length;
-    }
     EXPECT_NE(refusalOf(solidOf(bytes + '\0')), "");
 }
 
 TEST(Mesh, IsRefusedOfAnotherType) {
     const auto bytes = bytesOf(encode(tetrahedron()));
     EXPECT_EQ(refusalOf(solidOf(bytes, 1)), "");
-    for (const std::uint32_t type : {0u, 2u, 0xFFFFFFFFu}) {
+    for (const std::uint32_t type : {0u, 2u, 0xFFFFFFFFu})
         EXPECT_EQ(refusalOf(solidOf(bytes, type)), "expected a solid of type 1, found " + std::to_string(type));
-    }
 }
 
 TEST(Mesh, IsRefusedWhenACountLies) {
@@ -163,9 +160,8 @@ TEST(Mesh, SurvivesEveryChangeOfOneByte) {
             auto damaged = bytes;
             damaged[at] = static_cast<char>(value);
             const auto solid = solidOf(damaged);
-            if (!refusalOf(solid).empty()) {
+            if (!refusalOf(solid).empty())
                 continue;
-            }
             ++taken;
             const auto mesh = decodeMesh(solid);
             ASSERT_EQ(bytesOf(encode(mesh)), damaged);
@@ -216,14 +212,12 @@ TEST(TextureRecord, HasTheDocumentedLayout) {
 
 TEST(SolidAndTextureRecord, AreRefusedWhenCutAnywhereOrTooLong) {
     const auto solid = encode(SolidRecord{1, encode(tetrahedron())});
-    for (std::size_t length = 0; length < solid.size(); ++length) {
+    for (std::size_t length = 0; length < solid.size(); ++length)
         EXPECT_THROW(decodeSolid(std::string_view(solid).substr(0, length)), FormatError) << length;
-    }
     EXPECT_THROW(decodeSolid(solid + '\0'), FormatError);
     const auto texture = textureBytes();
-    for (std::size_t length = 0; length < texture.size(); ++length) {
+    for (std::size_t length = 0; length < texture.size(); ++length)
         EXPECT_THROW(decodeTexture(std::string_view(texture).substr(0, length)), FormatError) << length;
-    }
     EXPECT_THROW(decodeTexture(texture + '\0'), FormatError);
 }
 
@@ -238,11 +232,10 @@ TEST(SolidAndTextureRecord, SurviveRandomBytes) {
         damaged[random() % damaged.size()] = static_cast<char>(random());
         damaged.resize(damaged.size() - random() % 3);
         try {
-            if (round % 2 == 0) {
+            if (round % 2 == 0)
                 decodeMesh(decodeSolid(damaged).solid);
-            } else {
+            else
                 decodeTexture(damaged);
-            }
         } catch (const FormatError&) {
             ++refused;
         }

@@ -97,9 +97,8 @@ TEST(ObjectRecord, HasTheDocumentedLayout) {
 
 TEST(ObjectRecord, IsRefusedWhenCutAnywhereOrTooLong) {
     const auto bytes = encode(beam());
-    for (std::size_t length = 0; length < bytes.size(); ++length) {
+    for (std::size_t length = 0; length < bytes.size(); ++length)
         EXPECT_THROW(decodeObject(std::string_view(bytes).substr(0, length)), FormatError) << length;
-    }
     EXPECT_THROW(decodeObject(bytes + '\0'), FormatError);
 }
 
@@ -211,15 +210,12 @@ TEST(Georeference, IsThereOrNot) {
 
 TEST(OtherRecords, AreRefusedWhenCutAnywhereOrOfAnotherKind) {
     const std::string records[] = {encode(ProblemRecord{3, 4, "a reason"}), encode(wholeInfo()), encode(StateHeader())};
-    for (std::size_t length = 0; length < records[0].size(); ++length) {
+    for (std::size_t length = 0; length < records[0].size(); ++length)
         EXPECT_THROW(decodeProblem(records[0].substr(0, length)), FormatError);
-    }
-    for (std::size_t length = 0; length < records[1].size(); ++length) {
+    for (std::size_t length = 0; length < records[1].size(); ++length)
         EXPECT_THROW(decodeInfo(records[1].substr(0, length)), FormatError);
-    }
-    for (std::size_t length = 0; length < records[2].size(); ++length) {
+    for (std::size_t length = 0; length < records[2].size(); ++length)
         EXPECT_THROW(decodeStateHeader(records[2].substr(0, length)), FormatError);
-    }
     EXPECT_THROW(decodeInfo(records[2]), FormatError);
     EXPECT_THROW(decodeStateHeader(records[1]), FormatError);
     auto otherVersion = records[2];
@@ -254,9 +250,8 @@ TEST(ProblemWriter, WritesTheFirstAndCountsTheRest) {
     writer.flush();
     RecordReader reader(*stream, "it");
     std::string payload;
-    while (reader.next(payload)) {
+    while (reader.next(payload))
         ASSERT_EQ(decodeProblem(payload).line, reader.totals().records);
-    }
     EXPECT_EQ(reader.totals().records, 10000u);
     EXPECT_EQ(writer.totals(), reader.totals());
 }
@@ -266,14 +261,12 @@ TEST(RecordStream, GivesBackRecordsOfAllSizesAcrossBlocks) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
     std::vector<std::string> records = {"", "x", std::string(65532, 'a'), std::string(65536, 'b'), std::string(300000, 'c')};
-    for (int i = 0; i < 2000; ++i) {
+    for (int i = 0; i < 2000; ++i)
         records.emplace_back(random() % 400, static_cast<char>(random()));
-    }
     const Stream stream(FileStream::createTemporaryFile());
     RecordWriter writer(*stream, "it");
-    for (const auto& record : records) {
+    for (const auto& record : records)
         writer.write(record);
-    }
     writer.flush();
 
     RecordReader reader(*stream, "it");

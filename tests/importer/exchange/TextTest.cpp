@@ -1,8 +1,8 @@
 #include "importer/exchange/Text.h"
 
-#include <gtest/gtest.h>
-
 #include <Velmor/Velmor.h>
+
+#include <gtest/gtest.h>
 
 using namespace importer;
 

@@ -1,5 +1,6 @@
-#include "importer/ifc/ReaderSupport.h"
 #include "importer/geometry/Triangulation.h"
+
+#include "importer/ifc/ReaderSupport.h"
 
 #include <cmath>
 #include <numeric>

@@ -1,4 +1,5 @@
 #include "importer/host/Comparison.h"
+
 #include "importer/host/ImportHost.h"
 
 #include <gtest/gtest.h>
@@ -16,9 +17,8 @@ namespace {
 // An object of box shape with its centre at x, y, z: what the importer makes of one.
 ObjectRecord object(const std::string& id, const std::string& className, double x, double size = 1.0, double volume = 1.0) {
     ObjectRecord record;
-    if (!id.empty()) {
+    if (!id.empty())
         record.globalId = ExternalGUID::fromIFCGlobalID((id + "0000000000000000000000").c_str());
-    }
     record.className = className;
     record.name = id;
     std::vector<double> vertexes;
@@ -217,9 +217,8 @@ TEST(Comparison, AgreesWithAPlainModelOverRandomRevisions) {
 
 TEST(Comparison, OfALongRowOfEqualObjectsTakesNoLongTime) {
     std::vector<ObjectRecord> row;
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 20000; ++i)
         row.push_back(object("", "IFCBEAM", 3.0 * i));
-    }
     // In the order of the row the spatial tree would be one branch of 20000 nodes.
     EXPECT_EQ(text(compared(row, row, true).total), "20000 0 20000 0 0");
 }

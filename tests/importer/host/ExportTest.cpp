@@ -1,10 +1,11 @@
 // What import_host --export writes: from the models of the project, through both programs; and its parts.
 
-#include "importer/host/HostRun.h"
 #include "importer/host/Export.h"
+
+#include "importer/exchange/Text.h"
+#include "importer/host/HostRun.h"
 #include "importer/host/ObjFile.h"
 #include "importer/host/State.h"
-#include "importer/exchange/Text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,8 +18,9 @@
 #include <set>
 
 #if !defined(_WIN32)
-    #include <csignal>
     #include <sys/resource.h>
+
+    #include <csignal>
 #endif
 
 using namespace velmor_tests;
@@ -37,9 +39,8 @@ std::set<std::string> filesIn(const fs::path& folder, const std::string& ending)
     std::set<std::string> names;
     for (const auto& entry : fs::directory_iterator(folder)) {
         const auto name = entry.path().filename().string();
-        if (name.ends_with(ending)) {
+        if (name.ends_with(ending))
             names.insert(name);
-        }
     }
     return names;
 }
@@ -47,9 +48,8 @@ std::set<std::string> filesIn(const fs::path& folder, const std::string& ending)
 // Every file and folder below a folder.
 std::set<fs::path> everythingIn(const fs::path& folder) {
     std::set<fs::path> paths;
-    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
         paths.insert(entry.path());
-    }
     return paths;
 }
 
@@ -94,9 +94,8 @@ TEST_F(Export, WritesEachClosedSolidOfTheWorkshop) {
         {"workshop_533_Roof.obj", 16},        {"workshop_626_Bench_F1.obj", 12},
         {"workshop_636_Bench_F2.obj", 12},    {"workshop_733_Machine_base_M1.obj", 12}};
     std::set<std::string> names;
-    for (const auto& [name, count] : triangles) {
+    for (const auto& [name, count] : triangles)
         names.insert(name);
-    }
     EXPECT_EQ(filesIn(out, ".obj"), names);
 
     for (const auto& object : importer::State(folder / "state").read().model.objects) {
@@ -105,9 +104,8 @@ TEST_F(Export, WritesEachClosedSolidOfTheWorkshop) {
         });
         SCOPED_TRACE(object.name);
         ASSERT_EQ(name != names.end(), object.version.getType() == Velmor::ExternalVersion::Solid);
-        if (name == names.end()) {
+        if (name == names.end())
             continue;
-        }
         const auto obj = parseObj(readFile(out / *name));
         EXPECT_EQ(obj.triangles.size(), triangles.at(*name));
         EXPECT_EQ(obj.vertexes.size(), obj.triangles.size() / 2 + (*name == "workshop_273_Beam_B6.obj" ? 0 : 2)); // Euler
@@ -200,11 +198,10 @@ TEST_F(Export, KeepsHostileNamesInItsFolder) {
     const auto host = run({(folder / "hostile" / "model.ifc").string(), "--importer", program("standin_importer").string()});
     ASSERT_EQ(host.exitCode, 0) << host.error;
     EXPECT_THAT(host.output, HasSubstr(": solids 19, textures 19\n"));
-    for (const auto& path : everythingIn(folder / "")) {
+    for (const auto& path : everythingIn(folder / ""))
         if (before.count(path) == 0 && path.parent_path().filename() != "state" && path.filename() != "state") {
             EXPECT_EQ(path.parent_path(), out);
         }
-    }
     const auto objs = filesIn(out, ".obj");
     const auto pngs = filesIn(out, ".png");
     EXPECT_EQ(objs.size(), 19u);
@@ -224,9 +221,8 @@ TEST_F(Export, KeepsHostileNamesInItsFolder) {
         EXPECT_EQ(obj.triangles.size(), 4u);
         EXPECT_THAT(obj.comment, EndsWith(" #"));
     }
-    for (const auto& name : pngs) {
+    for (const auto& name : pngs)
         EXPECT_EQ(readFile(out / name), "png");
-    }
 }
 
 TEST_F(FailingExport, IntoAFolderThatCannotBeMadeLeavesTheState) {
@@ -265,9 +261,8 @@ TEST(ExportedFile, MayBeEmptyOrLarge) {
     writeFile(folder / "out" / "other", "");
     for (const std::size_t size : {0u, 1048575u, 1048576u, 1048577u, 5000000u}) {
         std::string content(size, 'x');
-        for (std::size_t i = 0; i < size; i += 4097) {
+        for (std::size_t i = 0; i < size; i += 4097)
             content[i] = static_cast<char>(i >> 12);
-        }
         importer::writeExported(folder / "out" / "1.obj", content);
         EXPECT_TRUE(readFile(folder / "out" / "1.obj") == content) << size;
     }
@@ -338,9 +333,8 @@ TEST(FileNamePart, HoldsNothingThatASystemWouldTakeForMore) {
                  {"__x", "x"},
                  {"0123456789012345678901234567890123456789abc", "0123456789012345678901234567890123456789"},
                  {"012345678901234567890123456789012345678 abc", "012345678901234567890123456789012345678"}};
-    for (const auto& each : cases) {
+    for (const auto& each : cases)
         EXPECT_EQ(importer::fileNamePart(each.name), each.part);
-    }
 }
 
 TEST(FileNames, AreNeverGivenTwice) {
@@ -359,9 +353,8 @@ TEST(FileNames, AreNeverGivenTwice) {
     std::set<std::string> given;
     for (int i = 0; i < 20000; ++i) {
         std::string name;
-        for (auto length = random() % 4; length > 0; --length) {
+        for (auto length = random() % 4; length > 0; --length)
             name += "12-_aA"[random() % 6];
-        }
         auto file = few.next(random() % 30, name);
         std::replace(file.begin(), file.end(), 'A', 'a'); // where case does not count
         EXPECT_TRUE(given.insert(file).second) << file;
@@ -417,9 +410,8 @@ TEST(ObjFile, ReadsBackAsItsMeshToTheLastBit) {
         EXPECT_EQ(std::signbit(obj.vertexes[i / 3][i % 3]), std::signbit(mesh.vertexes[i]));
     }
     ASSERT_EQ(obj.triangles.size(), 4u);
-    for (std::size_t i = 0; i < 12; ++i) {
+    for (std::size_t i = 0; i < 12; ++i)
         EXPECT_EQ(obj.triangles[i / 3][i % 3], mesh.triangles[i]);
-    }
 }
 
 TEST(ObjFile, IsSmallAndPlain) {

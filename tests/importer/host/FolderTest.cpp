@@ -1,7 +1,6 @@
 // import_host is given a folder instead of a model.
 
 #include "importer/host/HostRun.h"
-
 #include "importer/host/ImportHost.h"
 
 #include <gmock/gmock.h>
@@ -53,11 +52,9 @@ protected:
 std::vector<std::string> reports(const std::string& output) {
     std::vector<std::string> result;
     std::istringstream lines(output);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.find(".ifc: ") != std::string::npos || line.find(".IFC: ") != std::string::npos) {
+    for (std::string line; std::getline(lines, line);)
+        if (line.find(".ifc: ") != std::string::npos || line.find(".IFC: ") != std::string::npos)
             result.push_back(line.substr(0, line.find(", ", line.find(", ") + 1)));
-        }
-    }
     return result;
 }
 
@@ -71,9 +68,8 @@ TEST_F(Folder, HasTheModelsThatEndInIfcInTheOrderOfTheirNames) {
                                     u8"ifc", u8"f", u8"c", u8"fc", u8"xifc", u8".ifc",
                                     // Others.
                                     u8"notes.txt", u8"a.ifczip", u8"b.ifc.bak", u8"aifc.x", u8"longifc"};
-    for (const auto* const name : names) {
+    for (const auto* const name : names)
         writeFile(models / fs::path(name), "");
-    }
     fs::create_directories(models / "folder.ifc");
     writeFile(models / "folder.ifc" / "inner.ifc", "");
     EXPECT_EQ(importer::modelsIn(models),
@@ -128,9 +124,8 @@ TEST_F(Folder, MayBeWrittenInEveryWay) {
 
 TEST_F(Folder, WithoutAModelIsToldAsAFailure) {
     for (const char* const name : {"", "x", "notes.txt"}) {
-        if (*name != '\0') {
+        if (*name != '\0')
             addNoModel(name);
-        }
         const auto none = run({models.string(), exampleModel("workshop.ifc").string()});
         EXPECT_EQ(none.exitCode, 1);
         EXPECT_EQ(none.output, "");
@@ -152,9 +147,8 @@ TEST_F(Folder, GoesOnBehindAModelThatFails) {
     EXPECT_FALSE(hasState("a.ifc") || hasState("c.ifc") || hasState("workshop.ifc"));
     std::istringstream errors(all.error);
     std::vector<std::string> lines;
-    for (std::string line; std::getline(errors, line);) {
+    for (std::string line; std::getline(errors, line);)
         lines.push_back(line);
-    }
     ASSERT_EQ(lines.size(), 3u) << all.error;
     EXPECT_THAT(lines[0], StartsWith("import_host: "));
     EXPECT_THAT(lines[0], HasSubstr("a.ifc, line 1: "));

@@ -58,9 +58,8 @@ HostRun runHost(const std::vector<std::string>& arguments, [[maybe_unused]] cons
     const auto output = folder / "output";
     const auto error = folder / "error";
     std::string command = quoted(program("import_host").string());
-    for (const auto& argument : arguments) {
+    for (const auto& argument : arguments)
         command += ' ' + quoted(argument);
-    }
     command += " >" + quoted(output.string()) + " 2>" + quoted(error.string());
     HostRun run;
 #if defined(_WIN32)

@@ -1,8 +1,7 @@
 // import_host and ifc_importer together, started as a user starts them.
 
-#include "importer/host/HostRun.h"
-
 #include "importer/exchange/Streams.h"
+#include "importer/host/HostRun.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,9 +30,8 @@ std::string changedWorkshop(const fs::path& file, const std::string& part, const
 // How often a part occurs in a text.
 std::size_t occurrences(const std::string& text, const std::string& part) {
     std::size_t count = 0;
-    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size())) {
+    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size()))
         ++count;
-    }
     return count;
 }
 
@@ -147,9 +145,8 @@ TEST(ImportHost, TellsWhatChangedInTheWorkshop) {
           "modified      IFCWALL 'Wall W2'" + at("#337") +
               "Pset_WallCommon.AcousticRating '' -> '52 dB'; Pset_WallCommon.ThermalTransmittance 0.35 -> 0.24\n",
           "modified      IFCSLAB 'Roof'" + at("#533") + "property set Workshop_Snow added\n",
-          "modified      IFCFURNITURE 'Bench F1'" + at("#626") + "Workshop_Bench.Vice true removed\n"}) {
+          "modified      IFCFURNITURE 'Bench F1'" + at("#626") + "Workshop_Bench.Vice true removed\n"})
         EXPECT_THAT(second.output, HasSubstr(line));
-    }
 
     const auto third = runHost({commented(revised, folder / "third.ifc"), "--state", state});
     EXPECT_EQ(third.table().at("total"), (TableRow{31, 0, 31, 0, "-", 0}));
@@ -547,9 +544,8 @@ TEST_F(FailingImport, WhosePropertySetsHaveNoRoom) {
 
 TEST_F(FailingImport, WhoseLogHasNoRoom) {
     std::string twice;
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 100; ++i)
         twice += "#1=IFCDIRECTION((1.,0.,0.));\n"; // a number that is given again is a problem, and makes no object
-    }
     writeFile(folder / "full.ifc", replaced(manyWalls(0), "ENDSEC;\nEND-ISO", twice + "ENDSEC;\nEND-ISO"));
     const auto model = (folder / "full.ifc").string();
     const auto roomy = runHost({model, "--state", (folder / "other").string()});
@@ -587,9 +583,8 @@ TEST_F(FailingImport, ThatIsInterruptedTakesItsImporterAlong) {
                           "interrupted", shell);
         ASSERT_TRUE(fs::exists(pidFile)) << run.error;
         const auto pid = readFile(pidFile);
-        for (int attempt = 0; attempt < 1000 && isRunning(pid); ++attempt) {
+        for (int attempt = 0; attempt < 1000 && isRunning(pid); ++attempt)
             Velmor::ThreadOperations::usleep(10); // it has been ended, but the system may take its time
-        }
         EXPECT_FALSE(isRunning(pid)) << pid;
     }
 }
@@ -734,9 +729,8 @@ TEST(ImportHost, ImportsAModelOfManyObjects) {
     const auto again = commented(model, folder / "again.ifc");
     for (const char* const identify : {"--state", "--identify-by-geometry"}) {
         std::vector<std::string> arguments = {model, again, "--state", (folder / identify).string()};
-        if (std::string(identify) != "--state") {
+        if (std::string(identify) != "--state")
             arguments.emplace_back(identify);
-        }
         const auto run = runHost(arguments);
         EXPECT_EQ(run.exitCode, 0) << run.error;
         EXPECT_EQ(run.table().at("total"), (TableRow{20000, 0, 20000, 0, "-", 0}));

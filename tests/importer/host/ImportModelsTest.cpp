@@ -1,16 +1,15 @@
 // Imports real models, of the folder that VELMOR_MODELS names. They are not part of the project: without the variable only
 // the models of examples/models are imported here.
 
-#include "importer/host/HostRun.h"
-#include "importer/host/ObjFile.h"
+#include <Velmor/Velmor.h>
 
 #include "importer/exchange/PropertyRecords.h"
+#include "importer/host/HostRun.h"
+#include "importer/host/ObjFile.h"
 #include "importer/host/State.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <Velmor/Velmor.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -28,20 +27,17 @@ namespace {
 std::vector<fs::path> folders() {
     std::vector<fs::path> result = {exampleModel("")};
     const auto real = Velmor::EnvironmentVariables::GetString(VELMOR_WIDE("VELMOR_MODELS"));
-    if (!real.empty()) {
+    if (!real.empty())
         result.emplace_back(real);
-    }
     return result;
 }
 
 std::vector<fs::path> models() {
     std::vector<fs::path> result;
     for (const auto& folder : folders()) {
-        for (const auto& entry : fs::directory_iterator(folder)) {
-            if (entry.path().extension() == ".ifc") {
+        for (const auto& entry : fs::directory_iterator(folder))
+            if (entry.path().extension() == ".ifc")
                 result.push_back(entry.path());
-            }
-        }
     }
     std::sort(result.begin(), result.end());
     return result;
@@ -49,11 +45,9 @@ std::vector<fs::path> models() {
 
 // A model by its name; empty when it is not there.
 fs::path model(const std::string& name) {
-    for (const auto& folder : folders()) {
-        if (fs::exists(folder / name)) {
+    for (const auto& folder : folders())
+        if (fs::exists(folder / name))
             return folder / name;
-        }
-    }
     return {};
 }
 
@@ -160,11 +154,9 @@ const Revision georeferenced = {"Duplex_A_20110907.ifc",
 
 std::vector<Revision> revisions() {
     std::vector<Revision> present;
-    for (const auto& revision : {comparedByGuid, houseAndItsCopy, georeferenced}) {
-        if (!model(revision.before).empty() && !model(revision.now).empty()) {
+    for (const auto& revision : {comparedByGuid, houseAndItsCopy, georeferenced})
+        if (!model(revision.before).empty() && !model(revision.now).empty())
             present.push_back(revision);
-        }
-    }
     return present;
 }
 
@@ -177,11 +169,10 @@ std::vector<std::string> argumentsOf(const std::string& line) {
         const char c = line[at];
         inText = inText != (c == '\'');
         depth += inText ? 0 : c == '(' ? 1 : c == ')' ? -1 : 0;
-        if (c == ',' && depth == 0 && !inText) {
+        if (c == ',' && depth == 0 && !inText)
             arguments.emplace_back();
-        } else if (depth >= 0) {
+        else if (depth >= 0)
             arguments.back() += c;
-        }
     }
     return arguments;
 }
@@ -198,19 +189,16 @@ std::vector<SetInFile> setsInFile(const fs::path& file) {
     std::map<std::string, std::string> properties;
     std::vector<std::vector<std::string>> sets;
     std::istringstream lines(readFile(file));
-    for (std::string line; std::getline(lines, line);) {
-        if (line.find("IFCPROPERTYSET(") != std::string::npos) {
+    for (std::string line; std::getline(lines, line);)
+        if (line.find("IFCPROPERTYSET(") != std::string::npos)
             sets.push_back(argumentsOf(line));
-        } else if (line.starts_with('#')) {
+        else if (line.starts_with('#'))
             properties[line.substr(0, line.find('='))] = line;
-        }
-    }
     // What stands between the apostrophes or brackets.
     const auto text = [](const std::string& argument) {
         std::string inner = argument.size() < 2 ? "" : argument.substr(1, argument.size() - 2);
-        for (auto at = inner.find("''"); at != std::string::npos; at = inner.find("''", at + 1)) {
+        for (auto at = inner.find("''"); at != std::string::npos; at = inner.find("''", at + 1))
             inner.erase(at, 1);
-        }
         return inner;
     };
     std::vector<SetInFile> result;
@@ -231,9 +219,8 @@ std::vector<SetInFile> setsInFile(const fs::path& file) {
 // Whether a value that arrived is the one in the file; plane angles come in radians, and escapes are decoded.
 bool isThatValue(const std::string& inFile, const importer::EncodedProperty& property) {
     const auto begin = inFile.find('(');
-    if (begin == std::string::npos || property.isComplex || inFile.starts_with("IFCPLANEANGLEMEASURE")) {
+    if (begin == std::string::npos || property.isComplex || inFile.starts_with("IFCPLANEANGLEMEASURE"))
         return true;
-    }
     const auto value = inFile.substr(begin + 1, inFile.size() - begin - 2);
     const auto decoded = importer::decodeSingleValue(property);
     const auto& single = decoded.getPropertySingleValue();
@@ -269,9 +256,8 @@ TEST_P(EachModel, ImportedTwiceIsUnchanged) {
     for (const bool byGeometry : {false, true}) {
         SCOPED_TRACE(byGeometry ? "by geometry" : "by GlobalId");
         std::vector<std::string> arguments = {file, "--state", (folder / (byGeometry ? "geometry" : "id")).string()};
-        if (byGeometry) {
+        if (byGeometry)
             arguments.emplace_back("--identify-by-geometry");
-        }
         const auto first = runHost(arguments);
         ASSERT_EQ(first.exitCode, 0) << first.error;
         EXPECT_EQ(first.error, "");
@@ -409,9 +395,8 @@ TEST_P(RevisionOf, TellsWhatTheFilesSay) {
         const TemporaryFolder folder;
         std::vector<std::string> arguments = {model(revision.before).string(), model(revision.now).string(), "--state",
                                               (folder / "state").string()};
-        if (byGeometry) {
+        if (byGeometry)
             arguments.emplace_back("--identify-by-geometry");
-        }
         const auto run = runHost(arguments);
         EXPECT_EQ(run.exitCode, 0) << run.error;
         EXPECT_EQ(run.table(), expected);
@@ -424,9 +409,8 @@ INSTANTIATE_TEST_SUITE_P(Models, RevisionOf, testing::ValuesIn(revisions()),
 
 TEST(RealModel, ExportsItsTexture) {
     const auto textured = model("tessellation-with-blob-texture.ifc");
-    if (textured.empty()) {
+    if (textured.empty())
         GTEST_SKIP() << "VELMOR_MODELS names no folder with it";
-    }
     const TemporaryFolder folder;
     const auto run =
         runHost({textured.string(), "--state", (folder / "state").string(), "--export", (folder / "out").string()});
@@ -445,9 +429,8 @@ TEST(RealModel, ExportsItsTexture) {
 
 TEST(RealModel, ShowsItsGeoreference) {
     const auto utm = model("geographic-referencing-utm.ifc");
-    if (utm.empty()) {
+    if (utm.empty())
         GTEST_SKIP() << "VELMOR_MODELS names no folder with it";
-    }
     const TemporaryFolder folder;
     const auto run = runHost({utm.string(), "--georeference", "--state", (folder / "state").string()});
     EXPECT_EQ(run.exitCode, 0) << run.error;
@@ -470,9 +453,8 @@ TEST(RealModel, ShowsItsGeoreference) {
 TEST(RealModel, ShowsTheChangedPropertyOfAWall) {
     const auto before = model(comparedByGuid.before);
     const auto now = model(comparedByGuid.now);
-    if (before.empty() || now.empty()) {
+    if (before.empty() || now.empty())
         GTEST_SKIP() << "VELMOR_MODELS names no folder with them";
-    }
     const TemporaryFolder folder;
     const auto run = runHost(
         {before.string(), now.string(), "--properties", "0_Rrjj1cQfGvssbqo29La7", "--state", (folder / "state").string()});

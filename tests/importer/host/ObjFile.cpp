@@ -31,11 +31,9 @@ bool ObjFile::isClosed() const {
             edges[{std::min(a, b), std::max(a, b)}] += a < b ? 1 : a > b ? -1 : 0;
         }
     }
-    for (const auto& edge : edges) {
-        if (edge.second != 0) {
+    for (const auto& edge : edges)
+        if (edge.second != 0)
             return false;
-        }
-    }
     return !triangles.empty();
 }
 
@@ -68,9 +66,8 @@ ObjFile parseObj(const std::string& text) {
     std::string line;
     while (std::getline(lines, line)) {
         const auto refuse = [&line] { throw std::runtime_error("no line of such an OBJ file: " + line); };
-        if (lines.eof()) {
+        if (lines.eof())
             refuse(); // cut off
-        }
         if (file.comment.empty() && line.starts_with("# ")) {
             file.comment = line.substr(2);
             continue;
@@ -79,26 +76,23 @@ ObjFile parseObj(const std::string& text) {
         std::string kind;
         std::string fields[3];
         words >> kind >> fields[0] >> fields[1] >> fields[2];
-        if (!words || !words.eof()) {
+        if (!words || !words.eof())
             refuse();
-        }
         if (kind == "v") {
             auto& vertex = file.vertexes.emplace_back();
             for (std::size_t i = 0; i < 3; ++i) {
                 char* end = nullptr;
                 vertex[i] = std::strtod(fields[i].c_str(), &end);
-                if (end != fields[i].c_str() + fields[i].size()) {
+                if (end != fields[i].c_str() + fields[i].size())
                     refuse();
-                }
             }
         } else if (kind == "f") {
             auto& triangle = file.triangles.emplace_back();
             for (std::size_t i = 0; i < 3; ++i) {
                 std::size_t used = 0;
                 triangle[i] = std::stoul(fields[i], &used) - 1;
-                if (used != fields[i].size() || triangle[i] >= file.vertexes.size()) {
+                if (used != fields[i].size() || triangle[i] >= file.vertexes.size())
                     refuse();
-                }
             }
         } else {
             refuse();
@@ -109,9 +103,8 @@ ObjFile parseObj(const std::string& text) {
 
 PngHeader parsePng(const std::string& bytes) {
     const auto require = [](bool condition, const char* what) {
-        if (!condition) {
+        if (!condition)
             throw std::runtime_error(std::string("no PNG image: ") + what);
-        }
     };
     const auto byte = [&](std::size_t at) { return static_cast<unsigned>(static_cast<unsigned char>(bytes.at(at))); };
     const auto number = [&](std::size_t at) {

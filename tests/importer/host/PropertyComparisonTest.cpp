@@ -1,6 +1,7 @@
 #include "importer/host/PropertyComparison.h"
-#include "importer/host/Comparison.h"
+
 #include "importer/exchange/PropertySamples.h"
+#include "importer/host/Comparison.h"
 
 #include <gtest/gtest.h>
 
@@ -175,9 +176,8 @@ TEST(PropertyDifferences, AgreeWithAPlainModelOverRandomSets) {
 
 TEST(PropertyDifferences, BetweenLargeSetsSharedByManyObjectsTakeNoLongTime) {
     std::vector<Velmor::IFC2X3Property> properties;
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 20000; ++i)
         properties.push_back(integerProperty("p" + std::to_string(i), i));
-    }
     const auto large = propertySet("large", properties);
     std::reverse(properties.begin(), properties.end());
     const auto reversed = propertySet("large", properties);

@@ -1,7 +1,8 @@
 #include "importer/host/PropertyText.h"
-#include "importer/host/ImportHost.h"
+
 #include "importer/exchange/PropertyRecords.h"
 #include "importer/exchange/PropertySamples.h"
+#include "importer/host/ImportHost.h"
 
 #include <gtest/gtest.h>
 
@@ -30,9 +31,8 @@ TEST(ShownNumber, IsTheShortestThatReadsBack) {
                                                     {5e-324, "5e-324"},
                                                     {std::numeric_limits<double>::infinity(), "inf"},
                                                     {-std::numeric_limits<double>::infinity(), "-inf"}};
-    for (const auto& [number, text] : cases) {
+    for (const auto& [number, text] : cases)
         EXPECT_EQ(shownNumber(number), text);
-    }
 }
 
 TEST(ShownNumber, ReadsBackBitByBit) {
@@ -107,9 +107,8 @@ TEST(PropertiesOfAnObject, AreFoundByItsGlobalId) {
                                                                  "  A (0123456789012345678901)\n"
                                                                  "    P: text '" +
                                                                  std::string(10000, 'v') + "'\n");
-    for (const char* const unknown : {"1$_aB67890123456789013", "1$_ab67890123456789012", "1$_aB6789012345678901", ""}) {
+    for (const char* const unknown : {"1$_aB67890123456789013", "1$_ab67890123456789012", "1$_aB6789012345678901", ""})
         EXPECT_THROW(propertiesOf(model, unknown), ImportError) << unknown;
-    }
 }
 
 TEST(Georeference, IsShownWholeOrMissed) {
@@ -156,9 +155,8 @@ std::string changeLine(const PropertySet& before, const PropertySet& now) {
     const auto text = report("m.ifc", handedOver, &old, compare(old, handedOver.model, false));
     const std::string begin = "  modified      IFCBEAM 'B' (line 0), ";
     const auto at = text.find(begin);
-    if (at == std::string::npos || text.find(", with other properties 1\n") == std::string::npos) {
+    if (at == std::string::npos || text.find(", with other properties 1\n") == std::string::npos)
         return text;
-    }
     return text.substr(at + begin.size(), text.find('\n', at) - at - begin.size());
 }
 
@@ -192,14 +190,12 @@ TEST(ReportOfProperties, NamesTheFirstFiveOfAnObjectAndCountsTheRest) {
         before.push_back(integerProperty("P" + std::to_string(i), 0));
         now.push_back(integerProperty("P" + std::to_string(i), 1));
     };
-    for (int i = 1; i <= 5; ++i) {
+    for (int i = 1; i <= 5; ++i)
         change(i);
-    }
     const std::string five = "S.P1 0 -> 1; S.P2 0 -> 1; S.P3 0 -> 1; S.P4 0 -> 1; S.P5 0 -> 1";
     EXPECT_EQ(changeLine(propertySet("S", before), propertySet("S", now)), five);
-    for (int i = 6; i <= 9; ++i) {
+    for (int i = 6; i <= 9; ++i)
         change(i);
-    }
     EXPECT_EQ(changeLine(propertySet("S", before), propertySet("S", now)), five + "; ... and 4 more");
 }
 

@@ -1,7 +1,6 @@
 // import_host does not import again what it knows already.
 
 #include "importer/host/HostRun.h"
-
 #include "importer/host/State.h"
 
 #include <gmock/gmock.h>

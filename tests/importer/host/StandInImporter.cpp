@@ -1,11 +1,11 @@
 // Stands in for ifc_importer and fails, or meets with something, in the way that the name of the model's folder says.
 
+#include <Velmor/Velmor.h>
+
 #include "importer/exchange/Progress.h"
 #include "importer/exchange/PropertyRecords.h"
 #include "importer/exchange/SolidRecords.h"
 #include "importer/exchange/Streams.h"
-
-#include <Velmor/Velmor.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -131,9 +131,8 @@ InfoRecord handOver(std::uint32_t assigned, const ForeignObjectSolid* second) {
     attributes.write(propertySet());
     attributes.write(encode(Assignment{0, {assigned}}));
     solids.write(encode(SolidRecord{0, solid()}));
-    if (second != nullptr) {
+    if (second != nullptr)
         solids.write(encode(SolidRecord{1, *second}));
-    }
     problems.write(encode(ProblemRecord{7, 8, "a reason\twith a tab"}));
     objects.flush();
     attributes.flush();
@@ -160,17 +159,14 @@ int killImporter() {
                              );
     const auto process =
         Velmor::ProcessOperations::createProcess(program.string<Velmor::WideChar>(), VELMOR_WIDE("ifc_importer"), true);
-    if (process == Velmor::ProcessOperations::InvalidHandle()) {
+    if (process == Velmor::ProcessOperations::InvalidHandle())
         return 99;
-    }
     const auto stream = openStream(Velmor::ProgressStream);
     ProgressReader progress(*stream);
     unsigned exitCode = 0;
-    while (!Velmor::ProcessOperations::hasEnded(process, &exitCode)) {
-        if (progress.perMille() > 0) {
+    while (!Velmor::ProcessOperations::hasEnded(process, &exitCode))
+        if (progress.perMille() > 0)
             Velmor::ProcessOperations::terminateProcess(process, 77);
-        }
-    }
     Velmor::ProcessOperations::closeProcess(process);
     return static_cast<int>(exitCode);
 }
@@ -189,36 +185,30 @@ int sleepLong() {
 } // namespace
 
 int main() {
-    if (!foreignobject_env_deserialize(environment)) {
+    if (!foreignobject_env_deserialize(environment))
         return 98;
-    }
     const auto how = std::filesystem::path(environment.path).filename().string();
-    if (how == "silent") {
+    if (how == "silent")
         return 0;
-    }
-    if (how == "kill") {
+    if (how == "kill")
         return killImporter();
-    }
 #if !defined(_WIN32)
-    if (how == "sleep") {
+    if (how == "sleep")
         return sleepLong();
-    }
 #endif
     if (how == "nonsense") {
         const std::string nonsense(1000, '\xFF');
         openStream(Velmor::InfoStream)->write(nonsense.size(), nonsense.data());
         return 0;
     }
-    if (how == "change") {
+    if (how == "change")
         std::ofstream(std::filesystem::path(environment.filename), std::ios::app) << "changed while it is read\n";
-    }
     const auto second = how == "surplus-solid" ? solid() : how == "wild-solid" ? wildSolid() : otherSolid();
     const bool hasSecond = how == "surplus-solid" || how == "wild-solid" || how == "other-solid";
     auto info =
         how == "hostile" ? handOverHostileNames() : handOver(how == "unknown-set" ? 1 : 0, hasSecond ? &second : nullptr);
-    if (how == "crash") {
+    if (how == "crash")
         std::abort();
-    }
     if (how == "refuse") {
         info.error = "line 3: expected\tsomething else";
     } else if (how == "talkative") {
@@ -255,9 +245,8 @@ int main() {
     }
     try {
         auto bytes = encode(info);
-        if (how == "old") {
+        if (how == "old")
             bytes[8] = 1; // the format version
-        }
         writeInfo(bytes);
     } catch (const WriteError&) {
         return 1;

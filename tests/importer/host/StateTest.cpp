@@ -1,7 +1,8 @@
 #include "importer/host/State.h"
+
 #include "importer/exchange/PropertyRecords.h"
-#include "support/TemporaryFolder.h"
 #include "importer/exchange/Text.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -36,9 +37,8 @@ Model model(std::size_t count, const std::string& name) {
         result.objects[i].className = "IFCWALL";
         result.objects[i].name = name;
         result.objects[i].version = Velmor::createFromBoundingBox(1, 2, 3);
-        if (i % 3 == 1) {
+        if (i % 3 == 1)
             result.objects[i].propertySets = {1, 0};
-        }
     }
     return result;
 }

@@ -1,4 +1,5 @@
 #include "importer/ifc/Classes.h"
+
 #include "importer/ifc/ReaderSupport.h"
 
 namespace importer {

@@ -1,9 +1,9 @@
 // Images beside a model: which files its texts lead to, and which never.
 
-#include "support/TemporaryFolder.h"
-#include "importer/ifc/TextureSupport.h"
-
 #include <Velmor/Platform.h>
+
+#include "importer/ifc/TextureSupport.h"
+#include "support/TemporaryFolder.h"
 
 #include <filesystem>
 #include <memory>

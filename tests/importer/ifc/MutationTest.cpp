@@ -1,8 +1,8 @@
 // A model with something of everything, damaged in every place: the reader refuses it, or hands over sound products.
 
-#include "support/TemporaryFolder.h"
-#include "importer/ifc/property/PropertySupport.h"
 #include "importer/ifc/TextureSupport.h"
+#include "importer/ifc/property/PropertySupport.h"
+#include "support/TemporaryFolder.h"
 
 #include <algorithm>
 #include <chrono>

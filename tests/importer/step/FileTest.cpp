@@ -1,7 +1,7 @@
-#include "importer/ifc/ReaderSupport.h"
-
 #include <Velmor/Platform.h>
 #include <Velmor/Text.h>
+
+#include "importer/ifc/ReaderSupport.h"
 
 #include <cstdio>
 #include <filesystem>

@@ -2,9 +2,9 @@
 
 // Properties as text, for comparing them.
 
-#include "importer/ifc/ReaderSupport.h"
-
 #include <Velmor/Text.h>
+
+#include "importer/ifc/ReaderSupport.h"
 
 #include <charconv>
 #include <string>
