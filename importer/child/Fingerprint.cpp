@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace importer {
+namespace importer::child {
 namespace {
 
 using Velmor::ExternalGUID;
@@ -22,7 +22,7 @@ bool isFinite(double value) {
 } // namespace
 
 Fingerprint fingerprint(Product& product) {
-    auto& xyz = product.vertexes;
+    auto& xyz = product.vertices;
     Fingerprint result{noIdentity(), ExternalVersion(), true};
     if (product.shape == Shape::None || xyz.size() < 3)
         return result;
@@ -77,4 +77,4 @@ ExternalGUID GlobalIds::identify(const Product& product, std::string& reason) {
     return identity;
 }
 
-} // namespace importer
+} // namespace importer::child

@@ -4,9 +4,13 @@
 
 #include <Velmor/Velmor.h>
 
+#include "importer/exchange/Streams.h"
 #include "importer/ifc/Model.h"
 
-namespace importer {
+namespace importer::child {
+
+using namespace ifc;
+using namespace exchange;
 
 /// What the geometry of a product says about it.
 struct Fingerprint {
@@ -37,4 +41,4 @@ private:
     std::vector<std::uint64_t> instances_; // that came with the id 0xFFFFFFFE - index
 };
 
-} // namespace importer
+} // namespace importer::child

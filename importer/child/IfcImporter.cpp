@@ -17,6 +17,9 @@
 namespace {
 
 using namespace importer;
+using namespace importer::child;
+using namespace importer::exchange;
+using namespace importer::ifc;
 using Stream = std::unique_ptr<Velmor::FileStream>;
 
 Stream openStream(const ForeignObjectEnv_t& environment, Velmor::ForeignObjectStream_e stream) {
@@ -24,9 +27,9 @@ Stream openStream(const ForeignObjectEnv_t& environment, Velmor::ForeignObjectSt
 }
 
 /// Turns what is read into records.
-class HandOver : public ModelSink {
+class StreamSink : public ModelSink {
 public:
-    explicit HandOver(const ForeignObjectEnv_t& environment)
+    explicit StreamSink(const ForeignObjectEnv_t& environment)
         : objectsStream_(openStream(environment, Velmor::ObjectsStream)),
           attributesStream_(openStream(environment, Velmor::AttributesStream)),
           solidsStream_(openStream(environment, Velmor::SolidsStream)),
@@ -72,13 +75,15 @@ public:
         if (!product.propertySets.empty())
             attributes_.write(encode(Assignment{objects_.totals().records, std::move(product.propertySets)}));
         if (record.version.getType() == Velmor::ExternalVersion::Solid && !product.triangles.empty()) {
-            const auto mesh = meshOf(product.vertexes, product.triangles);
+            const auto mesh = meshOf(product.vertices, product.triangles);
             solids_.write(encode(SolidRecord{objects_.totals().records, encode(mesh)}));
         }
         objects_.write(encode(record));
     }
 
-    void problem(const Problem& problem) override { problems_.write({problem.line, problem.instance, problem.reason}); }
+    void problem(const step::Problem& problem) override {
+        problems_.write({problem.line, problem.instance, problem.reason});
+    }
 
     void progress(double done) override { progress_.report(done); }
 
@@ -104,7 +109,7 @@ public:
         info_.solids = solids_.totals();
         info_.textures = textures_.totals();
         info_.problems = problems_.totals();
-        info_.problemsUntold = problems_.untold();
+        info_.problemsOmitted = problems_.omitted();
         const auto stream = openStream(environment, Velmor::InfoStream);
         RecordWriter writer(*stream, "the info stream");
         writer.write(encode(info_));
@@ -159,15 +164,15 @@ int main() {
     if (!foreignobject_env_deserialize(environment))
         return fail("no host has prepared the environment; start import_host", 2);
     try {
-        HandOver handOver(environment);
+        StreamSink sink(environment);
         std::string error;
         try {
-            readIfcModel(environment.filename, handOver);
-            handOver.flush();
+            readIfcModel(environment.filename, sink);
+            sink.flush();
         } catch (const std::exception& failure) {
             error = failure.what();
         }
-        handOver.finish(environment, error);
+        sink.finish(environment, error);
         return error.empty() ? 0 : 1;
     } catch (const std::exception& failure) {
         // Not even the last words got through; the host sees that they are missing.

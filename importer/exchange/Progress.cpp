@@ -11,7 +11,7 @@
     #include <unistd.h>
 #endif
 
-namespace importer {
+namespace importer::exchange {
 namespace {
 
 constexpr unsigned all = 1000;
@@ -72,4 +72,4 @@ void ProgressBar::show(unsigned perMille) {
     std::fflush(stderr);
 }
 
-} // namespace importer
+} // namespace importer::exchange

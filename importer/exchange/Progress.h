@@ -12,7 +12,7 @@
 
 #include <cstdio>
 
-namespace importer {
+namespace importer::exchange {
 
 /// The child's side.
 class ProgressWriter {
@@ -62,4 +62,4 @@ private:
     int shown_ = -1;
 };
 
-} // namespace importer
+} // namespace importer::exchange

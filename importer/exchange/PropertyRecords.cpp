@@ -7,7 +7,7 @@
 #include <iterator>
 #include <new>
 
-namespace importer {
+namespace importer::exchange {
 namespace {
 
 using Velmor::IFC2X3_PSet_Custom_s;
@@ -271,4 +271,4 @@ void readAttributes(RecordReader& reader, const StreamTotals& expected, std::uin
     });
 }
 
-} // namespace importer
+} // namespace importer::exchange

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-namespace importer {
+namespace importer::exchange {
 
 /// How many complex properties may lie within each other; the properties of the innermost one are the last ones.
 inline constexpr unsigned deepestNesting = 64;
@@ -81,4 +81,4 @@ void readAttributes(RecordReader& reader, const StreamTotals& expected, std::uin
                     const std::function<void(std::string_view)>& setSink,
                     const std::function<void(Assignment&&)>& assignmentSink);
 
-} // namespace importer
+} // namespace importer::exchange

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-namespace importer {
+namespace importer::exchange {
 
 /// Appends the lowest bytes of a number, the lowest first.
 inline void append(std::string& out, std::uint64_t value, unsigned bytes) {
@@ -85,4 +85,4 @@ private:
     std::string_view rest_;
 };
 
-} // namespace importer
+} // namespace importer::exchange

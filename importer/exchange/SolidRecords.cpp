@@ -8,7 +8,7 @@
 #include <map>
 #include <new>
 
-namespace importer {
+namespace importer::exchange {
 namespace {
 
 constexpr std::uint64_t vertexSize = 24;
@@ -29,15 +29,15 @@ ForeignObjectSolid makeSolid(ForeignObjectSolid::Type_t type, std::string_view b
 
 } // namespace
 
-Mesh meshOf(const std::vector<double>& vertexes, const std::vector<std::uint32_t>& triangles) {
+Mesh meshOf(const std::vector<double>& vertices, const std::vector<std::uint32_t>& triangles) {
     Mesh mesh;
     mesh.triangles.reserve(triangles.size());
     std::map<std::array<double, 3>, std::uint32_t> places;
     for (const std::size_t index : triangles) {
-        const std::array<double, 3> vertex = {vertexes[3 * index], vertexes[3 * index + 1], vertexes[3 * index + 2]};
+        const std::array<double, 3> vertex = {vertices[3 * index], vertices[3 * index + 1], vertices[3 * index + 2]};
         const auto [place, isNew] = places.try_emplace(vertex, static_cast<std::uint32_t>(places.size()));
         if (isNew)
-            mesh.vertexes.insert(mesh.vertexes.end(), vertex.begin(), vertex.end());
+            mesh.vertices.insert(mesh.vertices.end(), vertex.begin(), vertex.end());
         mesh.triangles.push_back(place->second);
     }
     return mesh;
@@ -45,10 +45,10 @@ Mesh meshOf(const std::vector<double>& vertexes, const std::vector<std::uint32_t
 
 ForeignObjectSolid encode(const Mesh& mesh) {
     std::string out;
-    out.reserve(8 + mesh.vertexes.size() * 8 + mesh.triangles.size() * 4);
-    append(out, mesh.vertexes.size() / 3, 4);
+    out.reserve(8 + mesh.vertices.size() * 8 + mesh.triangles.size() * 4);
+    append(out, mesh.vertices.size() / 3, 4);
     append(out, mesh.triangles.size() / 3, 4);
-    for (const auto coordinate : mesh.vertexes)
+    for (const auto coordinate : mesh.vertices)
         appendReal(out, coordinate);
     for (const auto index : mesh.triangles)
         append(out, index, 4);
@@ -68,10 +68,10 @@ Mesh decodeMesh(const ForeignObjectSolid& solid) {
     const auto triangleBytes = fields.bytes(triangleSize * triangleCount, "triangles");
     fields.end();
     Mesh mesh;
-    mesh.vertexes.reserve(vertexBytes.size() / 8);
+    mesh.vertices.reserve(vertexBytes.size() / 8);
     for (std::size_t at = 0; at < vertexBytes.size(); at += 8) {
-        mesh.vertexes.push_back(realIn(vertexBytes.substr(at, 8)));
-        if (!std::isfinite(mesh.vertexes.back())) {
+        mesh.vertices.push_back(realIn(vertexBytes.substr(at, 8)));
+        if (!std::isfinite(mesh.vertices.back())) {
             throw FormatError("expected coordinates that are numbers, found another one of vertex " +
                               std::to_string(at / vertexSize));
         }
@@ -147,4 +147,4 @@ void readTextures(RecordReader& reader, const StreamTotals& expected,
     readRecords(reader, expected, "a texture", [&sink](std::string_view payload) { sink(decodeTexture(payload)); });
 }
 
-} // namespace importer
+} // namespace importer::exchange

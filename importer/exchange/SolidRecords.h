@@ -13,11 +13,11 @@
 #include <string_view>
 #include <vector>
 
-namespace importer {
+namespace importer::exchange {
 
 /// The surface of a closed solid.
 struct Mesh {
-    std::vector<double> vertexes;         ///< Triples x, y, z in metres, in the model's world.
+    std::vector<double> vertices;         ///< Triples x, y, z in metres, in the model's world.
     std::vector<std::uint32_t> triangles; ///< Three vertices by their index each, counterclockwise from outside.
 };
 
@@ -26,7 +26,7 @@ inline constexpr auto meshSolid = static_cast<ForeignObjectSolid::Type_t>(1);
 
 /// The part of a mesh that its triangles use; vertices in the same place become one.
 /// @param triangles indices that lie within the vertices.
-Mesh meshOf(const std::vector<double>& vertexes, const std::vector<std::uint32_t>& triangles);
+Mesh meshOf(const std::vector<double>& vertices, const std::vector<std::uint32_t>& triangles);
 
 /// The solid whose bytes are a mesh.
 /// @throws WriteError for a mesh of more than 4 GiB. Without memory the solid is empty; writing it throws.
@@ -74,4 +74,4 @@ void readSolids(RecordReader& reader, const StreamTotals& expected, std::uint64_
 /// @throws FormatError when the stream is damaged or does not come to the same totals.
 void readTextures(RecordReader& reader, const StreamTotals& expected, const std::function<void(const TextureRecord&)>& sink);
 
-} // namespace importer
+} // namespace importer::exchange

@@ -6,7 +6,7 @@
 #include <limits>
 #include <vector>
 
-namespace importer {
+namespace importer::exchange {
 namespace {
 
 using Velmor::ExternalGUID;
@@ -192,7 +192,7 @@ std::string encode(const InfoRecord& record) {
     appendTotals(out, record.solids);
     appendTotals(out, record.textures);
     appendTotals(out, record.problems);
-    append(out, record.problemsUntold, 8);
+    append(out, record.problemsOmitted, 8);
     append(out, record.objectsWithoutClass, 8);
     append(out, record.georeference ? 1 : 0, 4);
     if (record.georeference)
@@ -249,7 +249,7 @@ InfoRecord decodeInfo(std::string_view payload) {
     record.solids = totals(fields, "totals of the solids");
     record.textures = totals(fields, "totals of the textures");
     record.problems = totals(fields, "totals of the problems");
-    record.problemsUntold = fields.u64("number of problems untold");
+    record.problemsOmitted = fields.u64("number of problems omitted");
     record.objectsWithoutClass = fields.u64("number of objects without a class");
     if (fields.flag("presence of a georeference"))
         record.georeference = georeference(fields);
@@ -297,7 +297,7 @@ void RecordWriter::flush() {
 }
 
 void ProblemWriter::write(const ProblemRecord& problem) {
-    if (totals().records < problemsHandedOver)
+    if (totals().records < maxLoggedProblems)
         writer_.write(encode(problem));
     else
         ++untold_;
@@ -380,4 +380,4 @@ void requireEnd(RecordReader& reader) {
         throw FormatError(reader.where() + "expected the end of the file behind " + std::to_string(records) + " records");
 }
 
-} // namespace importer
+} // namespace importer::exchange

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-namespace importer {
+namespace importer::exchange {
 
 /// A record or a stream is not what it should be: the message tells where, what was expected and what was found.
 class FormatError : public std::runtime_error {
@@ -77,7 +77,7 @@ struct InfoRecord {
     StreamTotals solids;                   ///< Of the solids stream.
     StreamTotals textures;                 ///< Of the textures stream.
     StreamTotals problems;                 ///< Of the log stream.
-    std::uint64_t problemsUntold = 0;      ///< That were found beside those in the log stream.
+    std::uint64_t problemsOmitted = 0;     ///< That were found beside those in the log stream.
     std::uint64_t objectsWithoutClass = 0; ///< Whose entities the class tables do not have.
     std::optional<Velmor::IFC4_MapConversion> georeference;
 };
@@ -136,9 +136,9 @@ private:
 };
 
 /// How many problems of one import go into the log stream.
-inline constexpr std::uint64_t problemsHandedOver = 10000;
+inline constexpr std::uint64_t maxLoggedProblems = 10000;
 
-/// Writes problems to a stream, the first `problemsHandedOver` of them, and counts the rest.
+/// Writes problems to a stream, the first `maxLoggedProblems` of them, and counts the rest.
 class ProblemWriter {
 public:
     /// @param stream not owned, outlives the writer.
@@ -156,7 +156,7 @@ public:
     const StreamTotals& totals() const { return writer_.totals(); }
 
     /// How many were only counted.
-    std::uint64_t untold() const { return untold_; }
+    std::uint64_t omitted() const { return untold_; }
 
 private:
     RecordWriter writer_;
@@ -211,4 +211,4 @@ void readObjects(RecordReader& reader, const StreamTotals& expected, const std::
 /// @throws FormatError when the stream goes on.
 void requireEnd(RecordReader& reader);
 
-} // namespace importer
+} // namespace importer::exchange

@@ -1,6 +1,6 @@
 #include "importer/exchange/Text.h"
 
-namespace importer {
+namespace importer::exchange {
 namespace {
 
 unsigned byteAt(std::string_view text, std::size_t i) {
@@ -72,4 +72,4 @@ std::string utf8(const std::filesystem::path& path) {
     return printable(std::string(text.begin(), text.end()));
 }
 
-} // namespace importer
+} // namespace importer::exchange

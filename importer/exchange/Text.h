@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace importer {
+namespace importer::exchange {
 
 /// Text of a model made fit for a terminal: control characters, marks of the direction of writing and halves of a character
 /// without the other half become '?'. The two halves of a character beyond U+FFFF, which the library encodes one by one,
@@ -25,4 +25,4 @@ Velmor::WideString wide(const std::filesystem::path& path);
 /// A path for a message.
 std::string utf8(const std::filesystem::path& path);
 
-} // namespace importer
+} // namespace importer::exchange

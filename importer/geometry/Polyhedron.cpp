@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace importer {
+namespace importer::geometry {
 
 void Polyhedron::addLoop(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
     beginLoop();
@@ -67,14 +67,14 @@ bool Polyhedron::triangulate(const std::vector<Vector3>& moved, std::vector<std:
     FaceLoops face;
     for (std::size_t i = 0; i < loops_.size(); ++i) {
         if (i != 0 && !loops_[i].hole) {
-            if (!importer::triangulate(moved, face, triangles, work))
+            if (!geometry::triangulate(moved, face, triangles, work))
                 return false;
             face.clear();
         }
         const auto* const corners = corners_.data();
         face.emplace_back(corners + loops_[i].first, corners + endOf(i));
     }
-    return importer::triangulate(moved, face, triangles, work);
+    return geometry::triangulate(moved, face, triangles, work);
 }
 
-} // namespace importer
+} // namespace importer::geometry

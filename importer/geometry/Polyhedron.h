@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace importer {
+namespace importer::geometry {
 
 /// A set of faces over common points. A face is a loop, and one more for each hole, running the other way round.
 class Polyhedron {
@@ -44,7 +44,7 @@ public:
 
     /// The faces of the body as triangles, with its points moved to `moved`; of a closed body they are closed, too.
     /// @param[out] triangles three indices of points for each are appended.
-    /// @param[in,out] work   as for `importer::triangulate`.
+    /// @param[in,out] work   as for `geometry::triangulate`.
     /// @return false when the work was not enough.
     bool triangulate(const std::vector<Vector3>& moved, std::vector<std::uint32_t>& triangles, std::uint64_t& work) const;
 
@@ -66,4 +66,4 @@ private:
     std::vector<Loop> loops_;
 };
 
-} // namespace importer
+} // namespace importer::geometry

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <utility>
 
-namespace importer {
+namespace importer::geometry {
 
 namespace {
 
@@ -253,4 +253,4 @@ bool triangulate(const std::vector<Vector3>& points, const FaceLoops& loops, std
     return FaceCutter(triangles, work).cut(points, loops);
 }
 
-} // namespace importer
+} // namespace importer::geometry

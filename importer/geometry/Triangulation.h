@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace importer {
+namespace importer::geometry {
 
 /// Loops of a plane face: first its outline, then its holes, which run the other way round. Indices into a list of points.
 using FaceLoops = std::vector<std::vector<std::uint32_t>>;
@@ -25,4 +25,4 @@ using FaceLoops = std::vector<std::vector<std::uint32_t>>;
 bool triangulate(const std::vector<Vector3>& points, const FaceLoops& loops, std::vector<std::uint32_t>& triangles,
                  std::uint64_t& work);
 
-} // namespace importer
+} // namespace importer::geometry

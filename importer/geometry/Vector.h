@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-namespace importer {
+namespace importer::geometry {
 
 struct Vector3 {
     double x = 0.0;
@@ -67,4 +67,4 @@ inline int segmentsOf(double angle) {
     return 1 + static_cast<int>(std::fmin(std::fabs(angle), 2.0 * pi) / (2.0 * pi / segmentsPerTurn) - 1e-6);
 }
 
-} // namespace importer
+} // namespace importer::geometry

@@ -6,7 +6,7 @@
 
 #include <csignal>
 
-namespace importer {
+namespace importer::host {
 namespace {
 
 namespace fs = std::filesystem;
@@ -99,12 +99,12 @@ std::optional<InfoRecord> readInfo(FileStream& stream) {
     return decodeInfo(payload);
 }
 
-void readProblems(FileStream& stream, const StreamTotals& expected, HandedOver& result) {
+void readProblems(FileStream& stream, const StreamTotals& expected, ImportResult& result) {
     RecordReader reader(stream, "the log stream");
     std::string payload;
     while (reader.next(payload)) {
         ++result.problemCount;
-        if (result.problems.size() < problemsTold)
+        if (result.problems.size() < maxReportedProblems)
             result.problems.push_back(decodeProblem(payload));
     }
     if (reader.totals() != expected) {
@@ -139,7 +139,7 @@ void checkInterruption() {
         throw ImportError("interrupted");
 }
 
-HandedOver runImporter(const fs::path& importer, const fs::path& model) {
+ImportResult runImporter(const fs::path& importer, const fs::path& model) {
     Streams streams;
     streams.publish(fs::absolute(importer), fs::absolute(model));
     const Child child(fs::absolute(importer));
@@ -156,10 +156,10 @@ HandedOver runImporter(const fs::path& importer, const fs::path& model) {
             throw ImportError(printable(info->error));
         if (exitCode != 0)
             throw incomplete("what it handed over is not trusted");
-        HandedOver result;
+        ImportResult result;
         result.schema = info->schema;
         readProblems(streams[Velmor::LogStream], info->problems, result);
-        result.problemCount += info->problemsUntold;
+        result.problemCount += info->problemsOmitted;
         result.objectsWithoutClass = info->objectsWithoutClass;
         result.georeference = info->georeference;
         auto& kept = result.model;
@@ -190,4 +190,4 @@ HandedOver runImporter(const fs::path& importer, const fs::path& model) {
     }
 }
 
-} // namespace importer
+} // namespace importer::host

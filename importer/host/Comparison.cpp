@@ -10,7 +10,7 @@
 #include <random>
 #include <unordered_map>
 
-namespace importer {
+namespace importer::host {
 namespace {
 
 using Velmor::ExternalGUID;
@@ -167,4 +167,4 @@ Comparison compare(const Model& modelBefore, const Model& modelNow, bool identif
     return result;
 }
 
-} // namespace importer
+} // namespace importer::host

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace importer {
+namespace importer::host {
 
 /// The numbers of one IFC class, or of all.
 struct ClassCounts {
@@ -59,4 +59,4 @@ inline constexpr std::size_t copiesSearched = 64;
 /// PropertyComparison.h.
 Comparison compare(const Model& before, const Model& now, bool identifyByGeometry);
 
-} // namespace importer
+} // namespace importer::host

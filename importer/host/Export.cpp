@@ -8,7 +8,7 @@
 #include <memory>
 #include <system_error>
 
-namespace importer {
+namespace importer::host {
 namespace {
 
 namespace fs = std::filesystem;
@@ -96,9 +96,9 @@ std::string ModelPrefixes::next(const fs::path& model) {
 std::string objFile(const Mesh& mesh, std::string_view comment) {
     // A backslash at its end would take the next line into the comment.
     std::string out = "# " + printable(comment) + " #\n";
-    for (std::size_t i = 0; i < mesh.vertexes.size(); i += 3) {
+    for (std::size_t i = 0; i < mesh.vertices.size(); i += 3) {
         out += 'v';
-        std::for_each_n(&mesh.vertexes[i], 3, [&out](double coordinate) { appendNumber(out, coordinate); });
+        std::for_each_n(&mesh.vertices[i], 3, [&out](double coordinate) { appendNumber(out, coordinate); });
         out += '\n';
     }
     for (std::size_t i = 0; i < mesh.triangles.size(); i += 3) {
@@ -125,7 +125,7 @@ void writeExported(const fs::path& file, std::string_view content) {
     }
 }
 
-std::string Exporter::write(const fs::path& model, const HandedOver& handedOver) {
+std::string Exporter::write(const fs::path& model, const ImportResult& result) {
     if (!folder_)
         return {};
     const auto& folder = *folder_;
@@ -136,16 +136,16 @@ std::string Exporter::write(const fs::path& model, const HandedOver& handedOver)
     if (!fs::is_directory(folder, ignored))
         throw ImportError("cannot export to " + utf8(folder) + ": the folder cannot be made: " + error.message());
     FileNames objNames(prefix, ".obj");
-    RecordReader solids(*handedOver.solids.stream, "the solids stream");
-    const auto& objects = handedOver.model.objects;
-    readSolids(solids, handedOver.solids.totals, objects.size(), [&](std::uint64_t number, const Mesh& mesh) {
+    RecordReader solids(*result.solids.stream, "the solids stream");
+    const auto& objects = result.model.objects;
+    readSolids(solids, result.solids.totals, objects.size(), [&](std::uint64_t number, const Mesh& mesh) {
         checkInterruption();
         const auto& object = objects[static_cast<std::size_t>(number)];
         writeExported(folder / objNames.next(object.instance, object.name), objFile(mesh, description(object)));
     });
     FileNames pngNames(prefix, ".png");
-    RecordReader textures(*handedOver.textures.stream, "the textures stream");
-    readTextures(textures, handedOver.textures.totals, [&](const TextureRecord& texture) {
+    RecordReader textures(*result.textures.stream, "the textures stream");
+    readTextures(textures, result.textures.totals, [&](const TextureRecord& texture) {
         checkInterruption();
         const auto& png = texture.png.getData();
         const auto name = std::string_view(texture.name).substr(0, texture.name.rfind('.')); // without its ending
@@ -155,4 +155,4 @@ std::string Exporter::write(const fs::path& model, const HandedOver& handedOver)
            std::to_string(textures.totals().records) + '\n';
 }
 
-} // namespace importer
+} // namespace importer::host

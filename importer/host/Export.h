@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-namespace importer {
+namespace importer::host {
 
 /// A name of a model as a part of a file name: letters of ASCII, digits, '-' and '_' as they are, one '_' for whatever
 /// stands between them. It begins with a letter or a digit and is of bounded length; empty when nothing is left.
@@ -66,11 +66,11 @@ public:
     /// Writes each solid of a model as an OBJ file and each texture as a PNG file.
     /// @return what the host says about it: how many.
     /// @throws ImportError when a file cannot be written, or the host is interrupted. Those that are written stay.
-    std::string write(const std::filesystem::path& model, const HandedOver& handedOver);
+    std::string write(const std::filesystem::path& model, const ImportResult& result);
 
 private:
     std::optional<std::filesystem::path> folder_;
     ModelPrefixes prefixes_;
 };
 
-} // namespace importer
+} // namespace importer::host

@@ -14,7 +14,8 @@
 
 namespace {
 
-using namespace importer;
+using namespace importer::host;
+using namespace importer::exchange;
 namespace fs = std::filesystem;
 
 // The importer lies beside this program.
@@ -42,7 +43,7 @@ void importModel(const Options& options, const fs::path& model, Exporter& export
     const State state(options.state ? *options.state : fs::path("import-state") / model.filename());
     const bool first = !state.exists();
     // Before anything else, so that a damaged state costs no import.
-    const auto before = first ? Kept() : state.read();
+    const auto before = first ? StoredImport() : state.read();
 
     const auto origin = originOf(model, options.importer);
     if (origin && origin == before.origin && !needsImporter(options)) {
@@ -50,18 +51,18 @@ void importModel(const Options& options, const fs::path& model, Exporter& export
         print(reportUnchanged(model));
         return;
     }
-    const auto handedOver = runImporter(options.importer, model);
+    const auto result = runImporter(options.importer, model);
     // A file that was written to in the meantime may have been read as it was or as it is, or in parts.
     const auto known = originOf(model, options.importer) == origin ? origin : std::nullopt;
-    const auto comparison = compare(before.model, handedOver.model, options.identifyByGeometry);
-    auto text = report(model, handedOver, first ? nullptr : &before.model, comparison);
+    const auto comparison = compare(before.model, result.model, options.identifyByGeometry);
+    auto text = report(model, result, first ? nullptr : &before.model, comparison);
     for (const auto& globalId : options.properties)
-        text += propertiesOf(handedOver.model, globalId);
+        text += propertiesOf(result.model, globalId);
     if (options.georeference)
-        text += georeferenceOf(handedOver);
-    text += exporter.write(model, handedOver);
+        text += georeferenceOf(result);
+    text += exporter.write(model, result);
     // What has changed is told only once: who has not been told gets it at the next import.
-    state.write(handedOver.model, known, [&text] {
+    state.write(result.model, known, [&text] {
         checkInterruption();
         print(text);
     });

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-namespace importer {
+namespace importer::host {
 
 /// The import cannot be done: the message says why.
 class ImportError : public std::runtime_error {
@@ -62,7 +62,7 @@ struct CheckedStream {
 };
 
 /// What an importer handed over.
-struct HandedOver {
+struct ImportResult {
     std::string schema;
     Model model;
     std::optional<Velmor::IFC4_MapConversion> georeference;
@@ -74,7 +74,7 @@ struct HandedOver {
 };
 
 /// How many problems are kept for the report.
-inline constexpr std::size_t problemsTold = 10;
+inline constexpr std::size_t maxReportedProblems = 10;
 
 /// From now on a signal that asks the program to end (Ctrl-C, SIGTERM, SIGHUP) does not end it at once, but by the next call
 /// of checkInterruption. A signal that is ignored stays ignored.
@@ -86,11 +86,11 @@ void checkInterruption();
 /// Lets an importer read a model: the contract's environment with its sixteen streams, the child, its progress, the streams.
 /// @throws ImportError when it does not come to its end, what it handed over is incomplete, or the host is interrupted. The
 /// child has ended whatever happens.
-HandedOver runImporter(const std::filesystem::path& importer, const std::filesystem::path& model);
+ImportResult runImporter(const std::filesystem::path& importer, const std::filesystem::path& model);
 
 /// What the host says about one import.
 /// @param before what the previous import left; null at the first.
-std::string report(const std::filesystem::path& model, const HandedOver& handedOver, const Model* before,
+std::string report(const std::filesystem::path& model, const ImportResult& result, const Model* before,
                    const Comparison& comparison);
 
 /// What the host says about a model that needs no import.
@@ -101,6 +101,6 @@ std::string reportUnchanged(const std::filesystem::path& model);
 std::string propertiesOf(const Model& model, const std::string& globalId);
 
 /// What the host says about the georeference.
-std::string georeferenceOf(const HandedOver& handedOver);
+std::string georeferenceOf(const ImportResult& result);
 
-} // namespace importer
+} // namespace importer::host

@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
-namespace importer {
+namespace importer::host {
+
+using namespace exchange;
 
 /// What the host keeps of one import until the next one.
 struct Model {
@@ -14,4 +16,4 @@ struct Model {
         propertySets; ///< As they were handed over (PropertyRecords.h); the objects go by their numbers.
 };
 
-} // namespace importer
+} // namespace importer::host

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-namespace importer {
+namespace importer::host {
 
 const char* const usageText =
     "usage: import_host MODEL... [--state DIR] [--identify-by-geometry] [--importer PROGRAM]\n"
@@ -79,4 +79,4 @@ std::vector<Velmor::WideString> modelsIn(const std::filesystem::path& folder) {
     return names;
 }
 
-} // namespace importer
+} // namespace importer::host

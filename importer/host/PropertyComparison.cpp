@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace importer {
+namespace importer::host {
 namespace {
 
 using Kind = PropertyDifference::Kind;
@@ -152,4 +152,4 @@ bool PropertyComparison::isEqualSet(std::uint32_t setBefore, std::uint32_t setNo
     return known->second;
 }
 
-} // namespace importer
+} // namespace importer::host

@@ -17,7 +17,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace importer {
+namespace importer::host {
 
 /// One difference. Nothing is told of what is within an added or removed set or complex property.
 struct PropertyDifference {
@@ -54,4 +54,4 @@ private:
     std::unordered_map<std::uint64_t, bool> equalPairs_; // by the numbers of two contents of different bytes
 };
 
-} // namespace importer
+} // namespace importer::host

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <utility>
 
-namespace importer {
+namespace importer::host {
 namespace {
 
 using Velmor::IFC2X3Property;
@@ -140,4 +140,4 @@ std::string shownGeoreference(const Velmor::IFC4_MapConversion& conversion) {
     return text;
 }
 
-} // namespace importer
+} // namespace importer::host

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "importer/exchange/Text.h"
+
 // Properties and georeferences for people.
 
 #include <Velmor/Georeferencing.h>
@@ -8,7 +10,9 @@
 #include <cstddef>
 #include <string>
 
-namespace importer {
+namespace importer::host {
+
+using namespace exchange;
 
 /// A number with as many digits as it takes to read the same one back: "6200", "0.1", "1e+300", "-0". What is no number
 /// shows its bits: "nan 7ff8000000000000".
@@ -27,4 +31,4 @@ std::string shownPropertySet(const Velmor::IFC2X3_PSet_Custom_s& set);
 /// A georeference on lines of its own.
 std::string shownGeoreference(const Velmor::IFC4_MapConversion& conversion);
 
-} // namespace importer
+} // namespace importer::host

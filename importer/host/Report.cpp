@@ -7,7 +7,7 @@
 #include <cmath>
 #include <cstdio>
 
-namespace importer {
+namespace importer::host {
 namespace {
 
 constexpr std::size_t changesTold = 20;
@@ -170,40 +170,41 @@ std::string unidentifiedList(const Comparison& comparison, const std::vector<Obj
     if (unidentified.empty())
         return {};
     std::string text = "not identified, neither compared nor counted above: " + std::to_string(unidentified.size()) + '\n';
-    const auto shown = std::min(unidentified.size(), problemsTold);
+    const auto shown = std::min(unidentified.size(), maxReportedProblems);
     for (std::size_t i = 0; i < shown; ++i)
         text += "  " + subject(now[unidentified[i]]) + '\n';
     return text + rest(unidentified.size(), shown);
 }
 
-std::string problemList(const HandedOver& handedOver) {
-    if (handedOver.problemCount == 0)
+std::string problemList(const ImportResult& result) {
+    if (result.problemCount == 0)
         return {};
-    std::string text = "problems: " + std::to_string(handedOver.problemCount) + '\n';
-    for (const auto& problem : handedOver.problems)
+    std::string text = "problems: " + std::to_string(result.problemCount) + '\n';
+    for (const auto& problem : result.problems)
         text += "  " + place(problem.line, problem.instance) + ": " + printable(problem.reason) + '\n';
-    return text + rest(handedOver.problemCount, handedOver.problems.size());
+    return text + rest(result.problemCount, result.problems.size());
 }
 
 } // namespace
 
-std::string report(const std::filesystem::path& model, const HandedOver& handedOver, const Model* before,
+std::string report(const std::filesystem::path& model, const ImportResult& result, const Model* before,
                    const Comparison& comparison) {
-    const auto& objects = handedOver.model.objects;
-    std::string text = utf8(model.filename()) + ": " + printable(handedOver.schema) + ", " +
+    const auto& objects = result.model.objects;
+    std::string text = utf8(model.filename()) + ": " + printable(result.schema) + ", " +
                        counted(objects.size(), "object", "objects") + ", " +
                        (before ? "compared with the " + std::to_string(before->objects.size()) + " of the previous import"
                                : std::string("first import")) +
                        '\n';
     text += table(comparison);
-    if (handedOver.objectsWithoutClass > 0) {
-        text += "of entities without a class of their own, taken as IFCINVALID: " +
-                std::to_string(handedOver.objectsWithoutClass) + '\n';
+    if (result.objectsWithoutClass > 0) {
+        text +=
+            "of entities without a class of their own, taken as IFCINVALID: " + std::to_string(result.objectsWithoutClass) +
+            '\n';
     }
     text += unidentifiedList(comparison, objects);
     if (before)
-        text += changeList(comparison, *before, handedOver.model);
-    return text + problemList(handedOver);
+        text += changeList(comparison, *before, result.model);
+    return text + problemList(result);
 }
 
 std::string reportUnchanged(const std::filesystem::path& model) {
@@ -224,8 +225,8 @@ std::string propertiesOf(const Model& model, const std::string& globalId) {
     return text;
 }
 
-std::string georeferenceOf(const HandedOver& handedOver) {
-    return handedOver.georeference ? shownGeoreference(*handedOver.georeference) : "no georeference\n";
+std::string georeferenceOf(const ImportResult& result) {
+    return result.georeference ? shownGeoreference(*result.georeference) : "no georeference\n";
 }
 
-} // namespace importer
+} // namespace importer::host

@@ -6,7 +6,7 @@
 #include <memory>
 #include <system_error>
 
-namespace importer {
+namespace importer::host {
 namespace {
 
 namespace fs = std::filesystem;
@@ -100,8 +100,8 @@ bool State::exists() const {
     return fs::exists(fs::symlink_status(file_, error));
 }
 
-Kept State::read() const {
-    Kept kept;
+StoredImport State::read() const {
+    StoredImport kept;
     auto& model = kept.model;
     const auto header = readFile(
         file_, [&model](ObjectRecord&& object) { model.objects.push_back(std::move(object)); },
@@ -128,4 +128,4 @@ void State::write(const Model& model, const std::optional<Origin>& origin,
     }
 }
 
-} // namespace importer
+} // namespace importer::host

@@ -8,7 +8,7 @@
 #include <functional>
 #include <optional>
 
-namespace importer {
+namespace importer::host {
 
 /// The state cannot be read or kept: the message names the file and what is wrong with it.
 class StateError : public std::runtime_error {
@@ -17,7 +17,7 @@ public:
 };
 
 /// What is kept of one import.
-struct Kept {
+struct StoredImport {
     Model model;
     std::optional<Origin> origin; ///< Of the model and its importer; none when it is not known for sure.
 };
@@ -37,7 +37,7 @@ public:
 
     /// What the previous import left.
     /// @throws StateError for a damaged file and for one of another format version; it stays as it is.
-    Kept read() const;
+    StoredImport read() const;
 
     /// Keeps this import: in a new file, which is read back and then renamed over the old one.
     /// @param origin what the model was read from; none when that is not known for sure.
@@ -54,4 +54,4 @@ private:
     std::filesystem::path newFile_;
 };
 
-} // namespace importer
+} // namespace importer::host

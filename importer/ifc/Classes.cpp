@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <unordered_map>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -30,4 +30,4 @@ Velmor::AttributeClassIFC_e classNamed(const std::string& entity) {
     return found != classes.end() ? found->second : Velmor::AttributeClassIFC_e::IFCINVALID;
 }
 
-} // namespace importer
+} // namespace importer::ifc

@@ -6,10 +6,10 @@
 
 #include <string>
 
-namespace importer {
+namespace importer::ifc {
 
 /// The class of an entity, by its name in capitals; `IFCINVALID` for one that `ReferenceObjectClass` has no row for. Of two
 /// classes with the same name the first one.
 Velmor::AttributeClassIFC_e classNamed(const std::string& entity);
 
-} // namespace importer
+} // namespace importer::ifc

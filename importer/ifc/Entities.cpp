@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -369,4 +369,25 @@ Entity entityNamed(std::string_view name) {
     return found != std::end(entities) && found->name == name ? found->entity : Entity::Other;
 }
 
-} // namespace importer
+std::vector<const step::Instance*> instancesOf(const step::File& file, std::initializer_list<Entity> entities) {
+    std::vector<step::EntityCode> codes;
+    for (const Entity entity : entities)
+        codes.push_back(static_cast<step::EntityCode>(entity));
+    return file.instancesOf(codes);
+}
+
+namespace {
+
+bool isSupportedSchema(std::string_view name) {
+    return name == "IFC4" || name.starts_with("IFC2X3") || name.starts_with("IFC4_ADD") || name.starts_with("IFC4X3");
+}
+
+step::EntityCode codeOf(std::string_view name) {
+    return static_cast<step::EntityCode>(entityNamed(name));
+}
+
+} // namespace
+
+const step::Application application = {&isSupportedSchema, "IFC2X3, IFC4 or IFC4X3", &codeOf};
+
+} // namespace importer::ifc

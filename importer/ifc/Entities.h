@@ -2,10 +2,14 @@
 
 // The entities that the reader knows, of IFC2X3, IFC4 and IFC4X3 together.
 
-#include <cstdint>
-#include <string_view>
+#include "importer/step/File.h"
 
-namespace importer {
+#include <cstdint>
+#include <initializer_list>
+#include <string_view>
+#include <vector>
+
+namespace importer::ifc {
 
 /// What an instance is to the reader.
 enum class Entity : std::uint16_t {
@@ -149,4 +153,15 @@ enum class Entity : std::uint16_t {
 /// analysis.
 Entity entityNamed(std::string_view name);
 
-} // namespace importer
+/// The entity of an instance.
+inline Entity entityOf(const step::Instance& instance) {
+    return static_cast<Entity>(instance.entity);
+}
+
+/// The instances of these entities, in the order of the file.
+std::vector<const step::Instance*> instancesOf(const step::File& file, std::initializer_list<Entity> entities);
+
+/// The schemas IFC2X3, IFC4 and IFC4X3 with the entities above.
+extern const step::Application application;
+
+} // namespace importer::ifc

@@ -3,7 +3,7 @@
 #include "importer/ifc/Placement.h"
 #include "importer/ifc/Units.h"
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -13,10 +13,10 @@ using Velmor::IFC4_MapProjection;
 /// The origin of the world coordinate system of a representation context, or of the one that it is part of. Of any other
 /// source, another map for instance, it is the zero point.
 Plexor::Vertex readSourceOrigin(IfcContext& context, const Instance& source) {
-    const Nesting nesting(context, source);
-    if (source.entity == Entity::GeometricRepresentationSubContext)
+    const RecursionGuard nesting(context, source);
+    if (entityOf(source) == Entity::GeometricRepresentationSubContext)
         return readSourceOrigin(context, Record(context, source).reference(6));
-    const bool hasOrigin = source.entity == Entity::GeometricRepresentationContext;
+    const bool hasOrigin = entityOf(source) == Entity::GeometricRepresentationContext;
     const Instance* placement = hasOrigin ? Record(context, source).optionalReference(4) : nullptr;
     if (!placement)
         return IFC4_MapConversion().getSourceOrigin();
@@ -53,18 +53,18 @@ IFC4_MapConversion readConversion(IfcContext& context, const Instance& instance)
 
 std::optional<IFC4_MapConversion> readGeoreference(IfcContext& context) {
     std::optional<IFC4_MapConversion> georeference;
-    for (const Instance* instance : context.file.instancesOf({Entity::MapConversion, Entity::MapConversionScaled})) {
+    for (const Instance* instance : instancesOf(context.file, {Entity::MapConversion, Entity::MapConversionScaled})) {
         if (georeference) {
             context.note(*instance, "is one more map conversion; the first one counts");
             continue;
         }
         try {
             georeference = readConversion(context, *instance);
-        } catch (const Fault& fault) {
+        } catch (const EntityError& fault) {
             context.note(*fault.instance, fault.reason);
         }
     }
     return georeference;
 }
 
-} // namespace importer
+} // namespace importer::ifc

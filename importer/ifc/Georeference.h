@@ -8,10 +8,10 @@
 
 #include <optional>
 
-namespace importer {
+namespace importer::ifc {
 
 /// The first map conversion of the file that can be read; nothing when there is none. Its numbers are the file's. What
 /// cannot be read, and further conversions, are noted.
 std::optional<Velmor::IFC4_MapConversion> readGeoreference(IfcContext& context);
 
-} // namespace importer
+} // namespace importer::ifc

@@ -7,12 +7,13 @@
 #include <Velmor/ReferenceObjectClass.h>
 #include <Velmor/WideText.h>
 
+#include "importer/step/File.h"
+
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-namespace importer {
+namespace importer::ifc {
 
 /// How much of a product's shape could be had.
 enum class Shape : std::uint32_t {
@@ -29,7 +30,7 @@ struct Product {
     std::string className;        ///< Its entity, in capitals as in the file: "IFCBEAM".
     Velmor::WideString name;      ///< Its name, decoded; empty when not given.
     Shape shape = Shape::None;    ///< What of the following carries data.
-    std::vector<double> vertexes; ///< Triples x, y, z in metres, in the model's world; every vertex of the shape.
+    std::vector<double> vertices; ///< Triples x, y, z in metres, in the model's world; every vertex of the shape.
     /// Of a solid, but for those that a problem tells of: its surface, three vertices by their index for each triangle,
     /// counterclockwise from outside.
     std::vector<std::uint32_t> triangles;
@@ -48,19 +49,6 @@ struct Texture {
     std::uint64_t line = 0;     ///< Line on which that instance begins, from 1.
     std::string name;           ///< UTF-8: of an image beside the model its file's name, otherwise empty.
     std::vector<char> png;      ///< The whole PNG file.
-};
-
-/// What spoiled one object; the import goes on.
-struct Problem {
-    std::uint64_t line = 0;     ///< Line of the instance at fault, from 1.
-    std::uint64_t instance = 0; ///< Number of the instance at fault; 0: none, what is damaged has no number.
-    std::string reason;         ///< What is wrong with it, in UTF-8.
-};
-
-/// What makes the import meaningless: the message names file, line and what was expected.
-class ModelError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
 };
 
 /// Receives a model as it is read.
@@ -84,14 +72,15 @@ public:
     virtual void product(Product&& product) = 0;
 
     /// Called for each thing that spoils one object.
-    virtual void problem(const Problem& problem) = 0;
+    virtual void problem(const step::Problem& problem) = 0;
 
     /// Called now and then with the part of the work that is done, 0 to 1, never falling.
     virtual void progress(double done) = 0;
 };
 
 /// Reads an IFC file (ISO 10303-21; IFC2X3, IFC4, IFC4X3).
-/// @throws ModelError for what makes the import meaningless: no such file, no STEP file, a file cut off, another schema.
+/// @throws step::FileError for what makes the import meaningless: no such file, no STEP file, a file cut off, another
+/// schema.
 void readIfcModel(const Velmor::WideString& path, ModelSink& sink);
 
-} // namespace importer
+} // namespace importer::ifc

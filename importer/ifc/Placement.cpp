@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -25,7 +25,7 @@ Vector3 perpendicular(const Vector3& v, const Vector3& axis, const Instance& ins
     const Vector3 across = v - axis * dot(v, axis);
     const double size = length(across);
     if (!(size > parallel))
-        throw Fault{&instance, "its axes are parallel"};
+        throw EntityError{&instance, "its axes are parallel"};
     return across * (1.0 / size);
 }
 
@@ -47,21 +47,21 @@ double scaleAt(const Record& record, std::size_t index, double ifOmitted) {
 } // namespace
 
 Vector3 readPoint(IfcContext& context, const Instance& instance) {
-    if (instance.entity != Entity::CartesianPoint)
-        throw Fault{&instance, "stands where an IFCCARTESIANPOINT is expected"};
+    if (entityOf(instance) != Entity::CartesianPoint)
+        throw EntityError{&instance, "stands where an IFCCARTESIANPOINT is expected"};
     return readCoordinates(context, instance);
 }
 
 Vector3 readDirection(IfcContext& context, const Instance& instance) {
-    if (instance.entity != Entity::Direction)
-        throw Fault{&instance, "stands where an IFCDIRECTION is expected"};
+    if (entityOf(instance) != Entity::Direction)
+        throw EntityError{&instance, "stands where an IFCDIRECTION is expected"};
     return unitVector(readCoordinates(context, instance), instance);
 }
 
 Vector3 unitVector(const Vector3& v, const Instance& instance) {
     const double size = length(v);
     if (!(size > 0.0) || !std::isfinite(size) || !std::isfinite(1.0 / size))
-        throw Fault{&instance, "has no direction"};
+        throw EntityError{&instance, "has no direction"};
     return v * (1.0 / size);
 }
 
@@ -102,7 +102,8 @@ Transform readObjectPlacement(IfcContext& context, const Instance& instance) {
     const Instance* current = &instance;
     while (current) {
         if (visited.size() == longest)
-            throw Fault{&instance, "its chain of placements does not end within " + std::to_string(longest) + " steps"};
+            throw EntityError{&instance,
+                              "its chain of placements does not end within " + std::to_string(longest) + " steps"};
         visited.push_back(current);
         const Record record(context, *current);
         if (record.entity() != Entity::LocalPlacement)
@@ -148,4 +149,4 @@ Transform readOperator(IfcContext& context, const Instance& instance) {
     }
 }
 
-} // namespace importer
+} // namespace importer::ifc

@@ -5,7 +5,7 @@
 #include "importer/geometry/Vector.h"
 #include "importer/ifc/Record.h"
 
-namespace importer {
+namespace importer::ifc {
 
 /// The point of an IfcCartesianPoint of two or three coordinates, in the file's unit.
 Vector3 readPoint(IfcContext& context, const Instance& instance);
@@ -13,7 +13,7 @@ Vector3 readPoint(IfcContext& context, const Instance& instance);
 /// The direction of an IfcDirection, of length 1.
 Vector3 readDirection(IfcContext& context, const Instance& instance);
 
-/// The unit vector along `v`. @throws Fault when it has none.
+/// The unit vector along `v`. @throws EntityError when it has none.
 Vector3 unitVector(const Vector3& v, const Instance& instance);
 
 /// Two directions perpendicular to `along`, and to each other.
@@ -31,4 +31,4 @@ Transform readObjectPlacement(IfcContext& context, const Instance& instance);
 /// An IfcCartesianTransformationOperator of two or three dimensions, with one scale or several.
 Transform readOperator(IfcContext& context, const Instance& instance);
 
-} // namespace importer
+} // namespace importer::ifc

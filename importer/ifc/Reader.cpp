@@ -16,7 +16,7 @@
 #include <string>
 #include <unordered_map>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -35,11 +35,11 @@ Limits withWork(Limits limits, std::uint64_t work) {
 
 class ModelReader {
 public:
-    ModelReader(const StepFile& file, const Limits& limits, ModelSink& sink, const Velmor::WideString& folder)
+    ModelReader(const step::File& file, const Limits& limits, ModelSink& sink, const Velmor::WideString& folder)
         : context_(file, limits), propertyContext_(file, withWork(limits, limits.workOfProperties)),
           textureContext_(file, withWork(limits, limits.workOfTextures)), file_(file), sink_(sink), folder_(folder),
-          products_(file.instancesOf({Entity::Product})), sets_(file.instancesOf({Entity::PropertySet})),
-          textures_(file.instancesOf({Entity::BlobTexture, Entity::ImageTexture, Entity::PixelTexture})),
+          products_(instancesOf(file, {Entity::Product})), sets_(instancesOf(file, {Entity::PropertySet})),
+          textures_(instancesOf(file, {Entity::BlobTexture, Entity::ImageTexture, Entity::PixelTexture})),
           relations_(propertyContext_, products_, sets_), steps_(sets_.size() + textures_.size() + products_.size()) {}
 
     void readAll();
@@ -60,7 +60,7 @@ private:
     IfcContext context_;
     IfcContext propertyContext_;
     IfcContext textureContext_;
-    const StepFile& file_;
+    const step::File& file_;
     ModelSink& sink_;
     const Velmor::WideString& folder_;
     const std::vector<const Instance*> products_;
@@ -96,7 +96,7 @@ void ModelReader::readModel() {
     context_.beginProduct();
     try {
         readUnits(context_);
-    } catch (const TooMuch&) {
+    } catch (const LimitExceeded&) {
         context_.note(file_.instances().front(), "the units take more work than a file of this size may ask for");
     }
     tellNotes(context_, "the model's units");
@@ -106,8 +106,8 @@ void ModelReader::readModel() {
     try {
         if (const auto georeference = readGeoreference(propertyContext_))
             sink_.georeference(*georeference);
-    } catch (const TooMuch& tooMuch) {
-        propertyContext_.note(file_.instances().front(), tooMuch.reason);
+    } catch (const LimitExceeded& exceeded) {
+        propertyContext_.note(file_.instances().front(), exceeded.reason);
     }
     tellNotes(propertyContext_, "the model's georeference");
 }
@@ -133,7 +133,7 @@ void ModelReader::readSets() {
 
 void ModelReader::readRelations() {
     for (const Instance* relation :
-         file_.instancesOf({Entity::RelDefinesByProperties, Entity::RelOverridesProperties, Entity::RelDefinesByType})) {
+         instancesOf(file_, {Entity::RelDefinesByProperties, Entity::RelOverridesProperties, Entity::RelDefinesByType})) {
         relations_.read(*relation);
         tellNotes(propertyContext_, "the relation #" + std::to_string(relation->number));
     }
@@ -147,10 +147,10 @@ void ModelReader::readTextures() {
         try {
             if (auto texture = reader.read(*instance))
                 sink_.texture(std::move(*texture));
-        } catch (const Fault& fault) {
+        } catch (const EntityError& fault) {
             textureContext_.note(*fault.instance, fault.reason);
-        } catch (const TooMuch& tooMuch) {
-            textureContext_.note(*instance, tooMuch.reason);
+        } catch (const LimitExceeded& exceeded) {
+            textureContext_.note(*instance, exceeded.reason);
         }
         tellNotes(textureContext_, "the model's textures");
         step();
@@ -174,15 +174,15 @@ void ModelReader::read(std::size_t place) {
         const Transform inModel = placement ? readObjectPlacement(context_, *placement) : Transform();
         if (const Instance* shape = record.optionalReference(6))
             readShape(context_, *shape, Transform::scaling(context_.lengthUnit) * inModel, product);
-    } catch (const Fault& fault) {
+    } catch (const EntityError& fault) {
         context_.note(*fault.instance, fault.reason);
-    } catch (const TooMuch& tooMuch) {
+    } catch (const LimitExceeded& exceeded) {
         // Part of a shape would look like another one.
         product.shape = Shape::None;
-        product.vertexes = {};
+        product.vertices = {};
         product.triangles = {};
         product.volume = 0.0;
-        context_.note(instance, tooMuch.reason);
+        context_.note(instance, exceeded.reason);
     }
     readSetsOf(place, product);
     tellNotes(context_, product.className + " #" + std::to_string(product.instance));
@@ -201,8 +201,8 @@ void ModelReader::readAttributes(const Record& record, Product& product) {
 void ModelReader::readSetsOf(std::size_t place, Product& product) {
     try {
         product.propertySets = relations_.setsOf(place, setNames_);
-    } catch (const TooMuch& tooMuch) {
-        context_.note(*products_[place], tooMuch.reason);
+    } catch (const LimitExceeded& exceeded) {
+        context_.note(*products_[place], exceeded.reason);
     }
 }
 
@@ -223,7 +223,7 @@ void ModelReader::tell(const Instance& instance, const std::string& reason) {
 }
 
 void ModelReader::tellNotes(IfcContext& context, const std::string& owner) {
-    for (const Fault& note : context.notes()) {
+    for (const EntityError& note : context.notes()) {
         const std::string name = capitals(file_.nameOf(*note.instance));
         std::string reason = name.empty() ? name : name + ": ";
         reason.append(note.reason).append(" (in ").append(owner).append(")");
@@ -235,13 +235,13 @@ void ModelReader::tellNotes(IfcContext& context, const std::string& owner) {
 
 } // namespace
 
-void readProducts(const StepFile& file, const Limits& limits, ModelSink& sink, const Velmor::WideString& folder) {
+void readProducts(const step::File& file, const Limits& limits, ModelSink& sink, const Velmor::WideString& folder) {
     ModelReader(file, limits, sink, folder).readAll();
 }
 
 void readIfcModel(const Velmor::WideString& path, ModelSink& sink) {
-    const StepFile file = StepFile::open(path);
+    const step::File file = step::File::open(path, application);
     readProducts(file, Limits::forFile(file.size()), sink, Velmor::FileOperations::GetFullFolder(path));
 }
 
-} // namespace importer
+} // namespace importer::ifc

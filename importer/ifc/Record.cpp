@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace importer {
+namespace importer::ifc {
 
 Limits Limits::forFile(std::uint64_t size) {
     constexpr std::uint64_t mega = 1 << 20;
@@ -35,23 +35,23 @@ void IfcContext::charge(std::uint64_t work) {
     workOfProduct_ += work;
     workDone_ += work;
     if (workDone_ > limits.work)
-        throw TooMuch{"the objects of the file take more work than a file of its size may ask for"};
+        throw LimitExceeded{"the objects of the file take more work than a file of its size may ask for"};
     if (workOfProduct_ > limits.workPerProduct)
-        throw TooMuch{"it takes more work than one product of a file of this size may ask for"};
+        throw LimitExceeded{"it takes more work than one product of a file of this size may ask for"};
 }
 
 void IfcContext::chargePointsOfList(std::uint64_t had, std::uint64_t added) {
     chargePoints(added);
     if (had + added > limits.verticesPerProduct)
-        throw TooMuch{"the shape has more vertices than one product of a file of this size may have"};
+        throw LimitExceeded{"the shape has more vertices than one product of a file of this size may have"};
 }
 
-Nesting::Nesting(IfcContext& context, const Instance& instance, std::size_t deepest) : context_(context) {
+RecursionGuard::RecursionGuard(IfcContext& context, const Instance& instance, std::size_t deepest) : context_(context) {
     const auto& outer = context.nesting_;
     if (std::find(outer.begin(), outer.end(), &instance) != outer.end())
-        throw Fault{&instance, "contains itself"};
+        throw EntityError{&instance, "contains itself"};
     if (outer.size() == deepest)
-        throw Fault{&instance, "lies within more than " + std::to_string(deepest) + " others"};
+        throw EntityError{&instance, "lies within more than " + std::to_string(deepest) + " others"};
     context.nesting_.push_back(&instance);
 }
 
@@ -153,7 +153,7 @@ const Instance* Record::find(const Value& value) const {
 void Record::noteDamaged(const Value& first, std::uint64_t count) const {
     try {
         resolve(first);
-    } catch (const Fault& fault) {
+    } catch (const EntityError& fault) {
         const std::string more = count == 1 ? "" : "; " + std::to_string(count - 1) + " more references of the list as well";
         context_.note(instance_, fault.reason + more);
     }
@@ -187,4 +187,4 @@ int readNumbers(std::string_view list, double* numbers, int most) {
     return count;
 }
 
-} // namespace importer
+} // namespace importer::ifc

@@ -2,6 +2,9 @@
 
 // Instances by their arguments, and what bounds the reading of them.
 
+#include "importer/geometry/Vector.h"
+#include "importer/ifc/Entities.h"
+#include "importer/ifc/Model.h"
 #include "importer/step/File.h"
 #include "importer/step/Lexer.h"
 
@@ -10,16 +13,19 @@
 #include <string_view>
 #include <vector>
 
-namespace importer {
+namespace importer::ifc {
+
+using namespace step;
+using namespace geometry;
 
 /// Spoils the item, or the product, that is being read; thrown, and told as a `Problem`.
-struct Fault {
+struct EntityError {
     const Instance* instance; ///< The one at fault.
     std::string reason;
 };
 
 /// Ends the reading of a product's shape: a small text can describe a shape of any size, or one that takes any time.
-struct TooMuch {
+struct LimitExceeded {
     std::string reason;
 };
 
@@ -42,9 +48,9 @@ struct Limits {
 /// What all readers of a model share.
 class IfcContext {
 public:
-    IfcContext(const StepFile& stepFile, const Limits& bounds) : file(stepFile), limits(bounds) {}
+    IfcContext(const step::File& stepFile, const Limits& bounds) : file(stepFile), limits(bounds) {}
 
-    const StepFile& file;
+    const step::File& file;
     const Limits limits;
     double lengthUnit = 1.0; ///< In metres.
     double angleUnit = 1.0;  ///< In radians.
@@ -52,30 +58,30 @@ public:
     /// Begins a new product's account.
     void beginProduct();
 
-    /// Accounts for work. @throws TooMuch
+    /// Accounts for work. @throws LimitExceeded
     void charge(std::uint64_t work);
 
-    /// Accounts for points that are about to be made. @throws TooMuch
+    /// Accounts for points that are about to be made. @throws LimitExceeded
     void chargePoints(std::uint64_t count) { charge(count * workPerPoint); }
 
-    /// Accounts for corners of faces. @throws TooMuch
+    /// Accounts for corners of faces. @throws LimitExceeded
     void chargeCorners(std::uint64_t count) { charge(count * workPerCorner); }
 
-    /// Accounts for points that are added to a list that has so many. @throws TooMuch
+    /// Accounts for points that are added to a list that has so many. @throws LimitExceeded
     void chargePointsOfList(std::uint64_t had, std::uint64_t added);
 
     /// Notes something about an item of the product being read.
     void note(const Instance& instance, const std::string& reason);
 
-    const std::vector<Fault>& notes() const { return notes_; } ///< The first of them.
-    std::uint64_t moreNotes() const { return moreNotes_; }     ///< Number of those that followed.
+    const std::vector<EntityError>& notes() const { return notes_; } ///< The first of them.
+    std::uint64_t moreNotes() const { return moreNotes_; }           ///< Number of those that followed.
 
 private:
-    friend class Nesting;
+    friend class RecursionGuard;
     static constexpr std::uint64_t workPerPoint = 32;
     static constexpr std::uint64_t workPerCorner = 8;
 
-    std::vector<Fault> notes_;
+    std::vector<EntityError> notes_;
     std::uint64_t moreNotes_ = 0;
     std::uint64_t workDone_ = 0;
     std::uint64_t workOfProduct_ = 0;
@@ -84,26 +90,26 @@ private:
 
 /// Guard: an instance whose parts are being read. Keeps instances that contain themselves, and too many within each other,
 /// from being followed.
-class Nesting {
+class RecursionGuard {
 public:
-    /// @throws Fault
-    Nesting(IfcContext& context, const Instance& instance, std::size_t deepest = 64);
-    ~Nesting() { context_.nesting_.pop_back(); }
+    /// @throws EntityError
+    RecursionGuard(IfcContext& context, const Instance& instance, std::size_t deepest = 64);
+    ~RecursionGuard() { context_.nesting_.pop_back(); }
 
-    Nesting(const Nesting&) = delete;
-    Nesting& operator=(const Nesting&) = delete;
+    RecursionGuard(const RecursionGuard&) = delete;
+    RecursionGuard& operator=(const RecursionGuard&) = delete;
 
 private:
     IfcContext& context_;
 };
 
-/// The arguments of one instance. Asking for what an argument is not throws a `Fault`.
+/// The arguments of one instance. Asking for what an argument is not throws a `EntityError`.
 class Record {
 public:
     Record(IfcContext& context, const Instance& instance);
 
     const Instance& instance() const { return instance_; }
-    Entity entity() const { return instance_.entity; }
+    Entity entity() const { return entityOf(instance_); }
 
     /// The argument at `index`, from 0; `Absent` behind the last one.
     const Value& operator[](std::size_t index) const { return values_[index < most ? index : most]; }
@@ -135,7 +141,7 @@ public:
     /// The instance that a value of this record refers to.
     const Instance& resolve(const Value& value) const;
 
-    [[noreturn]] void fault(const std::string& reason) const { throw Fault{&instance_, reason}; }
+    [[noreturn]] void fault(const std::string& reason) const { throw EntityError{&instance_, reason}; }
 
 private:
     [[noreturn]] void unexpected(std::size_t index, const char* expected) const;
@@ -168,4 +174,4 @@ void Record::eachReference(ValueReader list, Take take) const {
 /// @return how many there were; more than `most` if there were more; -1 if one is no number.
 int readNumbers(std::string_view list, double* numbers, int most);
 
-} // namespace importer
+} // namespace importer::ifc

@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -64,7 +64,7 @@ struct PathBeside {
 };
 
 /// Checks a name against the rules of all systems, so that it leads to the same file on each of them or to none.
-/// @throws Fault
+/// @throws EntityError
 PathBeside pathBeside(const Record& record, const WideString& name, const std::string& shown) {
     const auto refuse = [&](const char* why) {
         record.fault(shown + " " + why + "; expected the relative path of a file beside the model");
@@ -137,7 +137,7 @@ WideString withoutEscapes(const WideString& name) {
 
 std::optional<Texture> TextureReader::read(const Instance& instance) {
     context_.beginProduct();
-    if (instance.entity == Entity::PixelTexture) {
+    if (entityOf(instance) == Entity::PixelTexture) {
         pixels_.add(instance);
         return std::nullopt;
     }
@@ -147,7 +147,7 @@ std::optional<Texture> TextureReader::read(const Instance& instance) {
     texture.line = context_.file.lineAt(instance.offset);
     // Before what is their own, textures have four attributes in IFC2X3, and a list of parameters as well since IFC4.
     const std::size_t own = context_.file.schema().starts_with("IFC2X3") ? 4 : 5;
-    if (instance.entity == Entity::ImageTexture)
+    if (entityOf(instance) == Entity::ImageTexture)
         readImage(record, own, texture);
     else if (!readBlob(record, own, texture))
         return std::nullopt;
@@ -223,4 +223,4 @@ void TextureReader::checkSize(const Record& record, std::uint64_t size) const {
                      std::to_string(context_.limits.bytesPerTexture));
 }
 
-} // namespace importer
+} // namespace importer::ifc

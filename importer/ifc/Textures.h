@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-namespace importer {
+namespace importer::ifc {
 
 /// Reads the textures of a model one after the other. PNG images alone are carried.
 class TextureReader {
@@ -21,8 +21,8 @@ public:
     /// nowhere else. Links within that folder are followed only where they stay in it (on Windows, where the standard
     /// library does not see through them, as the system does it).
     /// @return nothing for what is only counted.
-    /// @throws Fault when there is no PNG image.
-    /// @throws TooMuch
+    /// @throws EntityError when there is no PNG image.
+    /// @throws LimitExceeded
     std::optional<Texture> read(const Instance& instance);
 
     /// What was met up to now and is not carried: one problem for each kind, at the first one.
@@ -49,4 +49,4 @@ private:
     Count pixels_;
 };
 
-} // namespace importer
+} // namespace importer::ifc

@@ -7,7 +7,7 @@
 #include <iterator>
 #include <string_view>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -23,7 +23,7 @@ constexpr Prefix prefixes[] = {{"EXA", 1e18},  {"PETA", 1e15},  {"TERA", 1e12}, 
 
 /// A unit in terms of metre or radian.
 double readUnit(IfcContext& context, const Instance& instance) {
-    const Nesting nesting(context, instance);
+    const RecursionGuard nesting(context, instance);
     const Record record(context, instance);
     switch (record.entity()) {
     case Entity::SIUnit: {
@@ -52,12 +52,12 @@ double readUnit(IfcContext& context, const Instance& instance) {
 const Instance* findAssignment(IfcContext& context) {
     const Instance* assignment = nullptr;
     for (const Instance& instance : context.file.instances()) {
-        if (instance.entity == Entity::Project) {
+        if (entityOf(instance) == Entity::Project) {
             const Record project(context, instance);
             if (project.given(8))
                 return &project.reference(8);
         }
-        if (instance.entity == Entity::UnitAssignment && !assignment)
+        if (entityOf(instance) == Entity::UnitAssignment && !assignment)
             assignment = &instance;
     }
     return assignment;
@@ -81,7 +81,7 @@ Velmor::WideString nameOfUnit(IfcContext& context, const Instance& instance) {
 }
 
 double readUnit(IfcContext& context, const Instance& instance, std::string_view kind) {
-    if (instance.entity == Entity::SIUnit || instance.entity == Entity::ConversionBasedUnit) {
+    if (entityOf(instance) == Entity::SIUnit || entityOf(instance) == Entity::ConversionBasedUnit) {
         const Record record(context, instance);
         if (record.enumeration(1) != kind)
             record.fault("is not of the expected kind: " + std::string(kind));
@@ -93,11 +93,11 @@ void readUnits(IfcContext& context) {
     const auto noting = [&context](auto read) {
         try {
             read();
-        } catch (const Fault& fault) {
+        } catch (const EntityError& fault) {
             context.note(*fault.instance, fault.reason);
         }
     };
-    static constexpr Instance none{0, 0, 0, 0, 0, Entity::Other};
+    static constexpr Instance none{};
     const Instance* assignment = nullptr;
     bool lengthGiven = false;
     noting([&] { assignment = findAssignment(context); });
@@ -109,7 +109,7 @@ void readUnits(IfcContext& context) {
         for (Value value; list.next(value);) {
             noting([&] {
                 const Instance& unit = units.resolve(value);
-                if (unit.entity != Entity::SIUnit && unit.entity != Entity::ConversionBasedUnit)
+                if (entityOf(unit) != Entity::SIUnit && entityOf(unit) != Entity::ConversionBasedUnit)
                     return;
                 const std::string_view kind = Record(context, unit).enumeration(1);
                 if (kind == "LENGTHUNIT") {
@@ -125,4 +125,4 @@ void readUnits(IfcContext& context) {
         context.note(assignment ? *assignment : none, "no unit of length can be had; metre is taken");
 }
 
-} // namespace importer
+} // namespace importer::ifc

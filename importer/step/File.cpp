@@ -13,7 +13,7 @@
 #include <limits>
 #include <memory>
 
-namespace importer {
+namespace importer::step {
 
 namespace {
 
@@ -40,10 +40,6 @@ std::string_view keywordAt(const char* position, const char* end) {
 /// The same for the names of sections and of what the header holds, in capitals.
 std::string sectionAt(const char* position, const char* end) {
     return capitals(keywordAt(position, end));
-}
-
-bool isKnownSchema(std::string_view name) {
-    return name == "IFC4" || name.starts_with("IFC2X3") || name.starts_with("IFC4_ADD") || name.starts_with("IFC4X3");
 }
 
 /// What stands between the parentheses behind `position`; nothing when there are none.
@@ -86,20 +82,21 @@ std::filesystem::path systemPath(Velmor::WideString path) {
     return path;
 }
 
-StepFile::StepFile(std::vector<char>&& text, std::string name) : text_(std::move(text)), name_(std::move(name)) {
+File::File(std::vector<char>&& text, std::string name, const Application& application)
+    : text_(std::move(text)), name_(std::move(name)), application_(application) {
     countLines();
     scan();
     orderInstances();
     tellMoreProblems();
 }
 
-StepFile StepFile::open(const Velmor::WideString& path) {
+File File::open(const Velmor::WideString& path, const Application& application) {
     const std::string name = Velmor::StringOperations::ConvertToUTF8(path);
     if (isSpecial(path))
-        throw ModelError(name + ": is no regular file; expected a STEP file (ISO 10303-21)");
+        throw FileError(name + ": is no regular file; expected a STEP file (ISO 10303-21)");
     const std::unique_ptr<Velmor::FileStream> stream(Velmor::FileStream::openFileForReading(path));
     if (stream->getHandle() == Velmor::ProcessOperations::InvalidHandle())
-        throw ModelError(name + ": cannot be opened; expected a STEP file (ISO 10303-21) that can be read");
+        throw FileError(name + ": cannot be opened; expected a STEP file (ISO 10303-21) that can be read");
     std::vector<char> text;
     std::error_code unknown;
     const std::uintmax_t size = std::filesystem::file_size(systemPath(path), unknown);
@@ -108,14 +105,14 @@ StepFile StepFile::open(const Velmor::WideString& path) {
     std::vector<char> block;
     do {
         if (!stream->read(readBlock, block))
-            throw ModelError(name + ": cannot be read behind byte " + std::to_string(text.size()) +
-                             "; expected a STEP file (ISO 10303-21)");
+            throw FileError(name + ": cannot be read behind byte " + std::to_string(text.size()) +
+                            "; expected a STEP file (ISO 10303-21)");
         text.insert(text.end(), block.begin(), block.end());
     } while (!block.empty());
-    return StepFile(std::move(text), name);
+    return File(std::move(text), name, application);
 }
 
-std::vector<const Instance*> StepFile::instancesOf(std::initializer_list<Entity> entities) const {
+std::vector<const Instance*> File::instancesOf(std::span<const EntityCode> entities) const {
     std::vector<const Instance*> result;
     for (const Instance& instance : instances_) {
         if (std::find(entities.begin(), entities.end(), instance.entity) != entities.end())
@@ -125,34 +122,34 @@ std::vector<const Instance*> StepFile::instancesOf(std::initializer_list<Entity>
     return result;
 }
 
-const Instance* StepFile::find(std::uint64_t number) const {
+const Instance* File::find(std::uint64_t number) const {
     const auto found = std::lower_bound(instances_.begin(), instances_.end(), number,
                                         [](const Instance& instance, std::uint64_t key) { return instance.number < key; });
     return found != instances_.end() && found->number == number ? &*found : nullptr;
 }
 
-std::string_view StepFile::nameOf(const Instance& instance) const {
+std::string_view File::nameOf(const Instance& instance) const {
     const char* begin = text_.data() + instance.offset;
     return keywordAt(begin + instance.name, begin + std::min(instance.parameters, instance.name + longestName));
 }
 
-std::string_view StepFile::parametersOf(const Instance& instance) const {
+std::string_view File::parametersOf(const Instance& instance) const {
     return std::string_view(text_.data() + instance.offset + instance.parameters + 1,
                             instance.length - instance.parameters - 2);
 }
 
-std::uint64_t StepFile::lineAt(std::uint64_t offset) const {
+std::uint64_t File::lineAt(std::uint64_t offset) const {
     offset = std::min(offset, static_cast<std::uint64_t>(text_.size()));
     const std::uint64_t block = offset / lineBlock;
     const char* begin = text_.data() + block * lineBlock;
     return 1 + linesBefore_[block] + static_cast<std::uint64_t>(std::count(begin, text_.data() + offset, '\n'));
 }
 
-void StepFile::fail(std::uint64_t offset, const std::string& found, const std::string& expected) const {
-    throw ModelError(name_ + ", line " + std::to_string(lineAt(offset)) + ": " + found + "; expected " + expected);
+void File::fail(std::uint64_t offset, const std::string& found, const std::string& expected) const {
+    throw FileError(name_ + ", line " + std::to_string(lineAt(offset)) + ": " + found + "; expected " + expected);
 }
 
-void StepFile::countLines() {
+void File::countLines() {
     linesBefore_.reserve(text_.size() / lineBlock + 1);
     std::uint64_t lines = 0;
     for (std::size_t begin = 0; begin <= text_.size(); begin += lineBlock) {
@@ -162,7 +159,7 @@ void StepFile::countLines() {
     }
 }
 
-void StepFile::scan() {
+void File::scan() {
     position_ = text_.data();
     end_ = position_ + text_.size();
     if (text_.empty())
@@ -193,7 +190,7 @@ void StepFile::scan() {
     }
 }
 
-StepFile::Statement StepFile::statement(const char* expected) {
+File::Statement File::statement(const char* expected) {
     const char* begin = skipBlanks(position_, end_);
     for (const char* last = begin; last != end_;) {
         if (*last == ';') {
@@ -218,7 +215,7 @@ StepFile::Statement StepFile::statement(const char* expected) {
 
 /// The next line that begins with "#1=": a text that is still open there has lost its closing apostrophe. Asked for places
 /// that never go back, it looks at the file once.
-const char* StepFile::instanceLineBehind(const char* position) {
+const char* File::instanceLineBehind(const char* position) {
     if (instanceLine_ && instanceLine_ > position)
         return instanceLine_;
     const auto skipWhile = [this](const char* at, auto belongs) {
@@ -240,7 +237,7 @@ const char* StepFile::instanceLineBehind(const char* position) {
     return instanceLine_ = end_;
 }
 
-void StepFile::scanHeader() {
+void File::scanHeader() {
     const Statement header = statement("'HEADER;'");
     if (sectionAt(header.begin, header.end) != "HEADER")
         fail(offsetOf(header.begin), "found " + quoted(header.begin, header.end), "'HEADER;'");
@@ -262,15 +259,15 @@ void StepFile::scanHeader() {
         if (names.kind != ValueKind::List || first.kind != ValueKind::Text)
             fail(offsetOf(entry.begin), "found " + quoted(entry.begin, entry.end), "FILE_SCHEMA(('name of a schema'))");
         schema_ = capitals(first.text);
-        if (!isKnownSchema(schema_))
+        if (!application_.supports(schema_))
             fail(offsetOf(entry.begin), "the schema is " + quoted(schema_.data(), schema_.data() + schema_.size()),
-                 "IFC2X3, IFC4 or IFC4X3");
+                 application_.supportedSchemas);
     }
     if (schema_.empty())
-        fail(offsetOf(headerBegin), "the header has no FILE_SCHEMA", "IFC2X3, IFC4 or IFC4X3");
+        fail(offsetOf(headerBegin), "the header has no FILE_SCHEMA", application_.supportedSchemas);
 }
 
-void StepFile::scanData() {
+void File::scanData() {
     for (;;) {
         position_ = skipBlanks(position_, end_);
         if (position_ != end_ && *position_ == '#') {
@@ -289,7 +286,7 @@ void StepFile::scanData() {
     }
 }
 
-void StepFile::scanInstance() {
+void File::scanInstance() {
     const char* const begin = position_;
     std::uint64_t number = 0;
     const auto [digitsEnd, error] = std::from_chars(begin + 1, end_, number);
@@ -334,7 +331,7 @@ void StepFile::scanInstance() {
     else
         instances_.push_back({number, offsetOf(begin), static_cast<std::uint32_t>(length),
                               static_cast<std::uint32_t>(name.data() - begin), static_cast<std::uint32_t>(open - begin),
-                              entityNamed(name)});
+                              application_.codeOf(name)});
     if (!ended) {
         damaged(begin, number, "';' behind ')'");
         if (*position_ != '#')
@@ -342,13 +339,13 @@ void StepFile::scanInstance() {
     }
 }
 
-void StepFile::damaged(const char* instance, std::uint64_t number, const char* expected) {
+void File::damaged(const char* instance, std::uint64_t number, const char* expected) {
     const std::uint64_t offset = offsetOf(instance);
     if (mayTellProblemAt(offset))
         problems_.push_back({lineAt(offset), number, "found " + quoted(instance, end_) + "; expected " + expected});
 }
 
-bool StepFile::mayTellProblemAt(std::uint64_t offset) {
+bool File::mayTellProblemAt(std::uint64_t offset) {
     if (problems_.size() < mostProblems)
         return true;
     if (moreProblems_++ == 0)
@@ -356,13 +353,13 @@ bool StepFile::mayTellProblemAt(std::uint64_t offset) {
     return false;
 }
 
-void StepFile::tellMoreProblems() {
+void File::tellMoreProblems() {
     if (moreProblems_ != 0)
         problems_.push_back({lineAt(firstMoreProblem_), 0,
                              "and " + std::to_string(moreProblems_) + " more damaged instances, from this line on"});
 }
 
-void StepFile::orderInstances() {
+void File::orderInstances() {
     const auto before = [](const Instance& a, const Instance& b) {
         return a.number != b.number ? a.number < b.number : a.offset < b.offset;
     };
@@ -380,4 +377,4 @@ void StepFile::orderInstances() {
     instances_.erase(std::unique(instances_.begin(), instances_.end(), again), instances_.end());
 }
 
-} // namespace importer
+} // namespace importer::step

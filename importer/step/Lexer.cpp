@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cstring>
 
-namespace importer {
+namespace importer::step {
 
 namespace {
 
@@ -254,4 +254,4 @@ std::string capitals(std::string_view name) {
     return result;
 }
 
-} // namespace importer
+} // namespace importer::step

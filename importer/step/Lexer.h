@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace importer {
+namespace importer::step {
 
 /// What a value is, seen from its first characters.
 enum class ValueKind : std::uint8_t {
@@ -92,4 +92,4 @@ inline bool isNameCharacter(char c) {
 /// A name in capitals.
 std::string capitals(std::string_view name);
 
-} // namespace importer
+} // namespace importer::step

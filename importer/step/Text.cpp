@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <utility>
 
-namespace importer {
+namespace importer::step {
 
 namespace {
 
@@ -169,4 +169,4 @@ std::optional<std::vector<char>> decodeBinary(std::string_view encoded) {
     return high < 0 ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
-} // namespace importer
+} // namespace importer::step

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace importer {
+namespace importer::step {
 
 /// Decodes what stands between the apostrophes of a text: doubled apostrophes and backslashes, \X2\..\X0\, \X4\..\X0\,
 /// \X\hh, \S\c in the code page that \P?\ chose. Line breaks, and the directives \N\ and \F\, are nothing. Bytes above 0x7F,
@@ -27,4 +27,4 @@ int hexDigit(char c);
 /// @return the bytes; nothing when it is damaged or no whole number of bytes, which leaves no bit unused.
 std::optional<std::vector<char>> decodeBinary(std::string_view encoded);
 
-} // namespace importer
+} // namespace importer::step

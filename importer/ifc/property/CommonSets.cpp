@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -364,4 +364,4 @@ Custom withTemplate(const Custom& set) {
     return result;
 }
 
-} // namespace importer
+} // namespace importer::ifc

@@ -4,7 +4,7 @@
 
 #include <Velmor/IFCPropertySets.h>
 
-namespace importer {
+namespace importer::ifc {
 
 /// Whether a set's name is that of one of the fourteen common property sets.
 bool isCommonSet(const Velmor::IFC2X3_PSet_Custom_s& set);
@@ -14,4 +14,4 @@ bool isCommonSet(const Velmor::IFC2X3_PSet_Custom_s& set);
 /// its place, and what the template does not know follows behind.
 Velmor::IFC2X3_PSet_Custom_s withTemplate(const Velmor::IFC2X3_PSet_Custom_s& set);
 
-} // namespace importer
+} // namespace importer::ifc

@@ -10,7 +10,7 @@
 #include <optional>
 #include <unordered_set>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -137,12 +137,12 @@ void PropertyReader::read(const Instance& instance, NamedSet& result) {
         copyText(result.name, set.name);
         copyText(record.text(3, "its description"), set.description);
         addProperties(record, 4, 0, set.properties);
-    } catch (const Fault& fault) {
+    } catch (const EntityError& fault) {
         context_.note(*fault.instance, fault.reason);
-    } catch (const TooMuch& tooMuch) {
+    } catch (const LimitExceeded& exceeded) {
         // Some of the properties would look like all of them.
         set.properties = IFC2X3PropertySet();
-        context_.note(instance, tooMuch.reason);
+        context_.note(instance, exceeded.reason);
     }
 }
 
@@ -156,7 +156,7 @@ void PropertyReader::addProperties(const Record& owner, std::size_t index, unsig
         }
         try {
             addProperty(property, depth, set);
-        } catch (const Fault& fault) {
+        } catch (const EntityError& fault) {
             context_.note(*fault.instance, fault.reason);
         }
     });
@@ -169,8 +169,8 @@ void PropertyReader::addProperty(const Instance& instance, unsigned depth, IFC2X
     constexpr std::uint64_t workPerProperty = 128;
     context_.charge(workPerProperty * (1 + depth));
     if (++propertiesOfSet_ > context_.limits.propertiesPerSet)
-        throw TooMuch{"the set has more properties than one of a file of this size may have"};
-    switch (instance.entity) {
+        throw LimitExceeded{"the set has more properties than one of a file of this size may have"};
+    switch (entityOf(instance)) {
     case Entity::PropertySingleValue:
         addSingleValue(instance, set);
         break;
@@ -193,13 +193,13 @@ void PropertyReader::addProperty(const Instance& instance, unsigned depth, IFC2X
         remark(ReferenceValue, instance);
         break;
     default:
-        throw Fault{&instance, "is no property"};
+        throw EntityError{&instance, "is no property"};
     }
 }
 
 void PropertyReader::addComplex(const Instance& instance, unsigned depth, IFC2X3PropertySet& set) {
     constexpr std::size_t deepest = 16;
-    const Nesting nesting(context_, instance, deepest);
+    const RecursionGuard nesting(context_, instance, deepest);
     const Record record(context_, instance);
     IFC2X3PropertySet nested;
     addProperties(record, 3, depth + 1, nested);
@@ -312,4 +312,4 @@ std::vector<Problem> PropertyReader::remarks() const {
     return problems;
 }
 
-} // namespace importer
+} // namespace importer::ifc

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace importer {
+namespace importer::ifc {
 
 /// A property set and the name that the file gives it, of whatever length.
 struct NamedSet {
@@ -61,4 +61,4 @@ private:
     Count counts_[remarkKinds];
 };
 
-} // namespace importer
+} // namespace importer::ifc

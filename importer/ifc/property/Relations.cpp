@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -24,20 +24,20 @@ void PropertyRelations::read(const Instance& instance) {
     context_.beginProduct();
     try {
         const Record record(context_, instance);
-        const bool ofType = instance.entity == Entity::RelDefinesByType;
+        const bool ofType = entityOf(instance) == Entity::RelDefinesByType;
         const auto relation = static_cast<std::uint64_t>(relations_.size());
         relations_.push_back({ofType ? listOfType(record.reference(5)) : listOfDefinitions(record), ofType});
         record.eachReference(record.list(4), [&](const Instance& object) {
             // Projects, groups, processes and the like are no products; their sets are read, but nobody asks for them.
-            if (object.entity == Entity::Product)
+            if (entityOf(object) == Entity::Product)
                 pairs_.push_back(static_cast<std::uint64_t>(placeOf(products_, object)) << 32 | relation);
         });
-        if (instance.entity == Entity::RelOverridesProperties)
+        if (entityOf(instance) == Entity::RelOverridesProperties)
             context_.note(instance, "its overriding properties are not carried");
-    } catch (const Fault& fault) {
+    } catch (const EntityError& fault) {
         context_.note(*fault.instance, fault.reason);
-    } catch (const TooMuch& tooMuch) {
-        context_.note(instance, tooMuch.reason);
+    } catch (const LimitExceeded& exceeded) {
+        context_.note(instance, exceeded.reason);
     }
 }
 
@@ -81,9 +81,9 @@ void PropertyRelations::addDefinitions(const Record& owner, ValueReader list) {
 }
 
 void PropertyRelations::addDefinition(const Record& owner, const Instance& definition) {
-    if (definition.entity == Entity::PropertySet)
+    if (entityOf(definition) == Entity::PropertySet)
         listed_.push_back(static_cast<std::uint32_t>(placeOf(sets_, definition)));
-    else if (definition.entity != Entity::PropertyDefinition)
+    else if (entityOf(definition) != Entity::PropertyDefinition)
         context_.note(owner.instance(), "names #" + std::to_string(definition.number) + ", which is no property set");
 }
 
@@ -102,7 +102,7 @@ std::vector<std::uint32_t> PropertyRelations::setsOf(std::size_t product, const 
         sets += lists_[list + 1] - lists_[list];
     }
     if (sets > context_.limits.setsOfProducts - setsOfProducts_)
-        throw TooMuch{"the products have more property sets than those of a file of this size may have"};
+        throw LimitExceeded{"the products have more property sets than those of a file of this size may have"};
     setsOfProducts_ += sets;
     std::vector<std::uint32_t> own;
     std::vector<std::uint32_t> ofTypes;
@@ -124,4 +124,4 @@ std::vector<std::uint32_t> PropertyRelations::setsOf(std::size_t product, const 
     return own;
 }
 
-} // namespace importer
+} // namespace importer::ifc

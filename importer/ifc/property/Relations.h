@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace importer {
+namespace importer::ifc {
 
 /// The property sets of products, by themselves and by their types. Sets and products are known by their places in the order
 /// of the file.
@@ -29,7 +29,7 @@ public:
 
     /// The sets of a product: its own, then those of its types whose names it does not have itself; both by their places.
     /// @param names a number for each set, the same for the same name.
-    /// @throws TooMuch when the products have too many sets.
+    /// @throws LimitExceeded when the products have too many sets.
     std::vector<std::uint32_t> setsOf(std::size_t product, const std::vector<std::uint32_t>& names);
 
 private:
@@ -55,4 +55,4 @@ private:
     std::uint64_t setsOfProducts_ = 0;
 };
 
-} // namespace importer
+} // namespace importer::ifc

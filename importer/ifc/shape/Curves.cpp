@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -88,7 +88,7 @@ std::vector<Vector3> readTrimmedCurve(IfcContext& context, const Record& record)
     const bool sameSense = record.isTrue(3);
     const bool byPoint = record[4].kind == ValueKind::Enumeration && record[4].text == "CARTESIAN";
     std::vector<Vector3> points;
-    if (basis.entity == Entity::Line) {
+    if (entityOf(basis) == Entity::Line) {
         const Record line(context, basis);
         const Record vector(context, line.reference(1));
         if (vector.entity() != Entity::Vector)
@@ -208,7 +208,7 @@ bool isCurve(Entity entity) {
 }
 
 std::vector<Vector3> readCurve(IfcContext& context, const Instance& instance) {
-    const Nesting nesting(context, instance);
+    const RecursionGuard nesting(context, instance);
     const Record record(context, instance);
     switch (record.entity()) {
     case Entity::Polyline:
@@ -246,7 +246,7 @@ std::vector<Vector3> readClosedCurve(IfcContext& context, const Instance& instan
     if (points.size() > 1 && isSamePoint(points.front(), points.back()))
         points.pop_back();
     if (points.size() < 3)
-        throw Fault{&instance, "has fewer than three points, where a closed curve is expected"};
+        throw EntityError{&instance, "has fewer than three points, where a closed curve is expected"};
     return points;
 }
 
@@ -288,4 +288,4 @@ std::vector<Vector3> readPointList(IfcContext& context, const Instance& instance
     return points;
 }
 
-} // namespace importer
+} // namespace importer::ifc

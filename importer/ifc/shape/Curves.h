@@ -7,7 +7,7 @@
 
 #include <vector>
 
-namespace importer {
+namespace importer::ifc {
 
 /// Points nearer to each other than this, in the file's unit, are one point of a curve.
 inline constexpr double samePoint = 1e-6;
@@ -20,7 +20,7 @@ bool isCurve(Entity entity);
 /// point at its end.
 std::vector<Vector3> readCurve(IfcContext& context, const Instance& instance);
 
-/// The points of a closed curve without the repeated one, at least three. @throws Fault
+/// The points of a closed curve without the repeated one, at least three. @throws EntityError
 std::vector<Vector3> readClosedCurve(IfcContext& context, const Instance& instance);
 
 /// The points of an arc on a circle or ellipse between two points of it, both included.
@@ -34,4 +34,4 @@ void addArc(std::vector<Vector3>& points, const Transform& position, double radi
 /// The points of an IfcCartesianPointList of two or three dimensions.
 std::vector<Vector3> readPointList(IfcContext& context, const Instance& instance);
 
-} // namespace importer
+} // namespace importer::ifc

@@ -8,7 +8,7 @@
 #include <string>
 #include <unordered_map>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -21,7 +21,7 @@ public:
         const auto [found, isNew] = index_.try_emplace(point, static_cast<std::uint32_t>(points_.size()));
         if (isNew) {
             if (points_.size() >= context_.limits.verticesPerProduct)
-                throw TooMuch{"the shape has more vertices than one product of a file of this size may have"};
+                throw LimitExceeded{"the shape has more vertices than one product of a file of this size may have"};
             points_.push_back(point);
         }
         return found->second;
@@ -68,9 +68,9 @@ void addEdge(IfcContext& context, const Instance& instance, bool forward, Loop& 
     Loop points{start, end};
     if (edge.entity() == Entity::EdgeCurve) {
         const Instance& curve = edge.reference(2);
-        if (curve.entity == Entity::Circle || curve.entity == Entity::Ellipse)
+        if (entityOf(curve) == Entity::Circle || entityOf(curve) == Entity::Ellipse)
             points = readArcBetween(context, curve, start, end, edge.isTrue(3));
-        else if (curve.entity != Entity::Line && curve.entity != Entity::Polyline)
+        else if (entityOf(curve) != Entity::Line && entityOf(curve) != Entity::Polyline)
             plane = false;
     } else if (edge.entity() != Entity::Edge) {
         edge.fault("this kind of edge is not supported");
@@ -132,7 +132,7 @@ void readFace(IfcContext& context, const Instance& instance, PointIndex& index, 
         break;
     case Entity::FaceSurface:
     case Entity::AdvancedFace:
-        faces.plane &= face.reference(1).entity == Entity::Plane;
+        faces.plane &= entityOf(face.reference(1)) == Entity::Plane;
         break;
     default:
         face.fault("this kind of face is not supported");
@@ -275,4 +275,4 @@ Faces readTessellation(IfcContext& context, const Instance& instance) {
     return faces;
 }
 
-} // namespace importer
+} // namespace importer::ifc

@@ -5,7 +5,7 @@
 #include "importer/geometry/Polyhedron.h"
 #include "importer/ifc/Record.h"
 
-namespace importer {
+namespace importer::ifc {
 
 /// A body of faces, and whether its faces are plane, so that they say all about it.
 struct Faces {
@@ -19,4 +19,4 @@ Faces readShell(IfcContext& context, const Instance& instance);
 /// An IfcTriangulatedFaceSet or IfcPolygonalFaceSet.
 Faces readTessellation(IfcContext& context, const Instance& instance);
 
-} // namespace importer
+} // namespace importer::ifc

@@ -7,7 +7,7 @@
 #include <initializer_list>
 #include <utility>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -375,7 +375,7 @@ std::vector<Region> readRegions(IfcContext& context, const Record& record, Trans
 } // namespace
 
 std::vector<Region> readProfile(IfcContext& context, const Instance& instance) {
-    const Nesting nesting(context, instance);
+    const RecursionGuard nesting(context, instance);
     const Record record(context, instance);
     context.chargePoints(std::uint64_t{2} * segmentsPerTurn);
     Transform position;
@@ -397,4 +397,4 @@ double signedArea(const std::vector<Vector3>& loop) {
     return twice / 2.0;
 }
 
-} // namespace importer
+} // namespace importer::ifc

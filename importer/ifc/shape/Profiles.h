@@ -7,7 +7,7 @@
 
 #include <vector>
 
-namespace importer {
+namespace importer::ifc {
 
 /// A connected area in the plane of x and y: what its outer loop encloses without its holes. The outer loop runs
 /// counter-clockwise, the holes clockwise.
@@ -23,4 +23,4 @@ std::vector<Region> readProfile(IfcContext& context, const Instance& instance);
 /// The area that a loop encloses; negative when it runs clockwise.
 double signedArea(const std::vector<Vector3>& loop);
 
-} // namespace importer
+} // namespace importer::ifc

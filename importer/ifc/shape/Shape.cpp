@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -73,7 +73,7 @@ void ShapeReader::readItems(const Record& record, std::size_t index, const Trans
     for (Value value; list.next(value);) {
         try {
             readItem(record.resolve(value), toWorld);
-        } catch (const Fault& fault) {
+        } catch (const EntityError& fault) {
             context_.note(*fault.instance, fault.reason);
             solid_ = false;
         }
@@ -81,7 +81,7 @@ void ShapeReader::readItems(const Record& record, std::size_t index, const Trans
 }
 
 void ShapeReader::finish(bool mayBeSolid) {
-    if (product_.vertexes.empty())
+    if (product_.vertices.empty())
         return;
     const double volume = product_.volume;
     const bool measured = solid_ && mayBeSolid && volume > 0.0 && std::isfinite(volume) && std::isfinite(length(moment_));
@@ -96,10 +96,10 @@ void ShapeReader::finish(bool mayBeSolid) {
 }
 
 void ShapeReader::readItem(const Instance& instance, const Transform& toWorld) {
-    if (isCurve(instance.entity))
+    if (isCurve(entityOf(instance)))
         return addPoints(instance, readCurve(context_, instance), toWorld);
-    const Nesting nesting(context_, instance);
-    if (isSweep(instance.entity))
+    const RecursionGuard nesting(context_, instance);
+    if (isSweep(entityOf(instance)))
         return addSolid(instance, readSweep(context_, instance), toWorld);
     const Record record(context_, instance);
     switch (record.entity()) {
@@ -239,7 +239,7 @@ void ShapeReader::addTriangles(const Instance& instance, const Polyhedron& body,
         triangulated_ = false;
         return;
     }
-    const auto first = static_cast<std::uint32_t>(product_.vertexes.size() / 3 - moved.size());
+    const auto first = static_cast<std::uint32_t>(product_.vertices.size() / 3 - moved.size());
     for (std::size_t i = 0; i < triangles.size(); i += 3) {
         if (turned)
             std::swap(triangles[i], triangles[i + 1]);
@@ -256,21 +256,21 @@ void ShapeReader::addPoints(const Instance& instance, const std::vector<Vector3>
 std::vector<Vector3> ShapeReader::addVertexes(const Instance& instance, const std::vector<Vector3>& points,
                                               const Transform& toWorld) {
     if (points.empty())
-        throw Fault{&instance, "has no points"};
+        throw EntityError{&instance, "has no points"};
     context_.chargePoints(points.size());
-    if (product_.vertexes.size() / 3 + points.size() > context_.limits.verticesPerProduct)
-        throw TooMuch{"the shape has more vertices than one product of a file of this size may have"};
+    if (product_.vertices.size() / 3 + points.size() > context_.limits.verticesPerProduct)
+        throw LimitExceeded{"the shape has more vertices than one product of a file of this size may have"};
     std::vector<Vector3> moved;
     moved.reserve(points.size());
     for (const Vector3& point : points) {
         const Vector3 at = toWorld.point(point);
         if (!(std::fabs(at.x) <= farthest && std::fabs(at.y) <= farthest && std::fabs(at.z) <= farthest))
-            throw Fault{&instance,
-                        "has points farther than " + std::to_string(static_cast<long long>(farthest)) + " m away"};
+            throw EntityError{&instance,
+                              "has points farther than " + std::to_string(static_cast<long long>(farthest)) + " m away"};
         moved.push_back(at);
     }
     for (const Vector3& at : moved)
-        product_.vertexes.insert(product_.vertexes.end(), {at.x, at.y, at.z});
+        product_.vertices.insert(product_.vertices.end(), {at.x, at.y, at.z});
     return moved;
 }
 
@@ -297,7 +297,7 @@ void readShape(IfcContext& context, const Instance& productShape, const Transfor
         ShapeReader reader(context, product);
         try {
             reader.readItems(Record(context, *instance), 3, toWorld);
-        } catch (const Fault& fault) {
+        } catch (const EntityError& fault) {
             context.note(*fault.instance, fault.reason);
         }
         reader.finish(rank < firstPlaceOnly);
@@ -306,4 +306,4 @@ void readShape(IfcContext& context, const Instance& productShape, const Transfor
     }
 }
 
-} // namespace importer
+} // namespace importer::ifc

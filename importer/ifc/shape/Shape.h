@@ -5,7 +5,7 @@
 #include "importer/geometry/Vector.h"
 #include "importer/ifc/Record.h"
 
-namespace importer {
+namespace importer::ifc {
 
 /// Reads the representation that describes a product's shape best into the product: vertices in the world, in metres, and
 /// the volume and its centre if all its items are closed solids.
@@ -22,7 +22,7 @@ namespace importer {
 /// - Items that cannot be read are noted; the product is then no solid.
 ///
 /// @param toWorld from the product's coordinates, in the file's unit, to the world's in metres.
-/// @throws TooMuch
+/// @throws LimitExceeded
 void readShape(IfcContext& context, const Instance& productShape, const Transform& toWorld, Product& product);
 
-} // namespace importer
+} // namespace importer::ifc

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <functional>
 
-namespace importer {
+namespace importer::ifc {
 
 namespace {
 
@@ -293,4 +293,4 @@ Polyhedron readSweep(IfcContext& context, const Instance& instance) {
     return body;
 }
 
-} // namespace importer
+} // namespace importer::ifc

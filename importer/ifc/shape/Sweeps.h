@@ -5,7 +5,7 @@
 #include "importer/geometry/Polyhedron.h"
 #include "importer/ifc/Record.h"
 
-namespace importer {
+namespace importer::ifc {
 
 /// Whether `readSweep` reads an entity.
 bool isSweep(Entity entity);
@@ -14,4 +14,4 @@ bool isSweep(Entity entity);
 /// polygons, as `segmentsPerTurn` says.
 Polyhedron readSweep(IfcContext& context, const Instance& instance);
 
-} // namespace importer
+} // namespace importer::ifc

@@ -5,7 +5,9 @@
 #include <cmath>
 #include <limits>
 
-using namespace importer;
+using namespace importer::child;
+using namespace importer::exchange;
+using namespace importer::ifc;
 using Velmor::ExternalGUID;
 using Velmor::ExternalVersion;
 
@@ -18,7 +20,7 @@ Product box(Shape shape) {
     for (const double z : {0.0, 6.0}) {
         for (const double y : {0.0, 4.0})
             for (const double x : {0.0, 2.0})
-                product.vertexes.insert(product.vertexes.end(), {x, y, z});
+                product.vertices.insert(product.vertices.end(), {x, y, z});
     }
     product.volume = 48;
     product.centroid[0] = 1;
@@ -76,7 +78,7 @@ TEST(Fingerprint, OfASolidWithoutAFiniteVolumeIsThatOfAnOpenShape) {
 TEST(Fingerprint, OfASinglePointIsABoxWhoseSimilarityIsANumber) {
     Product product;
     product.shape = Shape::Points;
-    product.vertexes = {7, 8, 9};
+    product.vertices = {7, 8, 9};
     const auto print = fingerprint(product);
     EXPECT_EQ(print.spatialHash.getSpatialHash()[1], 8);
     EXPECT_EQ(print.version.getType(), ExternalVersion::BoundingBox);
@@ -99,8 +101,8 @@ TEST(Fingerprint, OfNoGeometryIsEmptyAndDefined) {
 TEST(Fingerprint, OfCoordinatesBeyondNumbersIsEmptyAndSaysSo) {
     for (const double bad : {1e308 * 10, std::numeric_limits<double>::quiet_NaN(), 1.7e308}) {
         auto product = box(Shape::Points);
-        product.vertexes[4] = bad;
-        product.vertexes[7] = -bad;
+        product.vertices[4] = bad;
+        product.vertices[7] = -bad;
         const auto print = fingerprint(product);
         EXPECT_FALSE(print.finite) << bad;
         EXPECT_EQ(print.spatialHash.getType(), ExternalGUID::Invalid);

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-using namespace importer;
+using namespace importer::exchange;
 using Velmor::FileStream;
 
 namespace {

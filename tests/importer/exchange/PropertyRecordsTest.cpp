@@ -9,7 +9,7 @@
 #include <memory>
 #include <random>
 
-using namespace importer;
+using namespace importer::exchange;
 using namespace velmor_tests;
 using Velmor::FileStream;
 using Velmor::IFC2X3Property;

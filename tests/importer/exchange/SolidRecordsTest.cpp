@@ -11,7 +11,7 @@
 #include <new>
 #include <random>
 
-using namespace importer;
+using namespace importer::exchange;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using Velmor::FileStream;
@@ -67,30 +67,30 @@ struct Filled {
 } // namespace
 
 TEST(Mesh, KeepsOnlyVerticesInUseAndEachPlaceOnce) {
-    const std::vector<double> vertexes = {9, 9, 9, 0, 0, 0, 1, 0, 0, 0, 1, 0, -0.0, 0, 0, 1, 0, 0, 8, 8, 8, 0, 0, 1};
-    const auto mesh = meshOf(vertexes, {1, 2, 3, 4, 5, 7});
-    EXPECT_THAT(mesh.vertexes, ElementsAre(0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1));
+    const std::vector<double> vertices = {9, 9, 9, 0, 0, 0, 1, 0, 0, 0, 1, 0, -0.0, 0, 0, 1, 0, 0, 8, 8, 8, 0, 0, 1};
+    const auto mesh = meshOf(vertices, {1, 2, 3, 4, 5, 7});
+    EXPECT_THAT(mesh.vertices, ElementsAre(0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1));
     EXPECT_THAT(mesh.triangles, ElementsAre(0, 1, 2, 0, 1, 3));
 }
 
 TEST(Mesh, KeepsPlacesThatDifferInTheLastBit) {
     const double next = std::nextafter(1.0, 2.0);
     const auto mesh = meshOf({1, 0, 0, next, 0, 0, 0, 0, 0}, {0, 1, 2});
-    EXPECT_THAT(mesh.vertexes, ElementsAre(1, 0, 0, next, 0, 0, 0, 0, 0));
+    EXPECT_THAT(mesh.vertices, ElementsAre(1, 0, 0, next, 0, 0, 0, 0, 0));
 }
 
 TEST(Mesh, ComesBackAsItWas) {
     Mesh mesh = tetrahedron();
-    mesh.vertexes[0] = -0.0;
-    mesh.vertexes[1] = std::numeric_limits<double>::denorm_min();
-    mesh.vertexes[2] = std::numeric_limits<double>::max();
+    mesh.vertices[0] = -0.0;
+    mesh.vertices[1] = std::numeric_limits<double>::denorm_min();
+    mesh.vertices[2] = std::numeric_limits<double>::max();
     const auto back = decodeMesh(encode(mesh));
-    ASSERT_EQ(back.vertexes.size(), mesh.vertexes.size());
-    EXPECT_EQ(std::memcmp(back.vertexes.data(), mesh.vertexes.data(), mesh.vertexes.size() * sizeof(double)), 0);
+    ASSERT_EQ(back.vertices.size(), mesh.vertices.size());
+    EXPECT_EQ(std::memcmp(back.vertices.data(), mesh.vertices.data(), mesh.vertices.size() * sizeof(double)), 0);
     EXPECT_EQ(back.triangles, mesh.triangles);
 
     const auto none = decodeMesh(encode(Mesh()));
-    EXPECT_TRUE(none.vertexes.empty() && none.triangles.empty());
+    EXPECT_TRUE(none.vertices.empty() && none.triangles.empty());
 }
 
 TEST(Mesh, HasTheDocumentedLayout) {
@@ -145,7 +145,7 @@ TEST(Mesh, IsRefusedWithACoordinateThatIsNoNumber) {
         for (const double number : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
                                     -std::numeric_limits<double>::infinity()}) {
             auto mesh = tetrahedron();
-            mesh.vertexes[i] = number;
+            mesh.vertices[i] = number;
             EXPECT_THAT(refusalOf(encode(mesh)), HasSubstr("of vertex " + std::to_string(i / 3)));
         }
     }
@@ -166,7 +166,7 @@ TEST(Mesh, SurvivesEveryChangeOfOneByte) {
             const auto mesh = decodeMesh(solid);
             ASSERT_EQ(bytesOf(encode(mesh)), damaged);
             ASSERT_TRUE(at >= 8 || damaged == bytes) << at; // no other count fits
-            ASSERT_TRUE(std::all_of(mesh.vertexes.begin(), mesh.vertexes.end(), [](double d) { return std::isfinite(d); }));
+            ASSERT_TRUE(std::all_of(mesh.vertices.begin(), mesh.vertices.end(), [](double d) { return std::isfinite(d); }));
             ASSERT_TRUE(std::all_of(mesh.triangles.begin(), mesh.triangles.end(), [](auto index) { return index < 4; }));
         }
     }

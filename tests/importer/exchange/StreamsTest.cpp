@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-using namespace importer;
+using namespace importer::exchange;
 using Velmor::ExternalGUID;
 using Velmor::ExternalVersion;
 using Velmor::FileStream;
@@ -19,12 +19,12 @@ using Stream = std::unique_ptr<FileStream>;
 ObjectRecord beam() {
     double d[8] = {1, 2, 3, 4, 5, 6, 7, 8};
     double c[3] = {0.5, 0.25, -0.125};
-    const double vertexes[] = {0, 0, 0, 2, 0, 0, 0, 0, 0};
+    const double vertices[] = {0, 0, 0, 2, 0, 0, 0, 0, 0};
     ObjectRecord record;
     record.line = 0x0102030405060708u;
     record.instance = 42;
     record.globalId = ExternalGUID::fromIFCGlobalID("0123456789012345678901");
-    record.spatialHash = ExternalGUID::spatialHashFromVertexes(3, vertexes);
+    record.spatialHash = ExternalGUID::spatialHashFromVertexes(3, vertices);
     record.version = Velmor::createFromSolid(1, 2, 3, d, 9, c);
     record.className = "IFCBEAM";
     record.name = "Tr\xC3\xA4ger";
@@ -61,7 +61,7 @@ InfoRecord wholeInfo() {
     info.solids.add("fghi");
     info.textures.add("jklmn");
     info.problems.add("");
-    info.problemsUntold = 5;
+    info.problemsOmitted = 5;
     info.objectsWithoutClass = 6;
     info.georeference.emplace(Plexor::Vertex(1, -0.0, 0.1), 2, 3, 4, 5, 6, 1e-300,
                               Velmor::IFC4_MapProjection(VELMOR_WIDE("name"), VELMOR_WIDE("d\u00E9scription"),
@@ -162,7 +162,7 @@ TEST(OtherRecords, ComeBackAsTheyWere) {
     EXPECT_EQ(infoBack.solids, info.solids);
     EXPECT_EQ(infoBack.textures, info.textures);
     EXPECT_EQ(infoBack.problems, info.problems);
-    EXPECT_EQ(infoBack.problemsUntold, 5u);
+    EXPECT_EQ(infoBack.problemsOmitted, 5u);
     EXPECT_EQ(infoBack.objectsWithoutClass, 6u);
     EXPECT_FALSE(decodeInfo(encode(InfoRecord())).georeference);
 
@@ -245,7 +245,7 @@ TEST(ProblemWriter, WritesTheFirstAndCountsTheRest) {
     ProblemWriter writer(*stream, "it");
     for (std::uint64_t i = 1; i <= 10003; ++i) {
         writer.write({i, i, "a reason"});
-        EXPECT_EQ(writer.untold(), i <= 10000 ? 0 : i - 10000);
+        EXPECT_EQ(writer.omitted(), i <= 10000 ? 0 : i - 10000);
     }
     writer.flush();
     RecordReader reader(*stream, "it");

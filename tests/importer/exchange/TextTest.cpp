@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace importer;
+using namespace importer::exchange;
 
 TEST(Printable, LetsTextPassAndControlsNot) {
     EXPECT_EQ(printable("T\xC3\xBCr 1"), "T\xC3\xBCr 1");

@@ -30,7 +30,7 @@ Velmor::WideString folderOfModels() {
     return (folder / "model" / "").u16string();
 }
 
-class Checker : public importer::ModelSink {
+class Checker : public importer::ifc::ModelSink {
 public:
     void schema(const std::string&) override {}
     void georeference(const Velmor::IFC4_MapConversion& conversion) override {
@@ -41,24 +41,24 @@ public:
         ++sets_;
         check(set.properties);
     }
-    void texture(importer::Texture&& texture) override {
+    void texture(importer::ifc::Texture&& texture) override {
         const std::string_view png(texture.png.data(), texture.png.size());
         if (!png.starts_with(signature) || (!texture.name.empty() && png != std::string(signature) + "inside"))
             std::abort();
     }
-    void product(importer::Product&& product) override {
+    void product(importer::ifc::Product&& product) override {
         for (const std::uint32_t set : product.propertySets) {
             if (set >= sets_)
                 std::abort();
         }
-        for (const double coordinate : product.vertexes) {
+        for (const double coordinate : product.vertices) {
             if (!std::isfinite(coordinate))
                 std::abort();
         }
-        if (product.shape == importer::Shape::Solid && !(product.volume > 0.0))
+        if (product.shape == importer::ifc::Shape::Solid && !(product.volume > 0.0))
             std::abort();
     }
-    void problem(const importer::Problem& problem) override {
+    void problem(const importer::step::Problem& problem) override {
         if (problem.reason.empty())
             std::abort();
     }
@@ -91,8 +91,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Checker checker;
     try {
         const importer::StepFile file(std::vector<char>(data, data + size), "fuzzed");
-        importer::readProducts(file, {10000, 1 << 22, 1 << 23, 1000, 1 << 22, 1000}, checker, folder);
-    } catch (const importer::ModelError&) {
+        importer::ifc::readProducts(file, {10000, 1 << 22, 1 << 23, 1000, 1 << 22, 1000}, checker, folder);
+    } catch (const importer::step::FileError&) {
         // What makes the import meaningless.
     }
     return 0;

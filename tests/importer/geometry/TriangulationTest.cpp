@@ -6,7 +6,9 @@
 #include <numeric>
 #include <random>
 
-namespace importer {
+namespace velmor_tests {
+
+using namespace importer::geometry;
 namespace {
 
 using Loop = std::vector<Vector3>;
@@ -206,4 +208,4 @@ TEST(Triangulation, GivesUpWhenItCostsTooMuch) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

@@ -9,7 +9,8 @@
 #include <random>
 #include <set>
 
-using namespace importer;
+using namespace importer::host;
+using namespace importer::exchange;
 using Velmor::ExternalGUID;
 
 namespace {
@@ -21,12 +22,12 @@ ObjectRecord object(const std::string& id, const std::string& className, double 
         record.globalId = ExternalGUID::fromIFCGlobalID((id + "0000000000000000000000").c_str());
     record.className = className;
     record.name = id;
-    std::vector<double> vertexes;
+    std::vector<double> vertices;
     for (int corner = 0; corner < 9; ++corner) { // the last one is the first one again
-        vertexes.insert(vertexes.end(), {x + ((corner & 1) != 0 ? size : -size), (corner & 2) != 0 ? size : -size,
+        vertices.insert(vertices.end(), {x + ((corner & 1) != 0 ? size : -size), (corner & 2) != 0 ? size : -size,
                                          (corner & 4) != 0 ? size : -size});
     }
-    record.spatialHash = ExternalGUID::spatialHashFromVertexes(9, vertexes.data());
+    record.spatialHash = ExternalGUID::spatialHashFromVertexes(9, vertices.data());
     double d[8];
     std::copy_n(record.spatialHash.getSpatialHash() + 3, 8, d);
     double c[3] = {x, 0, 0};
@@ -230,17 +231,17 @@ TEST(Comparison, OfManyUnequalCopiesInOnePlaceTakesNoLongTime) {
 }
 
 TEST(Report, ShowsTableChangesAndProblems) {
-    HandedOver handedOver;
-    handedOver.schema = "IFC4";
-    handedOver.model.objects = {object("a", "IFCBEAM", 0, 1, 0.9999), object("b", "IFCWALL", 5)};
-    handedOver.model.objects[0].line = 12;
-    handedOver.model.objects[0].instance = 34;
-    handedOver.model.objects[1].name = "new\nname";
-    handedOver.problemCount = 2;
-    handedOver.problems = {{7, 8, "a reason"}};
+    ImportResult result;
+    result.schema = "IFC4";
+    result.model.objects = {object("a", "IFCBEAM", 0, 1, 0.9999), object("b", "IFCWALL", 5)};
+    result.model.objects[0].line = 12;
+    result.model.objects[0].instance = 34;
+    result.model.objects[1].name = "new\nname";
+    result.problemCount = 2;
+    result.problems = {{7, 8, "a reason"}};
     const Model before = {{object("a", "IFCBEAM", 0), object("b", "IFCWALL", 5), object("c", "IFCWALL", 9)}, {}};
-    const auto comparison = compare(before, handedOver.model, false);
-    EXPECT_EQ(report("folder/model.ifc", handedOver, &before, comparison),
+    const auto comparison = compare(before, result.model, false);
+    EXPECT_EQ(report("folder/model.ifc", result, &before, comparison),
               "model.ifc: IFC4, 2 objects, compared with the 3 of the previous import\n"
               "  class    objects  new  unchanged  modified  lowest similarity  gone\n"
               "  IFCBEAM        1    0          0         1              0.999     0\n"
@@ -253,7 +254,7 @@ TEST(Report, ShowsTableChangesAndProblems) {
               "problems: 2\n"
               "  line 7, #8: a reason\n"
               "  ... and 1 more\n");
-    EXPECT_EQ(report("model.ifc", HandedOver(), nullptr, Comparison()),
+    EXPECT_EQ(report("model.ifc", ImportResult(), nullptr, Comparison()),
               "model.ifc: , 0 objects, first import\n"
               "  class  objects  new  unchanged  modified  lowest similarity  gone\n"
               "  total        0    0          0         0                  -     0\n");

@@ -53,7 +53,7 @@ std::set<fs::path> everythingIn(const fs::path& folder) {
     return paths;
 }
 
-importer::Mesh tetrahedron() {
+importer::exchange::Mesh tetrahedron() {
     return {{0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 2, 1, 0, 1, 3, 0, 3, 2, 1, 2, 3}};
 }
 
@@ -77,7 +77,7 @@ using FailingExport = Export;
 TEST_F(Export, WritesEachClosedSolidOfTheWorkshop) {
     const auto host = run({workshop});
     ASSERT_EQ(host.exitCode, 0) << host.error;
-    EXPECT_THAT(host.output, HasSubstr("\nexported to " + importer::utf8(out) + ": solids 26, textures 1\n"));
+    EXPECT_THAT(host.output, HasSubstr("\nexported to " + importer::exchange::utf8(out) + ": solids 26, textures 1\n"));
 
     std::map<std::string, std::size_t> triangles = {
         {"workshop_123_Column_C1.obj", 44},   {"workshop_133_Column_C2.obj", 44},
@@ -98,7 +98,7 @@ TEST_F(Export, WritesEachClosedSolidOfTheWorkshop) {
         names.insert(name);
     EXPECT_EQ(filesIn(out, ".obj"), names);
 
-    for (const auto& object : importer::State(folder / "state").read().model.objects) {
+    for (const auto& object : importer::host::State(folder / "state").read().model.objects) {
         const auto name = std::find_if(names.begin(), names.end(), [&object](const std::string& each) {
             return each.starts_with("workshop_" + std::to_string(object.instance) + '_');
         });
@@ -108,7 +108,7 @@ TEST_F(Export, WritesEachClosedSolidOfTheWorkshop) {
             continue;
         const auto obj = parseObj(readFile(out / *name));
         EXPECT_EQ(obj.triangles.size(), triangles.at(*name));
-        EXPECT_EQ(obj.vertexes.size(), obj.triangles.size() / 2 + (*name == "workshop_273_Beam_B6.obj" ? 0 : 2)); // Euler
+        EXPECT_EQ(obj.vertices.size(), obj.triangles.size() / 2 + (*name == "workshop_273_Beam_B6.obj" ? 0 : 2)); // Euler
         EXPECT_TRUE(obj.isClosed());
         EXPECT_NEAR(obj.volume(), object.version.getVolume(), 1e-9 * object.version.getVolume());
         EXPECT_THAT(obj.comment, StartsWith(object.className + " '"));
@@ -122,7 +122,7 @@ TEST_F(Export, PutsSolidsWhereTheyAreInTheWorld) {
     ASSERT_EQ(run({workshop}).exitCode, 0);
     // A block of 1500 x 900 x 300 mm at 8 m, 2 m in a building at 1 m, 2 m.
     const auto obj = parseObj(readFile(out / "workshop_733_Machine_base_M1.obj"));
-    auto places = obj.vertexes;
+    auto places = obj.vertices;
     std::sort(places.begin(), places.end());
     ASSERT_EQ(places.size(), 8u);
     for (std::size_t i = 0; i < 8; ++i) {
@@ -217,7 +217,7 @@ TEST_F(Export, KeepsHostileNamesInItsFolder) {
         EXPECT_THAT(name, StartsWith("model_2"));
         EXPECT_LT(name.size(), 120u);
         const auto obj = parseObj(readFile(out / name)); // nothing of the name has become a line of it
-        EXPECT_EQ(obj.vertexes.size(), 4u);
+        EXPECT_EQ(obj.vertices.size(), 4u);
         EXPECT_EQ(obj.triangles.size(), 4u);
         EXPECT_THAT(obj.comment, EndsWith(" #"));
     }
@@ -230,8 +230,8 @@ TEST_F(FailingExport, IntoAFolderThatCannotBeMadeLeavesTheState) {
     const auto host = run({workshop});
     EXPECT_EQ(host.exitCode, 1);
     EXPECT_EQ(host.output, "");
-    EXPECT_THAT(host.error,
-                HasSubstr("workshop.ifc: cannot export to " + importer::utf8(out) + ": the folder cannot be made: "));
+    EXPECT_THAT(host.error, HasSubstr("workshop.ifc: cannot export to " + importer::exchange::utf8(out) +
+                                      ": the folder cannot be made: "));
     EXPECT_EQ(readFile(out), "a file");
     EXPECT_FALSE(fs::exists(folder / "state"));
 }
@@ -251,7 +251,7 @@ TEST(ExportedFile, ReplacesAHardLinkAndNotWhatElseIsLinked) {
     writeFile(folder / "outside", "kept");
     writeFile(folder / "out" / "other", "");
     fs::create_hard_link(folder / "outside", folder / "out" / "1.obj");
-    importer::writeExported(folder / "out" / "1.obj", "new");
+    importer::host::writeExported(folder / "out" / "1.obj", "new");
     EXPECT_EQ(readFile(folder / "outside"), "kept");
     EXPECT_EQ(readFile(folder / "out" / "1.obj"), "new");
 }
@@ -263,7 +263,7 @@ TEST(ExportedFile, MayBeEmptyOrLarge) {
         std::string content(size, 'x');
         for (std::size_t i = 0; i < size; i += 4097)
             content[i] = static_cast<char>(i >> 12);
-        importer::writeExported(folder / "out" / "1.obj", content);
+        importer::host::writeExported(folder / "out" / "1.obj", content);
         EXPECT_TRUE(readFile(folder / "out" / "1.obj") == content) << size;
     }
 }
@@ -275,7 +275,7 @@ TEST(ExportedFile, ReplacesASymbolicLinkAndNotWhatItLeadsTo) {
     writeFile(folder / "out" / "other", "");
     for (const auto& target : {folder / "outside", folder / "missing"}) {
         fs::create_symlink(target, folder / "out" / "1.obj");
-        importer::writeExported(folder / "out" / "1.obj", "new");
+        importer::host::writeExported(folder / "out" / "1.obj", "new");
         EXPECT_FALSE(fs::is_symlink(folder / "out" / "1.obj"));
         EXPECT_EQ(readFile(folder / "out" / "1.obj"), "new");
         fs::remove(folder / "out" / "1.obj");
@@ -295,8 +295,8 @@ TEST(ExportedFile, ThatHasNoRoomIsToldAndDoesNotStay) {
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
     std::string reason;
     try {
-        importer::writeExported(folder / "out" / "1.obj", std::string(5000, 'x'));
-    } catch (const importer::ImportError& error) {
+        importer::host::writeExported(folder / "out" / "1.obj", std::string(5000, 'x'));
+    } catch (const importer::host::ImportError& error) {
         reason = error.what();
     }
     setrlimit(RLIMIT_FSIZE, &before);
@@ -308,7 +308,7 @@ TEST(ExportedFile, ThatHasNoRoomIsToldAndDoesNotStay) {
 
 TEST(ExportedFile, WithoutItsFolderIsTold) {
     const TemporaryFolder folder;
-    EXPECT_THROW(importer::writeExported(folder / "missing" / "1.obj", "new"), importer::ImportError);
+    EXPECT_THROW(importer::host::writeExported(folder / "missing" / "1.obj", "new"), importer::host::ImportError);
 }
 
 TEST(FileNamePart, HoldsNothingThatASystemWouldTakeForMore) {
@@ -334,11 +334,11 @@ TEST(FileNamePart, HoldsNothingThatASystemWouldTakeForMore) {
                  {"0123456789012345678901234567890123456789abc", "0123456789012345678901234567890123456789"},
                  {"012345678901234567890123456789012345678 abc", "012345678901234567890123456789012345678"}};
     for (const auto& each : cases)
-        EXPECT_EQ(importer::fileNamePart(each.name), each.part);
+        EXPECT_EQ(importer::host::fileNamePart(each.name), each.part);
 }
 
 TEST(FileNames, AreNeverGivenTwice) {
-    importer::FileNames names("p_", ".obj");
+    importer::host::FileNames names("p_", ".obj");
     EXPECT_EQ(names.next(12, "CON"), "p_12_CON.obj");
     EXPECT_EQ(names.next(12, "CON"), "p_12-2_CON.obj");
     EXPECT_EQ(names.next(12, "con"), "p_12-3_con.obj");
@@ -349,7 +349,7 @@ TEST(FileNames, AreNeverGivenTwice) {
     const auto seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
-    importer::FileNames few("", ".obj");
+    importer::host::FileNames few("", ".obj");
     std::set<std::string> given;
     for (int i = 0; i < 20000; ++i) {
         std::string name;
@@ -362,7 +362,7 @@ TEST(FileNames, AreNeverGivenTwice) {
 }
 
 TEST(ModelPrefixes, AreNeverGivenTwice) {
-    importer::ModelPrefixes prefixes;
+    importer::host::ModelPrefixes prefixes;
     EXPECT_EQ(prefixes.next("a/workshop.ifc"), "workshop_");
     EXPECT_EQ(prefixes.next("b/workshop.ifc"), "workshop-2_");
     EXPECT_EQ(prefixes.next("a/WORKSHOP.ifc"), "WORKSHOP-3_");
@@ -375,10 +375,10 @@ TEST(ModelPrefixes, AreNeverGivenTwice) {
 
 // Names of models and objects that could be mistaken for each other's.
 TEST(ModelPrefixes, KeepFilesOfModelsApart) {
-    importer::ModelPrefixes prefixes;
+    importer::host::ModelPrefixes prefixes;
     std::set<std::string> given;
     for (const auto* model : {"a", "a_1", "a_1_b", "a-1", "a 1 b", "A", "1", "1_1"}) {
-        importer::FileNames names(prefixes.next(std::string(model) + ".ifc"), ".obj");
+        importer::host::FileNames names(prefixes.next(std::string(model) + ".ifc"), ".obj");
         for (const std::uint64_t instance : {1u, 2u, 11u, 1u}) {
             for (const auto* name : {"", "1", "b_1", "1_b", "a_1"}) {
                 auto file = names.next(instance, name);
@@ -391,7 +391,7 @@ TEST(ModelPrefixes, KeepFilesOfModelsApart) {
 
 TEST(ObjFile, ReadsBackAsItsMeshToTheLastBit) {
     auto mesh = tetrahedron();
-    mesh.vertexes = {0.1,
+    mesh.vertices = {0.1,
                      -0.0,
                      1.0 / 3,
                      std::numeric_limits<double>::denorm_min(),
@@ -403,11 +403,11 @@ TEST(ObjFile, ReadsBackAsItsMeshToTheLastBit) {
                      0.30000000000000004,
                      5e-324,
                      -1};
-    const auto obj = parseObj(importer::objFile(mesh, "a comment"));
-    ASSERT_EQ(obj.vertexes.size(), 4u);
+    const auto obj = parseObj(importer::host::objFile(mesh, "a comment"));
+    ASSERT_EQ(obj.vertices.size(), 4u);
     for (std::size_t i = 0; i < 12; ++i) {
-        EXPECT_EQ(obj.vertexes[i / 3][i % 3], mesh.vertexes[i]);
-        EXPECT_EQ(std::signbit(obj.vertexes[i / 3][i % 3]), std::signbit(mesh.vertexes[i]));
+        EXPECT_EQ(obj.vertices[i / 3][i % 3], mesh.vertices[i]);
+        EXPECT_EQ(std::signbit(obj.vertices[i / 3][i % 3]), std::signbit(mesh.vertices[i]));
     }
     ASSERT_EQ(obj.triangles.size(), 4u);
     for (std::size_t i = 0; i < 12; ++i)
@@ -415,6 +415,6 @@ TEST(ObjFile, ReadsBackAsItsMeshToTheLastBit) {
 }
 
 TEST(ObjFile, IsSmallAndPlain) {
-    EXPECT_EQ(importer::objFile({{0, 0, 0, 0.1, 0, 0, 0, 2.5, 0}, {0, 1, 2}}, "IFCBEAM 'B\n2\\'"),
+    EXPECT_EQ(importer::host::objFile({{0, 0, 0, 0.1, 0, 0, 0, 2.5, 0}, {0, 1, 2}}, "IFCBEAM 'B\n2\\'"),
               "# IFCBEAM 'B?2\\' #\nv 0 0 0\nv 0.1 0 0\nv 0 2.5 0\nf 1 2 3\n");
 }

@@ -72,12 +72,12 @@ TEST_F(Folder, HasTheModelsThatEndInIfcInTheOrderOfTheirNames) {
         writeFile(models / fs::path(name), "");
     fs::create_directories(models / "folder.ifc");
     writeFile(models / "folder.ifc" / "inner.ifc", "");
-    EXPECT_EQ(importer::modelsIn(models),
+    EXPECT_EQ(importer::host::modelsIn(models),
               (std::vector<Velmor::WideString>{VELMOR_WIDE("C.Ifc"), VELMOR_WIDE("a b.ifc"), VELMOR_WIDE("a.IFC"),
                                                VELMOR_WIDE("b.ifc"), VELMOR_WIDE("b.ifc.ifc"), VELMOR_WIDE("x.ifc"),
                                                VELMOR_WIDE("\u00FC.ifc"), VELMOR_WIDE("\U0001F528.ifc"),
                                                VELMOR_WIDE("\uFF21.ifc")}));
-    EXPECT_TRUE(importer::modelsIn(folder / "missing").empty());
+    EXPECT_TRUE(importer::host::modelsIn(folder / "missing").empty());
 }
 
 TEST_F(Folder, IsImportedModelByModel) {
@@ -196,11 +196,11 @@ TEST_F(Folder, TellsAPipeAndADeviceAsFailures) {
 TEST_F(Folder, EndsWithTheReaderOfItsReports) {
     addModel("a.ifc");
     addModel("b.ifc");
-    const auto untold = run({models.string()}, "intoFullDisk() { \"$@\" >/dev/full; }; intoFullDisk");
-    EXPECT_EQ(untold.exitCode, 1);
-    EXPECT_EQ(untold.error, "import_host: " + models.string() +
-                                ": the state is not kept: standard output cannot be written; is the disk full, or its "
-                                "reader gone?\n");
+    const auto omitted = run({models.string()}, "intoFullDisk() { \"$@\" >/dev/full; }; intoFullDisk");
+    EXPECT_EQ(omitted.exitCode, 1);
+    EXPECT_EQ(omitted.error, "import_host: " + models.string() +
+                                 ": the state is not kept: standard output cannot be written; is the disk full, or its "
+                                 "reader gone?\n");
     EXPECT_FALSE(hasState("a.ifc") || hasState("b.ifc"));
 }
 

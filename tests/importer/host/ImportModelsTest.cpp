@@ -217,12 +217,12 @@ std::vector<SetInFile> setsInFile(const fs::path& file) {
 }
 
 // Whether a value that arrived is the one in the file; plane angles come in radians, and escapes are decoded.
-bool isThatValue(const std::string& inFile, const importer::EncodedProperty& property) {
+bool isThatValue(const std::string& inFile, const importer::exchange::EncodedProperty& property) {
     const auto begin = inFile.find('(');
     if (begin == std::string::npos || property.isComplex || inFile.starts_with("IFCPLANEANGLEMEASURE"))
         return true;
     const auto value = inFile.substr(begin + 1, inFile.size() - begin - 2);
-    const auto decoded = importer::decodeSingleValue(property);
+    const auto decoded = importer::exchange::decodeSingleValue(property);
     const auto& single = decoded.getPropertySingleValue();
     using Value = Velmor::IFC2X3PropertySingleValue;
     switch (single.getValueType()) {
@@ -290,12 +290,12 @@ TEST_P(EachModel, HandsOverEveryPropertySetAndValue) {
     const TemporaryFolder folder;
     const auto run = runHost({GetParam().string(), "--state", (folder / "state").string()});
     ASSERT_EQ(run.exitCode, 0) << run.error;
-    const auto arrived = importer::State(folder / "state").read().model.propertySets;
+    const auto arrived = importer::host::State(folder / "state").read().model.propertySets;
     const auto expected = setsInFile(GetParam());
     ASSERT_EQ(arrived.size(), expected.size());
     std::size_t values = 0;
     for (std::size_t i = 0; i < expected.size(); ++i) {
-        const auto set = importer::parsePropertySet(arrived[i]);
+        const auto set = importer::exchange::parsePropertySet(arrived[i]);
         EXPECT_EQ(set.globalId, expected[i].globalId);
         if (expected[i].name.find('\\') == std::string::npos) {
             EXPECT_EQ(set.name, expected[i].name);
@@ -346,7 +346,7 @@ TEST_P(EachModel, ExportsItsClosedSolids) {
         }
     }
     std::size_t solids = 0;
-    for (const auto& object : importer::State(folder / "state").read().model.objects) {
+    for (const auto& object : importer::host::State(folder / "state").read().model.objects) {
         const auto instance = std::to_string(object.instance);
         const auto file = files.find(instance);
         if (file == files.end()) {

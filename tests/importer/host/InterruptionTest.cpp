@@ -4,7 +4,8 @@
 
 #include <csignal>
 
-using namespace importer;
+using namespace importer::host;
+using namespace importer::exchange;
 
 TEST(Interruption, EndsTheNextStepInsteadOfTheProgram) {
     const auto before = std::signal(SIGTERM, SIG_DFL);

@@ -41,9 +41,9 @@ double ObjFile::volume() const {
     double sum = 0;
     for (const auto& triangle : triangles) {
         // Tetrahedra on a vertex, since far from the origin the last digits would be lost.
-        const auto a = difference(vertexes[triangle[0]], vertexes[0]);
-        const auto b = difference(vertexes[triangle[1]], vertexes[0]);
-        const auto c = difference(vertexes[triangle[2]], vertexes[0]);
+        const auto a = difference(vertices[triangle[0]], vertices[0]);
+        const auto b = difference(vertices[triangle[1]], vertices[0]);
+        const auto c = difference(vertices[triangle[2]], vertices[0]);
         const auto n = cross(b, c);
         sum += a[0] * n[0] + a[1] * n[1] + a[2] * n[2];
     }
@@ -53,8 +53,8 @@ double ObjFile::volume() const {
 double ObjFile::area() const {
     double sum = 0;
     for (const auto& triangle : triangles) {
-        const auto n = cross(difference(vertexes[triangle[1]], vertexes[triangle[0]]),
-                             difference(vertexes[triangle[2]], vertexes[triangle[0]]));
+        const auto n = cross(difference(vertices[triangle[1]], vertices[triangle[0]]),
+                             difference(vertices[triangle[2]], vertices[triangle[0]]));
         sum += std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
     }
     return sum / 2;
@@ -79,7 +79,7 @@ ObjFile parseObj(const std::string& text) {
         if (!words || !words.eof())
             refuse();
         if (kind == "v") {
-            auto& vertex = file.vertexes.emplace_back();
+            auto& vertex = file.vertices.emplace_back();
             for (std::size_t i = 0; i < 3; ++i) {
                 char* end = nullptr;
                 vertex[i] = std::strtod(fields[i].c_str(), &end);
@@ -91,7 +91,7 @@ ObjFile parseObj(const std::string& text) {
             for (std::size_t i = 0; i < 3; ++i) {
                 std::size_t used = 0;
                 triangle[i] = std::stoul(fields[i], &used) - 1;
-                if (used != fields[i].size() || triangle[i] >= file.vertexes.size())
+                if (used != fields[i].size() || triangle[i] >= file.vertices.size())
                     refuse();
             }
         } else {

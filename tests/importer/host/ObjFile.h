@@ -12,7 +12,7 @@ namespace velmor_tests {
 /// What an OBJ file of triangles holds.
 struct ObjFile {
     std::string comment; ///< Of its first line.
-    std::vector<std::array<double, 3>> vertexes;
+    std::vector<std::array<double, 3>> vertices;
     std::vector<std::array<std::size_t, 3>> triangles; ///< From 0.
 
     /// Whether the triangles leave no hole: each edge is passed as often in one direction as in the other.

@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-using namespace importer;
+using namespace importer::host;
+using namespace importer::exchange;
 
 TEST(Options, AreUnderstoodInAnyOrder) {
     const auto options =

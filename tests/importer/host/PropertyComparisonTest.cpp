@@ -10,7 +10,8 @@
 #include <cstring>
 #include <random>
 
-using namespace importer;
+using namespace importer::host;
+using namespace importer::exchange;
 using namespace velmor_tests;
 
 namespace {
@@ -221,10 +222,10 @@ TEST(ComparisonWithProperties, CountsOtherPropertiesAsModified) {
 }
 
 TEST(ComparisonWithProperties, PairsCopiesInOnePlaceWithEqualPropertiesFirst) {
-    const double vertexes[] = {0, 0, 0, 2, 0, 0, 0, 0, 0};
+    const double vertices[] = {0, 0, 0, 2, 0, 0, 0, 0, 0};
     auto before = modelOf({propertySet("S", {textProperty("P", "1")}), propertySet("S", {textProperty("P", "2")})});
     before.objects[0].globalId = noIdentity();
-    before.objects[0].spatialHash = Velmor::ExternalGUID::spatialHashFromVertexes(3, vertexes);
+    before.objects[0].spatialHash = Velmor::ExternalGUID::spatialHashFromVertexes(3, vertices);
     before.objects.push_back(before.objects[0]);
     before.objects[0].propertySets = {0};
     before.objects[1].propertySets = {1};

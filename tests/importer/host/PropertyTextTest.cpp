@@ -12,7 +12,8 @@
 #include <limits>
 #include <random>
 
-using namespace importer;
+using namespace importer::host;
+using namespace importer::exchange;
 using namespace velmor_tests;
 
 TEST(ShownNumber, IsTheShortestThatReadsBack) {
@@ -112,26 +113,26 @@ TEST(PropertiesOfAnObject, AreFoundByItsGlobalId) {
 }
 
 TEST(Georeference, IsShownWholeOrMissed) {
-    HandedOver handedOver;
-    EXPECT_EQ(georeferenceOf(handedOver), "no georeference\n");
-    handedOver.georeference.emplace(Plexor::Vertex(1, 2, -3), 458657.3, 5438232.25, 113.7, 0.8, -0.6, 0.001,
-                                    Velmor::IFC4_MapProjection(VELMOR_WIDE("EPSG:25832"), VELMOR_WIDE("a\nb"),
-                                                               VELMOR_WIDE("ETRS89"), VELMOR_WIDE("NN"), VELMOR_WIDE("UTM"),
-                                                               VELMOR_WIDE("32N"), VELMOR_WIDE("FOOT"), 0.3048));
-    EXPECT_EQ(georeferenceOf(handedOver), "georeference:\n"
-                                          "  projected system: 'EPSG:25832'\n"
-                                          "  description: 'a?b'\n"
-                                          "  geodetic datum: 'ETRS89'\n"
-                                          "  vertical datum: 'NN'\n"
-                                          "  projection: 'UTM'\n"
-                                          "  zone: '32N'\n"
-                                          "  map unit: 'FOOT' of 0.3048 m\n"
-                                          "  origin in the model: 1, 2, -3\n"
-                                          "  eastings: 458657.3\n"
-                                          "  northings: 5438232.25\n"
-                                          "  orthogonal height: 113.7\n"
-                                          "  x axis in the map: 0.8, -0.6\n"
-                                          "  scale: 0.001\n");
+    ImportResult result;
+    EXPECT_EQ(georeferenceOf(result), "no georeference\n");
+    result.georeference.emplace(Plexor::Vertex(1, 2, -3), 458657.3, 5438232.25, 113.7, 0.8, -0.6, 0.001,
+                                Velmor::IFC4_MapProjection(VELMOR_WIDE("EPSG:25832"), VELMOR_WIDE("a\nb"),
+                                                           VELMOR_WIDE("ETRS89"), VELMOR_WIDE("NN"), VELMOR_WIDE("UTM"),
+                                                           VELMOR_WIDE("32N"), VELMOR_WIDE("FOOT"), 0.3048));
+    EXPECT_EQ(georeferenceOf(result), "georeference:\n"
+                                      "  projected system: 'EPSG:25832'\n"
+                                      "  description: 'a?b'\n"
+                                      "  geodetic datum: 'ETRS89'\n"
+                                      "  vertical datum: 'NN'\n"
+                                      "  projection: 'UTM'\n"
+                                      "  zone: '32N'\n"
+                                      "  map unit: 'FOOT' of 0.3048 m\n"
+                                      "  origin in the model: 1, 2, -3\n"
+                                      "  eastings: 458657.3\n"
+                                      "  northings: 5438232.25\n"
+                                      "  orthogonal height: 113.7\n"
+                                      "  x axis in the map: 0.8, -0.6\n"
+                                      "  scale: 0.001\n");
 }
 
 namespace {
@@ -150,9 +151,9 @@ Model modelOf(const PropertySet& set) {
 // The line of the change list about the one object.
 std::string changeLine(const PropertySet& before, const PropertySet& now) {
     const auto old = modelOf(before);
-    HandedOver handedOver;
-    handedOver.model = modelOf(now);
-    const auto text = report("m.ifc", handedOver, &old, compare(old, handedOver.model, false));
+    ImportResult result;
+    result.model = modelOf(now);
+    const auto text = report("m.ifc", result, &old, compare(old, result.model, false));
     const std::string begin = "  modified      IFCBEAM 'B' (line 0), ";
     const auto at = text.find(begin);
     if (at == std::string::npos || text.find(", with other properties 1\n") == std::string::npos)
@@ -216,9 +217,9 @@ TEST(ReportOfProperties, TellsWhereValuesDifferThatLookAlike) {
 }
 
 TEST(ReportOfProperties, TellsHowManyObjectsHaveNoClass) {
-    HandedOver handedOver;
-    handedOver.objectsWithoutClass = 3;
-    EXPECT_EQ(report("m.ifc", handedOver, nullptr, Comparison()),
+    ImportResult result;
+    result.objectsWithoutClass = 3;
+    EXPECT_EQ(report("m.ifc", result, nullptr, Comparison()),
               "m.ifc: , 0 objects, first import\n"
               "  class  objects  new  unchanged  modified  lowest similarity  gone\n"
               "  total        0    0          0         0                  -     0\n"

@@ -78,9 +78,9 @@ TEST_F(Skip, StartsNoImporter) {
 }
 
 TEST_F(Skip, ThatCannotBeToldFails) {
-    const auto untold = run(model, {}, "intoFullDisk() { \"$@\" >/dev/full; }; intoFullDisk");
-    EXPECT_EQ(untold.exitCode, 1);
-    EXPECT_THAT(untold.error, HasSubstr("standard output cannot be written"));
+    const auto omitted = run(model, {}, "intoFullDisk() { \"$@\" >/dev/full; }; intoFullDisk");
+    EXPECT_EQ(omitted.exitCode, 1);
+    EXPECT_THAT(omitted.error, HasSubstr("standard output cannot be written"));
 }
 #endif
 
@@ -131,7 +131,7 @@ TEST_F(Skip, IsNotForAModelThatChangedWhileItWasRead) {
     EXPECT_THAT(run(changing, standIn).output, StartsWith("model.ifc: STANDIN, 2 objects, compared with the 30 "));
     ASSERT_NE(readFile(changing), content);
     const auto kept = readFile(stateFile);
-    EXPECT_EQ(importer::State(folder / "state").read().origin, std::nullopt);
+    EXPECT_EQ(importer::host::State(folder / "state").read().origin, std::nullopt);
     // Nobody knows which of the two contents the importer saw.
     for (const auto& each : {content, readFile(changing)}) {
         writeFile(stateFile, kept);
@@ -143,7 +143,7 @@ TEST_F(Skip, IsNotForAModelThatChangedWhileItWasRead) {
 TEST_F(Skip, IsNotForAModelThatCannotBeRead) {
     // As the library says of each file that it cannot open.
     const Velmor::Sha1::Digest unreadable(std::vector<unsigned char>(20));
-    importer::State(folder / "state").write({}, importer::Origin{unreadable, unreadable});
+    importer::host::State(folder / "state").write({}, importer::exchange::Origin{unreadable, unreadable});
     fs::remove(model);
     const auto failed = run(model, {"--importer", (folder / "missing").string()});
     EXPECT_EQ(failed.exitCode, 1);

@@ -19,7 +19,7 @@
 
 namespace {
 
-using namespace importer;
+using namespace importer::exchange;
 using Stream = std::unique_ptr<Velmor::FileStream>;
 
 ForeignObjectEnv_t environment;
@@ -117,7 +117,7 @@ InfoRecord handOverHostileNames() {
 // Two objects, the first of them with a property set and a solid, and a problem; returns the info that belongs to them.
 // @param assigned the set that the first object has, by its number.
 // @param second   the solid that the second object has; null for none.
-InfoRecord handOver(std::uint32_t assigned, const ForeignObjectSolid* second) {
+InfoRecord sink(std::uint32_t assigned, const ForeignObjectSolid* second) {
     const auto objectsStream = openStream(Velmor::ObjectsStream);
     const auto logStream = openStream(Velmor::LogStream);
     const auto attributesStream = openStream(Velmor::AttributesStream);
@@ -206,7 +206,7 @@ int main() {
     const auto second = how == "surplus-solid" ? solid() : how == "wild-solid" ? wildSolid() : otherSolid();
     const bool hasSecond = how == "surplus-solid" || how == "wild-solid" || how == "other-solid";
     auto info =
-        how == "hostile" ? handOverHostileNames() : handOver(how == "unknown-set" ? 1 : 0, hasSecond ? &second : nullptr);
+        how == "hostile" ? handOverHostileNames() : sink(how == "unknown-set" ? 1 : 0, hasSecond ? &second : nullptr);
     if (how == "crash")
         std::abort();
     if (how == "refuse") {

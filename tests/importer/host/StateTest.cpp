@@ -14,7 +14,8 @@
     #include <sys/stat.h>
 #endif
 
-using namespace importer;
+using namespace importer::host;
+using namespace importer::exchange;
 using namespace velmor_tests;
 namespace fs = std::filesystem;
 

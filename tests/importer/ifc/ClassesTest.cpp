@@ -2,10 +2,11 @@
 
 #include "importer/ifc/ReaderSupport.h"
 
-namespace importer {
+namespace velmor_tests {
+
+using namespace importer::ifc;
 namespace {
 
-using namespace importer::testing;
 using Velmor::AttributeClassIFC_e;
 
 TEST(Classes, EveryRowOfTheTableIsFoundByItsName) {
@@ -40,4 +41,4 @@ TEST(Classes, AProductHasTheClassOfItsEntity) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

@@ -2,10 +2,11 @@
 
 #include <string>
 
-namespace importer {
+namespace velmor_tests {
+
+using namespace importer::ifc;
 namespace {
 
-using namespace importer::testing;
 using Velmor::IFC4_MapConversion;
 using Velmor::IFC4_MapProjection;
 
@@ -166,4 +167,4 @@ TEST(Georeference, WhatIsDamagedIsToldAndNotCarried) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

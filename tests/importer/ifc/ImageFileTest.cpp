@@ -15,10 +15,11 @@
     #include <sys/stat.h>
 #endif
 
-namespace importer {
+namespace velmor_tests {
+
+using namespace importer::ifc;
 namespace {
 
-using namespace importer::testing;
 using velmor_tests::TemporaryFolder;
 using velmor_tests::writeFile;
 namespace fs = std::filesystem;
@@ -99,7 +100,7 @@ TEST_F(ImageFile, BesideTheModelArrivesWholeWithItsName) {
 
 TEST_F(ImageFile, ItsNameStandsWhereTheSchemaHasIt) {
     const auto read = [&](const std::string& schema, const std::string& attributes) {
-        const StepFile file = fileOf(stepFile(inMetres + "#20=IFCIMAGETEXTURE(" + attributes + ");\n", schema));
+        const step::File file = fileOf(stepFile(inMetres + "#20=IFCIMAGETEXTURE(" + attributes + ");\n", schema));
         Taken taken;
         readProducts(file, Limits::forFile(0), taken, wide(model() / ""));
         return taken;
@@ -383,4 +384,4 @@ TEST_F(ImageFile, OfAModelReadByARelativePathIsFound) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

@@ -5,13 +5,13 @@
 #include <chrono>
 #include <string>
 
-namespace importer {
+namespace velmor_tests {
+
+using namespace importer::ifc;
 namespace {
 
-using namespace importer::testing;
-
 Taken readWithin(const Limits& limits, const std::string& data) {
-    const StepFile file = fileOf(stepFile(inMetres + data));
+    const step::File file = fileOf(stepFile(inMetres + data));
     Taken taken;
     readProducts(file, limits, taken);
     return taken;
@@ -41,7 +41,7 @@ TEST(Limits, AnExponentialFanOutEndsSoonAndIsTold) {
     ASSERT_EQ(taken.products.size(), 3u) << "the import goes on";
     for (const Product& product : taken.products) {
         EXPECT_EQ(product.shape, Shape::None);
-        EXPECT_TRUE(product.vertexes.empty());
+        EXPECT_TRUE(product.vertices.empty());
     }
     ASSERT_EQ(taken.problems.size(), 2u) << taken.reasons();
     EXPECT_EQ(taken.problems[0].instance, 10u);
@@ -123,7 +123,7 @@ TEST(Limits, CommentsBetweenTokensAreReadOnce) {
         const Taken taken = readData(pointAgainAndAgain(point));
         EXPECT_EQ(taken.reasons(), "");
         ASSERT_EQ(taken.products.size(), 50u);
-        EXPECT_EQ(taken.products.back().vertexes.size(), 60000u);
+        EXPECT_EQ(taken.products.back().vertices.size(), 60000u);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
 }
@@ -151,7 +151,7 @@ TEST(Limits, DamageOfInstancesIsToldAThousandTimesAndThenCounted) {
         again += "#9=IFCX();\n";
     }
     for (const std::string& data : {damage, again}) {
-        const StepFile file = fileOf(stepFile(data));
+        const step::File file = fileOf(stepFile(data));
         ASSERT_EQ(file.problems().size(), 1001u);
         EXPECT_EQ(file.problems().back().reason, "and 500 more damaged instances, from this line on");
         EXPECT_EQ(file.problems().back().line, file.problems()[999].line + 1);
@@ -204,7 +204,7 @@ TEST(Limits, PointsAndCornersAreAccountedForBeforeTheyAreMade) {
 void readOrRefuse(const std::string& text) {
     try {
         readText(text);
-    } catch (const ModelError& error) {
+    } catch (const step::FileError& error) {
         EXPECT_NE(std::string(error.what()).find("expected"), std::string::npos);
     }
 }
@@ -216,7 +216,7 @@ TEST(Limits, LongListsAndTextsAreReadOnce) {
     for (const std::string& hostile :
          {std::string(size, '('), std::string(size, ','), std::string(size, '\''), std::string(size, '/'),
           std::string(size, '#'), std::string(size, '"'), std::string(size, '.')}) {
-        EXPECT_THROW(fileOf("ISO-10303-21;HEADER;FILE_SCHEMA(('IFC4'));ENDSEC;DATA;#1=IFCWALL(" + hostile), ModelError);
+        EXPECT_THROW(fileOf("ISO-10303-21;HEADER;FILE_SCHEMA(('IFC4'));ENDSEC;DATA;#1=IFCWALL(" + hostile), step::FileError);
         readOrRefuse(stepFile("#1=IFCWALL(" + hostile + ");\n"));
         readOrRefuse(stepFile("#1=IFCWALL((" + hostile + "));\n"));
         readOrRefuse(stepFile("#1=IFCWALL('" + hostile + "');\n"));
@@ -230,4 +230,4 @@ TEST(Limits, LongListsAndTextsAreReadOnce) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

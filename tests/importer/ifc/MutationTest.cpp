@@ -12,10 +12,10 @@
 #include <random>
 #include <string>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 /// Several shapes that share their placement, profile, curves and faces.
 std::string everything() {
@@ -97,10 +97,10 @@ const Velmor::WideString& folderOfModel() {
 /// What must hold whatever was read.
 void expectSound(const Taken& taken, const std::string& what) {
     for (const Product& product : taken.products) {
-        ASSERT_EQ(product.vertexes.size() % 3, 0u) << what;
-        for (const double coordinate : product.vertexes)
+        ASSERT_EQ(product.vertices.size() % 3, 0u) << what;
+        for (const double coordinate : product.vertices)
             ASSERT_TRUE(std::isfinite(coordinate)) << what;
-        ASSERT_EQ(product.shape == Shape::None, product.vertexes.empty()) << what;
+        ASSERT_EQ(product.shape == Shape::None, product.vertices.empty()) << what;
         ASSERT_EQ(product.shape == Shape::Solid, product.volume > 0.0) << what;
         ASSERT_TRUE(std::isfinite(product.volume)) << what;
         ASSERT_FALSE(product.className.empty()) << what;
@@ -126,12 +126,12 @@ void expectSound(const Taken& taken, const std::string& what) {
 /// @return whether the text was read, and not refused.
 bool tryRead(const std::string& text, const std::string& what) {
     try {
-        const StepFile file = fileOf(text);
+        const step::File file = fileOf(text);
         Taken taken;
         readProducts(file, {100000, 1 << 22, 1 << 23, 1000, 1 << 20, 1000}, taken, folderOfModel());
         expectSound(taken, what);
         return true;
-    } catch (const ModelError& error) {
+    } catch (const step::FileError& error) {
         EXPECT_NE(std::string(error.what()).find("model.ifc, line "), std::string::npos) << what;
         EXPECT_NE(std::string(error.what()).find("; expected "), std::string::npos) << what;
         return false;
@@ -139,13 +139,13 @@ bool tryRead(const std::string& text, const std::string& what) {
 }
 
 TEST(Mutations, TheWholeModelIsSound) {
-    const StepFile file = fileOf(everything());
+    const step::File file = fileOf(everything());
     Taken taken;
     readProducts(file, Limits::forFile(file.size()), taken, folderOfModel());
     EXPECT_EQ(taken.reasons(), "");
     ASSERT_EQ(taken.products.size(), 2u);
-    EXPECT_GT(taken.products[0].vertexes.size(), 3000u);
-    EXPECT_EQ(taken.products[0].vertexes.size(), taken.products[1].vertexes.size());
+    EXPECT_GT(taken.products[0].vertices.size(), 3000u);
+    EXPECT_EQ(taken.products[0].vertices.size(), taken.products[1].vertices.size());
     EXPECT_EQ(taken.products[1].name, VELMOR_WIDE("it's /* no comment */ ;"));
     ASSERT_EQ(taken.sets.size(), 2u);
     EXPECT_EQ(taken.sets[0].properties.getCount(), 7u);
@@ -252,4 +252,4 @@ TEST(Mutations, WithReferencesTurnedElsewhereItIsReadSoundly) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

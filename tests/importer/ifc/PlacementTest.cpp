@@ -2,10 +2,10 @@
 
 #include <string>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 /// A wall with the placement #20, whose body is the point (1, 2, 3).
 Taken placed(const std::string& data) {
@@ -19,10 +19,10 @@ Taken placed(const std::string& data) {
 void expectPoint(const std::string& data, double x, double y, double z) {
     SCOPED_TRACE(data);
     const Product product = onlyProduct(placed(data));
-    ASSERT_EQ(product.vertexes.size(), 3u);
-    EXPECT_NEAR(product.vertexes[0], x, 1e-12);
-    EXPECT_NEAR(product.vertexes[1], y, 1e-12);
-    EXPECT_NEAR(product.vertexes[2], z, 1e-12);
+    ASSERT_EQ(product.vertices.size(), 3u);
+    EXPECT_NEAR(product.vertices[0], x, 1e-12);
+    EXPECT_NEAR(product.vertices[1], y, 1e-12);
+    EXPECT_NEAR(product.vertices[2], z, 1e-12);
 }
 
 TEST(Placements, AxesThatAreOmittedAreTheUsualOnes) {
@@ -58,7 +58,7 @@ TEST(Placements, AProductWithoutAPlacementIsInTheWorld) {
         onlyProduct(readData("#10=IFCWALL('1234567890123456789012',$,$,$,$,$,#11,$,$);\n"
                              "#11=IFCPRODUCTDEFINITIONSHAPE($,$,(#12));\n"
                              "#12=IFCSHAPEREPRESENTATION($,'Body','any',(#13));\n#13=IFCCARTESIANPOINT((1.,2.,3.));\n"));
-    EXPECT_EQ(product.vertexes, (std::vector<double>{1, 2, 3}));
+    EXPECT_EQ(product.vertices, (std::vector<double>{1, 2, 3}));
 }
 
 TEST(Placements, ACycleIsToldWithTheInstanceThatClosesIt) {
@@ -101,11 +101,11 @@ TEST(Placements, OneThatCannotBeHadLeavesTheProductWithoutAPlaceAndSoWithoutASha
         ASSERT_EQ(taken.products.size(), 1u) << data;
         EXPECT_EQ(taken.products[0].globalId, "1234567890123456789012");
         EXPECT_EQ(taken.products[0].shape, Shape::None) << data;
-        EXPECT_TRUE(taken.products[0].vertexes.empty());
+        EXPECT_TRUE(taken.products[0].vertices.empty());
         ASSERT_EQ(taken.problems.size(), 1u) << data;
         EXPECT_NE(taken.problems[0].reason.find(expected), std::string::npos) << data << ": " << taken.problems[0].reason;
     }
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

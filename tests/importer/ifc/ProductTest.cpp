@@ -2,10 +2,10 @@
 
 #include <string>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 TEST(Products, HaveTheirAttributesDecoded) {
     const Taken taken = readData("\n#10=IFCBEAM('1234567890123456789012',$,'Tr\\X2\\00E4\\X0\\ger ''A''',$,$,$,$,$,$);\n");
@@ -16,7 +16,7 @@ TEST(Products, HaveTheirAttributesDecoded) {
     EXPECT_EQ(product.className, "IFCBEAM");
     EXPECT_EQ(product.name, VELMOR_WIDE("Tr\u00E4ger 'A'"));
     EXPECT_EQ(product.shape, Shape::None);
-    EXPECT_TRUE(product.vertexes.empty());
+    EXPECT_TRUE(product.vertices.empty());
 }
 
 TEST(Products, GlobalIdsOfAnyLengthAreHandedOver) {
@@ -99,9 +99,9 @@ TEST(Products, ExceptionsOfTheSinkGoThrough) {
     class Refusing : public Taken {
         void problem(const Problem&) override { throw 7; }
     } sink;
-    const StepFile file = fileOf(stepFile(inMetres + "#10=IFCBEAM(5,$,$,$,$,$,$);\n"));
+    const step::File file = fileOf(stepFile(inMetres + "#10=IFCBEAM(5,$,$,$,$,$,$);\n"));
     EXPECT_THROW(readProducts(file, Limits::forFile(file.size()), sink), int);
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

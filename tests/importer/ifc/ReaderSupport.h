@@ -13,7 +13,11 @@
 #include <utility>
 #include <vector>
 
-namespace importer::testing {
+namespace velmor_tests {
+
+namespace step = importer::step;
+using namespace importer::ifc;
+using importer::step::Problem;
 
 /// Takes down all that the reader hands over.
 class Taken : public ModelSink {
@@ -33,7 +37,7 @@ public:
             EXPECT_LT(set, sets.size()) << "before any product that has it";
         products.push_back(std::move(product));
     }
-    void problem(const Problem& problem) override { problems.push_back(problem); }
+    void problem(const step::Problem& problem) override { problems.push_back(problem); }
     void progress(double done) override { steps.push_back(done); }
 
     /// All reasons, one per line, for looking into.
@@ -75,12 +79,12 @@ inline std::string beamOf(const std::string& items) {
            items + "));\n";
 }
 
-inline StepFile fileOf(const std::string& text) {
-    return StepFile(std::vector<char>(text.begin(), text.end()), "model.ifc");
+inline step::File fileOf(const std::string& text) {
+    return step::File(std::vector<char>(text.begin(), text.end()), "model.ifc", importer::ifc::application);
 }
 
 inline Taken readText(const std::string& text) {
-    const StepFile file = fileOf(text);
+    const step::File file = fileOf(text);
     Taken taken;
     readProducts(file, Limits::forFile(file.size()), taken);
     return taken;
@@ -111,8 +115,8 @@ struct Box {
 
 inline Box boxOf(const Product& product) {
     Box box;
-    for (std::size_t i = 0; i < product.vertexes.size(); ++i) {
-        const double value = product.vertexes[i];
+    for (std::size_t i = 0; i < product.vertices.size(); ++i) {
+        const double value = product.vertices[i];
         double& low = box.low[i % 3];
         double& high = box.high[i % 3];
         low = i < 3 || value < low ? value : low;
@@ -143,10 +147,10 @@ inline void expectTriangles(const Product& product, double share = 1e-9) {
         for (std::size_t corner = 0; corner < 3; ++corner) {
             const std::uint32_t a = product.triangles[i + corner];
             const std::uint32_t b = product.triangles[i + (corner + 1) % 3];
-            ASSERT_LT(a, product.vertexes.size() / 3);
+            ASSERT_LT(a, product.vertices.size() / 3);
             edges[{std::min(a, b), std::max(a, b)}] += a < b ? 1 : a > b ? -1 : 0;
             for (std::size_t axis = 0; axis < 3; ++axis) // from a vertex, so that a place far away costs no digits
-                at[corner][axis] = product.vertexes[3 * a + axis] - product.vertexes[axis];
+                at[corner][axis] = product.vertices[3 * a + axis] - product.vertices[axis];
         }
         six += at[0][0] * (at[1][1] * at[2][2] - at[1][2] * at[2][1]) +
                at[0][1] * (at[1][2] * at[2][0] - at[1][0] * at[2][2]) +
@@ -169,4 +173,4 @@ inline void expectSolid(const Product& product, double volume, double x, double 
 /// Area of the polygon of 64 corners that stands for a circle of radius 1: 32 sin(2 pi / 64).
 inline constexpr double polygonOfUnitCircle = 3.1365484905459393;
 
-} // namespace importer::testing
+} // namespace velmor_tests

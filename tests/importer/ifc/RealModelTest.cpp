@@ -15,10 +15,11 @@
 #include <set>
 #include <string>
 
-namespace importer {
+namespace velmor_tests {
+
+using namespace importer::ifc;
 namespace {
 
-using namespace importer::testing;
 namespace fs = std::filesystem;
 
 /// The models of the folder, by their file names.
@@ -112,7 +113,7 @@ TEST(Models, HaveAsManyProductsOfEachClassAsTheirTextBegins) {
 TEST(Models, AreReadWithSoundShapes) {
     for (const auto& [name, text] : models()) {
         for (const Product& product : readText(text).products) {
-            EXPECT_EQ(product.shape == Shape::None, product.vertexes.empty()) << name << " #" << product.instance;
+            EXPECT_EQ(product.shape == Shape::None, product.vertices.empty()) << name << " #" << product.instance;
             if (product.shape != Shape::Solid)
                 continue;
             // The centre lies in the box. (The volume may be more than the box's: solids that overlap count twice.)
@@ -217,4 +218,4 @@ TEST(Models, SolidsAreBoundedByTheirTriangles) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

@@ -11,10 +11,11 @@
 #include <map>
 #include <string>
 
-namespace importer {
+namespace velmor_tests {
+
+using namespace importer::ifc;
 namespace {
 
-using namespace importer::testing;
 namespace fs = std::filesystem;
 
 std::string contentOf(const fs::path& path) {
@@ -118,4 +119,4 @@ TEST(Models, TheImageOfAKnownOneIsWhole) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

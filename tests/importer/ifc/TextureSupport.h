@@ -7,7 +7,9 @@
 #include <string>
 #include <string_view>
 
-namespace importer::testing {
+namespace velmor_tests {
+
+using namespace importer::ifc;
 
 /// A PNG image, as far as its beginning tells.
 inline std::string png(const std::string& tail) {
@@ -31,10 +33,10 @@ inline std::string binaryOf(const std::string& bytes) {
 
 /// What is read of a model in metres within these limits.
 inline Taken readWithin(const Limits& limits, const std::string& data, const Velmor::WideString& folder = {}) {
-    const StepFile file = fileOf(stepFile(inMetres + data));
+    const step::File file = fileOf(stepFile(inMetres + data));
     Taken taken;
     readProducts(file, limits, taken, folder);
     return taken;
 }
 
-} // namespace importer::testing
+} // namespace velmor_tests

@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 /// A blob texture with what its own two attributes are.
 std::string blob(int instance, const std::string& own) {
@@ -184,4 +184,4 @@ TEST(Textures, AnImageBeyondTheLargestIsAProblem) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

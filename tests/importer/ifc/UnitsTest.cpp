@@ -2,10 +2,10 @@
 
 #include <string>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 const std::string point =
     "#10=IFCWALL('1234567890123456789012',$,$,$,$,$,#11,$,$);\n#11=IFCPRODUCTDEFINITIONSHAPE($,$,(#12));\n"
@@ -18,7 +18,7 @@ Taken withUnits(const std::string& units) {
 /// One unit of the file in metres.
 double metres(const std::string& units) {
     const Product product = onlyProduct(withUnits(units));
-    return product.vertexes.empty() ? 0.0 : product.vertexes[0];
+    return product.vertices.empty() ? 0.0 : product.vertices[0];
 }
 
 TEST(Units, SiUnitsWithTheirPrefixes) {
@@ -73,7 +73,7 @@ TEST(Units, WithoutAProjectTheFirstAssignmentCounts) {
     const Taken taken = readText(stepFile("#2=IFCUNITASSIGNMENT((#3));\n#3=IFCSIUNIT(*,.LENGTHUNIT.,.CENTI.,.METRE.);\n"
                                           "#4=IFCUNITASSIGNMENT(());\n" +
                                           point));
-    EXPECT_DOUBLE_EQ(onlyProduct(taken).vertexes[0], 0.01);
+    EXPECT_DOUBLE_EQ(onlyProduct(taken).vertices[0], 0.01);
 }
 
 TEST(Units, WhatCannotBeHadIsToldAndMetreTaken) {
@@ -97,7 +97,7 @@ TEST(Units, WhatCannotBeHadIsToldAndMetreTaken) {
         EXPECT_NE(taken.reasons().find(expected), std::string::npos) << units << ": " << taken.reasons();
         EXPECT_NE(taken.reasons().find("metre is taken"), std::string::npos) << units;
         ASSERT_EQ(taken.products.size(), 1u);
-        EXPECT_EQ(taken.products[0].vertexes, (std::vector<double>{1, 0, 0})) << units;
+        EXPECT_EQ(taken.products[0].vertices, (std::vector<double>{1, 0, 0})) << units;
     }
     EXPECT_NE(readText(stepFile(point)).reasons().find("no unit of length can be had"), std::string::npos);
 }
@@ -106,8 +106,8 @@ TEST(Units, ABadUnitDoesNotSpoilTheOthers) {
     const Taken taken = withUnits("#2=IFCUNITASSIGNMENT((#98,#4,#3));\n#3=IFCSIUNIT(*,.LENGTHUNIT.,.MILLI.,.METRE.);\n"
                                   "#4=IFCSIUNIT(*,.PLANEANGLEUNIT.,.DOZEN.,.RADIAN.);\n");
     EXPECT_EQ(taken.problems.size(), 2u) << taken.reasons();
-    EXPECT_DOUBLE_EQ(taken.products.at(0).vertexes.at(0), 0.001);
+    EXPECT_DOUBLE_EQ(taken.products.at(0).vertices.at(0), 0.001);
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

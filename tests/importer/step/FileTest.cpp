@@ -9,16 +9,17 @@
 #include <string>
 #include <utility>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::step;
+using namespace importer::ifc;
+namespace {
 
 /// The message with which a text is refused; empty when it is not.
 std::string refusalOf(const std::string& text) {
     try {
         fileOf(text);
-    } catch (const ModelError& error) {
+    } catch (const step::FileError& error) {
         return error.what();
     }
     return "";
@@ -27,7 +28,7 @@ std::string refusalOf(const std::string& text) {
 const std::string header = "ISO-10303-21;\nHEADER;\nFILE_SCHEMA(('IFC4'));\nENDSEC;\n";
 
 TEST(StepFile, InstancesAreFoundByNumberWhateverTheirOrder) {
-    const StepFile file = fileOf(stepFile("#30=IFCWALL($);\n#7=IFCX();\n#100= IFCSLAB (1,(2,3)) ;#8 =IFCBEAM('a;b');\n"));
+    const step::File file = fileOf(stepFile("#30=IFCWALL($);\n#7=IFCX();\n#100= IFCSLAB (1,(2,3)) ;#8 =IFCBEAM('a;b');\n"));
     ASSERT_EQ(file.instances().size(), 4u);
     EXPECT_EQ(file.find(9), nullptr);
     ASSERT_NE(file.find(100), nullptr);
@@ -35,10 +36,10 @@ TEST(StepFile, InstancesAreFoundByNumberWhateverTheirOrder) {
     EXPECT_EQ(file.parametersOf(*file.find(100)), "1,(2,3)");
     EXPECT_EQ(file.parametersOf(*file.find(8)), "'a;b'");
     EXPECT_EQ(file.parametersOf(*file.find(7)), "");
-    ASSERT_EQ(file.instancesOf({Entity::Product}).size(), 3u);
-    EXPECT_EQ(file.instancesOf({Entity::Product})[0]->number, 30u) << "products come in the order of the file";
-    EXPECT_EQ(file.instancesOf({Entity::Product})[1]->number, 100u);
-    EXPECT_EQ(file.instancesOf({Entity::Product})[2]->number, 8u);
+    ASSERT_EQ(instancesOf(file, {Entity::Product}).size(), 3u);
+    EXPECT_EQ(instancesOf(file, {Entity::Product})[0]->number, 30u) << "products come in the order of the file";
+    EXPECT_EQ(instancesOf(file, {Entity::Product})[1]->number, 100u);
+    EXPECT_EQ(instancesOf(file, {Entity::Product})[2]->number, 8u);
     EXPECT_TRUE(file.problems().empty());
 }
 
@@ -46,35 +47,35 @@ TEST(StepFile, LinesAreCountedAcrossBlocks) {
     std::string data;
     for (int i = 1; i <= 2000; ++i)
         data += "#" + std::to_string(i) + "=IFCX(\n$);\n";
-    const StepFile file = fileOf(stepFile(data));
+    const step::File file = fileOf(stepFile(data));
     for (const std::uint64_t number : {1u, 2u, 777u, 2000u})
         EXPECT_EQ(file.lineAt(file.find(number)->offset), 8 + 2 * (number - 1));
 }
 
 TEST(StepFile, CommentsAndLineBreaksMayStandAnywhereBetweenTokens) {
-    const StepFile file =
+    const step::File file =
         fileOf("\xEF\xBB\xBF /* a */ ISO-10303-21 /* ; */ ;HEADER;FILE_SCHEMA /* x */ ( ( 'ifc4x3_add2' ) ) ;\nENDSEC;"
                "DATA;/* #1=IFCWALL($); */\n# 1;\n#2 /*=*/ = /*(*/\nIFCWALL\n/*;*/(\n'a'\n,/*)*/$\n)\n/**/\n;"
                "ENDSEC;\nEND-ISO-10303-21;\nanything");
     EXPECT_EQ(file.schema(), "IFC4X3_ADD2");
-    ASSERT_EQ(file.instancesOf({Entity::Product}).size(), 1u);
-    EXPECT_EQ(file.parametersOf(*file.instancesOf({Entity::Product})[0]), "\n'a'\n,/*)*/$\n");
+    ASSERT_EQ(instancesOf(file, {Entity::Product}).size(), 1u);
+    EXPECT_EQ(file.parametersOf(*instancesOf(file, {Entity::Product})[0]), "\n'a'\n,/*)*/$\n");
     ASSERT_EQ(file.problems().size(), 1u) << "# 1; is no instance";
     EXPECT_EQ(file.problems()[0].line, 3u);
 }
 
 TEST(StepFile, SeveralDataSectionsAndSectionsOfOtherKindsAreRead) {
-    const StepFile file =
+    const step::File file =
         fileOf(header + "ANCHOR;<a>=#1;ENDSEC;REFERENCE;#5=<b>;ENDSEC;DATA('one',('IFC4'));#1=IFCWALL($);ENDSEC;\n"
                         "DATA;#2=IFCSLAB($);ENDSEC;SIGNATURE;abc;ENDSEC;END-ISO-10303-21;");
     EXPECT_EQ(file.instances().size(), 2u);
 }
 
 TEST(StepFile, InstancesOfSeveralLeavesAreKeptAside) {
-    const StepFile file = fileOf(stepFile("#1=(IFCNAMEDUNIT(*,.LENGTHUNIT.)IFCSIUNIT($,.METRE.));\n#2=IFCWALL($);\n"));
+    const step::File file = fileOf(stepFile("#1=(IFCNAMEDUNIT(*,.LENGTHUNIT.)IFCSIUNIT($,.METRE.));\n#2=IFCWALL($);\n"));
     EXPECT_TRUE(file.problems().empty());
     ASSERT_NE(file.find(1), nullptr);
-    EXPECT_EQ(file.find(1)->entity, Entity::Other);
+    EXPECT_EQ(entityOf(*file.find(1)), Entity::Other);
     EXPECT_EQ(file.nameOf(*file.find(1)), "");
 }
 
@@ -93,7 +94,7 @@ TEST(StepFile, DamagedInstancesAreToldAndTheOthersRead) {
         {"'#1=IFCWALL($);';", "expected an instance '#1=NAME(...);'"},
     };
     for (const auto& [damage, expected] : cases) {
-        const StepFile file = fileOf(stepFile("#7=IFCX();\n" + std::string(damage) + "\n#8=IFCSLAB($);\n"));
+        const step::File file = fileOf(stepFile("#7=IFCX();\n" + std::string(damage) + "\n#8=IFCSLAB($);\n"));
         ASSERT_EQ(file.problems().size(), 1u) << damage;
         EXPECT_EQ(file.problems()[0].line, 9u) << damage;
         EXPECT_NE(file.problems()[0].reason.find(expected), std::string::npos)
@@ -103,13 +104,13 @@ TEST(StepFile, DamagedInstancesAreToldAndTheOthersRead) {
 }
 
 TEST(StepFile, ASemicolonTooManyIsNoDamage) {
-    const StepFile file = fileOf(stepFile("#7=IFCX();;\n;;#8=IFCX();\n"));
+    const step::File file = fileOf(stepFile("#7=IFCX();;\n;;#8=IFCX();\n"));
     EXPECT_TRUE(file.problems().empty());
     EXPECT_EQ(file.instances().size(), 2u);
 }
 
 TEST(StepFile, DamageWithoutANumberIsToldWithNone) {
-    const StepFile file = fileOf(stepFile("#x=IFCWALL($);\n#5 IFCWALL($);\n#6=IFCWALL;\n"));
+    const step::File file = fileOf(stepFile("#x=IFCWALL($);\n#5 IFCWALL($);\n#6=IFCWALL;\n"));
     ASSERT_EQ(file.problems().size(), 3u);
     EXPECT_EQ(file.problems()[0].instance, 0u);
     EXPECT_EQ(file.problems()[1].instance, 0u);
@@ -119,8 +120,8 @@ TEST(StepFile, DamageWithoutANumberIsToldWithNone) {
 TEST(StepFile, ATextThatIsNotClosedSpoilsOnlyItsInstance) {
     for (const char* damage : {"#1=IFCWALL('1234,$,'a wall',$);", "#1=IFCWALL('1234,$,$,(1.,2.));", "#1=IFCWALL(\"0F,$);",
                                "#1=IFCWALL($)';", "#1 IFCWALL('1234);"}) {
-        const StepFile file = fileOf(stepFile("#7=IFCX();\n" + std::string(damage) +
-                                              "\n #8 =IFCSLAB('a','b');\n#9=IFCSLAB('a','b');\n#10=IFCSLAB('c','d');\n"));
+        const step::File file = fileOf(stepFile("#7=IFCX();\n" + std::string(damage) +
+                                                "\n #8 =IFCSLAB('a','b');\n#9=IFCSLAB('a','b');\n#10=IFCSLAB('c','d');\n"));
         ASSERT_EQ(file.problems().size(), 1u) << damage;
         EXPECT_EQ(file.problems()[0].line, 9u) << damage;
         for (const std::uint64_t number : {7u, 8u, 9u, 10u})
@@ -129,8 +130,8 @@ TEST(StepFile, ATextThatIsNotClosedSpoilsOnlyItsInstance) {
 }
 
 TEST(StepFile, TextsAndCommentsMayRunOverLineEnds) {
-    const StepFile file = fileOf(stepFile("#1=IFCX('a\n# 2','b\n#3',/*\n#4=IFCX($);\n*/$);\n/*\n#5=IFCX($);*/#6/*\n"
-                                          "#7=*/=IFCX('a');\n"));
+    const step::File file = fileOf(stepFile("#1=IFCX('a\n# 2','b\n#3',/*\n#4=IFCX($);\n*/$);\n/*\n#5=IFCX($);*/#6/*\n"
+                                            "#7=*/=IFCX('a');\n"));
     EXPECT_TRUE(file.problems().empty());
     ASSERT_EQ(file.instances().size(), 2u);
     EXPECT_EQ(file.instances()[1].number, 6u);
@@ -138,16 +139,16 @@ TEST(StepFile, TextsAndCommentsMayRunOverLineEnds) {
 }
 
 TEST(StepFile, NamesOfSectionsAreReadInAnyCase) {
-    const StepFile file = fileOf("iso-10303-21;Header;file_schema(('IFC4'));EndSec;\nanchor;endsec;data;#1=IFCWALL($);"
-                                 "endsec;end-iso-10303-21;");
-    EXPECT_EQ(file.instancesOf({Entity::Product}).size(), 1u);
+    const step::File file = fileOf("iso-10303-21;Header;file_schema(('IFC4'));EndSec;\nanchor;endsec;data;#1=IFCWALL($);"
+                                   "endsec;end-iso-10303-21;");
+    EXPECT_EQ(instancesOf(file, {Entity::Product}).size(), 1u);
     EXPECT_TRUE(file.problems().empty());
 }
 
 TEST(StepFile, OfANumberGivenTwiceTheFirstCounts) {
-    const StepFile file = fileOf(stepFile("#5=IFCWALL($);\n#6=IFCX();\n#5=IFCSLAB($);\n#5=IFCBEAM($);\n"));
+    const step::File file = fileOf(stepFile("#5=IFCWALL($);\n#6=IFCX();\n#5=IFCSLAB($);\n#5=IFCBEAM($);\n"));
     EXPECT_EQ(file.nameOf(*file.find(5)), "IFCWALL");
-    EXPECT_EQ(file.instancesOf({Entity::Product}).size(), 1u);
+    EXPECT_EQ(instancesOf(file, {Entity::Product}).size(), 1u);
     ASSERT_EQ(file.problems().size(), 2u);
     EXPECT_EQ(file.problems()[0].line, 10u);
     EXPECT_EQ(file.problems()[0].instance, 5u);
@@ -247,7 +248,7 @@ TEST(ReadIfcModel, AMissingFileAFolderAndAnEmptyFileAreRefusedByName) {
     const auto refusal = [&](const Velmor::WideString& path) -> std::string {
         try {
             readIfcModel(path, taken);
-        } catch (const ModelError& error) {
+        } catch (const step::FileError& error) {
             return error.what();
         }
         return "";
@@ -263,4 +264,4 @@ TEST(ReadIfcModel, AMissingFileAFolderAndAnEmptyFileAreRefusedByName) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
-namespace importer {
+namespace velmor_tests {
+
+using namespace importer::step;
 namespace {
 
 std::vector<Value> valuesOf(std::string_view list) {
@@ -127,4 +129,4 @@ TEST(StepLexer, DeeplyNestedListsAreNoRecursion) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

@@ -4,7 +4,9 @@
 
 #include <string>
 
-namespace importer {
+namespace velmor_tests {
+
+using namespace importer::step;
 namespace {
 
 using Velmor::WideString;
@@ -74,4 +76,4 @@ TEST(StepText, BytesAboveAsciiAreUtf8OrLatin1) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

@@ -7,10 +7,10 @@
 #include <random>
 #include <string>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 /// A template: what the file calls the set, what the library does, and all properties in the order of the template; those
 /// that it always writes have a +.
@@ -277,4 +277,4 @@ TEST(CommonSets, NothingIsLostWhateverASetHolds) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

@@ -2,10 +2,10 @@
 
 #include <string>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 /// What a value, as the file has it, becomes.
 std::string valueOf(const std::string& value) {
@@ -340,4 +340,4 @@ TEST(Properties, EverySetArrivesOnceInTheOrderOfTheFile) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

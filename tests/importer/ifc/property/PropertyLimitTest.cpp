@@ -5,10 +5,10 @@
 #include <chrono>
 #include <string>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 /// Counts what it gets, and keeps none of it.
 class Counting : public Taken {
@@ -22,7 +22,7 @@ public:
 };
 
 Counting readWithin(const Limits& limits, const std::string& data) {
-    const StepFile file = fileOf(stepFile(inMetres + data));
+    const step::File file = fileOf(stepFile(inMetres + data));
     Counting taken;
     readProducts(file, limits, taken);
     return taken;
@@ -235,4 +235,4 @@ TEST(PropertyLimits, ListsOfDamagedReferencesAreReadOnce) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

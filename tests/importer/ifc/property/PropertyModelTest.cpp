@@ -15,10 +15,11 @@
 #include <string>
 #include <vector>
 
-namespace importer {
+namespace velmor_tests {
+
+using namespace importer::ifc;
 namespace {
 
-using namespace importer::testing;
 namespace fs = std::filesystem;
 
 /// An instance as its line has it: its name and the texts of its arguments. Independent of the reader.
@@ -316,4 +317,4 @@ TEST(ModelProperties, AKnownGeoreferenceArrives) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

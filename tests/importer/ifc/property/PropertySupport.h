@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
-namespace importer::testing {
+namespace velmor_tests {
+
+using namespace importer::ifc;
 
 inline std::string utf8(const Velmor::WideString& text) {
     return Velmor::StringOperations::ConvertToUTF8(text);
@@ -91,4 +93,4 @@ inline Velmor::IFC2X3_PSet_Custom_s onlySet(const Taken& taken) {
     return taken.sets.empty() ? Velmor::IFC2X3_PSet_Custom_s{} : taken.sets.front();
 }
 
-} // namespace importer::testing
+} // namespace velmor_tests

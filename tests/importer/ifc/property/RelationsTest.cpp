@@ -2,10 +2,10 @@
 
 #include <string>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 /// #100 to #104: empty sets of these names, in the order of the file.
 std::string setsNamed(std::initializer_list<const char*> setNames) {
@@ -151,4 +151,4 @@ TEST(PropertyRelations, ADamagedTypeHarmsNoOtherRelation) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

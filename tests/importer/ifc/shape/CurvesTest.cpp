@@ -3,16 +3,16 @@
 #include <cmath>
 #include <string>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 /// The vertices of the curve #20.
 std::vector<double> curve(const std::string& data) {
     const Product product = beam(data);
     EXPECT_EQ(product.shape, Shape::Points);
-    return product.vertexes;
+    return product.vertices;
 }
 
 void expectEnds(const std::vector<double>& points, double x0, double y0, double x1, double y1) {
@@ -151,4 +151,4 @@ TEST(Curves, WhatIsNoCurveIsTold) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

@@ -5,10 +5,10 @@
 #include <utility>
 #include <vector>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 std::string number(int n) {
     return "#" + std::to_string(n);
@@ -47,7 +47,7 @@ std::string shell(int first, const std::vector<std::vector<int>>& faces, double 
 TEST(Faces, AFacettedCubeIsASolid) {
     const Product cube = beam("#20=IFCFACETEDBREP(#30);\n" + shell(30, cubeFaces, 1, 3));
     expectSolid(cube, 8.0, 2, 2, 2);
-    EXPECT_EQ(cube.vertexes.size(), 8u * 3u) << "corners that faces share are one vertex";
+    EXPECT_EQ(cube.vertices.size(), 8u * 3u) << "corners that faces share are one vertex";
 }
 
 TEST(Faces, ABodyInsideOutIsTakenAsMeant) {
@@ -72,7 +72,7 @@ TEST(Faces, AMissingATurnedAndADoubledFaceMakeNoSolid) {
         const Product product = beam("#20=IFCFACETEDBREP(#30);\n" + shell(30, faces, 1, 3));
         EXPECT_EQ(product.shape, Shape::Points);
         EXPECT_EQ(product.volume, 0.0);
-        EXPECT_EQ(product.vertexes.size(), 8u * 3u);
+        EXPECT_EQ(product.vertices.size(), 8u * 3u);
         expectBox(product, 1, 1, 1, 3, 3, 3);
     }
 }
@@ -150,7 +150,7 @@ TEST(Faces, SurfaceModelsAreSolidsWhenTheirEdgesSaySo) {
                 2.0, 1.5, 1.5, 1.5);
     const Product open = beam("#20=IFCSHELLBASEDSURFACEMODEL((#30));\n" + shell(30, {cubeFaces[0]}, 0, 2, "IFCOPENSHELL"));
     EXPECT_EQ(open.shape, Shape::Points);
-    EXPECT_EQ(open.vertexes.size(), 4u * 3u);
+    EXPECT_EQ(open.vertices.size(), 4u * 3u);
 }
 
 const std::string cubeList = "#30=IFCCARTESIANPOINTLIST3D(((0.,0.,0.),(1.,0.,0.),(0.,1.,0.),(1.,1.,0.),"
@@ -163,7 +163,7 @@ TEST(Faces, TriangulatedFaceSetsOfAllSchemas) {
     for (const std::string arguments : {"$,.T.,", "((0.,0.,1.)),$,", ".T.,$,", "$,$,"}) {
         const Product cube = beam("#20=IFCTRIANGULATEDFACESET(#30," + arguments + cubeTriangles + ",$);\n" + cubeList);
         expectSolid(cube, 1.0, 0.5, 0.5, 0.5);
-        EXPECT_EQ(cube.vertexes.size(), 8u * 3u) << "a point that no triangle uses is no vertex";
+        EXPECT_EQ(cube.vertices.size(), 8u * 3u) << "a point that no triangle uses is no vertex";
     }
     expectSolid(beam("#20=IFCTRIANGULATEDFACESET(#30,$,.T.," + cubeTriangles + ",((1,1,1)));\n" + cubeList), 1.0, 0.5, 0.5,
                 0.5);
@@ -193,7 +193,7 @@ TEST(Faces, PolygonalFaceSetsWithAndWithoutVoids) {
         beam("#20=IFCPOLYGONALFACESET(#30,.T.,(#31),$);\n#31=IFCINDEXEDPOLYGONALFACEWITHVOIDS((1,2,4,3),((5,6,8,7)));\n" +
              cubeList);
     EXPECT_EQ(holed.shape, Shape::Points);
-    EXPECT_EQ(holed.vertexes.size(), 8u * 3u);
+    EXPECT_EQ(holed.vertices.size(), 8u * 3u);
 }
 
 TEST(Faces, EdgeLoopsGiveTheirVertices) {
@@ -207,7 +207,7 @@ TEST(Faces, EdgeLoopsGiveTheirVertices) {
         "#44=IFCCARTESIANPOINT((-1.,0.,0.));\n";
     const Product product = beam(disk);
     EXPECT_EQ(product.shape, Shape::Points);
-    EXPECT_EQ(product.vertexes.size(), 64u * 3u);
+    EXPECT_EQ(product.vertices.size(), 64u * 3u);
     expectBox(product, -1, -1, 0, 1, 1, 0);
 }
 
@@ -240,7 +240,7 @@ TEST(Faces, ABrepOfPlanesAndStraightEdgesIsASolidAndACurvedOneIsNot) {
                     "));\n";
         }
         const Product product = beam(text);
-        EXPECT_EQ(product.vertexes.size(), 4u * 3u);
+        EXPECT_EQ(product.vertices.size(), 4u * 3u);
         if (plane)
             expectSolid(product, 1.0 / 6.0, 0.25, 0.25, 0.25);
         else
@@ -281,4 +281,4 @@ TEST(Faces, WhatIsNoFaceIsTold) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

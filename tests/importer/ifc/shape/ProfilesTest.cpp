@@ -3,10 +3,10 @@
 #include <string>
 #include <utility>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 /// The profile #30, extruded by 1 along z: its area is the volume, its centre the centroid.
 std::string extruded(const std::string& data) {
@@ -42,7 +42,7 @@ TEST(Profiles, CirclesAndEllipsesArePolygonsOf64Corners) {
     expectProfile("#30=IFCCIRCLEPROFILEDEF(.AREA.,$,$,2.);", 4.0 * p, 0, 0, 4, 4);
     expectProfile("#30=IFCCIRCLEHOLLOWPROFILEDEF(.AREA.,$,$,2.,0.5);", (4.0 - 2.25) * p, 0, 0, 4, 4);
     expectProfile("#30=IFCELLIPSEPROFILEDEF(.AREA.,$,$,3.,1.);", 3.0 * p, 0, 0, 6, 2);
-    EXPECT_EQ(profile("#30=IFCCIRCLEPROFILEDEF(.AREA.,$,$,2.);").vertexes.size(), 2u * 64u * 3u);
+    EXPECT_EQ(profile("#30=IFCCIRCLEPROFILEDEF(.AREA.,$,$,2.);").vertices.size(), 2u * 64u * 3u);
 }
 
 TEST(Profiles, IShapes) {
@@ -107,9 +107,9 @@ TEST(Profiles, ZShapesHaveTheUpperFlangeToTheLeft) {
     const Product z = profile("#30=IFCZSHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,1.,$,$);");
     bool upperLeft = false;
     bool upperRight = false;
-    for (std::size_t i = 0; i < z.vertexes.size(); i += 3) {
-        upperLeft |= z.vertexes[i] == -3.5 && z.vertexes[i + 1] == 3.0;
-        upperRight |= z.vertexes[i] == 3.5 && z.vertexes[i + 1] == 3.0;
+    for (std::size_t i = 0; i < z.vertices.size(); i += 3) {
+        upperLeft |= z.vertices[i] == -3.5 && z.vertices[i + 1] == 3.0;
+        upperRight |= z.vertices[i] == 3.5 && z.vertices[i + 1] == 3.0;
     }
     EXPECT_TRUE(upperLeft);
     EXPECT_FALSE(upperRight);
@@ -137,7 +137,7 @@ const std::string hole =
 TEST(Profiles, ArbitraryProfilesWithAndWithoutVoids) {
     const Product closed = profile("#30=IFCARBITRARYCLOSEDPROFILEDEF(.AREA.,$,#40);\n" + square);
     expectSolid(closed, 16.0, 2, 2, 0.5);
-    EXPECT_EQ(closed.vertexes.size(), 8u * 3u) << "the repeated corner is one";
+    EXPECT_EQ(closed.vertices.size(), 8u * 3u) << "the repeated corner is one";
     // A triangle of area 2 and centre (5/3, 5/3) is missing: (32 - 10/3) / 14.
     const Product hollow = profile("#30=IFCARBITRARYPROFILEDEFWITHVOIDS(.AREA.,$,#40,(#50));\n" + square + hole);
     expectSolid(hollow, 14.0, (32.0 - 10.0 / 3.0) / 14.0, (32.0 - 10.0 / 3.0) / 14.0, 0.5);
@@ -236,4 +236,4 @@ TEST(Profiles, LinesWithoutAnAreaAreTold) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

@@ -2,10 +2,10 @@
 
 #include <string>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 const std::string block = "#30=IFCBLOCK(#9,1.,2.,3.);\n";
 const std::string map = "#40=IFCREPRESENTATIONMAP(#9,#41);\n#41=IFCSHAPEREPRESENTATION($,'Body','any',(#30));\n";
@@ -45,7 +45,7 @@ TEST(MappedItems, TwoDimensionalOperatorsMovePlans) {
              "#51=IFCCARTESIANPOINT((10.,0.));\n#30=IFCPOLYLINE((#31,#32));\n#31=IFCCARTESIANPOINT((1.,0.));\n"
              "#32=IFCCARTESIANPOINT((1.,1.));\n" +
              map);
-    EXPECT_EQ(plan.vertexes, (std::vector<double>{10, 2, 0, 8, 2, 0}));
+    EXPECT_EQ(plan.vertices, (std::vector<double>{10, 2, 0, 8, 2, 0}));
 }
 
 TEST(MappedItems, TheMapHasAnOriginOfItsOwn) {
@@ -213,4 +213,4 @@ TEST(Representations, WhatIsNoRepresentationIsTold) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests

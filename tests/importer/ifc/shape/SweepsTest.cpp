@@ -3,10 +3,10 @@
 #include <cmath>
 #include <string>
 
-namespace importer {
-namespace {
+namespace velmor_tests {
 
-using namespace importer::testing;
+using namespace importer::ifc;
+namespace {
 
 constexpr double p = polygonOfUnitCircle;
 
@@ -136,4 +136,4 @@ TEST(Sweeps, WhatCannotBeSweptIsTold) {
 }
 
 } // namespace
-} // namespace importer
+} // namespace velmor_tests
