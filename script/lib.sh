@@ -1,8 +1,8 @@
-# Shared by the scripts of this folder; sourced, not run.
+# Functions shared by the scripts in this folder. Sourced, not run.
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-# need_packages PACKAGE...: installs what is missing of these Debian packages, as root or through sudo; where neither is
-# possible it prints the line to run and ends. Says nothing when all is there.
+# need_packages PACKAGE...: installs the Debian packages that are missing, as root or through sudo. Without either it prints the
+# command to run and exits. Prints nothing when no package is missing.
 need_packages() {
     local missing=() package
     for package in "$@"; do
@@ -29,8 +29,28 @@ need_packages() {
     rm -f "$log"
 }
 
-# build PRESET [CMAKE-OPTION...] [-- TARGET...]: configures a preset when it is not yet, and builds it. Prints only what went
-# wrong, and a line while there is something to do.
+# show_progress LABEL: reads the output of ninja and shows how far it is: on a terminal in one line that is overwritten, elsewhere
+# in one line for each tenth of the work.
+show_progress() {
+    local terminal=0
+    [[ ! -t 1 ]] || terminal=1
+    awk -v label="$1" -v terminal="$terminal" '
+        match($0, /^\[[0-9]+\/[0-9]+\]/) {
+            split(substr($0, 2, RLENGTH - 2), step, "/")
+            if (terminal) {
+                printf "\r%s: %d of %d", label, step[1], step[2]
+            } else if (int(10 * step[1] / step[2]) > tenths) {
+                tenths = int(10 * step[1] / step[2])
+                printf "%s: %d of %d\n", label, step[1], step[2]
+            }
+            shown = 1
+            fflush()
+        }
+        END { if (terminal && shown) printf "\n" }'
+}
+
+# build PRESET [CMAKE-OPTION...] [-- TARGET...]: configures a preset if necessary, and builds it. Shows the progress; of the
+# output of the tools it prints only that of a step that failed.
 build() {
     local preset=$1 options=() log
     shift
@@ -41,11 +61,12 @@ build() {
     (($#)) && shift
     mkdir -p "$root/build"
     log=$root/build/$preset.log
-    # The name of the folder may have changed since (a moved checkout): CMake refuses, so begin anew.
+    # CMake refuses a build folder of a checkout that was moved: start again.
     if [[ -e $root/build/$preset/CMakeCache.txt ]] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$root/build/$preset/CMakeCache.txt"; then
         rm -rf "$root/build/$preset"
     fi
     if [[ ! -e $root/build/$preset/build.ninja || $root/CMakePresets.json -nt $root/build/$preset/CMakeCache.txt ]]; then
+        echo "Configuring $preset"
         if ! (cd "$root" && cmake --preset "$preset" "${options[@]}") >"$log" 2>&1; then
             cat "$log" >&2
             echo "Configuring $preset failed." >&2
@@ -53,8 +74,7 @@ build() {
         fi
     fi
     if [[ $(ninja -C "$root/build/$preset" -n "$@" 2>/dev/null) != *"no work to do"* ]]; then
-        echo "Building $preset ..."
-        if ! ninja -C "$root/build/$preset" "$@" >"$log" 2>&1; then
+        if ! ninja -C "$root/build/$preset" "$@" 2>&1 | tee "$log" | show_progress "Building $preset"; then
             grep -vE '^\[[0-9]+/[0-9]+\]' "$log" >&2
             echo "Building $preset failed." >&2
             exit 1
