@@ -1,3 +1,9 @@
+// The comparison of two imports:
+//   1. all objects of both imports are registered in one identity database, which gives each a runtime id;
+//   2. objects of equal id are paired, the best match first (see compare);
+//   3. each pair is compared; what has no partner is new or gone.
+// Time: O(n log n) for n objects with distinct identities; O(n * maxCopiesSearched) for copies in the same place.
+
 #include "importer/host/Comparison.h"
 
 #include "importer/host/PropertyComparison.h"
@@ -15,7 +21,7 @@ namespace {
 
 using Velmor::ExternalGUID;
 
-constexpr double placeTolerance = 0.001; // metres, as that of the versions' centroids
+constexpr double positionTolerance = 0.001; // metres, as in the comparison of versions
 constexpr std::size_t none = static_cast<std::size_t>(-1);
 
 const ExternalGUID& identityOf(const ObjectRecord& object, bool byGeometry) {
@@ -23,13 +29,13 @@ const ExternalGUID& identityOf(const ObjectRecord& object, bool byGeometry) {
     return keyed ? object.globalId : object.spatialHash;
 }
 
-// The runtime ids of all objects. They are registered in a shuffled order: along a row of equal objects, as files list them,
-// the database's spatial tree would become one long branch.
+// The runtime ids of all objects. They are registered in a random order: a row of equal objects in the order of the file
+// would make the spatial tree of the database degenerate into a list.
 std::vector<std::uint32_t> runtimeIds(Velmor::ExternalGUIDDatabase& database, const std::vector<ObjectRecord>& objects,
                                       bool byGeometry) {
     std::vector<std::size_t> order(objects.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
-    std::mt19937_64 random(1); // always the same order
+    std::mt19937_64 random(1); // fixed seed: always the same order
     for (std::size_t i = order.size(); i > 1; --i)
         std::swap(order[i - 1], order[random() % i]);
     std::vector<std::uint32_t> ids(objects.size());
@@ -38,9 +44,9 @@ std::vector<std::uint32_t> runtimeIds(Velmor::ExternalGUIDDatabase& database, co
     return ids;
 }
 
-// Objects of the previous import that still wait for their counterpart, by a key that both must share.
+// Unpaired objects of the previous import, by a key that both objects of a pair share.
 template <typename Key, typename Hash>
-using Waiting = std::unordered_map<Key, std::deque<std::size_t>, Hash>;
+using Unpaired = std::unordered_map<Key, std::deque<std::size_t>, Hash>;
 
 struct IdAndClass {
     std::uint32_t id;
@@ -53,14 +59,14 @@ struct IdAndClassHash {
     std::size_t operator()(const IdAndClass& key) const { return std::hash<std::string>()(key.className) * 31 + key.id; }
 };
 
-// For each object of this import its counterpart in the previous one, or `none`.
+// For each object of this import its partner in the previous import, or `none`.
 std::vector<std::size_t> pair(const std::vector<ObjectRecord>& before, const std::vector<std::uint32_t>& idsBefore,
                               const std::vector<ObjectRecord>& now, const std::vector<std::uint32_t>& idsNow,
                               PropertyComparison& properties) {
     std::vector<std::size_t> partner(now.size(), none);
     std::vector<bool> taken(before.size());
 
-    Waiting<IdAndClass, IdAndClassHash> sameClass;
+    Unpaired<IdAndClass, IdAndClassHash> sameClass;
     for (std::size_t i = 0; i < before.size(); ++i)
         sameClass[{idsBefore[i], before[i].className}].push_back(i);
     const auto sameVersion = [&](std::size_t b, std::size_t i) { return before[b].version == now[i].version; };
@@ -73,7 +79,8 @@ std::vector<std::size_t> pair(const std::vector<ObjectRecord>& before, const std
             if (idsNow[i] == Velmor::NoRuntimeID || partner[i] != none || found == sameClass.end())
                 continue;
             auto& candidates = found->second;
-            const auto last = candidates.begin() + static_cast<std::ptrdiff_t>(std::min(candidates.size(), copiesSearched));
+            const auto last =
+                candidates.begin() + static_cast<std::ptrdiff_t>(std::min(candidates.size(), maxCopiesSearched));
             const auto candidate = std::find_if(candidates.begin(), last, [&](std::size_t b) { return fit(b, i); });
             if (candidate != last) {
                 partner[i] = *candidate;
@@ -83,7 +90,7 @@ std::vector<std::size_t> pair(const std::vector<ObjectRecord>& before, const std
         }
     }
 
-    Waiting<std::uint32_t, std::hash<std::uint32_t>> anyClass;
+    Unpaired<std::uint32_t, std::hash<std::uint32_t>> anyClass;
     for (std::size_t i = 0; i < before.size(); ++i)
         if (!taken[i])
             anyClass[idsBefore[i]].push_back(i);
@@ -97,10 +104,11 @@ std::vector<std::size_t> pair(const std::vector<ObjectRecord>& before, const std
     return partner;
 }
 
-bool isElsewhere(const ObjectRecord& a, const ObjectRecord& b) {
-    const double* const centreA = a.spatialHash.getSpatialHash();
-    const double* const centreB = b.spatialHash.getSpatialHash();
-    return !std::equal(centreA, centreA + 3, centreB, [](double x, double y) { return std::abs(x - y) <= placeTolerance; });
+bool hasMoved(const ObjectRecord& a, const ObjectRecord& b) {
+    const double* const centerA = a.spatialHash.getSpatialHash();
+    const double* const centerB = b.spatialHash.getSpatialHash();
+    return !std::equal(centerA, centerA + 3, centerB,
+                       [](double x, double y) { return std::abs(x - y) <= positionTolerance; });
 }
 
 } // namespace
@@ -119,7 +127,7 @@ Comparison compare(const Model& modelBefore, const Model& modelNow, bool identif
         change(result.classes[className]);
         change(result.total);
     };
-    std::vector<bool> stillThere(before.size());
+    std::vector<bool> hasPartner(before.size());
     for (std::size_t i = 0; i < now.size(); ++i) {
         const auto& object = now[i];
         if (idsNow[i] == Velmor::NoRuntimeID) {
@@ -133,15 +141,15 @@ Comparison compare(const Model& modelBefore, const Model& modelNow, bool identif
             result.changes.push_back({Change::Added, i, none});
             continue;
         }
-        stillThere[b] = true;
+        hasPartner[b] = true;
         const auto& old = before[b];
         Change change{Change::Modified, i, b};
-        change.otherVersion = object.version != old.version;
-        change.otherProperties = !properties.isEqual(old, object);
-        if (change.otherVersion || change.otherProperties) {
-            if (change.otherVersion) {
+        change.versionDiffers = object.version != old.version;
+        change.propertiesDiffer = !properties.isEqual(old, object);
+        if (change.versionDiffers || change.propertiesDiffer) {
+            if (change.versionDiffers) {
                 const double graded = object.version.similarity(old.version);
-                change.similarity = std::isnan(graded) ? 0.0 : graded; // numbers too large to be divided by one another
+                change.similarity = std::isnan(graded) ? 0.0 : graded; // NaN: the numbers are too large for a ratio
             }
             count(object.className, [&change](ClassCounts& counts) {
                 ++counts.modified;
@@ -151,7 +159,7 @@ Comparison compare(const Model& modelBefore, const Model& modelNow, bool identif
         } else {
             count(object.className, [](ClassCounts& counts) { ++counts.unchanged; });
         }
-        if (!change.otherVersion && isElsewhere(object, old))
+        if (!change.versionDiffers && hasMoved(object, old))
             result.changes.push_back({Change::Moved, i, b});
         if (object.className != old.className)
             result.changes.push_back({Change::Reclassified, i, b});
@@ -159,7 +167,7 @@ Comparison compare(const Model& modelBefore, const Model& modelNow, bool identif
             result.changes.push_back({Change::Renamed, i, b});
     }
     for (std::size_t b = 0; b < before.size(); ++b) {
-        if (!stillThere[b] && idsBefore[b] != Velmor::NoRuntimeID) {
+        if (!hasPartner[b] && idsBefore[b] != Velmor::NoRuntimeID) {
             count(before[b].className, [](ClassCounts& counts) { ++counts.gone; });
             result.changes.push_back({Change::Gone, b, b});
         }

@@ -1,7 +1,5 @@
 #pragma once
 
-// What has changed between two imports of a model.
-
 #include "importer/host/Model.h"
 
 #include <cstdint>
@@ -11,52 +9,51 @@
 
 namespace importer::host {
 
-/// The numbers of one IFC class, or of all.
+/// Counts for one IFC class, or for all classes.
 struct ClassCounts {
-    std::uint64_t objects = 0;     ///< Of this import: new, unchanged and modified ones.
-    std::uint64_t added = 0;       ///< Not there at the previous import.
-    std::uint64_t unchanged = 0;   ///< Versions equal within their tolerances, and properties equal.
-    std::uint64_t modified = 0;    ///< Versions or properties not equal.
-    double lowestSimilarity = 1.0; ///< Among the modified ones, by their versions: 1 when only properties differ.
-    std::uint64_t gone = 0;        ///< Of the previous import, counted under the class they had.
+    std::uint64_t objects = 0;     ///< New, unchanged and modified objects of this import.
+    std::uint64_t added = 0;       ///< Not in the previous import.
+    std::uint64_t unchanged = 0;   ///< Same version (within its tolerances) and same properties.
+    std::uint64_t modified = 0;    ///< Different version or different properties.
+    double lowestSimilarity = 1.0; ///< Of the versions of modified objects; 1 when only properties differ.
+    std::uint64_t gone = 0;        ///< Only in the previous import; counted under the class of that import.
 };
 
-/// One change of one object, for the list.
+/// One change of one object. An object can have several, such as Modified and Renamed.
 struct Change {
-    /// What happened; an object may be renamed, moved or of another class beside being modified.
     enum Kind { Modified, Added, Gone, Renamed, Reclassified, Moved };
 
     Kind kind = Modified;
-    std::size_t object = 0;       ///< Index into this import's objects; for `Gone` into the previous import's.
-    std::size_t before = 0;       ///< Index into the previous import's objects, but for `Added`.
-    double similarity = 1.0;      ///< Of the versions of a modified object.
-    bool otherVersion = false;    ///< Whether the version of a modified object differs.
-    bool otherProperties = false; ///< Whether the properties of a modified object differ.
+    std::size_t object = 0;        ///< Index into the objects of this import; of the previous import if kind is `Gone`.
+    std::size_t before = 0;        ///< Index into the objects of the previous import; undefined if kind is `Added`.
+    double similarity = 1.0;       ///< Of the versions of a modified object.
+    bool versionDiffers = false;   ///< For `Modified`.
+    bool propertiesDiffer = false; ///< For `Modified`.
 };
 
 /// The comparison of an import with the previous one.
 struct Comparison {
     std::map<std::string, ClassCounts> classes; ///< By class name.
     ClassCounts total;                          ///< Over all classes.
-    std::vector<Change> changes;                ///< In the order of this import's objects, then the gone ones.
-    std::vector<std::size_t> unidentified;      ///< This import's objects without an identity, which nothing above counts.
+    std::vector<Change> changes;           ///< In the order of the objects of this import, followed by the gone objects.
+    std::vector<std::size_t> unidentified; ///< Objects of this import without an identity; not counted above.
 };
 
-/// How many of the copies in one place are searched for an equal one, for each object; all of them would take quadratic
-/// time.
-inline constexpr std::size_t copiesSearched = 64;
+/// Number of copies in the same place that are searched for an equal one, for each object. A search through all of them
+/// would take quadratic time.
+inline constexpr std::size_t maxCopiesSearched = 64;
 
 /// Compares two imports.
 ///
-/// Objects are the same when the identity database gives them the same runtime id: by GlobalId, or by spatial hash for those
-/// that have none and for all when GlobalIds are to be ignored. Where several share an id (copies in one place), they are
-/// paired within their class first, equal ones before those of equal versions before others, and in the order of the files.
-/// Only the first `copiesSearched` that are still without a counterpart are searched for an equal one: of more different
-/// copies in one place, some may be told as modified although their equal is there.
+/// Two objects are the same when the identity database gives them the same runtime id: by GlobalId, or by spatial hash if
+/// they have no GlobalId or GlobalIds are ignored. Objects that share an id (copies in the same place) are paired in this
+/// order: same class with equal version and properties, same class with equal version, same class, any class; within each
+/// step in the order of the files. Only the first `maxCopiesSearched` unpaired copies are searched, so with more than that
+/// an object may be reported as modified although an equal copy exists.
 ///
-/// A version of type `Geometry` or `BoundingBox` does not know where its object is. An object that has only gone elsewhere
-/// is thus unchanged, and told as `Moved` by the centre of its spatial hash. What counts of the properties is told in
-/// PropertyComparison.h.
+/// A version of type `Geometry` or `BoundingBox` does not contain a position. An object with such a version that was only
+/// moved is unchanged, and reported as `Moved` if the center of its spatial hash differs. PropertyComparison.h defines which
+/// properties are equal.
 Comparison compare(const Model& before, const Model& now, bool identifyByGeometry);
 
 } // namespace importer::host

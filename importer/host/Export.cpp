@@ -1,6 +1,7 @@
 #include "importer/host/Export.h"
 
 #include "importer/exchange/Text.h"
+#include "importer/host/Interruption.h"
 
 #include <algorithm>
 #include <charconv>
@@ -20,7 +21,7 @@ constexpr std::size_t blockSize = 1048576; // one request to the system
 
 template <typename Number>
 void appendNumber(std::string& out, Number number) {
-    char text[32]; // of a double the shortest text that reads back as it
+    char text[32]; // to_chars writes the shortest text that parses back to the same double
     out += ' ';
     out.append(text, std::to_chars(std::begin(text), std::end(text), number).ptr);
 }
@@ -41,7 +42,7 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
-// A success of the stream may have written less than asked for; the size of the file brings that to light.
+// A write may be shorter than requested without an error, so the size of the file is checked.
 bool writeBlocks(const fs::path& file, std::string_view content) {
     {
         const std::unique_ptr<FileStream> stream(FileStream::createFileForWriting(wide(file)));
@@ -88,13 +89,13 @@ std::string ModelPrefixes::next(const fs::path& model) {
     part = part.empty() ? "model" : part;
     std::replace(part.begin(), part.end(), '_', '-');
     auto unique = part;
-    for (std::uint64_t use = 2; !given_.insert(lowerCase(unique)).second; ++use)
+    for (std::uint64_t use = 2; !used_.insert(lowerCase(unique)).second; ++use)
         unique = part + '-' + std::to_string(use);
     return unique + '_';
 }
 
 std::string objFile(const Mesh& mesh, std::string_view comment) {
-    // A backslash at its end would take the next line into the comment.
+    // The # at the end: a backslash there would continue the comment on the next line.
     std::string out = "# " + printable(comment) + " #\n";
     for (std::size_t i = 0; i < mesh.vertices.size(); i += 3) {
         out += 'v';
@@ -109,19 +110,19 @@ std::string objFile(const Mesh& mesh, std::string_view comment) {
     return out;
 }
 
-// Whoever may write to the folder at the same time can put something there between the removal and the writing, which then
-// is written through; the library's streams cannot be told to make a new file or none.
+// Another process with write permission in the folder could create a link between the removal and the creation of the file;
+// FileStream has no mode that creates a new file only.
 void writeExported(const fs::path& file, std::string_view content) {
     std::error_code error;
     if (fs::is_directory(fs::symlink_status(file, error)))
-        throw ImportError("cannot export to " + utf8(file) + ": there is a folder of that name");
-    // The link itself goes, not what it leads to.
+        throw ImportError("cannot export to " + utf8(file) + ": a folder of that name exists");
+    // Removes a link itself, not its target.
     fs::remove(file, error);
     if (error)
-        throw ImportError("cannot export to " + utf8(file) + ": what is there cannot be removed: " + error.message());
+        throw ImportError("cannot export to " + utf8(file) + ": the existing file cannot be removed: " + error.message());
     if (!writeBlocks(file, content)) {
         fs::remove(file, error);
-        throw ImportError("cannot export to " + utf8(file) + "; is the disk full, or the folder protected?");
+        throw ImportError("cannot export to " + utf8(file) + "; check that the disk is not full and the folder is writable");
     }
 }
 
@@ -134,7 +135,7 @@ std::string Exporter::write(const fs::path& model, const ImportResult& result) {
     fs::create_directories(folder, error);
     std::error_code ignored;
     if (!fs::is_directory(folder, ignored))
-        throw ImportError("cannot export to " + utf8(folder) + ": the folder cannot be made: " + error.message());
+        throw ImportError("cannot export to " + utf8(folder) + ": the folder cannot be created: " + error.message());
     FileNames objNames(prefix, ".obj");
     RecordReader solids(*result.solids.stream, "the solids stream");
     const auto& objects = result.model.objects;
@@ -148,7 +149,7 @@ std::string Exporter::write(const fs::path& model, const ImportResult& result) {
     readTextures(textures, result.textures.totals, [&](const TextureRecord& texture) {
         checkInterruption();
         const auto& png = texture.png.getData();
-        const auto name = std::string_view(texture.name).substr(0, texture.name.rfind('.')); // without its ending
+        const auto name = std::string_view(texture.name).substr(0, texture.name.rfind('.')); // without its extension
         writeExported(folder / pngNames.next(texture.instance, name), {png.data(), png.size()});
     });
     return "exported to " + utf8(folder) + ": solids " + std::to_string(solids.totals().records) + ", textures " +

@@ -1,11 +1,13 @@
-// import_host: imports IFC models through an importer that runs as a child process, and tells what has changed since the
-// previous import. Exit codes: 0 done, 1 an import failed, 2 the command line is not understood.
-
-#include "importer/host/ImportHost.h"
+// import_host: imports IFC models with an importer that runs as a child process, and reports what changed since the previous
+// import. Exit codes: 0 success, 1 an import failed, 2 invalid command line.
 
 #include "importer/exchange/Text.h"
 #include "importer/host/Comparison.h"
 #include "importer/host/Export.h"
+#include "importer/host/ImporterRun.h"
+#include "importer/host/Interruption.h"
+#include "importer/host/Options.h"
+#include "importer/host/Report.h"
 #include "importer/host/State.h"
 
 #include <cstdio>
@@ -18,73 +20,74 @@ using namespace importer::host;
 using namespace importer::exchange;
 namespace fs = std::filesystem;
 
-// The importer lies beside this program.
+// ifc_importer in the folder of this program.
 fs::path defaultImporter() {
 #if defined(_WIN32)
-    // The C runtime's name of the program, which is a whole path once wmain has been called.
+    // The path of this program; the C runtime sets it before wmain.
     return fs::path(_wpgmptr).replace_filename(L"ifc_importer.exe");
 #else
     return fs::read_symlink("/proc/self/exe").replace_filename("ifc_importer");
 #endif
 }
 
-// Writes to standard output, down to the system.
+// Writes and flushes standard output.
 void print(const std::string& text) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
-        throw ImportError("standard output cannot be written; is the disk full, or its reader gone?");
+        throw ImportError(
+            "cannot write to standard output; check that the disk is not full and the reading program is still running");
 }
 
-// Whether something is asked for that only an importer can tell.
-bool needsImporter(const Options& options) {
+// Whether the options require an import even if the model has not changed.
+bool requiresImport(const Options& options) {
     return !options.properties.empty() || options.georeference || options.exportFolder;
 }
 
 void importModel(const Options& options, const fs::path& model, Exporter& exporter) {
     const State state(options.state ? *options.state : fs::path("import-state") / model.filename());
     const bool first = !state.exists();
-    // Before anything else, so that a damaged state costs no import.
+    // Read first: a damaged state is reported before the import.
     const auto before = first ? StoredImport() : state.read();
 
     const auto origin = originOf(model, options.importer);
-    if (origin && origin == before.origin && !needsImporter(options)) {
+    if (origin && origin == before.origin && !requiresImport(options)) {
         checkInterruption();
         print(reportUnchanged(model));
         return;
     }
     const auto result = runImporter(options.importer, model);
-    // A file that was written to in the meantime may have been read as it was or as it is, or in parts.
+    // The digests are uncertain if a file was changed during the import.
     const auto known = originOf(model, options.importer) == origin ? origin : std::nullopt;
     const auto comparison = compare(before.model, result.model, options.identifyByGeometry);
     auto text = report(model, result, first ? nullptr : &before.model, comparison);
     for (const auto& globalId : options.properties)
-        text += propertiesOf(result.model, globalId);
+        text += reportProperties(result.model, globalId);
     if (options.georeference)
-        text += georeferenceOf(result);
+        text += reportGeoreference(result);
     text += exporter.write(model, result);
-    // What has changed is told only once: who has not been told gets it at the next import.
+    // Changes are reported once. If the report cannot be printed, the state stays, and the next import reports them.
     state.write(result.model, known, [&text] {
         checkInterruption();
         print(text);
     });
 }
 
-// A name for a message, whatever its units are.
+// A file name for messages; it may contain invalid UTF-16.
 std::string shownName(const Velmor::WideString& name) {
     return printable(Velmor::StringOperations::ConvertToUTF8(name));
 }
 
-// "model.ifc: ", for a message that does not name the model itself.
+// "model.ifc: ", unless the message contains the path of the model.
 std::string modelPrefix(const fs::path& model, const std::string& message) {
     std::error_code ignored;
-    const auto whole = utf8(fs::absolute(model, ignored)); // as the importer is told
-    return !whole.empty() && message.find(whole) != std::string::npos ? std::string() : utf8(model) + ": ";
+    const auto path = utf8(fs::absolute(model, ignored)); // as passed to the importer
+    return !path.empty() && message.find(path) != std::string::npos ? std::string() : utf8(model) + ": ";
 }
 
-void tellFailure(const fs::path* model, const std::exception& error) {
+void printError(const fs::path* model, const std::exception& error) {
     std::fprintf(stderr, "import_host: %s%s\n", model ? modelPrefix(*model, error.what()).c_str() : "", error.what());
 }
 
-// The name of a file as a path.
+// A file name as a path.
 fs::path pathOf(const Velmor::WideString& name) {
     try {
         return name;
@@ -93,11 +96,11 @@ fs::path pathOf(const Velmor::WideString& name) {
     }
 }
 
-// Imports all models of a folder; one that fails does not keep the others from it.
+// Imports all models of a folder. If one fails, the import continues with the next one.
 void importFolder(const Options& options, const fs::path& folder, Exporter& exporter) {
     const auto names = modelsIn(folder);
     if (names.empty())
-        throw ImportError("there is no model (*.ifc) in this folder, or it cannot be read");
+        throw ImportError("the folder contains no model (*.ifc) or cannot be read");
     std::vector<std::string> failed;
     for (const auto& name : names) {
         fs::path model = folder;
@@ -107,8 +110,8 @@ void importFolder(const Options& options, const fs::path& folder, Exporter& expo
         } catch (const std::exception& error) {
             checkInterruption();
             if (std::ferror(stdout) != 0)
-                throw; // no other model could be reported either
-            tellFailure(&model, error);
+                throw; // no report can be printed any more
+            printError(&model, error);
             failed.push_back(shownName(name));
         }
     }
@@ -143,7 +146,7 @@ int run(const std::vector<fs::path>& arguments) {
         }
         return 0;
     } catch (const std::exception& error) {
-        tellFailure(model, error);
+        printError(model, error);
         return 1;
     }
 }

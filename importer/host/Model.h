@@ -9,11 +9,10 @@ namespace importer::host {
 
 using namespace exchange;
 
-/// What the host keeps of one import until the next one.
+/// The objects and property sets of one import.
 struct Model {
-    std::vector<ObjectRecord> objects; ///< In the order of the file.
-    std::vector<std::string>
-        propertySets; ///< As they were handed over (PropertyRecords.h); the objects go by their numbers.
+    std::vector<ObjectRecord> objects;     ///< In the order of the file.
+    std::vector<std::string> propertySets; ///< Encoded as in PropertyRecords.h. Objects refer to them by index.
 };
 
 } // namespace importer::host

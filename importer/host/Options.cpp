@@ -1,28 +1,31 @@
+#include "importer/host/Options.h"
+
 #include "importer/exchange/Text.h"
-#include "importer/host/ImportHost.h"
 
 #include <algorithm>
 
 namespace importer::host {
 
+using namespace exchange;
+
 const char* const usageText =
     "usage: import_host MODEL... [--state DIR] [--identify-by-geometry] [--importer PROGRAM]\n"
     "                   [--properties GLOBALID]... [--georeference] [--export DIR]\n"
     "\n"
-    "Imports IFC models one after another and tells what has changed since the previous import of each. A model that\n"
-    "has the same content as then is not imported again, unless --properties, --georeference or --export is given.\n"
-    "A folder stands for the models in it, *.ifc in the order of their names, without the folders in it; one that\n"
-    "fails does not keep the others of its folder from being imported.\n"
+    "Imports IFC models and reports what changed since the previous import of each model. A model whose content has\n"
+    "not changed is not imported again, unless --properties, --georeference or --export is given. If MODEL is a folder,\n"
+    "all models in it (*.ifc, sorted by name, without subfolders) are imported; if one of them fails, the import\n"
+    "continues with the next one.\n"
     "\n"
-    "  --state DIR             keep what is imported in DIR; the models are then revisions of one another.\n"
-    "                          Otherwise it is import-state/<file name> in the current folder, by the name alone:\n"
-    "                          a/model.ifc and b/model.ifc are then revisions of one another, too.\n"
-    "  --identify-by-geometry  ignore GlobalIds; objects are the same when their geometry is in the same place\n"
-    "  --properties GLOBALID   show the class, the name and all property sets of the object with that GlobalId, which\n"
-    "                          every model must have; may be given for several objects\n"
-    "  --georeference          show the map conversion and the projected coordinate reference system\n"
-    "  --export DIR            write each closed solid as an OBJ file and each texture as a PNG file into DIR\n"
-    "  --importer PROGRAM      the program that reads the models; otherwise ifc_importer beside this program\n"
+    "  --state DIR             store the imported model in DIR. All models of this call are then revisions of one another.\n"
+    "                          Default: import-state/<file name> in the current folder. Only the file name counts:\n"
+    "                          a/model.ifc and b/model.ifc are revisions of one another.\n"
+    "  --identify-by-geometry  ignore GlobalIds; objects are the same if they have the same geometry in the same place\n"
+    "  --properties GLOBALID   print class, name and all property sets of the object with this GlobalId, which must exist\n"
+    "                          in every model; may be repeated\n"
+    "  --georeference          print the map conversion and the projected coordinate reference system\n"
+    "  --export DIR            write each closed solid as an OBJ file and each texture as a PNG file to DIR\n"
+    "  --importer PROGRAM      the program that reads the models. Default: ifc_importer in the folder of this program\n"
     "  --help                  print this text\n";
 
 Options parseArguments(const std::vector<std::filesystem::path>& arguments, const std::filesystem::path& importer) {
@@ -57,14 +60,14 @@ Options parseArguments(const std::vector<std::filesystem::path>& arguments, cons
         else if (argument == "--help")
             options.help = true;
         else if (argument.empty())
-            throw UsageError("a model's name is empty");
+            throw UsageError("the name of a model is empty");
         else if (argument.starts_with("--"))
-            throw UsageError("there is no option " + argument);
+            throw UsageError("unknown option " + argument);
         else
             options.models.push_back(arguments[i]);
     }
     if (options.models.empty() && !options.help)
-        throw UsageError("no model is named");
+        throw UsageError("no model is given");
     return options;
 }
 
@@ -72,10 +75,10 @@ std::vector<Velmor::WideString> modelsIn(const std::filesystem::path& folder) {
     constexpr std::size_t endingSize = 4; // of ".ifc"
     auto names = Velmor::FileOperations::ScanFilesInDirectory(wide(folder));
     std::erase_if(names, [](const Velmor::WideString& name) {
-        // The matching never looks at the first character of a name, and takes a short one by its tail alone: "ifc", "xifc".
+        // MatchExtension ignores the first character of a name, and compares short names such as "ifc" incompletely.
         return name.size() <= endingSize || !Velmor::FileOperations::MatchExtension(name, VELMOR_WIDE("*.ifc|*.IFC"));
     });
-    std::sort(names.begin(), names.end()); // the system's order means nothing
+    std::sort(names.begin(), names.end()); // the order of the file system is arbitrary
     return names;
 }
 

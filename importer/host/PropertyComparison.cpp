@@ -1,3 +1,6 @@
+// Two sets of equal bytes are equal: all sets are numbered by their bytes first, so that most comparisons compare two
+// numbers. Only sets of different bytes are parsed; their properties are sorted by name and merged.
+
 #include "importer/host/PropertyComparison.h"
 
 #include <algorithm>
@@ -9,18 +12,18 @@ namespace {
 using Kind = PropertyDifference::Kind;
 using Sink = std::function<void(const PropertyDifference&)>;
 
-// Things with names, those of one list; sorted by name, with equal names in their own order.
-template <typename Thing>
-using Named = std::vector<std::pair<std::string_view, Thing>>;
+// A list of named items, stably sorted by name.
+template <typename Item>
+using Named = std::vector<std::pair<std::string_view, Item>>;
 
-template <typename Thing>
-void sortByName(Named<Thing>& list) {
+template <typename Item>
+void sortByName(Named<Item>& list) {
     std::stable_sort(list.begin(), list.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
 }
 
-// Goes through two sorted lists as one: what only one of them has, and the pairs.
-template <typename Thing, typename OnlyOne, typename Both>
-void merge(const Named<Thing>& before, const Named<Thing>& now, const OnlyOne& onlyOne, const Both& both) {
+// Merges two sorted lists: calls one function for each item in one list only, another for each pair of equal names.
+template <typename Item, typename OnlyOne, typename Both>
+void merge(const Named<Item>& before, const Named<Item>& now, const OnlyOne& onlyOne, const Both& both) {
     auto b = before.begin();
     auto n = now.begin();
     while (b != before.end() || n != now.end())
@@ -32,7 +35,7 @@ void merge(const Named<Thing>& before, const Named<Thing>& now, const OnlyOne& o
             both((b++)->second, (n++)->second);
 }
 
-// The properties from one index up to another, without what is within them.
+// The properties in a range of indices, without the properties nested in them.
 Named<const EncodedProperty*> namedProperties(const EncodedSet& set, std::size_t begin, std::size_t end) {
     Named<const EncodedProperty*> list;
     for (auto i = begin; i < end; i = set.properties[i].behind)
@@ -49,7 +52,7 @@ Named<std::uint32_t> namedSets(const Model& model, const ObjectRecord& object) {
     return list;
 }
 
-// The comparison of two sets of equal names.
+// Compares two sets of the same name.
 class SetComparison {
 public:
     SetComparison(std::string_view before, std::string_view now, const Sink& sink)
@@ -63,8 +66,8 @@ private:
             namedProperties(before_, beginBefore, endBefore), namedProperties(now_, beginNow, endNow),
             [this](Kind kind, const auto& property) {
                 path_.push_back(property.first);
-                tell(kind, kind == Kind::Removed ? property.second : nullptr,
-                     kind == Kind::Added ? property.second : nullptr);
+                report(kind, kind == Kind::Removed ? property.second : nullptr,
+                       kind == Kind::Added ? property.second : nullptr);
                 path_.pop_back();
             },
             [this](const EncodedProperty* before, const EncodedProperty* now) {
@@ -76,7 +79,7 @@ private:
 
     void compare(const EncodedProperty& before, const EncodedProperty& now) {
         if (before.isComplex != now.isComplex || before.valueType != now.valueType || before.value != now.value)
-            tell(Kind::Changed, &before, &now);
+            report(Kind::Changed, &before, &now);
         if (before.isComplex && now.isComplex)
             compare(indexBehind(before_, before), before.behind, indexBehind(now_, now), now.behind);
     }
@@ -85,7 +88,7 @@ private:
         return static_cast<std::size_t>(&property - set.properties.data()) + 1;
     }
 
-    void tell(Kind kind, const EncodedProperty* before, const EncodedProperty* now) { sink_({kind, path_, before, now}); }
+    void report(Kind kind, const EncodedProperty* before, const EncodedProperty* now) { sink_({kind, path_, before, now}); }
 
     EncodedSet before_;
     EncodedSet now_;
@@ -95,8 +98,8 @@ private:
 
 } // namespace
 
-void tellPropertyDifferences(const Model& before, const ObjectRecord& objectBefore, const Model& now,
-                             const ObjectRecord& objectNow, const Sink& sink) {
+void forEachPropertyDifference(const Model& before, const ObjectRecord& objectBefore, const Model& now,
+                               const ObjectRecord& objectNow, const Sink& sink) {
     merge(
         namedSets(before, objectBefore), namedSets(now, objectNow),
         [&sink](Kind kind, const auto& set) {
@@ -146,8 +149,8 @@ bool PropertyComparison::isEqualSet(std::uint32_t setBefore, std::uint32_t setNo
     const auto [known, isNew] = equalPairs_.emplace(std::uint64_t{contentBefore} << 32 | contentNow, true);
     if (isNew) {
         bool& equal = known->second;
-        const Sink noteDifference = [&equal](const PropertyDifference&) { equal = false; };
-        SetComparison(before_.propertySets[setBefore], now_.propertySets[setNow], noteDifference).run();
+        const Sink setUnequal = [&equal](const PropertyDifference&) { equal = false; };
+        SetComparison(before_.propertySets[setBefore], now_.propertySets[setNow], setUnequal).run();
     }
     return known->second;
 }

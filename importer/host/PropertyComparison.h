@@ -1,11 +1,11 @@
 #pragma once
 
-// What has changed in the properties of an object.
+// Compares the properties of an object in two imports.
 //
-// What counts is the content: the sets by their names, the properties by their names, the usage names of complex ones, value
-// types and values, bit by bit. Neither the order of sets nor that of properties within a set or a complex property counts,
-// nor do descriptions and the GlobalIds of sets. Of sets or properties with equal names the first is compared with the
-// first, the second with the second.
+// Two objects have equal properties when they have the same sets by name, and each set has the same properties by name, with
+// equal value types and values (bit by bit) and, for complex properties, equal usage names and content. The order of sets
+// and of properties, descriptions, and the GlobalIds of sets are ignored. Of several sets or properties with the same name,
+// the first is compared with the first, the second with the second, and so on.
 
 #include "importer/exchange/PropertyRecords.h"
 #include "importer/host/Model.h"
@@ -19,29 +19,30 @@
 
 namespace importer::host {
 
-/// One difference. Nothing is told of what is within an added or removed set or complex property.
+/// One difference. The content of an added or removed set or complex property is not listed.
 struct PropertyDifference {
     enum Kind { Changed, Added, Removed };
 
     Kind kind = Changed;
-    std::vector<std::string_view> path;      ///< The set's name and those down to the property; the set's alone for a set.
-    const EncodedProperty* before = nullptr; ///< Null for a set, and when added.
-    const EncodedProperty* now = nullptr;    ///< Null for a set, and when removed.
+    std::vector<std::string_view>
+        path; ///< Name of the set, names of complex properties, name of the property; for a set only its name.
+    const EncodedProperty* before = nullptr; ///< Null for a set, and if added.
+    const EncodedProperty* now = nullptr;    ///< Null for a set, and if removed.
 };
 
-/// Tells each difference between the properties that an object had and has, by the names of sets and properties.
-/// @param sink what it gets lasts for the call.
-void tellPropertyDifferences(const Model& before, const ObjectRecord& objectBefore, const Model& now,
-                             const ObjectRecord& objectNow, const std::function<void(const PropertyDifference&)>& sink);
+/// Calls a function for each difference between the properties of an object in two imports, sorted by the names of sets and
+/// properties.
+/// @param sink its argument is valid during the call only.
+void forEachPropertyDifference(const Model& before, const ObjectRecord& objectBefore, const Model& now,
+                               const ObjectRecord& objectNow, const std::function<void(const PropertyDifference&)>& sink);
 
-/// Tells whether objects of two imports have the same properties. Each set is looked at once, and so is each pair of
-/// different sets, however many objects have them.
+/// Decides whether objects of two imports have equal properties. Each set and each pair of different sets is compared only
+/// once, however many objects share them.
 class PropertyComparison {
 public:
-    /// @param before not owned, as `now`; both outlive the comparison and stay as they are.
+    /// @param before,now must outlive the comparison and must not change.
     PropertyComparison(const Model& before, const Model& now);
 
-    /// Whether there is no difference that could be told.
     bool isEqual(const ObjectRecord& objectBefore, const ObjectRecord& objectNow);
 
 private:
@@ -49,9 +50,9 @@ private:
 
     const Model& before_;
     const Model& now_;
-    std::vector<std::uint32_t> contentsBefore_; // per set: a number that sets of equal bytes share
+    std::vector<std::uint32_t> contentsBefore_; // for each set a number; sets of equal bytes have the same
     std::vector<std::uint32_t> contentsNow_;
-    std::unordered_map<std::uint64_t, bool> equalPairs_; // by the numbers of two contents of different bytes
+    std::unordered_map<std::uint64_t, bool> equalPairs_; // by the two numbers
 };
 
 } // namespace importer::host

@@ -36,32 +36,32 @@ constexpr const char* typeNames[] = {"real",
 constexpr const char* logicalNames[] = {"false", "true", "unknown"};
 constexpr std::size_t indentation = 2;
 
-std::string shown(const Velmor::WideString& text) {
+std::string utf8Of(const Velmor::WideString& text) {
     return printable(Velmor::StringOperations::ConvertToUTF8(text));
 }
 
 std::string quoted(const Velmor::WideString& text) {
-    return '\'' + shown(text) + '\'';
+    return '\'' + utf8Of(text) + '\'';
 }
 
-// What follows a name on its line.
-std::string described(const Velmor::WideChar* description) {
+// The end of a line with a description.
+std::string descriptionSuffix(const Velmor::WideChar* description) {
     return *description == 0 ? std::string() : ", described as " + quoted(description);
 }
 
-std::string shownProperties(const IFC2X3PropertySet& set, std::size_t indent) {
+std::string formatProperties(const IFC2X3PropertySet& set, std::size_t indent) {
     std::string text;
     for (unsigned i = 0; i < set.getCount(); ++i) {
         const auto& property = set.getProperty(i);
-        text += std::string(indent, ' ') + shown(property.getName()) + ": ";
+        text += std::string(indent, ' ') + utf8Of(property.getName()) + ": ";
         if (property.getType() == IFC2X3Property::Complex) {
             const auto& complex = property.getPropertyComplex();
-            text += "complex " + quoted(complex.getUsageName()) + described(property.getDescription()) + '\n' +
-                    shownProperties(complex.getPropertySet(), indent + indentation);
+            text += "complex " + quoted(complex.getUsageName()) + descriptionSuffix(property.getDescription()) + '\n' +
+                    formatProperties(complex.getPropertySet(), indent + indentation);
         } else {
             const auto& value = property.getPropertySingleValue();
-            text +=
-                shownType(value.getValueType()) + (' ' + shownValue(value)) + described(property.getDescription()) + '\n';
+            text += valueTypeName(value.getValueType()) + (' ' + formatValue(value)) +
+                    descriptionSuffix(property.getDescription()) + '\n';
         }
     }
     return text;
@@ -69,14 +69,14 @@ std::string shownProperties(const IFC2X3PropertySet& set, std::size_t indent) {
 
 } // namespace
 
-std::string shownNumber(double value) {
+std::string formatNumber(double value) {
     char text[32];
     if (std::isnan(value)) {
         std::snprintf(text, sizeof text, "nan %016llx",
                       static_cast<unsigned long long>(std::bit_cast<std::uint64_t>(value)));
         return text;
     }
-    // Lengths and coordinates as people write them; by itself the shortest form of 500000 is 5e+05.
+    // Fixed notation for usual lengths and coordinates: the shortest form of 500000 would be 5e+05.
     const double size = std::abs(value);
     const bool plain = value == 0.0 || (size >= 1e-5 && size < 1e16);
     const auto end = plain ? std::to_chars(std::begin(text), std::end(text), value, std::chars_format::fixed).ptr
@@ -84,14 +84,14 @@ std::string shownNumber(double value) {
     return {text, end};
 }
 
-const char* shownType(IFC2X3PropertySingleValue::ValueType_t type) {
+const char* valueTypeName(IFC2X3PropertySingleValue::ValueType_t type) {
     return type < std::size(typeNames) ? typeNames[type] : "value of unknown type";
 }
 
-std::string shownValue(const IFC2X3PropertySingleValue& value, std::size_t textBytes) {
+std::string formatValue(const IFC2X3PropertySingleValue& value, std::size_t textBytes) {
     switch (value.getValueType()) {
     case IFC2X3PropertySingleValue::String:
-        return '\'' + shortened(shown(value.getAsString()), textBytes) + '\'';
+        return '\'' + shortened(utf8Of(value.getAsString()), textBytes) + '\'';
     case IFC2X3PropertySingleValue::Boolean:
         return logicalNames[value.getBooleanValue() ? 1 : 0];
     case IFC2X3PropertySingleValue::Integer:
@@ -107,16 +107,16 @@ std::string shownValue(const IFC2X3PropertySingleValue& value, std::size_t textB
                std::to_string(angle[3]) + ')';
     }
     default:
-        return shownNumber(value.getRealValue());
+        return formatNumber(value.getRealValue());
     }
 }
 
-std::string shownPropertySet(const Velmor::IFC2X3_PSet_Custom_s& set) {
-    return "  " + shown(set.name) + " (" + printable(std::string_view(set.globalId, sizeof set.globalId)) + ')' +
-           described(set.description) + '\n' + shownProperties(set.properties, 2 * indentation);
+std::string formatPropertySet(const Velmor::IFC2X3_PSet_Custom_s& set) {
+    return "  " + utf8Of(set.name) + " (" + printable(std::string_view(set.globalId, sizeof set.globalId)) + ')' +
+           descriptionSuffix(set.description) + '\n' + formatProperties(set.properties, 2 * indentation);
 }
 
-std::string shownGeoreference(const Velmor::IFC4_MapConversion& conversion) {
+std::string formatGeoreference(const Velmor::IFC4_MapConversion& conversion) {
     const auto& projection = conversion.getMapProjection();
     const auto& origin = conversion.getSourceOrigin();
     const std::pair<const char*, std::string> lines[] = {
@@ -126,14 +126,14 @@ std::string shownGeoreference(const Velmor::IFC4_MapConversion& conversion) {
         {"vertical datum", quoted(projection.getVerticalDatum())},
         {"projection", quoted(projection.getProjectionType())},
         {"zone", quoted(projection.getZone())},
-        {"map unit", quoted(projection.getUnitName()) + " of " + shownNumber(projection.getScaleToMetric()) + " m"},
-        {"origin in the model", shownNumber(origin.x) + ", " + shownNumber(origin.y) + ", " + shownNumber(origin.z)},
-        {"eastings", shownNumber(conversion.getEastings())},
-        {"northings", shownNumber(conversion.getNorthings())},
-        {"orthogonal height", shownNumber(conversion.getOrthogonalHeight())},
+        {"map unit", quoted(projection.getUnitName()) + " of " + formatNumber(projection.getScaleToMetric()) + " m"},
+        {"origin in the model", formatNumber(origin.x) + ", " + formatNumber(origin.y) + ", " + formatNumber(origin.z)},
+        {"eastings", formatNumber(conversion.getEastings())},
+        {"northings", formatNumber(conversion.getNorthings())},
+        {"orthogonal height", formatNumber(conversion.getOrthogonalHeight())},
         {"x axis in the map",
-         shownNumber(conversion.getXAxisAbscissa()) + ", " + shownNumber(conversion.getXAxisOrdinate())},
-        {"scale", shownNumber(conversion.getScaleToMapProjection())}};
+         formatNumber(conversion.getXAxisAbscissa()) + ", " + formatNumber(conversion.getXAxisOrdinate())},
+        {"scale", formatNumber(conversion.getScaleToMapProjection())}};
     std::string text = "georeference:\n";
     for (const auto& [name, value] : lines)
         text += std::string(indentation, ' ') + name + ": " + value + '\n';

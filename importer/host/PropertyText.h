@@ -1,11 +1,11 @@
 #pragma once
 
-#include "importer/exchange/Text.h"
-
-// Properties and georeferences for people.
+// Text forms of properties and georeferences.
 
 #include <Velmor/Georeferencing.h>
 #include <Velmor/IFCPropertySets.h>
+
+#include "importer/exchange/Text.h"
 
 #include <cstddef>
 #include <string>
@@ -14,21 +14,22 @@ namespace importer::host {
 
 using namespace exchange;
 
-/// A number with as many digits as it takes to read the same one back: "6200", "0.1", "1e+300", "-0". What is no number
-/// shows its bits: "nan 7ff8000000000000".
-std::string shownNumber(double value);
+/// The shortest text that parses back to the same number: "6200", "0.1", "1e+300", "-0". A NaN is followed by its bits: "nan
+/// 7ff8000000000000".
+std::string formatNumber(double value);
 
-/// What kind of value it is: "length".
-const char* shownType(Velmor::IFC2X3PropertySingleValue::ValueType_t type);
+/// The name of a value type: "length".
+const char* valueTypeName(Velmor::IFC2X3PropertySingleValue::ValueType_t type);
 
 /// A value: 6200, 'a text', true, unknown, (52, 30, 15, 0).
-/// @param textBytes how much of a text is shown.
-std::string shownValue(const Velmor::IFC2X3PropertySingleValue& value, std::size_t textBytes = static_cast<std::size_t>(-1));
+/// @param textBytes longer texts are cut.
+std::string formatValue(const Velmor::IFC2X3PropertySingleValue& value,
+                        std::size_t textBytes = static_cast<std::size_t>(-1));
 
-/// A property set on lines of its own, each property by name, type and value, nested ones indented.
-std::string shownPropertySet(const Velmor::IFC2X3_PSet_Custom_s& set);
+/// The lines of a property set: name, type and value of each property; nested properties are indented.
+std::string formatPropertySet(const Velmor::IFC2X3_PSet_Custom_s& set);
 
-/// A georeference on lines of its own.
-std::string shownGeoreference(const Velmor::IFC4_MapConversion& conversion);
+/// The lines of a georeference.
+std::string formatGeoreference(const Velmor::IFC4_MapConversion& conversion);
 
 } // namespace importer::host

@@ -1,5 +1,6 @@
+#include "importer/host/Report.h"
+
 #include "importer/exchange/Text.h"
-#include "importer/host/ImportHost.h"
 #include "importer/host/PropertyComparison.h"
 #include "importer/host/PropertyText.h"
 
@@ -10,20 +11,20 @@
 namespace importer::host {
 namespace {
 
-constexpr std::size_t changesTold = 20;
-constexpr std::size_t propertiesTold = 5; // of one object
+constexpr std::size_t maxReportedChanges = 20;
+constexpr std::size_t maxReportedProperties = 5; // of one object
 constexpr std::size_t nameBytes = 60;
 
-// Three decimals, cut: versions that differ never show as 1.000.
-std::string shownSimilarity(double similarity) {
+// Three decimals, rounded down, so that different versions never show as 1.000.
+std::string formatSimilarity(double similarity) {
     char text[32];
     std::snprintf(text, sizeof text, "%.3f", std::floor(similarity * 1000.0) / 1000.0);
     return text;
 }
 
-std::string padded(const std::string& text, std::size_t width, bool toTheRight) {
+std::string padded(const std::string& text, std::size_t width, bool alignRight) {
     const std::string blanks(width > text.size() ? width - text.size() : 0, ' ');
-    return toTheRight ? blanks + text : text + blanks;
+    return alignRight ? blanks + text : text + blanks;
 }
 
 // One line of the table.
@@ -33,7 +34,7 @@ std::vector<std::string> row(const std::string& name, const ClassCounts& counts)
             std::to_string(counts.added),
             std::to_string(counts.unchanged),
             std::to_string(counts.modified),
-            counts.modified > 0 ? shownSimilarity(counts.lowestSimilarity) : "-",
+            counts.modified > 0 ? formatSimilarity(counts.lowestSimilarity) : "-",
             std::to_string(counts.gone)};
 }
 
@@ -61,12 +62,12 @@ std::string counted(std::uint64_t count, const char* one, const char* many) {
     return std::to_string(count) + ' ' + (count == 1 ? one : many);
 }
 
-// "... and 12 more" under a list that shows only its first entries.
+// "... and 12 more": the last line of a list that shows only its first entries.
 std::string rest(std::uint64_t all, std::size_t shown) {
     return all > shown ? "  ... and " + std::to_string(all - shown) + " more\n" : std::string();
 }
 
-// "line 106, #233"; the number 0 is no instance's.
+// "line 106, #233"; without the number if there is no instance.
 std::string place(std::uint64_t line, std::uint64_t instance) {
     return "line " + std::to_string(line) + (instance == 0 ? std::string() : ", #" + std::to_string(instance));
 }
@@ -80,13 +81,14 @@ std::string subject(const ObjectRecord& object) {
     return printable(object.className) + ' ' + quoted(object.name) + " (" + place(object.line, object.instance) + ")";
 }
 
-// "integer 5", or without its type "5".
+// "integer 5"; without the type "5".
 std::string propertyValue(const EncodedProperty& property, bool withType) {
     if (property.isComplex)
         return "complex " + quoted(std::string(property.value));
     const auto decoded = decodeSingleValue(property);
     const auto& value = decoded.getPropertySingleValue();
-    return (withType ? shownType(value.getValueType()) + std::string(" ") : std::string()) + shownValue(value, nameBytes);
+    return (withType ? valueTypeName(value.getValueType()) + std::string(" ") : std::string()) +
+           formatValue(value, nameBytes);
 }
 
 // "Pset_BeamCommon.Span 6000 -> 6200"
@@ -105,7 +107,7 @@ std::string propertyDifference(const PropertyDifference& difference) {
     const auto was = propertyValue(*before, otherType);
     const auto is = propertyValue(*now, otherType);
     path += ' ' + was + " -> " + is;
-    if (was == is) { // what differs is beyond what is shown, or cannot be shown
+    if (was == is) { // the difference is in a part of the text that is cut off, or in characters that cannot be shown
         const auto differs = std::mismatch(before->value.begin(), before->value.end(), now->value.begin(), now->value.end());
         path += " (they differ from byte " + std::to_string(differs.first - before->value.begin() + 1) + " on)";
     }
@@ -116,22 +118,23 @@ std::string propertyDifference(const PropertyDifference& difference) {
 std::string propertyDifferences(const Change& change, const Model& before, const Model& now) {
     std::string text;
     std::size_t count = 0;
-    tellPropertyDifferences(before, before.objects[change.before], now, now.objects[change.object],
-                            [&](const PropertyDifference& difference) {
-                                if (count++ < propertiesTold)
-                                    text += (text.empty() ? ", " : "; ") + propertyDifference(difference);
-                            });
-    return count > propertiesTold ? text + "; ... and " + std::to_string(count - propertiesTold) + " more" : text;
+    forEachPropertyDifference(before, before.objects[change.before], now, now.objects[change.object],
+                              [&](const PropertyDifference& difference) {
+                                  if (count++ < maxReportedProperties)
+                                      text += (text.empty() ? ", " : "; ") + propertyDifference(difference);
+                              });
+    return count > maxReportedProperties ? text + "; ... and " + std::to_string(count - maxReportedProperties) + " more"
+                                         : text;
 }
 
 std::string changeLine(const Change& change, const Model& before, const Model& now) {
     const auto& object = change.kind == Change::Gone ? before.objects[change.object] : now.objects[change.object];
-    std::string who = subject(object);
+    const std::string who = subject(object);
     switch (change.kind) {
     case Change::Modified:
         return "modified      " + who +
-               (change.otherVersion ? ", similarity " + shownSimilarity(change.similarity) : std::string()) +
-               (change.otherProperties ? propertyDifferences(change, before, now) : std::string());
+               (change.versionDiffers ? ", similarity " + formatSimilarity(change.similarity) : std::string()) +
+               (change.propertiesDiffer ? propertyDifferences(change, before, now) : std::string());
     case Change::Added:
         return "new           " + who;
     case Change::Gone:
@@ -155,11 +158,11 @@ std::string changeList(const Comparison& comparison, const Model& before, const 
         return std::to_string(count);
     };
     const auto withProperties =
-        std::count_if(changes.begin(), changes.end(), [](const Change& change) { return change.otherProperties; });
+        std::count_if(changes.begin(), changes.end(), [](const Change& change) { return change.propertiesDiffer; });
     std::string text = "changes: renamed " + countOf(Change::Renamed) + ", reclassified " + countOf(Change::Reclassified) +
                        ", moved without a change of shape " + countOf(Change::Moved) + ", with other properties " +
                        std::to_string(withProperties) + '\n';
-    const auto shown = std::min(changes.size(), changesTold);
+    const auto shown = std::min(changes.size(), maxReportedChanges);
     for (std::size_t i = 0; i < shown; ++i)
         text += "  " + changeLine(changes[i], before, now) + '\n';
     return text + rest(changes.size(), shown);
@@ -169,7 +172,7 @@ std::string unidentifiedList(const Comparison& comparison, const std::vector<Obj
     const auto& unidentified = comparison.unidentified;
     if (unidentified.empty())
         return {};
-    std::string text = "not identified, neither compared nor counted above: " + std::to_string(unidentified.size()) + '\n';
+    std::string text = "not identified (not compared and not counted above): " + std::to_string(unidentified.size()) + '\n';
     const auto shown = std::min(unidentified.size(), maxReportedProblems);
     for (std::size_t i = 0; i < shown; ++i)
         text += "  " + subject(now[unidentified[i]]) + '\n';
@@ -197,9 +200,8 @@ std::string report(const std::filesystem::path& model, const ImportResult& resul
                        '\n';
     text += table(comparison);
     if (result.objectsWithoutClass > 0) {
-        text +=
-            "of entities without a class of their own, taken as IFCINVALID: " + std::to_string(result.objectsWithoutClass) +
-            '\n';
+        text += "objects of entities without a class name, reported as IFCINVALID: " +
+                std::to_string(result.objectsWithoutClass) + '\n';
     }
     text += unidentifiedList(comparison, objects);
     if (before)
@@ -211,7 +213,7 @@ std::string reportUnchanged(const std::filesystem::path& model) {
     return utf8(model.filename()) + ": unchanged since the last import\n";
 }
 
-std::string propertiesOf(const Model& model, const std::string& globalId) {
+std::string reportProperties(const Model& model, const std::string& globalId) {
     const auto object = std::find_if(model.objects.begin(), model.objects.end(), [&globalId](const ObjectRecord& each) {
         return each.globalId.getType() == Velmor::ExternalGUID::IFCGlobalID && each.globalId.getIFCGlobalID() == globalId;
     });
@@ -221,12 +223,12 @@ std::string propertiesOf(const Model& model, const std::string& globalId) {
                        "' (" + place(object->line, object->instance) + "), " +
                        counted(object->propertySets.size(), "property set", "property sets") + '\n';
     for (const auto set : object->propertySets)
-        text += shownPropertySet(decodePropertySet(model.propertySets[set]));
+        text += formatPropertySet(decodePropertySet(model.propertySets[set]));
     return text;
 }
 
-std::string georeferenceOf(const ImportResult& result) {
-    return result.georeference ? shownGeoreference(*result.georeference) : "no georeference\n";
+std::string reportGeoreference(const ImportResult& result) {
+    return result.georeference ? formatGeoreference(*result.georeference) : "no georeference\n";
 }
 
 } // namespace importer::host

@@ -21,7 +21,7 @@ std::optional<Velmor::Sha1::Digest> digestOf(const fs::path& file) {
     std::error_code ignored;
     if (!fs::is_regular_file(file, ignored))
         return std::nullopt;
-    // The library's answer for a file that cannot be opened, which thereby would be equal to every other such file.
+    // FromFile returns this digest for every file that cannot be opened.
     static const Velmor::Sha1::Digest unreadable(std::vector<unsigned char>(20));
     auto digest = Velmor::Sha1::FromFile(wide(file));
     return digest == unreadable ? std::nullopt : std::optional(std::move(digest));
@@ -32,7 +32,7 @@ StateHeader readFile(const fs::path& file, const std::function<void(ObjectRecord
                      const std::function<void(Assignment&&)>& assignmentSink) {
     const Stream stream(FileStream::openFileForReading(wide(file)));
     if (!isOpen(stream))
-        throw StateError("the state file " + utf8(file) + " cannot be opened");
+        throw StateError("cannot open the state file " + utf8(file));
     try {
         RecordReader reader(*stream, utf8(file));
         std::string payload;
@@ -41,8 +41,8 @@ StateHeader readFile(const fs::path& file, const std::function<void(ObjectRecord
         try {
             header = decodeStateHeader(payload);
         } catch (const VersionError& error) {
-            throw StateError("the state file is of another version of this program: " + reader.where() + error.what() +
-                             "; remove it, and the next import counts as the first");
+            throw StateError("the state file was written by another version of this program: " + reader.where() +
+                             error.what() + "; remove it, and the next import will be the first");
         } catch (const FormatError& error) {
             throw FormatError(reader.where() + error.what());
         }
@@ -55,7 +55,7 @@ StateHeader readFile(const fs::path& file, const std::function<void(ObjectRecord
     }
 }
 
-// Gives each record that stands for the property sets of a model.
+// Calls a function with each record of the property sets of a model.
 template <typename Sink>
 void encodeAttributes(const Model& model, const Sink& sink) {
     for (const auto& set : model.propertySets)
@@ -68,7 +68,7 @@ void encodeAttributes(const Model& model, const Sink& sink) {
 void writeFile(const fs::path& file, const Model& model, const std::optional<Origin>& origin) {
     const Stream stream(FileStream::createFileForWriting(wide(file)));
     if (!isOpen(stream))
-        throw StateError("the new state file " + utf8(file) + " cannot be created");
+        throw StateError("cannot create the new state file " + utf8(file));
     StateHeader header;
     header.origin = origin;
     for (const auto& object : model.objects)
@@ -96,19 +96,19 @@ State::State(const fs::path& folder) : file_(folder / "import.state"), newFile_(
 
 bool State::exists() const {
     std::error_code error;
-    // Whatever hinders the look (no right, a file where the folder should be) shows when the state is read or kept.
+    // Other errors (no permission, a file in place of the folder) are reported when the state is read or written.
     return fs::exists(fs::symlink_status(file_, error));
 }
 
 StoredImport State::read() const {
-    StoredImport kept;
-    auto& model = kept.model;
+    StoredImport stored;
+    Model& model = stored.model;
     const auto header = readFile(
         file_, [&model](ObjectRecord&& object) { model.objects.push_back(std::move(object)); },
         [&model](std::string_view set) { model.propertySets.emplace_back(set); },
         [&model](Assignment&& assignment) { model.objects[assignment.object].propertySets = std::move(assignment.sets); });
-    kept.origin = header.origin;
-    return kept;
+    stored.origin = header.origin;
+    return stored;
 }
 
 void State::write(const Model& model, const std::optional<Origin>& origin,
@@ -116,7 +116,7 @@ void State::write(const Model& model, const std::optional<Origin>& origin,
     try {
         fs::create_directories(file_.parent_path());
         writeFile(newFile_, model, origin);
-        // The writer cannot see a write that came out short; whoever reads the file can.
+        // A write may be shorter than requested without an error: read the file back.
         readFile(
             newFile_, [](ObjectRecord&&) {}, [](std::string_view) {}, [](Assignment&&) {});
         beforeReplacing();
@@ -124,7 +124,7 @@ void State::write(const Model& model, const std::optional<Origin>& origin,
     } catch (const std::exception& error) {
         std::error_code ignored;
         fs::remove(newFile_, ignored);
-        throw StateError(std::string("the state is not kept: ") + error.what());
+        throw StateError(std::string("cannot store the state: ") + error.what());
     }
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
-// The state folder: what the host keeps of an import until the next one.
-
+#include "importer/host/Errors.h"
 #include "importer/host/Model.h"
 
 #include <filesystem>
@@ -10,43 +9,36 @@
 
 namespace importer::host {
 
-/// The state cannot be read or kept: the message names the file and what is wrong with it.
-class StateError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/// What is kept of one import.
+/// The stored result of an import.
 struct StoredImport {
     Model model;
-    std::optional<Origin> origin; ///< Of the model and its importer; none when it is not known for sure.
+    std::optional<Origin> origin; ///< Digests of the model and its importer; nothing if they are uncertain.
 };
 
-/// What an import of a model by an importer would be made of now.
-/// @return nothing when either cannot be read, or is no plain file: what comes out of a pipe comes out only once.
+/// The digests of a model and an importer.
+/// @return nothing if one of them cannot be read or is not a regular file (a pipe can be read only once).
 std::optional<Origin> originOf(const std::filesystem::path& model, const std::filesystem::path& importer);
 
-/// The objects of the previous import with their property sets, and what they were made of, in one file of a folder.
+/// The state of a model: the result of its last import, in one file of the state folder.
 class State {
 public:
-    /// @param folder where the file lies; made when something is kept.
+    /// @param folder the state folder. write() creates it.
     explicit State(const std::filesystem::path& folder);
 
-    /// Whether there was a previous import.
+    /// Whether a previous import is stored.
     bool exists() const;
 
-    /// What the previous import left.
-    /// @throws StateError for a damaged file and for one of another format version; it stays as it is.
+    /// Reads the previous import.
+    /// @throws StateError if the file is damaged or has another format version. The file is not changed.
     StoredImport read() const;
 
-    /// Keeps this import: in a new file, which is read back and then renamed over the old one.
-    /// @param origin what the model was read from; none when that is not known for sure.
-    /// @param beforeReplacing what else has to succeed: called when the new file is whole. When it throws, nothing is kept.
-    /// @throws StateError; the file of the previous import is then as it was.
+    /// Stores this import: writes a new file, reads it back, and renames it to replace the old file.
+    /// @param origin          nothing if the digests are uncertain.
+    /// @param beforeReplacing called before the old file is replaced. If it throws, the old file stays.
+    /// @throws StateError. The file of the previous import is then unchanged.
     void write(
         const Model& model, const std::optional<Origin>& origin, const std::function<void()>& beforeReplacing = [] {}) const;
 
-    /// The file.
     const std::filesystem::path& file() const { return file_; }
 
 private:

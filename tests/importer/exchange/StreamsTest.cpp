@@ -218,12 +218,12 @@ TEST(OtherRecords, AreRefusedWhenCutAnywhereOrOfAnotherKind) {
         EXPECT_THROW(decodeStateHeader(records[2].substr(0, length)), FormatError);
     EXPECT_THROW(decodeInfo(records[2]), FormatError);
     EXPECT_THROW(decodeStateHeader(records[1]), FormatError);
-    auto otherVersion = records[2];
-    otherVersion[8] = 1;
-    EXPECT_THROW(decodeStateHeader(otherVersion), VersionError);
-    otherVersion = records[1];
-    otherVersion[8] = 1;
-    EXPECT_THROW(decodeInfo(otherVersion), VersionError);
+    auto versionDiffers = records[2];
+    versionDiffers[8] = 1;
+    EXPECT_THROW(decodeStateHeader(versionDiffers), VersionError);
+    versionDiffers = records[1];
+    versionDiffers[8] = 1;
+    EXPECT_THROW(decodeInfo(versionDiffers), VersionError);
 }
 
 TEST(StreamTotals, CountRecordsAndTheirBytes) {

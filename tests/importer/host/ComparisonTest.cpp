@@ -1,6 +1,7 @@
 #include "importer/host/Comparison.h"
 
-#include "importer/host/ImportHost.h"
+#include "importer/host/ImporterRun.h"
+#include "importer/host/Report.h"
 
 #include <gtest/gtest.h>
 

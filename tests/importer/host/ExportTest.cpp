@@ -231,7 +231,7 @@ TEST_F(FailingExport, IntoAFolderThatCannotBeMadeLeavesTheState) {
     EXPECT_EQ(host.exitCode, 1);
     EXPECT_EQ(host.output, "");
     EXPECT_THAT(host.error, HasSubstr("workshop.ifc: cannot export to " + importer::exchange::utf8(out) +
-                                      ": the folder cannot be made: "));
+                                      ": the folder cannot be created: "));
     EXPECT_EQ(readFile(out), "a file");
     EXPECT_FALSE(fs::exists(folder / "state"));
 }
@@ -241,7 +241,7 @@ TEST_F(FailingExport, OntoAFolderOfThatNameLeavesIt) {
     const auto host = run({workshop});
     EXPECT_EQ(host.exitCode, 1);
     EXPECT_EQ(host.output, "");
-    EXPECT_THAT(host.error, HasSubstr(": there is a folder of that name"));
+    EXPECT_THAT(host.error, HasSubstr(": a folder of that name exists"));
     EXPECT_TRUE(fs::is_directory(out / "workshop_233_Beam_B2.obj"));
     EXPECT_FALSE(fs::exists(folder / "state"));
 }
@@ -301,7 +301,7 @@ TEST(ExportedFile, ThatHasNoRoomIsToldAndDoesNotStay) {
     }
     setrlimit(RLIMIT_FSIZE, &before);
     std::signal(SIGXFSZ, handler);
-    EXPECT_THAT(reason, HasSubstr("1.obj; is the disk full, or the folder protected?"));
+    EXPECT_THAT(reason, HasSubstr("1.obj; check that the disk is not full and the folder is writable"));
     EXPECT_FALSE(fs::exists(folder / "out" / "1.obj"));
 }
 #endif

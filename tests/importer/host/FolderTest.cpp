@@ -1,7 +1,7 @@
 // import_host is given a folder instead of a model.
 
 #include "importer/host/HostRun.h"
-#include "importer/host/ImportHost.h"
+#include "importer/host/Options.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -130,7 +130,7 @@ TEST_F(Folder, WithoutAModelIsToldAsAFailure) {
         EXPECT_EQ(none.exitCode, 1);
         EXPECT_EQ(none.output, "");
         EXPECT_EQ(none.error,
-                  "import_host: " + models.string() + ": there is no model (*.ifc) in this folder, or it cannot be read\n");
+                  "import_host: " + models.string() + ": the folder contains no model (*.ifc) or cannot be read\n");
     }
 }
 
@@ -198,9 +198,10 @@ TEST_F(Folder, EndsWithTheReaderOfItsReports) {
     addModel("b.ifc");
     const auto omitted = run({models.string()}, "intoFullDisk() { \"$@\" >/dev/full; }; intoFullDisk");
     EXPECT_EQ(omitted.exitCode, 1);
-    EXPECT_EQ(omitted.error, "import_host: " + models.string() +
-                                 ": the state is not kept: standard output cannot be written; is the disk full, or its "
-                                 "reader gone?\n");
+    EXPECT_EQ(omitted.error,
+              "import_host: " + models.string() +
+                  ": cannot store the state: cannot write to standard output; check that the disk is not full "
+                  "and the reading program is still running\n");
     EXPECT_FALSE(hasState("a.ifc") || hasState("b.ifc"));
 }
 

@@ -172,7 +172,7 @@ TEST(ImportHost, TellsWhatChangedInTheWorkshopByGeometryAlone) {
         {"total", {28, 10, 13, 5, "0.273", 9}}};
     EXPECT_EQ(run.table(), expected);
     // Site, building and storey have no geometry.
-    EXPECT_THAT(run.output, HasSubstr("not identified, neither compared nor counted above: 3\n  IFCSITE 'Site' ("));
+    EXPECT_THAT(run.output, HasSubstr("not identified (not compared and not counted above): 3\n  IFCSITE 'Site' ("));
 
     // The state serves either way of identifying.
     const auto third = commented(revised, folder / "third.ifc");
@@ -303,7 +303,7 @@ TEST(ImportHost, TellsEntitiesWithoutAClassOnceAndCountsTheirObjects) {
     EXPECT_EQ(run.table().at("IFCINVALID"), (TableRow{3, 3, 0, 0, "-", 0}));
     EXPECT_EQ(run.table().at("total").objects, 30u);
     EXPECT_THAT(run.output,
-                HasSubstr("of entities without a class of their own, taken as IFCINVALID: 3\n"
+                HasSubstr("objects of entities without a class name, reported as IFCINVALID: 3\n"
                           "problems: 2\n  " +
                           place(text, "#626") +
                           ": IFCBEARING has no row in the class tables; objects of it, taken as IFCINVALID: 2\n  " +
@@ -449,36 +449,35 @@ TEST_F(FailingImport, WithPropertiesAskedForOfAnObjectThatIsNotThere) {
 }
 
 TEST_F(FailingImport, ByAnImporterThatIsNotThere) {
-    expectFailure({workshop, "--importer", (folder / "missing").string()}, "cannot be started");
+    expectFailure({workshop, "--importer", (folder / "missing").string()}, "cannot start the importer");
 }
 
 TEST_F(FailingImport, ByAnImporterThatFailsInEveryWay) {
     const struct {
         const char* how;
         const char* reason;
-    } cases[] = {
-        {"silent", "ended with code 0; it did not come to its end"},
-        {"crash", "it did not come to its end"},
-        {"nonsense", "what it handed over is incomplete: the info stream: byte 0: expected a record of 4294967295 bytes"},
-        {"refuse", "line 3: expected?something else"},
-        {"exit-3", "ended with code 3; what it handed over is not trusted"},
-        {"missing-object", "the objects stream: byte "},
-        {"surplus-object", "the objects stream: byte 238: expected the end of the file behind 1 records"},
-        {"altered-object", "the objects stream: byte 238: expected the checksum "},
-        {"missing-set", "the attributes stream: byte "},
-        {"surplus-set", "expected the end of the file behind 1 records"},
-        {"altered-set", "expected the checksum "},
-        {"unknown-set", "expected one of the 1 property sets before, found number 1"},
-        {"old", "does not fit this program: expected format version 3, found 1; both must come from one build"},
-        {"missing-solid", "the solids stream: byte "},
-        {"surplus-solid", "the solids stream: byte 172: expected the end of the file behind 1 records"},
-        {"altered-solid", "the solids stream: byte 0: expected the checksum "},
-        {"wild-solid", "the solids stream: byte 172: expected one of the 3 vertices in triangle 1, found number 3"},
-        {"other-solid", "the solids stream: byte 172: expected a solid of type 1, found 7"},
-        {"missing-texture", "the textures stream: byte "},
-        {"surplus-texture", "the textures stream: byte 0: expected the end of the file behind 0 records"},
-        {"altered-texture", "the textures stream: byte 0: expected the checksum "},
-        {"missing-problem", "the log stream: expected 2 problems"}};
+    } cases[] = {{"silent", "ended with code 0; it did not finish"},
+                 {"crash", "it did not finish"},
+                 {"nonsense", "its output is incomplete: the info stream: byte 0: expected a record of 4294967295 bytes"},
+                 {"refuse", "line 3: expected?something else"},
+                 {"exit-3", "ended with code 3; its output is discarded"},
+                 {"missing-object", "the objects stream: byte "},
+                 {"surplus-object", "the objects stream: byte 238: expected the end of the file behind 1 records"},
+                 {"altered-object", "the objects stream: byte 238: expected the checksum "},
+                 {"missing-set", "the attributes stream: byte "},
+                 {"surplus-set", "expected the end of the file behind 1 records"},
+                 {"altered-set", "expected the checksum "},
+                 {"unknown-set", "expected one of the 1 property sets before, found number 1"},
+                 {"old", "does not fit this program: expected format version 3, found 1; use programs of the same build"},
+                 {"missing-solid", "the solids stream: byte "},
+                 {"surplus-solid", "the solids stream: byte 172: expected the end of the file behind 1 records"},
+                 {"altered-solid", "the solids stream: byte 0: expected the checksum "},
+                 {"wild-solid", "the solids stream: byte 172: expected one of the 3 vertices in triangle 1, found number 3"},
+                 {"other-solid", "the solids stream: byte 172: expected a solid of type 1, found 7"},
+                 {"missing-texture", "the textures stream: byte "},
+                 {"surplus-texture", "the textures stream: byte 0: expected the end of the file behind 0 records"},
+                 {"altered-texture", "the textures stream: byte 0: expected the checksum "},
+                 {"missing-problem", "the log stream: expected 2 problems"}};
     for (const auto& each : cases) {
         SCOPED_TRACE(each.how);
         writeFile(folder / each.how / "model.ifc", "");
@@ -490,8 +489,7 @@ TEST_F(FailingImport, ByAnImporterThatFailsInEveryWay) {
 TEST_F(FailingImport, ByAnImporterThatIsKilledHalfWay) {
     writeFile(folder / "kill" / "model.ifc", manyWalls(80000));
     const auto model = (folder / "kill" / "model.ifc").string();
-    expectFailure({model, "--importer", program("standin_importer").string()},
-                  "ended with code 77; it did not come to its end");
+    expectFailure({model, "--importer", program("standin_importer").string()}, "ended with code 77; it did not finish");
 }
 
 TEST_F(FailingImport, OntoAStateThatIsDamaged) {
@@ -510,7 +508,7 @@ TEST_F(FailingImport, OntoAStateThatIsDamaged) {
 
 TEST_F(FailingImport, IntoAStateThatCannotBeKept) {
     writeFile(folder / "state" / "import.state.new" / "in the way", "x");
-    expectFailure({revised}, "the state is not kept: ");
+    expectFailure({revised}, "cannot store the state: ");
     fs::remove_all(folder / "state" / "import.state.new");
 }
 
@@ -533,7 +531,7 @@ TEST_F(FailingImport, IntoAStateForWhichThereIsNoRoom) {
     ASSERT_EQ(objects % 512, 0u);
     const auto limit = [](std::size_t blocks) { return "trap '' XFSZ; ulimit -f " + std::to_string(blocks) + ';'; };
 
-    expectFailure({model}, "the state is not kept: the new state file ", limit(objects / 512));
+    expectFailure({model}, "cannot store the state: the new state file ", limit(objects / 512));
     expectFailure({model}, "the objects stream cannot be written; is the disk full?", limit(objects / 512 - 1));
 }
 
@@ -561,7 +559,7 @@ TEST_F(FailingImport, WhoseLastWordsHaveNoRoom) {
 
 TEST_F(FailingImport, WhoseReportCannotBeWritten) {
     const auto shell = "intoFullDisk() { \"$@\" >/dev/full; }; intoFullDisk";
-    expectFailure({revised}, "standard output cannot be written", shell);
+    expectFailure({revised}, "cannot write to standard output", shell);
     EXPECT_EQ(runHost({"--help"}, shell).exitCode, 1);
     // What could not be told is told by the next import.
     const auto next = runHost({revised, "--state", state});
@@ -590,7 +588,7 @@ TEST_F(FailingImport, ThatIsInterruptedTakesItsImporterAlong) {
 }
 
 TEST_F(FailingImport, WithoutATemporaryFolder) {
-    expectFailure({revised}, "a temporary file cannot be created", "TMPDIR=/nonexistent/folder; export TMPDIR;");
+    expectFailure({revised}, "cannot create a temporary file", "TMPDIR=/nonexistent/folder; export TMPDIR;");
 }
 #endif
 
@@ -646,7 +644,7 @@ TEST(SpoiledObject, WithNeitherGlobalIdNorGeometryIsNotCompared) {
         EXPECT_EQ(run.table().at("total").gone, 0u);
         EXPECT_THAT(
             run.output,
-            HasSubstr("not identified, neither compared nor counted above: 1\n  IFCBUILDINGSTOREY 'Ground floor' ("));
+            HasSubstr("not identified (not compared and not counted above): 1\n  IFCBUILDINGSTOREY 'Ground floor' ("));
         EXPECT_THAT(run.output, HasSubstr(place(readFile(model), "#27") +
                                           ": it has no GlobalId; without geometry it cannot be identified\n"));
     }

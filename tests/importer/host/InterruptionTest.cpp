@@ -1,11 +1,10 @@
-#include "importer/host/ImportHost.h"
+#include "importer/host/Interruption.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 
 using namespace importer::host;
-using namespace importer::exchange;
 
 TEST(Interruption, EndsTheNextStepInsteadOfTheProgram) {
     const auto before = std::signal(SIGTERM, SIG_DFL);

@@ -1,9 +1,8 @@
-#include "importer/host/ImportHost.h"
+#include "importer/host/Options.h"
 
 #include <gtest/gtest.h>
 
 using namespace importer::host;
-using namespace importer::exchange;
 
 TEST(Options, AreUnderstoodInAnyOrder) {
     const auto options =
@@ -39,14 +38,14 @@ TEST(Options, AreRefusedWithAReason) {
     const struct {
         std::vector<std::filesystem::path> arguments;
         const char* reason;
-    } cases[] = {{{}, "no model is named"},
-                 {{"--state", "kept"}, "no model is named"},
+    } cases[] = {{{}, "no model is given"},
+                 {{"--state", "kept"}, "no model is given"},
                  {{"a.ifc", "--state"}, "--state needs a value"},
                  {{"a.ifc", "--importer", ""}, "--importer needs a value"},
                  {{"a.ifc", "--properties"}, "--properties needs a value"},
                  {{"a.ifc", "--export"}, "--export needs a value"},
-                 {{"a.ifc", ""}, "a model's name is empty"},
-                 {{"a.ifc", "--identify-by-name"}, "there is no option --identify-by-name"}};
+                 {{"a.ifc", ""}, "the name of a model is empty"},
+                 {{"a.ifc", "--identify-by-name"}, "unknown option --identify-by-name"}};
     for (const auto& each : cases) {
         try {
             parseArguments(each.arguments, "importer");

@@ -32,7 +32,7 @@ Model modelOf(const std::vector<PropertySet>& sets) {
 // "changed Set.Property", one difference per line.
 std::string differences(const Model& before, const Model& now) {
     std::string text;
-    tellPropertyDifferences(before, before.objects[0], now, now.objects[0], [&text](const PropertyDifference& difference) {
+    forEachPropertyDifference(before, before.objects[0], now, now.objects[0], [&text](const PropertyDifference& difference) {
         const char* const kinds[] = {"changed", "added", "removed"};
         text += kinds[difference.kind];
         std::string separator = " ";
@@ -208,8 +208,8 @@ TEST(ComparisonWithProperties, CountsOtherPropertiesAsModified) {
     EXPECT_EQ(comparison.total.lowestSimilarity, 1.0);
     ASSERT_EQ(comparison.changes.size(), 1u);
     EXPECT_EQ(comparison.changes[0].kind, Change::Modified);
-    EXPECT_TRUE(comparison.changes[0].otherProperties);
-    EXPECT_FALSE(comparison.changes[0].otherVersion);
+    EXPECT_TRUE(comparison.changes[0].propertiesDiffer);
+    EXPECT_FALSE(comparison.changes[0].versionDiffers);
 
     EXPECT_EQ(compare(before, before, false).total.unchanged, 1u);
     auto heavier = now;
@@ -217,8 +217,8 @@ TEST(ComparisonWithProperties, CountsOtherPropertiesAsModified) {
     const auto both = compare(before, heavier, false);
     EXPECT_EQ(both.total.modified, 1u);
     EXPECT_EQ(both.total.lowestSimilarity, 0.0);
-    EXPECT_TRUE(both.changes.at(0).otherProperties);
-    EXPECT_TRUE(both.changes.at(0).otherVersion);
+    EXPECT_TRUE(both.changes.at(0).propertiesDiffer);
+    EXPECT_TRUE(both.changes.at(0).versionDiffers);
 }
 
 TEST(ComparisonWithProperties, PairsCopiesInOnePlaceWithEqualPropertiesFirst) {

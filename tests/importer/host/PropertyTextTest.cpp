@@ -2,7 +2,8 @@
 
 #include "importer/exchange/PropertyRecords.h"
 #include "importer/exchange/PropertySamples.h"
-#include "importer/host/ImportHost.h"
+#include "importer/host/ImporterRun.h"
+#include "importer/host/Report.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +34,7 @@ TEST(ShownNumber, IsTheShortestThatReadsBack) {
                                                     {std::numeric_limits<double>::infinity(), "inf"},
                                                     {-std::numeric_limits<double>::infinity(), "-inf"}};
     for (const auto& [number, text] : cases)
-        EXPECT_EQ(shownNumber(number), text);
+        EXPECT_EQ(formatNumber(number), text);
 }
 
 TEST(ShownNumber, ReadsBackBitByBit) {
@@ -44,7 +45,7 @@ TEST(ShownNumber, ReadsBackBitByBit) {
         const std::uint64_t bits = random();
         double number = 0;
         std::memcpy(&number, &bits, sizeof number);
-        const auto text = shownNumber(number);
+        const auto text = formatNumber(number);
         if (std::isnan(number)) {
             EXPECT_EQ(std::strtoull(text.substr(4).c_str(), nullptr, 16), bits) << text;
         } else {
@@ -75,19 +76,19 @@ TEST(ShownPropertySet, TellsEveryTypeAndValue) {
                                "        logical: logical unknown\n"
                                "        logical: logical 7\n"
                                "        angle: compound plane angle (-48, -8, -14, -520000)\n";
-    EXPECT_EQ(shownPropertySet(set), "  a set (0123456789012345678901), described as 'what it is'\n"
-                                     "    outer: complex 'its use'\n"
-                                     "      inner: complex ''\n" +
-                                         within +
-                                         "    text: text 'T\xC3\xBCr \xE2\x82\xAC', described as 'a d\xC3\xA9scription'\n");
+    EXPECT_EQ(formatPropertySet(set), "  a set (0123456789012345678901), described as 'what it is'\n"
+                                      "    outer: complex 'its use'\n"
+                                      "      inner: complex ''\n" +
+                                          within +
+                                          "    text: text 'T\xC3\xBCr \xE2\x82\xAC', described as 'a d\xC3\xA9scription'\n");
 }
 
 TEST(ShownPropertySet, LetsNoControlCharacterPass) {
     const auto set = propertySet("s\x1B[1m", {textProperty("n\r\n", "v\t", "d\x7F"), complexProperty("c\b", "u\v", {})},
                                  "\x1B\n34567890123456789012");
-    EXPECT_EQ(shownPropertySet(set), "  s?[1m (??34567890123456789012)\n"
-                                     "    n??: text 'v?', described as 'd?'\n"
-                                     "    c?: complex 'u?'\n");
+    EXPECT_EQ(formatPropertySet(set), "  s?[1m (??34567890123456789012)\n"
+                                      "    n??: text 'v?', described as 'd?'\n"
+                                      "    c?: complex 'u?'\n");
 }
 
 TEST(PropertiesOfAnObject, AreFoundByItsGlobalId) {
@@ -101,38 +102,38 @@ TEST(PropertiesOfAnObject, AreFoundByItsGlobalId) {
     model.objects[1].propertySets = {1, 0};
     model.propertySets = {encode(propertySet("A", {textProperty("P", std::string(10000, 'v'))})),
                           encode(propertySet("B", {}))};
-    EXPECT_EQ(propertiesOf(model, "1$_aB67890123456789012"), "properties of 1$_aB67890123456789012: IFCBEAM '" +
-                                                                 std::string(10000, 'n') +
-                                                                 "' (line 7, #8), 2 property sets\n"
-                                                                 "  B (0123456789012345678901)\n"
-                                                                 "  A (0123456789012345678901)\n"
-                                                                 "    P: text '" +
-                                                                 std::string(10000, 'v') + "'\n");
+    EXPECT_EQ(reportProperties(model, "1$_aB67890123456789012"), "properties of 1$_aB67890123456789012: IFCBEAM '" +
+                                                                     std::string(10000, 'n') +
+                                                                     "' (line 7, #8), 2 property sets\n"
+                                                                     "  B (0123456789012345678901)\n"
+                                                                     "  A (0123456789012345678901)\n"
+                                                                     "    P: text '" +
+                                                                     std::string(10000, 'v') + "'\n");
     for (const char* const unknown : {"1$_aB67890123456789013", "1$_ab67890123456789012", "1$_aB6789012345678901", ""})
-        EXPECT_THROW(propertiesOf(model, unknown), ImportError) << unknown;
+        EXPECT_THROW(reportProperties(model, unknown), ImportError) << unknown;
 }
 
 TEST(Georeference, IsShownWholeOrMissed) {
     ImportResult result;
-    EXPECT_EQ(georeferenceOf(result), "no georeference\n");
+    EXPECT_EQ(reportGeoreference(result), "no georeference\n");
     result.georeference.emplace(Plexor::Vertex(1, 2, -3), 458657.3, 5438232.25, 113.7, 0.8, -0.6, 0.001,
                                 Velmor::IFC4_MapProjection(VELMOR_WIDE("EPSG:25832"), VELMOR_WIDE("a\nb"),
                                                            VELMOR_WIDE("ETRS89"), VELMOR_WIDE("NN"), VELMOR_WIDE("UTM"),
                                                            VELMOR_WIDE("32N"), VELMOR_WIDE("FOOT"), 0.3048));
-    EXPECT_EQ(georeferenceOf(result), "georeference:\n"
-                                      "  projected system: 'EPSG:25832'\n"
-                                      "  description: 'a?b'\n"
-                                      "  geodetic datum: 'ETRS89'\n"
-                                      "  vertical datum: 'NN'\n"
-                                      "  projection: 'UTM'\n"
-                                      "  zone: '32N'\n"
-                                      "  map unit: 'FOOT' of 0.3048 m\n"
-                                      "  origin in the model: 1, 2, -3\n"
-                                      "  eastings: 458657.3\n"
-                                      "  northings: 5438232.25\n"
-                                      "  orthogonal height: 113.7\n"
-                                      "  x axis in the map: 0.8, -0.6\n"
-                                      "  scale: 0.001\n");
+    EXPECT_EQ(reportGeoreference(result), "georeference:\n"
+                                          "  projected system: 'EPSG:25832'\n"
+                                          "  description: 'a?b'\n"
+                                          "  geodetic datum: 'ETRS89'\n"
+                                          "  vertical datum: 'NN'\n"
+                                          "  projection: 'UTM'\n"
+                                          "  zone: '32N'\n"
+                                          "  map unit: 'FOOT' of 0.3048 m\n"
+                                          "  origin in the model: 1, 2, -3\n"
+                                          "  eastings: 458657.3\n"
+                                          "  northings: 5438232.25\n"
+                                          "  orthogonal height: 113.7\n"
+                                          "  x axis in the map: 0.8, -0.6\n"
+                                          "  scale: 0.001\n");
 }
 
 namespace {
@@ -223,5 +224,5 @@ TEST(ReportOfProperties, TellsHowManyObjectsHaveNoClass) {
               "m.ifc: , 0 objects, first import\n"
               "  class  objects  new  unchanged  modified  lowest similarity  gone\n"
               "  total        0    0          0         0                  -     0\n"
-              "of entities without a class of their own, taken as IFCINVALID: 3\n");
+              "objects of entities without a class name, reported as IFCINVALID: 3\n");
 }

@@ -147,9 +147,9 @@ TEST(State, OfAnEarlierFormatVersionIsRefusedWithAWayOut) {
         SCOPED_TRACE(version);
         writeFile(state.file(), old);
         const auto error = readingError(state);
-        EXPECT_TRUE(contains(error, "the state file is of another version of this program: ")) << error;
+        EXPECT_TRUE(contains(error, "the state file was written by another version of this program: ")) << error;
         EXPECT_TRUE(contains(error, std::string("import.state: byte 0: expected format version 3, found ") + version +
-                                        "; remove it, and the next import counts as the first"))
+                                        "; remove it, and the next import will be the first"))
             << error;
         EXPECT_EQ(readFile(state.file()), old);
     }
@@ -216,13 +216,12 @@ TEST(State, ThatCannotBeKeptLeavesThePreviousOne) {
     const auto before = readFile(state.file());
     writeFile(folder / "kept" / "import.state.new" / "in the way", "x");
     const auto error = writingError(state, model(3, "after"));
-    EXPECT_TRUE(contains(error, "the state is not kept: the new state file ") && contains(error, "cannot be created"))
-        << error;
+    EXPECT_TRUE(contains(error, "cannot store the state: cannot create the new state file ")) << error;
     EXPECT_EQ(readFile(state.file()), before);
 
     fs::remove_all(folder / "kept" / "import.state.new");
     writeFile(folder / "a file", "x");
-    EXPECT_TRUE(contains(writingError(State(folder / "a file" / "kept"), model(1, "after")), "the state is not kept"));
+    EXPECT_TRUE(contains(writingError(State(folder / "a file" / "kept"), model(1, "after")), "cannot store the state"));
 }
 
 TEST(State, IsReplacedOnlyAfterWhatElseHasToSucceed) {
@@ -239,7 +238,7 @@ TEST(State, IsReplacedOnlyAfterWhatElseHasToSucceed) {
         state.write(model(3, "after"), std::nullopt, fail);
         ADD_FAILURE() << "the state is kept";
     } catch (const StateError& error) {
-        EXPECT_STREQ(error.what(), "the state is not kept: not told");
+        EXPECT_STREQ(error.what(), "cannot store the state: not told");
     }
     EXPECT_EQ(readFile(state.file()), before);
     EXPECT_FALSE(fs::exists(folder / "kept" / "import.state.new"));

@@ -1,12 +1,20 @@
+// One run of an importer:
+//   1. create the sixteen streams (temporary files) and publish them in the environment;
+//   2. start the child process; poll its exit code, its progress stream and the interruption flag until it ends;
+//   3. read the info stream, which the importer writes last: without it the output is incomplete;
+//   4. read the other streams. Each must match the number of records, of bytes and the checksum in the info record.
+
+#include "importer/host/ImporterRun.h"
+
 #include "importer/exchange/Progress.h"
 #include "importer/exchange/PropertyRecords.h"
-#include "importer/exchange/SolidRecords.h"
 #include "importer/exchange/Text.h"
-#include "importer/host/ImportHost.h"
+#include "importer/host/Interruption.h"
 
-#include <csignal>
+#include <array>
 
 namespace importer::host {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -16,29 +24,24 @@ using Velmor::ProcessOperations;
 
 constexpr int pollMilliseconds = 5;
 
-volatile std::sig_atomic_t interrupted = 0;
-
-extern "C" void noteInterruption(int) {
-    interrupted = 1;
-}
-
-/// The sixteen streams of one import. They stay open until the child has ended; then the files vanish with them.
+/// The sixteen streams of one import: temporary files, removed when they are closed.
 class Streams {
 public:
     Streams() {
-        for (auto& stream : streams_) {
+        for (std::unique_ptr<FileStream>& stream : streams_) {
             stream.reset(FileStream::createTemporaryFile());
             if (stream->getHandle() == ProcessOperations::InvalidHandle())
-                throw ImportError("a temporary file cannot be created; does the temporary folder exist, and is there room?");
+                throw ImportError("cannot create a temporary file; check that the temporary folder exists and the disk is "
+                                  "not full");
         }
     }
 
     FileStream& operator[](Velmor::ForeignObjectStream_e stream) { return *streams_[stream]; }
 
-    /// Hands out a stream of a child that has ended.
+    /// Passes the ownership of a stream to the caller. The child must have ended.
     std::unique_ptr<FileStream> release(Velmor::ForeignObjectStream_e stream) { return std::move(streams_[stream]); }
 
-    /// Publishes the streams and the three strings for the child.
+    /// Sets the environment variables of the child.
     void publish(const fs::path& importer, const fs::path& model) const {
         EnvironmentVariables::SetInt(VELMOR_WIDE("fo_handle_version"), 1);
         EnvironmentVariables::SetString(VELMOR_WIDE("fo_string_filename"), wide(model));
@@ -52,14 +55,14 @@ private:
     std::array<std::unique_ptr<FileStream>, Velmor::ForeignObjectStreamCount> streams_;
 };
 
-/// A child process; one that still runs is ended with its object.
+/// A child process. The destructor terminates it if it is still running.
 class Child {
 public:
     explicit Child(const fs::path& program) {
-        // The program is named by its path; its command line holds nothing that had to be quoted.
+        // The path of the program is passed separately, so the command line needs no quoting.
         process_ = ProcessOperations::createProcess(wide(program), VELMOR_WIDE("importer"), true);
         if (process_ == ProcessOperations::InvalidHandle())
-            throw ImportError("the importer " + utf8(program) + " cannot be started");
+            throw ImportError("cannot start the importer " + utf8(program));
     }
 
     ~Child() {
@@ -78,6 +81,7 @@ private:
     HANDLE process_;
 };
 
+/// @return the exit code.
 unsigned waitFor(const Child& child, FileStream& progress) {
     ProgressReader reader(progress);
     ProgressBar bar;
@@ -90,7 +94,7 @@ unsigned waitFor(const Child& child, FileStream& progress) {
     return exitCode;
 }
 
-// The importer's last words, if it came to them.
+/// @return nothing if the importer ended before it wrote the record.
 std::optional<InfoRecord> readInfo(FileStream& stream) {
     RecordReader reader(stream, "the info stream");
     std::string payload;
@@ -99,7 +103,8 @@ std::optional<InfoRecord> readInfo(FileStream& stream) {
     return decodeInfo(payload);
 }
 
-void readProblems(FileStream& stream, const StreamTotals& expected, ImportResult& result) {
+void readProblems(FileStream& stream, const InfoRecord& info, ImportResult& result) {
+    const StreamTotals& expected = info.problems;
     RecordReader reader(stream, "the log stream");
     std::string payload;
     while (reader.next(payload)) {
@@ -110,34 +115,47 @@ void readProblems(FileStream& stream, const StreamTotals& expected, ImportResult
     if (reader.totals() != expected) {
         throw FormatError("the log stream: expected " + std::to_string(expected.records) + " problems in " +
                           std::to_string(expected.bytes) + " bytes, found " + std::to_string(reader.totals().records) +
-                          " in " + std::to_string(reader.totals().bytes) + ", or others");
+                          " in " + std::to_string(reader.totals().bytes) + ", or with other content");
     }
+    result.problemCount += info.problemsOmitted;
+}
+
+void readModel(Streams& streams, const InfoRecord& info, Model& model) {
+    RecordReader objects(streams[Velmor::ObjectsStream], "the objects stream");
+    readObjects(objects, info.objects, [&model](ObjectRecord&& object) { model.objects.push_back(std::move(object)); });
+    requireEnd(objects);
+    RecordReader attributes(streams[Velmor::AttributesStream], "the attributes stream");
+    readAttributes(
+        attributes, info.attributes, model.objects.size(),
+        [&model](std::string_view set) { model.propertySets.emplace_back(set); },
+        [&model](Assignment&& assignment) { model.objects[assignment.object].propertySets = std::move(assignment.sets); });
+    requireEnd(attributes);
+}
+
+/// Checks solids and textures and leaves them in their files: they may be large, and only an export reads them.
+void checkPayloads(Streams& streams, const InfoRecord& info, ImportResult& result) {
+    result.solids = {streams.release(Velmor::SolidsStream), info.solids};
+    RecordReader solids(*result.solids.stream, "the solids stream");
+    readSolids(solids, info.solids, result.model.objects.size(), [](std::uint64_t, const Mesh&) {});
+    requireEnd(solids);
+    result.textures = {streams.release(Velmor::TexturesStream), info.textures};
+    RecordReader textures(*result.textures.stream, "the textures stream");
+    readTextures(textures, info.textures, [](const TextureRecord&) {});
+    requireEnd(textures);
+}
+
+ImportResult readResult(Streams& streams, const InfoRecord& info) {
+    ImportResult result;
+    result.schema = info.schema;
+    result.objectsWithoutClass = info.objectsWithoutClass;
+    result.georeference = info.georeference;
+    readProblems(streams[Velmor::LogStream], info, result);
+    readModel(streams, info, result.model);
+    checkPayloads(streams, info, result);
+    return result;
 }
 
 } // namespace
-
-void catchInterruptions() {
-    for (const int signal : {
-             SIGINT, SIGTERM,
-#if defined(SIGBREAK)
-                 SIGBREAK, // Ctrl-Break of a Windows console
-#endif
-#if defined(SIGHUP)
-                 SIGHUP,
-#endif
-#if defined(SIGPIPE)
-                 SIGPIPE, // the reader of the report has gone: the writing fails, and says so
-#endif
-         }) {
-        if (std::signal(signal, noteInterruption) == SIG_IGN)
-            std::signal(signal, SIG_IGN);
-    }
-}
-
-void checkInterruption() {
-    if (interrupted != 0)
-        throw ImportError("interrupted");
-}
 
 ImportResult runImporter(const fs::path& importer, const fs::path& model) {
     Streams streams;
@@ -149,44 +167,19 @@ ImportResult runImporter(const fs::path& importer, const fs::path& model) {
         return ImportError("the importer ended with code " + std::to_string(exitCode) + "; " + what);
     };
     try {
-        const auto info = readInfo(streams[Velmor::InfoStream]);
+        const std::optional<InfoRecord> info = readInfo(streams[Velmor::InfoStream]);
         if (!info)
-            throw incomplete("it did not come to its end (it crashed, was ended, or had no room left on the disk)");
+            throw incomplete("it did not finish (it crashed, was terminated, or the disk is full)");
         if (!info->error.empty())
             throw ImportError(printable(info->error));
         if (exitCode != 0)
-            throw incomplete("what it handed over is not trusted");
-        ImportResult result;
-        result.schema = info->schema;
-        readProblems(streams[Velmor::LogStream], info->problems, result);
-        result.problemCount += info->problemsOmitted;
-        result.objectsWithoutClass = info->objectsWithoutClass;
-        result.georeference = info->georeference;
-        auto& kept = result.model;
-        RecordReader objects(streams[Velmor::ObjectsStream], "the objects stream");
-        readObjects(objects, info->objects, [&kept](ObjectRecord&& object) { kept.objects.push_back(std::move(object)); });
-        requireEnd(objects);
-        RecordReader attributes(streams[Velmor::AttributesStream], "the attributes stream");
-        readAttributes(
-            attributes, info->attributes, kept.objects.size(),
-            [&kept](std::string_view set) { kept.propertySets.emplace_back(set); },
-            [&kept](Assignment&& assignment) { kept.objects[assignment.object].propertySets = std::move(assignment.sets); });
-        requireEnd(attributes);
-        // They may be large, so they stay where they are until somebody needs them.
-        result.solids = {streams.release(Velmor::SolidsStream), info->solids};
-        RecordReader solids(*result.solids.stream, "the solids stream");
-        readSolids(solids, info->solids, kept.objects.size(), [](std::uint64_t, const Mesh&) {});
-        requireEnd(solids);
-        result.textures = {streams.release(Velmor::TexturesStream), info->textures};
-        RecordReader textures(*result.textures.stream, "the textures stream");
-        readTextures(textures, info->textures, [](const TextureRecord&) {});
-        requireEnd(textures);
-        return result;
+            throw incomplete("its output is discarded");
+        return readResult(streams, *info);
     } catch (const VersionError& error) {
         throw ImportError("the importer " + utf8(importer) + " does not fit this program: " + error.what() +
-                          "; both must come from one build");
+                          "; use programs of the same build");
     } catch (const FormatError& error) {
-        throw incomplete(std::string("what it handed over is incomplete: ") + error.what());
+        throw incomplete(std::string("its output is incomplete: ") + error.what());
     }
 }
 
