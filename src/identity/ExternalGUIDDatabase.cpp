@@ -159,9 +159,8 @@ ExternalGUID identityOf(ExternalGUID::Type_t type, const void* row) {
         return ExternalGUID::fromKX(keyOf<KXGUID_t>(row));
     case ExternalGUID::CadmaticObi:
         return ExternalGUID::fromCadmaticObi(keyOf<int>(row));
-    default:
-        return ExternalGUID::fromDWGHandle(keyOf<std::uint64_t>(row) >>
-                                           32); // the field holds the low half in its upper half
+    default: // the upper half of the key field is the low half of the handle
+        return ExternalGUID::fromDWGHandle(keyOf<std::uint64_t>(row) >> 32);
     }
 }
 

@@ -19,8 +19,8 @@
 // insertion finds all buckets full. The array starts with 16 pointers and grows by a factor of 4. A row has the position
 // bucket x rows per bucket + slot, which never changes.
 //
-// Indexes: every index has a hash as large as the number of row positions at least. Each new bucket can make the hash grow,
-// see tabrixhash.cpp. An insertion first searches the key in all unique indexes, then copies the row and links it into all
+// Indexes: the hash size of every index is at least the number of row positions. A new bucket can enlarge the hash, see
+// tabrixhash.cpp. An insertion first searches all unique indexes for the key, then copies the row and links it into all
 // indexes.
 //
 // Failure: an operation allocates all memory before it changes the table, or frees what it has built.

@@ -267,8 +267,8 @@ bool resizeHash(Table& table, std::size_t capacity) {
     // Allocates for all indexes first, so that a failure leaves them unchanged.
     for (Index* index = table.indexes; index; index = index->next) {
         if (!allocateChains(*index, size)) {
-            for (Index* made = table.indexes; made; made = made->next)
-                dropNewChains(*made);
+            for (Index* other = table.indexes; other; other = other->next)
+                dropNewChains(*other);
             return false;
         }
     }

@@ -15,7 +15,7 @@
 // numbers that the type has, without padding: volume and centroid, then the distances, then the box.
 //
 // Equality compares each group with an absolute tolerance. All comparisons are "difference > tolerance", so a difference
-// equal to the tolerance, or a NaN, counts as equal. Similarity.cpp has the graded comparison.
+// equal to the tolerance, or a NaN, counts as equal. The graded comparison is in Similarity.cpp.
 
 namespace Velmor {
 

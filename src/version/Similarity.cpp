@@ -18,7 +18,7 @@
 //                    x closeness(distance of the boxes / S)
 //     solid:         the same x (smaller volume / larger volume, 0.5 .. 1 mapped to 0 .. 1)^3
 //
-// A NaN passes through all factors.
+// A NaN passes through all factors, except that of the volumes (see volumeRatio).
 
 namespace Velmor {
 
@@ -47,9 +47,9 @@ double closeness(double deviation) {
     return power(clamp((clamp(1 - deviation) - closenessFloor) / closenessWidth), 3);
 }
 
-double meanDistance(const CExternalVersion& version) {
+double meanDistance(const CExternalVersion& record) {
     double sum = 0;
-    for (const double d : version.d)
+    for (const double d : record.d)
         sum += d;
     return sum * 0.125;
 }

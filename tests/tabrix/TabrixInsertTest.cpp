@@ -86,7 +86,7 @@ TEST(TabrixFind, OverwritesOnlyTheRowData) {
     EXPECT_EQ(key, (Bytes{1, 0, 0, 0, 11, 12, 13, 14, 15, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA}));
 }
 
-TEST(TabrixFind, ReturnsThreeForAnIndexThatIsNotUnique) {
+TEST(TabrixFind, RequiresAUniqueIndex) {
     ReferenceStore store({0, 5}, {{fieldInt32, 4}});
     Index* index = store.createIndex(false, {0});
     std::uint32_t row = 1;
@@ -96,7 +96,7 @@ TEST(TabrixFind, ReturnsThreeForAnIndexThatIsNotUnique) {
     EXPECT_EQ(row, 1u);
 }
 
-TEST(TabrixFind, AllocatesNothingLikeAnInsertionIntoAFreeSlot) {
+TEST(TabrixFind, AllocatesNothingAsDoesInsertionIntoAFreeSlot) {
     ReferenceStore store({0, 5}, {{fieldInt32, 4}, {fieldString, 6}});
     Index* index = store.createIndex(true, {1, 0});
     Bytes row = store.emptyRow();
@@ -136,7 +136,7 @@ TEST(TabrixFindOrInsert, FindsARowOrInsertsIt) {
     }
 }
 
-TEST(TabrixFindOrInsert, ReturnsThreeForAnIndexThatIsNotUnique) {
+TEST(TabrixFindOrInsert, RequiresAUniqueIndex) {
     ReferenceStore store({0, 5}, {{fieldInt32, 4}});
     Index* index = store.createIndex(false, {0});
     std::uint32_t row = 1;
@@ -144,7 +144,7 @@ TEST(TabrixFindOrInsert, ReturnsThreeForAnIndexThatIsNotUnique) {
     store.verify();
 }
 
-TEST(TabrixFindOrInsert, ReturnsFourWhenMemoryIsExhausted) {
+TEST(TabrixFindOrInsert, FailsWhenMemoryIsExhausted) {
     ReferenceStore store({0, 5}, {{fieldInt32, 4}});
     Index* index = store.createIndex(true, {0});
     for (std::uint32_t i = 0; i < 5; ++i)
