@@ -1,7 +1,7 @@
-// The identity database and its peers. After the benchmarks' own lines comes a table of nanoseconds an item, with the time
-// of each peer as a multiple of the library's: above 1 the library is faster.
+// Compares the identity database with its peers. The output of the benchmarks is followed by a table of nanoseconds per
+// item. For each peer it also shows the ratio of its time to that of the library: above 1 the library is faster.
 
-#include "identity_contestants.h"
+#include "identity_peers.h"
 
 #include <benchmark/benchmark.h>
 
@@ -23,13 +23,13 @@ public:
         for (const Run& run : runs) {
             if (run.run_type != Run::RT_Iteration || run.error_occurred)
                 continue;
-            // operation/contestant
+            // The name is operation/peer.
             const std::string name = run.run_name.function_name;
             const std::size_t slash = name.find('/');
             const std::string row = name.substr(0, slash) + ", " + run.run_name.args;
             if (times_.find(row) == times_.end())
                 rows_.push_back(row);
-            // The least disturbed of several repetitions counts.
+            // Uses the fastest of several repetitions, which was disturbed least.
             const double time = 1e9 / run.counters.at("items_per_second").value;
             double& best = times_[row].try_emplace(name.substr(slash + 1), std::numeric_limits<double>::max()).first->second;
             best = std::min(best, time);
@@ -37,7 +37,7 @@ public:
     }
 
     void Finalize() override {
-        std::printf("\n%-32s %12s   peers\n", "nanoseconds an item", "velmor");
+        std::printf("\n%-32s %12s   peers\n", "nanoseconds per item", "velmor");
         for (const std::string& row : rows_) {
             std::map<std::string, double>& times = times_[row];
             const double own = times["velmor"];

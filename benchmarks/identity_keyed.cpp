@@ -1,11 +1,11 @@
-// Keyed identities: insertion, look-up by key (present and absent) and look-up by id, beside two std::unordered_map and two
-// absl::flat_hash_map.
+// Keyed identities: insertion, look-up by key (present and absent) and look-up by id. The peers are two std::unordered_map
+// and two absl::flat_hash_map.
 //
-// Every pass goes over all identities in an order unlike that of insertion; the identities themselves lie in memory in the
-// order in which they are asked for, so that all contestants read them at the same small cost. Insertion is timed without
-// the construction of the database, which is measured by itself. A look-up by id makes an ExternalGUID for every contestant.
+// Every pass uses all identities in another order than that of insertion. In memory they have the order of the pass, so that
+// reading them has the same small cost for all peers. The time of insertion does not include the construction of the
+// database, which has its own benchmark. A look-up by id creates an ExternalGUID for every peer.
 
-#include "identity_contestants.h"
+#include "identity_peers.h"
 
 #include <benchmark/benchmark.h>
 
@@ -19,7 +19,7 @@ namespace benchmarks {
 
 namespace {
 
-// Numbers begin .. begin + count - 1 in random order.
+// Returns the numbers begin .. begin + count - 1 in random order.
 std::vector<std::uint64_t> shuffled(std::uint64_t begin, std::size_t count) {
     std::vector<std::uint64_t> numbers(count);
     for (std::size_t i = 0; i < count; ++i)
@@ -110,7 +110,7 @@ void findById(benchmark::State& state) {
 }
 
 template <class Database>
-void registerContestant(const std::string& name, std::int64_t count) {
+void registerPeer(const std::string& name, std::int64_t count) {
     const auto add = [&](const std::string& operation, void (*function)(benchmark::State&)) {
         benchmark::RegisterBenchmark((operation + "/" + name).c_str(), function)->Arg(count)->UseManualTime();
     };
@@ -127,9 +127,9 @@ void registerKeyed() {
     benchmark::RegisterBenchmark("construct/unordered_map", construct<StandardMaps>)->Arg(0);
     benchmark::RegisterBenchmark("construct/flat_hash_map", construct<FlatMaps>)->Arg(0);
     for (const std::int64_t count : {1'000, 100'000, 1'000'000, 4'000'000}) {
-        registerContestant<Velmor::ExternalGUIDDatabase>("velmor", count);
-        registerContestant<StandardMaps>("unordered_map", count);
-        registerContestant<FlatMaps>("flat_hash_map", count);
+        registerPeer<Velmor::ExternalGUIDDatabase>("velmor", count);
+        registerPeer<StandardMaps>("unordered_map", count);
+        registerPeer<FlatMaps>("flat_hash_map", count);
     }
 }
 

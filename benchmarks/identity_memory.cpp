@@ -1,5 +1,5 @@
 #include "ProcessMemory.h"
-#include "identity_contestants.h"
+#include "identity_peers.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -25,7 +25,7 @@ void printPeakMemoryOf(const char* name, std::uint64_t count) {
     for (std::uint64_t i = 0; i < count; ++i)
         database.insertGUID(Velmor::ExternalGUID::fromIFCGlobalID(GlobalId(i).text.data()));
     const double bytes = 1024.0 * static_cast<double>(memoryStatus("VmHWM") - before);
-    std::printf("%-16s %8.1f MiB %8.1f bytes an identity\n", name, bytes / 1048576, bytes / static_cast<double>(count));
+    std::printf("%-16s %8.1f MiB %8.1f bytes per identity\n", name, bytes / 1048576, bytes / static_cast<double>(count));
     std::fflush(stdout);
     _exit(0);
 }

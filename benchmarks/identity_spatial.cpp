@@ -1,7 +1,7 @@
-// Spatial identities: the database's tree beside a uniform grid, and the computation of a spatial hash beside a plain
-// two-pass loop and a plain sum over the same numbers.
+// Spatial identities: the tree of the database compared with a uniform grid, and the computation of a spatial hash compared
+// with simple loops and with a sum over the same numbers.
 
-#include "identity_contestants.h"
+#include "identity_peers.h"
 
 #include <absl/container/flat_hash_map.h>
 #include <benchmark/benchmark.h>
@@ -19,8 +19,8 @@ namespace {
 
 using Hash = std::array<double, 11>;
 
-// What one would write for the purpose: cells of twice the tolerance over the centres, so that what is within the tolerance
-// lies in at most two cells along each axis.
+// The usual structure for this purpose: cells with an edge of twice the tolerance, selected by the center. Hashes within the
+// tolerance are in at most two cells along each axis.
 class UniformGrid {
 public:
     std::uint32_t insert(const double* key) {
@@ -76,7 +76,7 @@ private:
     std::vector<Node> nodes_;
 };
 
-// Both contestants are asked by identity.
+// Both are called with identities.
 struct Grid {
     void insertGUID(const Velmor::ExternalGUID& guid) { benchmark::DoNotOptimize(grid.insert(guid.getSpatialHash())); }
     void findGUID(const Velmor::ExternalGUID& guid) { benchmark::DoNotOptimize(grid.find(guid.getSpatialHash())); }
@@ -91,7 +91,7 @@ struct Tree {
 
 using Hashes = std::vector<Hash> (*)(std::size_t);
 
-// Objects of all sizes strewn over a site of 1000 units.
+// Objects of different sizes at random positions in a cube of 1000 units.
 std::vector<Hash> randomHashes(std::size_t count) {
     std::mt19937_64 random(count);
     std::uniform_real_distribution<double> coordinate(0, 1000);
@@ -104,7 +104,7 @@ std::vector<Hash> randomHashes(std::size_t count) {
     return hashes;
 }
 
-// Identical objects one unit apart, in random order.
+// Equal objects on a grid of one unit, in random order.
 std::vector<Hash> gridHashes(std::size_t count) {
     const std::size_t side = static_cast<std::size_t>(std::ceil(std::cbrt(static_cast<double>(count)) - 1e-9));
     std::vector<Hash> hashes(count);
@@ -171,8 +171,8 @@ void hashOfLibrary(unsigned count, const double* xyz) {
     benchmark::DoNotOptimize(Velmor::ExternalGUID::spatialHashFromVertexes(count, xyz));
 }
 
-// As one writes it down.
-void hashOfPlainLoops(unsigned count, const double* xyz) {
+// Two loops that follow the definition.
+void hashOfSimpleLoops(unsigned count, const double* xyz) {
     double low[3] = {xyz[0], xyz[1], xyz[2]};
     double high[3] = {xyz[0], xyz[1], xyz[2]};
     for (std::size_t i = 0; i + 1 < count; ++i) {
@@ -197,7 +197,7 @@ void hashOfPlainLoops(unsigned count, const double* xyz) {
     benchmark::DoNotOptimize(hash);
 }
 
-void plainSum(unsigned count, const double* xyz) {
+void sumOfVertices(unsigned count, const double* xyz) {
     double sum = 0;
     for (std::size_t i = 0; i < 3 * std::size_t{count}; ++i)
         sum += xyz[i];
@@ -231,8 +231,8 @@ void registerSpatial() {
     }
     for (const std::int64_t count : {1'000, 10'000, 100'000, 1'000'000, 10'000'000}) {
         benchmark::RegisterBenchmark("hash of vertices/velmor", reduceVertices, hashOfLibrary)->Arg(count);
-        benchmark::RegisterBenchmark("hash of vertices/plain loops", reduceVertices, hashOfPlainLoops)->Arg(count);
-        benchmark::RegisterBenchmark("hash of vertices/plain sum", reduceVertices, plainSum)->Arg(count);
+        benchmark::RegisterBenchmark("hash of vertices/simple loops", reduceVertices, hashOfSimpleLoops)->Arg(count);
+        benchmark::RegisterBenchmark("hash of vertices/sum", reduceVertices, sumOfVertices)->Arg(count);
     }
 }
 

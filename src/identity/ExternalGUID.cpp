@@ -1,23 +1,25 @@
 #include <Velmor/Identity.h>
 
 #include "diagnostics/Diagnostics.h"
-#include "identity/Record.h"
+#include "identity/GuidRecord.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
+// An identity is one heap block in the layout of GuidRecord.h. Fields are read and written with memcpy: the block has no
+// C++ type, and a byte stream can put any value into any field.
+
 namespace Velmor {
 
 using namespace diagnostics;
+using namespace identity;
 
 namespace {
 
-static_assert(sizeof(int) == 4 && sizeof(unsigned long long) == 8 && sizeof(double) == 8);
-
-char* allocateRecord() {
-    void* record = std::malloc(recordSize);
+char* allocateGuidRecord() {
+    void* record = std::malloc(guidRecordSize);
     if (!record)
         throw std::bad_alloc();
     return static_cast<char*>(record);
@@ -27,10 +29,10 @@ void setType(char* record, ExternalGUID::Type_t type) {
     std::memcpy(record + tagOffset, &type, sizeof type);
 }
 
-// A copy of zeros: compilers turn a short memset into a string instruction, which is slower by far.
+// Copies zeros: compilers turn a short memset into a string instruction, which is much slower.
 void clearRecord(char* record) {
-    static constexpr char zeros[recordSize] = {};
-    std::memcpy(record, zeros, recordSize);
+    static constexpr char zeros[guidRecordSize] = {};
+    std::memcpy(record, zeros, guidRecordSize);
 }
 
 void fillRecord(char* record, ExternalGUID::Type_t type, const void* payload, std::size_t payloadSize) {
@@ -41,12 +43,13 @@ void fillRecord(char* record, ExternalGUID::Type_t type, const void* payload, st
 
 } // namespace
 
-ExternalGUID::ExternalGUID() : record_(allocateRecord()) {
+ExternalGUID::ExternalGUID() : record_(allocateGuidRecord()) {
+    // Frozen: the other 92 bytes are not initialized.
     setType(record_, Invalid);
 }
 
-ExternalGUID::ExternalGUID(const ExternalGUID& other) : record_(allocateRecord()) {
-    std::memcpy(record_, other.record_, recordSize);
+ExternalGUID::ExternalGUID(const ExternalGUID& other) : record_(allocateGuidRecord()) {
+    std::memcpy(record_, other.record_, guidRecordSize);
 }
 
 ExternalGUID::~ExternalGUID() {
@@ -55,26 +58,29 @@ ExternalGUID::~ExternalGUID() {
 }
 
 ExternalGUID& ExternalGUID::operator=(const ExternalGUID& other) {
+    // Frozen: the bytes go into the existing block; an object without a block is left unchanged.
     if (record_ && this != &other)
-        std::memcpy(record_, other.record_, recordSize);
+        std::memcpy(record_, other.record_, guidRecordSize);
     return *this;
 }
 
 ExternalGUID ExternalGUID::fromByteStream(unsigned size, const char* bytes) {
     ExternalGUID guid;
     clearRecord(guid.record_);
+    // Frozen: any length and any type tag is accepted; bytes after the 96th are ignored.
     if (size > 0)
-        std::memcpy(guid.record_, bytes, std::min<std::size_t>(size, recordSize));
+        std::memcpy(guid.record_, bytes, std::min<std::size_t>(size, guidRecordSize));
     return guid;
 }
 
 const char* ExternalGUID::getBytes(unsigned* size) const {
-    *size = recordSize;
+    *size = guidRecordSize;
     return record_;
 }
 
 ExternalGUID ExternalGUID::fromIFCGlobalID(const char* id) {
     ExternalGUID guid;
+    // Frozen: 22 characters are copied without a check of their length.
     fillRecord(guid.record_, IFCGlobalID, id, ifcGlobalIDSize);
     return guid;
 }
@@ -98,6 +104,7 @@ ExternalGUID ExternalGUID::fromDWGHandle(unsigned long long handle) {
 }
 
 void ExternalGUID::fromSpatialHash(const double* hash) {
+    // Frozen: the reserved bytes 4..7 keep their values.
     setType(record_, SpatialHash);
     std::memmove(record_ + payloadOffset, hash, spatialHashSize);
 }
@@ -117,9 +124,9 @@ ExternalGUID::Type_t ExternalGUID::getType() const {
 }
 
 const double* ExternalGUID::getSpatialHash() const {
-    static constexpr double none[spatialHashDimension] = {};
-    // Silent on purpose, unlike the other getters.
-    return getType() == SpatialHash ? reinterpret_cast<const double*>(record_ + payloadOffset) : none;
+    static constexpr double neutral[spatialHashDimension] = {};
+    // Frozen: a wrong type is not reported, unlike in the other getters.
+    return getType() == SpatialHash ? reinterpret_cast<const double*>(record_ + payloadOffset) : neutral;
 }
 
 const char* ExternalGUID::getIFCGlobalID() const {
@@ -135,8 +142,8 @@ const KXGUID_t& ExternalGUID::getKXGUID() const {
         return *reinterpret_cast<const KXGUID_t*>(record_ + payloadOffset);
     static ReportOnce once;
     once();
-    static constexpr KXGUID_t none = {};
-    return none;
+    static constexpr KXGUID_t neutral = {};
+    return neutral;
 }
 
 int ExternalGUID::getCadmaticObi() const {

@@ -1,6 +1,6 @@
 #include <Velmor/Identity.h>
 
-#include "identity/Record.h"
+#include "identity/GuidRecord.h"
 #include "identity/SpatialTree.h"
 #include "tabrix/tabrix.h"
 
@@ -10,16 +10,38 @@
 #include <iterator>
 #include <new>
 
+// The database combines two stores:
+//
+// Keyed identities: one table of the hash-table store (tabrix) per key type. A row is {id, key}; one unique index finds it
+// by id, another one by key. All types draw their ids from one counter that starts at 0xFFFFFFFE and counts down.
+//
+// Spatial hashes: a tree that matches with a tolerance (SpatialTree.cpp). The ordinal of a node is its id, so these ids
+// count up from 0. The sign bit of an id selects the store.
+//
+// An id is usually found without its index: rows of one type that are inserted one after another have consecutive ids, so
+// the distance from the id of the first row is the position of the row. The id in that row confirms it; if it differs, the
+// index is searched.
+
 namespace Velmor {
+
+using namespace identity;
 
 namespace {
 
-// A row of a key table, with room to spare: the runtime id at 0, the key behind it.
+constexpr std::size_t keyOffset = 4; // of the key field, after the id
+constexpr std::size_t handleOffset = 8;
+constexpr std::size_t longestKey = ifcGlobalIDSize;
+
+// A row of a key table: the runtime id at 0, then the key. It is larger than any stored row, so that a key of any type can
+// be copied with the size of the longest one.
 struct Row {
     alignas(8) unsigned char bytes[32] = {};
 
     explicit Row(std::uint32_t id) { std::memcpy(bytes, &id, sizeof id); }
 };
+
+static_assert(sizeof(Row) >= handleOffset + longestKey, "the longest key fits at the largest offset");
+static_assert(std::endian::native == std::endian::little, "the low half of a handle is stored first");
 
 std::uint32_t idOf(const void* row) {
     std::uint32_t id;
@@ -27,23 +49,15 @@ std::uint32_t idOf(const void* row) {
     return id;
 }
 
-// One kind of key: the type of the identities, the key field, and where an identity's payload goes in the row.
 struct KeyKind {
     ExternalGUID::Type_t type;
-    std::uint32_t fieldType;
+    std::uint32_t fieldType; ///< Of the key field.
     std::int32_t fieldSize;
-    std::size_t rowOffset;
+    std::size_t rowOffset; ///< Where the payload of an identity is copied to.
 };
 
-constexpr std::size_t keyOffset = 4; // of the key field, behind the id
-constexpr std::size_t handleOffset = 8;
-constexpr std::size_t longestKey = ifcGlobalIDSize;
-
-static_assert(sizeof(Row) >= handleOffset + longestKey, "as much as the longest key is written wherever a key goes");
-static_assert(std::endian::native == std::endian::little, "the low half of a handle comes first");
-
-// In the order of the types. A DWG handle is placed at 8 on purpose: its field then holds four zero bytes and the handle's
-// low half, so that handles are one identity when their low 32 bits agree.
+// Frozen: only the low 32 bits of a DWG handle are stored and compared.
+// The handle is copied to offset 8 although its field begins at 4: the field holds four zero bytes and the low half.
 constexpr KeyKind keyKinds[] = {
     {ExternalGUID::IFCGlobalID, tabrix::fieldBytes, longestKey, keyOffset},
     {ExternalGUID::KXGUID, tabrix::fieldBytes, 16, keyOffset},
@@ -57,15 +71,15 @@ constexpr std::uint32_t firstKeyedType = keyKinds[0].type;
 constexpr tabrix::TableSpec tableSpec = {2000, 2000};
 constexpr tabrix::IndexSpec indexSpec = {tabrix::indexKindHash, 1};
 
-// All null when there was no memory for it: the kind then takes no identities.
+// All pointers are null if memory was exhausted; the kind then accepts no identities.
 struct KeyTable {
     tabrix::Table* table;
     tabrix::Index* idIndex;
     tabrix::Index* keyIndex;
-    std::uint32_t firstID; // of the first row
+    std::uint32_t firstID; ///< Id of the first row.
 };
 
-void destroy(KeyTable& keys) {
+void destroyKeyTable(KeyTable& keys) {
     if (keys.keyIndex)
         tabrix::destroyIndex(keys.keyIndex);
     if (keys.idIndex)
@@ -75,7 +89,7 @@ void destroy(KeyTable& keys) {
     keys = {};
 }
 
-void build(KeyTable& keys, const KeyKind& kind) {
+void createKeyTable(KeyTable& keys, const KeyKind& kind) {
     const tabrix::FieldSpec fields[] = {{tabrix::fieldInt32, 4}, {kind.fieldType, kind.fieldSize}, {tabrix::fieldEnd, 0}};
     keys.table = tabrix::createTable(tableSpec, fields);
     if (!keys.table)
@@ -85,27 +99,27 @@ void build(KeyTable& keys, const KeyKind& kind) {
     keys.idIndex = tabrix::createIndex(keys.table, indexSpec, idField);
     keys.keyIndex = tabrix::createIndex(keys.table, indexSpec, keyField);
     if (!keys.idIndex || !keys.keyIndex)
-        destroy(keys);
+        destroyKeyTable(keys);
 }
 
-// What the database reads of an identity.
-class Identity {
+// Reads the record of an identity in place.
+class GuidRecord {
 public:
-    explicit Identity(const ExternalGUID& guid) : record_(guid.getBytes(&size_)) {
+    explicit GuidRecord(const ExternalGUID& guid) : record_(guid.getBytes(&size_)) {
         std::memcpy(&type_, record_ + tagOffset, sizeof type_);
     }
 
     bool isSpatial() const { return type_ == ExternalGUID::SpatialHash; }
     bool isKeyed() const { return kind() < keyKindCount; }
 
-    /// Number of the kind of key.
+    /// Index into `keyKinds`; out of range for other types.
     std::uint32_t kind() const { return type_ - firstKeyedType; }
 
     const double* spatialHash() const { return reinterpret_cast<const double*>(payload()); }
 
     Row keyRow(std::uint32_t id) const {
         Row row(id);
-        // As much as the longest key: of a shorter one the store does not read what follows it.
+        // A constant size is faster. The store ignores the bytes after a shorter key.
         std::memcpy(row.bytes + keyKinds[kind()].rowOffset, payload(), longestKey);
         return row;
     }
@@ -118,8 +132,7 @@ private:
     std::uint32_t type_;
 };
 
-// Ids count down: as long as identities of one kind come in a row, the distance of an id from the first row's is the
-// position of its row. The index answers for all others.
+// Finds a row by the distance of its id from the first id of the table; null if another row is at that position.
 const void* rowInSequence(const KeyTable& keys, std::uint32_t id) {
     const void* row = keys.table ? tabrix::rowAtPosition(keys.table, keys.firstID - id) : nullptr;
     return row && idOf(row) == id ? row : nullptr;
@@ -130,7 +143,7 @@ const void* findRow(const KeyTable& keys, std::uint32_t id) {
     return row || !keys.table ? row : tabrix::findInPlace(keys.idIndex, &id);
 }
 
-// A copy of a stored key.
+// Copies the key out of a row, where it can be unaligned.
 template <class Key>
 Key keyOf(const void* row) {
     Key key;
@@ -146,21 +159,21 @@ ExternalGUID identityOf(ExternalGUID::Type_t type, const void* row) {
         return ExternalGUID::fromKX(keyOf<KXGUID_t>(row));
     case ExternalGUID::CadmaticObi:
         return ExternalGUID::fromCadmaticObi(keyOf<int>(row));
-    default:
-        return ExternalGUID::fromDWGHandle(keyOf<std::uint64_t>(row) >> 32); // the low half, behind four zeros
+    default: // the upper half of the key field is the low half of the handle
+        return ExternalGUID::fromDWGHandle(keyOf<std::uint64_t>(row) >> 32);
     }
 }
 
-bool isKeyed(std::uint32_t id) {
+bool isKeyedID(std::uint32_t id) {
     return static_cast<std::int32_t>(id) < 0;
 }
 
-ExternalGUID noIdentity() {
+ExternalGUID invalidIdentity() {
     return ExternalGUID::fromByteStream(0, nullptr);
 }
 
 ExternalGUID spatialIdentity(const SpatialTree& tree, std::uint32_t id) {
-    ExternalGUID guid = noIdentity();
+    ExternalGUID guid = invalidIdentity();
     if (const double* hash = spatialHashAt(tree, id))
         guid.fromSpatialHash(hash);
     return guid;
@@ -171,7 +184,7 @@ ExternalGUID keyedIdentity(const KeyTable* keys, std::uint32_t id) {
         if (const void* row = findRow(*keys++, id))
             return identityOf(kind.type, row);
     }
-    return noIdentity();
+    return invalidIdentity();
 }
 
 ExternalGUIDRuntimeID_e runtimeID(std::uint32_t id) {
@@ -191,40 +204,41 @@ struct ExternalGUIDDatabase::State {
 ExternalGUIDDatabase::ExternalGUIDDatabase() : state_(static_cast<State*>(std::calloc(1, sizeof(State)))) {
     if (!state_)
         throw std::bad_alloc();
-    addSpatialChunk(state_->tree); // a failure is made up for, or answered, by the first insertion
+    addSpatialChunk(state_->tree); // if this fails, the first insertion tries again
     state_->nextKeyedID = FirstKeyedRuntimeID;
     for (std::size_t i = 0; i < keyKindCount; ++i)
-        build(state_->keys[i], keyKinds[i]);
+        createKeyTable(state_->keys[i], keyKinds[i]);
 }
 
 ExternalGUIDDatabase::~ExternalGUIDDatabase() {
     freeSpatialTree(state_->tree);
     for (KeyTable& keys : state_->keys)
-        destroy(keys);
+        destroyKeyTable(keys);
     std::free(state_);
 }
 
-// The state is shared and the former one kept, on purpose: see the header.
 ExternalGUIDDatabase& ExternalGUIDDatabase::operator=(const ExternalGUIDDatabase& other) {
+    // Frozen: only the pointer is copied; both databases share one state, and the former state is not freed.
     if (this != &other)
         state_ = other.state_;
     return *this;
 }
 
 ExternalGUIDRuntimeID_e ExternalGUIDDatabase::insertGUID(const ExternalGUID& guid) {
-    const Identity identity(guid);
-    if (identity.isSpatial())
-        return runtimeID(insertSpatialHash(state_->tree, identity.spatialHash()));
-    if (!identity.isKeyed())
+    const GuidRecord record(guid);
+    if (record.isSpatial())
+        return runtimeID(insertSpatialHash(state_->tree, record.spatialHash()));
+    if (!record.isKeyed())
         return NoRuntimeID;
 
-    KeyTable& keys = state_->keys[identity.kind()];
+    KeyTable& keys = state_->keys[record.kind()];
     const std::uint32_t id = state_->nextKeyedID;
-    Row row = identity.keyRow(id);
+    Row row = record.keyRow(id);
     const int status = keys.table ? tabrix::findOrInsert(keys.keyIndex, row.bytes) : tabrix::statusFailed;
     if (status == tabrix::statusOk)
         return runtimeID(idOf(row.bytes));
-    // Used up even when the store refuses the row.
+    // Frozen: the id is used up even if the store refuses the row.
+    // Frozen: the counter is not stopped at 0x80000000, where the ids of spatial hashes begin.
     --state_->nextKeyedID;
     if (status != tabrix::statusNotFound)
         return NoRuntimeID;
@@ -234,20 +248,20 @@ ExternalGUIDRuntimeID_e ExternalGUIDDatabase::insertGUID(const ExternalGUID& gui
 }
 
 ExternalGUIDRuntimeID_e ExternalGUIDDatabase::findGUID(const ExternalGUID& guid) {
-    const Identity identity(guid);
-    if (identity.isSpatial())
-        return runtimeID(findSpatialHash(state_->tree, identity.spatialHash()));
-    if (!identity.isKeyed())
+    const GuidRecord record(guid);
+    if (record.isSpatial())
+        return runtimeID(findSpatialHash(state_->tree, record.spatialHash()));
+    if (!record.isKeyed())
         return NoRuntimeID;
 
-    const KeyTable& keys = state_->keys[identity.kind()];
-    const void* row = keys.table ? tabrix::findInPlace(keys.keyIndex, identity.keyRow(0).bytes) : nullptr;
+    const KeyTable& keys = state_->keys[record.kind()];
+    const void* row = keys.table ? tabrix::findInPlace(keys.keyIndex, record.keyRow(0).bytes) : nullptr;
     return row ? runtimeID(idOf(row)) : NoRuntimeID;
 }
 
 ExternalGUID ExternalGUIDDatabase::findGUID(ExternalGUIDRuntimeID_e id) {
-    if (isKeyed(id)) [[likely]] {
-        // The usual import has IFC identities alone.
+    if (isKeyedID(id)) [[likely]] {
+        // Most imports contain IFC identities only.
         if (const void* row = rowInSequence(state_->keys[0], id)) [[likely]]
             return ExternalGUID::fromIFCGlobalID(static_cast<const char*>(row) + keyOffset);
         return keyedIdentity(state_->keys, id);

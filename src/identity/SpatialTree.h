@@ -4,9 +4,9 @@
 
 #include <cstdint>
 
-// Space-partitioning tree over spatial hashes, matched with a tolerance. It only grows.
+// Binary tree over spatial hashes, searched with a tolerance. SpatialTree.cpp describes nodes, chunks and the walk.
 
-namespace Velmor {
+namespace Velmor::identity {
 
 struct SpatialNode {
     std::uint32_t id; ///< Ordinal of the node.
@@ -17,34 +17,37 @@ struct SpatialNode {
 
 inline constexpr std::uint32_t spatialChunkSize = 1024;
 
-/// Node k lies in slot k mod 1024 of chunk number k div 1024.
+/// Storage of 1024 nodes: node k is in slot k mod 1024 of chunk number k div 1024.
 struct SpatialChunk {
     SpatialChunk* next;
-    SpatialNode* nodes; ///< 1024, zeroed.
-    std::uint32_t used; ///< Slots of committed nodes.
+    SpatialNode* nodes; ///< 1024 slots, zero until first written.
+    std::uint32_t used; ///< Number of committed nodes.
 };
 
-/// All zero is a tree without memory.
+/// A zeroed tree is valid: it has no chunk yet.
 struct SpatialTree {
     SpatialChunk* first;
     SpatialChunk* last;
-    std::uint32_t count; ///< Of committed nodes; the first of them is the root.
+    std::uint32_t count; ///< Number of committed nodes. Node 0 is the root.
 };
 
 inline constexpr std::uint32_t noSpatialNode = 0xFFFFFFFFu;
 
-/// Takes memory for another 1024 nodes.
+/// Appends a chunk.
+/// @return false if memory is exhausted; the tree is then unchanged.
 bool addSpatialChunk(SpatialTree& tree);
 
+/// Frees all chunks.
 void freeSpatialTree(SpatialTree& tree);
 
-/// The id of the first node on the key's way that matches it, or that of a new node; 0 without memory.
+/// Returns the id of the first node on the path of `key` that matches, else adds a node and returns its id.
+/// @return the id; 0 if memory is exhausted.
 std::uint32_t insertSpatialHash(SpatialTree& tree, const double* key);
 
-/// The id of the first node on the key's way that matches it, or `noSpatialNode`.
+/// Returns the id of the first node on the path of `key` that matches, or `noSpatialNode`.
 std::uint32_t findSpatialHash(const SpatialTree& tree, const double* key);
 
-/// The key in the slot of an id, committed or not; null beyond the last chunk.
+/// Returns the key in the slot of an id, committed or not; null if the chunk of the id does not exist.
 const double* spatialHashAt(const SpatialTree& tree, std::uint32_t id);
 
-} // namespace Velmor
+} // namespace Velmor::identity

@@ -7,6 +7,24 @@
 #include <cstring>
 #include <iterator>
 
+// Tables, buckets and rows.
+//
+// Row: the fields in their order, each aligned for its type. A row occupies a slot, whose size is the row-data size rounded
+// up to a multiple of 8.
+//
+// Bucket: storage for a fixed number of slots, a bitmap of the slots in use, and the first free slot. Rows are appended and
+// never removed, so they fill the slots in ascending order.
+//
+// Table: an array of pointers to buckets. Buckets are created for the initial rows; later, one bucket is added when an
+// insertion finds all buckets full. The array starts with 16 pointers and grows by a factor of 4. A row has the position
+// bucket x rows per bucket + slot, which never changes.
+//
+// Indexes: the hash size of every index is at least the number of row positions. A new bucket can enlarge the hash, see
+// tabrixhash.cpp. An insertion first searches all unique indexes for the key, then copies the row and links it into all
+// indexes.
+//
+// Failure: an operation allocates all memory before it changes the table, or frees what it has built.
+
 namespace Velmor::tabrix {
 
 namespace {
@@ -14,11 +32,10 @@ namespace {
 constexpr std::uint32_t firstBucketCapacity = 16;
 constexpr std::uint32_t bucketCapacityFactor = 4;
 
-// How the fields of a type are laid out.
 struct FieldLayout {
-    std::size_t unit; // width of one unit of the size given
+    std::size_t unit; ///< Width of one unit in bytes.
     std::size_t alignment;
-    bool sized; // the size given counts; else the field is one unit
+    bool sized; ///< The field has as many units as its specification says; else it is one unit.
 };
 
 constexpr FieldLayout fieldLayouts[] = {
@@ -33,7 +50,7 @@ constexpr FieldLayout fieldLayouts[] = {
     {8, 8, false}, // fieldWideStringPointer
 };
 
-static_assert(sizeof(void*) == 8, "rows hold pointers of 8 bytes");
+static_assert(sizeof(void*) == 8, "pointers in rows have 8 bytes");
 
 constexpr std::size_t roundUp(std::size_t value, std::size_t multiple) {
     return (value + multiple - 1) / multiple * multiple;
@@ -69,7 +86,7 @@ Bucket* createBucket(const Table& table) {
     return bucket;
 }
 
-// Nothing of the table changes before everything is there.
+// Changes the table only after every allocation has succeeded.
 bool addBucket(Table& table) {
     const std::size_t positions = (std::size_t{table.bucketCount} + 1) * table.rowsPerBucket;
     if (table.bucketCount == maxBuckets)
@@ -120,7 +137,7 @@ bool layOutFields(Table& table, const FieldSpec* fields) {
     return true;
 }
 
-// Fills a new, zeroed table.
+// Initializes a zeroed table.
 bool buildTable(Table& table, const TableSpec& spec, const FieldSpec* fields) {
     if (spec.rowsPerBucket - 1 >= 65535 || spec.initialRows < 0)
         return false;
@@ -160,7 +177,7 @@ void markUsed(Table& table, std::size_t bucketNumber) {
     table.firstFreeBucket = next < table.bucketCount ? static_cast<std::int32_t>(next) : -1;
 }
 
-// Checks the field numbers of an index and counts them; 0 if they are refused.
+// Returns the number of fields of an index; 0 if a field number is invalid or repeated.
 std::uint32_t checkFieldNumbers(const Table& table, const int* fieldNumbers) {
     bool* taken = static_cast<bool*>(allocate(table.fieldCount * sizeof(bool), "temp field array"));
     if (!taken)
@@ -186,7 +203,7 @@ bool copyFields(Index& index, const int* fieldNumbers) {
     for (std::uint32_t i = 0; i < index.fieldCount; ++i) {
         index.fields[i] = index.table->fields[fieldNumbers[i]];
         if (index.fields[i].type >= std::size(fieldLayouts))
-            std::abort();
+            std::abort(); // Frozen: an invalid field type in an index ends the process.
     }
     const bool fast = index.fieldCount == 1 && index.fields[0].type == fieldInt32;
     index.fastPathOffset = fast ? static_cast<std::ptrdiff_t>(index.fields[0].offset) : -1;
@@ -201,7 +218,7 @@ void freeIndex(Index* index) {
     std::free(index);
 }
 
-// Inserts a row; `checked` is an index that is known not to hold its key and has the row's hash.
+// Inserts a row. `checked` is an index that is known not to contain the key and already has the hash of the row; or null.
 int checkAndAppend(Table& table, const unsigned char* row, const Index* checked) {
     for (Index* index = table.indexes; index; index = index->next) {
         if (index == checked)
@@ -247,7 +264,6 @@ Table* createTable(const TableSpec& spec, const FieldSpec* fields) {
 int destroyTable(Table* table) {
     for (Index* index = table->indexes; index;) {
         Index* const next = index->next;
-        // Destroying an index cannot fail today.
         if (destroyIndex(index) != statusOk)
             return statusFailed;
         index = next;
@@ -279,7 +295,7 @@ Index* createIndex(Table* table, const IndexSpec& spec, const int* fieldNumbers)
         freeIndex(index);
         return nullptr;
     }
-    buildIndex(*index);
+    buildIndex(*index); // Frozen: equal keys of existing rows are accepted, also by a unique index.
     index->next = table->indexes;
     table->indexes = index;
     ++table->indexCount;

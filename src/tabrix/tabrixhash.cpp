@@ -6,6 +6,20 @@
 #include <cstdlib>
 #include <cstring>
 
+// Hash indexes.
+//
+// Hash of a row: for a key of one 32-bit integer (the fast path) the integer itself, else h = 2 h ^ hash of the field for
+// each field of the key. The number of the chain is the upper bits of h x 0x9E3779B9 (Fibonacci hashing), so all bits of h
+// count.
+//
+// Chains: an index has an entry array with the head of each chain and a link array with one link per row position. A link
+// holds the previous and the next position. New rows become the head of their chain, so a search finds the newest row first.
+//
+// Load factor: both arrays have the hash size of the table, which is at least the number of row positions: the average chain
+// is not longer than 1. When a new bucket exceeds it, the hash size becomes the smallest power of two that is at least twice
+// the number of positions, at least 16, and every index is rebuilt. A rebuild is linear in the number of rows; because the
+// size at least doubles, this is constant per insertion.
+
 namespace Velmor::tabrix {
 
 namespace {
@@ -21,7 +35,7 @@ std::uint32_t fold(std::uint64_t value) {
     return static_cast<std::uint32_t>(value) ^ static_cast<std::uint32_t>(value >> 32);
 }
 
-// Units of a text: one after the other, as bytes or as 16-bit units, wherever they lie.
+// Reads a unit of a text of bytes or 16-bit units, which can be unaligned.
 template <class Unit>
 Unit unitAt(const unsigned char* text, std::size_t i) {
     return read<Unit>(text + i * sizeof(Unit));
@@ -29,7 +43,7 @@ Unit unitAt(const unsigned char* text, std::size_t i) {
 
 constexpr std::size_t unbounded = static_cast<std::size_t>(-1);
 
-// t = (unit ^ f) + (f << 26), f = (f >> 6) + t: the two shifts together are a rotation.
+// t = (unit ^ f) + (f << 26), f = (f >> 6) + t. The sum of the two shifts is a rotation.
 std::uint32_t mixUnit(std::uint32_t f, std::uint32_t unit) {
     return (unit ^ f) + std::rotr(f, 6);
 }
@@ -65,7 +79,7 @@ std::uint32_t hashBytes(const unsigned char* bytes, std::size_t size) {
     return f;
 }
 
-// Keys are short: a few words compared in place beat a call.
+// For short keys, comparing a few words is faster than a call of memcmp.
 bool sameBytes(const unsigned char* a, const unsigned char* b, std::size_t size) {
     constexpr std::size_t word = sizeof(std::uint64_t);
     if (size < word)
@@ -96,7 +110,7 @@ std::uint32_t hashField(const Field& field, const unsigned char* row) {
         return hashText<std::uint16_t>(value, field.width / sizeof(std::uint16_t));
     case fieldWideStringPointer:
         return hashText<std::uint16_t>(read<const unsigned char*>(value), unbounded);
-    default:
+    default: // Frozen: an invalid field type in an index ends the process.
         std::abort();
     }
 }
@@ -107,7 +121,7 @@ bool sameField(const Field& field, const unsigned char* rowA, const unsigned cha
     switch (field.type) {
     case fieldInt32:
         return read<std::uint32_t>(a) == read<std::uint32_t>(b);
-    case fieldFloat:
+    case fieldFloat: // Frozen: a NaN equals nothing; 0 and -0 are equal although their hash values differ.
         return read<float>(a) == read<float>(b);
     case fieldDouble:
         return read<double>(a) == read<double>(b);
@@ -123,7 +137,7 @@ bool sameField(const Field& field, const unsigned char* rowA, const unsigned cha
         return sameText<std::uint16_t>(a, b, field.width / sizeof(std::uint16_t));
     case fieldWideStringPointer:
         return sameText<std::uint16_t>(read<const unsigned char*>(a), read<const unsigned char*>(b), unbounded);
-    default:
+    default: // Frozen: an invalid field type in an index ends the process.
         std::abort();
     }
 }
@@ -136,14 +150,14 @@ std::uint32_t fastKey(const Index& index, const unsigned char* row) {
     return read<std::uint32_t>(row + index.fastPathOffset);
 }
 
-// Positions and, as -2 - hash value, the links to heads fit in 32 bits with sign.
+// Positions and the values -2 - hash of the chain heads must fit in a signed 32-bit number.
 constexpr std::uint32_t maxHashBits = 30;
 
 std::uint32_t chainOf(const Index& index, std::uint32_t hash) {
     return (hash * 0x9E3779B9u) >> (32 - index.table->hashBits);
 }
 
-// The position alone tells where the row is; its link, another place in memory, is needed only to go on.
+// The row is located from its position alone. The link is in other memory and is read only if the row does not match.
 template <class HasKey>
 const unsigned char* walkChain(const Index& index, std::uint32_t hash, HasKey hasKey) {
     const Table& table = *index.table;
@@ -160,8 +174,9 @@ const unsigned char* walkChain(const Index& index, std::uint32_t hash, HasKey ha
 } // namespace
 
 void* allocate(std::size_t bytes, const char* label) {
-    // No empty blocks: null would be ambiguous.
+    // Never zero bytes: the result could be null without a failure.
     void* block = std::calloc(1, std::max<std::size_t>(bytes, 1));
+    // Frozen: the text of the message and standard error as its destination.
     if (!block)
         std::fprintf(stderr, "libtabrix: cannot allocate memory (%d bytes) for %s\n", static_cast<int>(bytes), label);
     return block;
@@ -249,11 +264,11 @@ bool resizeHash(Table& table, std::size_t capacity) {
         return false;
     const std::uint32_t size = std::uint32_t{1} << bits;
 
-    // All memory first, so that a failure leaves every index as it is.
+    // Allocates for all indexes first, so that a failure leaves them unchanged.
     for (Index* index = table.indexes; index; index = index->next) {
         if (!allocateChains(*index, size)) {
-            for (Index* made = table.indexes; made; made = made->next)
-                dropNewChains(*made);
+            for (Index* other = table.indexes; other; other = other->next)
+                dropNewChains(*other);
             return false;
         }
     }

@@ -2,12 +2,14 @@
 
 #include "tabrix/tabrix.h"
 
-// The indexing half of the store: hashes, key comparison, chains. For tabrix.cpp; users of the store include tabrix.h.
+// The indexing part of the store: hash values, key comparison and chains. Internal to tabrix; users of the store include
+// tabrix.h.
 
 namespace Velmor::tabrix {
 
-/// The one allocation routine of the store: zero-filled, released with free. On failure it prints the label and answers
-/// null.
+/// Allocates a zero-filled block, to be freed with `free`. All allocations of the store use this function.
+/// @param label describes the block in the message that is printed to standard error if the allocation fails.
+/// @return the block; null if memory is exhausted.
 void* allocate(std::size_t bytes, const char* label);
 
 inline unsigned char* rowAt(const Table& table, std::size_t bucket, std::size_t slot) {
@@ -18,25 +20,26 @@ inline bool isUsed(const Bucket& bucket, std::size_t slot) {
     return (bucket.bitmap[slot / 32] >> (slot % 32) & 1) != 0;
 }
 
-/// Hash of a row's key, before it is reduced to the number of a chain.
+/// Returns the hash of a row's key, before it is reduced to a chain number.
 std::uint32_t hashRow(const Index& index, const unsigned char* row);
 
-/// The newest row with the key of `row`, whose hash is given; null if there is none.
+/// Returns the newest row with the same key as `row`, or null.
+/// @param hash the result of `hashRow` for `row`.
 const unsigned char* findRow(const Index& index, std::uint32_t hash, const unsigned char* row);
 
-/// Makes the row in a slot the head of the chain of its hash.
+/// Makes the row in a slot the head of its chain.
 void linkRow(Index& index, std::uint32_t hash, std::size_t bucket, std::size_t slot);
 
-/// Takes memory for the chains of `buildIndex`.
-/// @return false without memory; `dropNewChains` then releases what there is.
+/// Allocates new chain arrays, which `buildIndex` puts in place.
+/// @return false if memory is exhausted; `dropNewChains` then frees what was allocated.
 bool allocateChains(Index& index, std::size_t hashSize);
 void dropNewChains(Index& index);
 
-/// Replaces the index's chains by those allocated, for the hash size of its table, and links all rows of the table.
+/// Replaces the chains of an index by the new arrays, which have the hash size of the table, and links all rows.
 void buildIndex(Index& index);
 
-/// Makes the hash of a table and of all its indexes large enough for a number of row positions.
-/// @return false without memory or beyond 2^30, and then nothing has changed.
+/// Enlarges the hash of a table and its indexes for a number of row positions, if it is too small.
+/// @return false if memory is exhausted or the hash would exceed 2^30; nothing has changed then.
 bool resizeHash(Table& table, std::size_t capacity);
 
 } // namespace Velmor::tabrix

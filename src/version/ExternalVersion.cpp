@@ -2,7 +2,7 @@
 
 #include "diagnostics/Diagnostics.h"
 #include "version/Euclid.h"
-#include "version/Record.h"
+#include "version/VersionRecord.h"
 
 #include <algorithm>
 #include <bit>
@@ -11,18 +11,25 @@
 #include <cstdlib>
 #include <cstring>
 
+// The record is a CExternalVersion. The byte stream is the type, four bytes with the lowest first, followed by the groups of
+// numbers that the type has, without padding: volume and centroid, then the distances, then the box.
+//
+// Equality compares each group with an absolute tolerance. All comparisons are "difference > tolerance", so a difference
+// equal to the tolerance, or a NaN, counts as equal. The graded comparison is in Similarity.cpp.
+
 namespace Velmor {
 
 using namespace diagnostics;
+using namespace version;
 
 namespace {
 
-static_assert(std::endian::native == std::endian::little && sizeof(double) == 8, "numbers are copied into the stream");
+static_assert(std::endian::native == std::endian::little && sizeof(double) == 8, "numbers are copied to the stream");
 
 constexpr unsigned typeSize = 4;
-constexpr unsigned boxSize = coordinates * sizeof(double);
-constexpr unsigned distancesSize = distances * sizeof(double);
-constexpr unsigned solidSize = sizeof(double) + coordinates * sizeof(double); // volume and centroid
+constexpr unsigned boxSize = coordinateCount * sizeof(double);
+constexpr unsigned distancesSize = distanceCount * sizeof(double);
+constexpr unsigned solidSize = sizeof(double) + coordinateCount * sizeof(double); // volume and centroid
 constexpr unsigned longestStream = typeSize + solidSize + distancesSize + boxSize;
 
 static_assert(longestStream == 124);
@@ -30,16 +37,16 @@ static_assert(longestStream == 124);
 constexpr double volumeTolerance = 1e-6;
 constexpr double lengthTolerance = 0.001;
 
-bool carriesNothing(ExternalVersion::Type_t type) {
+bool hasNoFields(ExternalVersion::Type_t type) {
     return type == ExternalVersion::Invalid || type > ExternalVersion::Geometry;
 }
 
-bool carriesDistances(ExternalVersion::Type_t type) {
+bool hasDistances(ExternalVersion::Type_t type) {
     return type == ExternalVersion::Solid || type == ExternalVersion::Geometry;
 }
 
-// What the getters answer for: types that this library does not know included, whose records may hold anything.
-bool answersSolid(ExternalVersion::Type_t type) {
+// Frozen: the getters of volume and centroid also return the fields of a type above 3.
+bool gettersReturnSolidFields(ExternalVersion::Type_t type) {
     return type == ExternalVersion::Solid || type > ExternalVersion::Geometry;
 }
 
@@ -53,7 +60,7 @@ const char* read(const char* from, double* numbers, std::size_t count) {
     return from + count * sizeof(double);
 }
 
-// Bytes are taken with their sign, on purpose: one above 127 borrows from the bytes over it.
+// Frozen: the bytes are signed, so a byte above 127 subtracts 1 from the bytes above it.
 std::uint32_t readType(const char* from) {
     std::uint32_t type = 0;
     for (int i = typeSize - 1; i >= 0; --i)
@@ -61,6 +68,7 @@ std::uint32_t readType(const char* from) {
     return type;
 }
 
+// Frozen: a NaN counts as no difference.
 bool differByMore(const double* a, const double* b, std::size_t count, double tolerance) {
     for (std::size_t i = 0; i < count; ++i) {
         if (std::fabs(a[i] - b[i]) > tolerance)
@@ -71,11 +79,11 @@ bool differByMore(const double* a, const double* b, std::size_t count, double to
 
 } // namespace
 
-ExternalVersion::ExternalVersion() : record_(allocateRecord()) {}
+ExternalVersion::ExternalVersion() : record_(allocateVersionRecord()) {}
 
 ExternalVersion::ExternalVersion(CExternalVersion* record) : record_(record) {}
 
-ExternalVersion::ExternalVersion(const ExternalVersion& other) : record_(allocateRecord()) {
+ExternalVersion::ExternalVersion(const ExternalVersion& other) : record_(allocateVersionRecord()) {
     *record_ = *other.record_;
 }
 
@@ -86,7 +94,7 @@ ExternalVersion::~ExternalVersion() {
 
 ExternalVersion& ExternalVersion::operator=(const ExternalVersion& other) {
     if (this != &other) {
-        CExternalVersion* record = allocateRecord();
+        CExternalVersion* record = allocateVersionRecord();
         *record = *other.record_;
         std::free(record_);
         record_ = record;
@@ -95,34 +103,37 @@ ExternalVersion& ExternalVersion::operator=(const ExternalVersion& other) {
 }
 
 unsigned ExternalVersion::toByteStream(unsigned size, char* buf) const {
+    // Frozen: the size of the longest stream is required for every type.
     if (size < longestStream)
         return 0;
     const Type_t type = record_->type;
     for (unsigned i = 0; i < typeSize; ++i)
         buf[i] = static_cast<char>(type >> (8 * i) & 0xFF);
     char* end = buf + typeSize;
-    if (!carriesNothing(type)) {
+    if (!hasNoFields(type)) {
         if (type == Solid) {
             end = write(end, &record_->volume, 1);
-            end = write(end, record_->centroid, coordinates);
+            end = write(end, record_->centroid, coordinateCount);
         }
-        if (carriesDistances(type))
-            end = write(end, record_->d, distances);
-        end = write(end, record_->bb, coordinates);
+        if (hasDistances(type))
+            end = write(end, record_->d, distanceCount);
+        end = write(end, record_->bb, coordinateCount);
     }
     return static_cast<unsigned>(end - buf);
 }
 
 void ExternalVersion::fromByteStream(unsigned size, const char* buf) {
     if (size < typeSize) {
+        // Frozen: the numbers keep their values.
         record_->type = Invalid;
         return;
     }
     const Type_t type = static_cast<Type_t>(readType(buf));
+    // Frozen: the type and the groups before the damage are stored although the rest of the stream is refused.
     record_->type = type;
     buf += typeSize;
     size -= typeSize;
-    if (carriesNothing(type))
+    if (hasNoFields(type))
         return;
     if (type == Solid) {
         if (size < solidSize) {
@@ -131,25 +142,25 @@ void ExternalVersion::fromByteStream(unsigned size, const char* buf) {
             return;
         }
         buf = read(buf, &record_->volume, 1);
-        buf = read(buf, record_->centroid, coordinates);
+        buf = read(buf, record_->centroid, coordinateCount);
         size -= solidSize;
     }
-    if (carriesDistances(type)) {
+    if (hasDistances(type)) {
         if (size < distancesSize) {
             static ReportOnce once;
             once();
             return;
         }
-        buf = read(buf, record_->d, distances);
+        buf = read(buf, record_->d, distanceCount);
         size -= distancesSize;
     }
-    // Neither less nor more: a stream with bytes left over loses its box, on purpose.
+    // Frozen: the box is not read if bytes follow it.
     if (size != boxSize) {
         static ReportOnce once;
         once();
         return;
     }
-    read(buf, record_->bb, coordinates);
+    read(buf, record_->bb, coordinateCount);
 }
 
 void ExternalVersion::toString(unsigned size, char* buf) const {
@@ -163,7 +174,7 @@ void ExternalVersion::toString(unsigned size, char* buf) const {
     case BoundingBox:
         std::snprintf(buf, size, "bb=%e", diagonal);
         break;
-    case Solid:
+    case Solid: // Frozen: the volume is not printed.
         std::snprintf(buf, size, "bb=%e d1=%e d2=%e d3=%e d4=%e d5=%e d6=%e d7=%e d8=%e c1=%e c2=%e c3=%e", diagonal, d[0],
                       d[1], d[2], d[3], d[4], d[5], d[6], d[7], c[0], c[1], c[2]);
         break;
@@ -171,7 +182,7 @@ void ExternalVersion::toString(unsigned size, char* buf) const {
         std::snprintf(buf, size, "bb=%e d1=%e d2=%e d3=%e d4=%e d5=%e d6=%e d7=%e d8=%e", diagonal, d[0], d[1], d[2], d[3],
                       d[4], d[5], d[6], d[7]);
         break;
-    default:
+    default: // Frozen: the buffer is not changed for a type above 3.
         break;
     }
 }
@@ -189,7 +200,7 @@ void ExternalVersion::getBoundingBox(double* x, double* y, double* z) const {
 }
 
 void ExternalVersion::getCenteroid(double* x, double* y, double* z) const {
-    if (!answersSolid(record_->type)) {
+    if (!gettersReturnSolidFields(record_->type)) {
         static ReportOnce once;
         once([] { reportDiagnostic(diagnosticLevel, "no centeroid in this type"); });
         *x = *y = *z = 0.0;
@@ -204,14 +215,14 @@ void ExternalVersion::getDistances(double* d8) const {
     if (record_->type <= BoundingBox) {
         static ReportOnce once;
         once([] { reportDiagnostic(diagnosticLevel, "no distances in this type"); });
-        std::fill_n(d8, distances, 0.0);
+        std::fill_n(d8, distanceCount, 0.0);
         return;
     }
-    std::copy_n(record_->d, distances, d8);
+    std::copy_n(record_->d, distanceCount, d8);
 }
 
 double ExternalVersion::getVolume() const {
-    if (!answersSolid(record_->type)) {
+    if (!gettersReturnSolidFields(record_->type)) {
         static ReportOnce once;
         once([] { reportDiagnostic(diagnosticLevel, "no volume in this type"); });
         return 0.0;
@@ -228,15 +239,16 @@ bool ExternalVersion::operator==(const ExternalVersion& other) const {
     const CExternalVersion& b = *other.record_;
     if (a.type != b.type)
         return false;
-    if (carriesNothing(a.type))
+    // Frozen: a type above 3 is not equal to itself.
+    if (hasNoFields(a.type))
         return a.type == Invalid;
     if (a.type == Solid) {
         if (differByMore(&a.volume, &b.volume, 1, volumeTolerance))
             return false;
-        if (differByMore(a.centroid, b.centroid, coordinates, lengthTolerance))
+        if (differByMore(a.centroid, b.centroid, coordinateCount, lengthTolerance))
             return false;
     }
-    if (carriesDistances(a.type) && differByMore(a.d, b.d, distances, lengthTolerance))
+    if (hasDistances(a.type) && differByMore(a.d, b.d, distanceCount, lengthTolerance))
         return false;
     return !(distance(a.bb, b.bb) > lengthTolerance);
 }

@@ -1,16 +1,22 @@
 #pragma once
 
-namespace Velmor {
+// Third and fourth powers with the same bits on every system.
+//
+// The power functions of the C runtimes differ in the last bit; one of them only multiplies repeatedly. `power` multiplies
+// as well, but also computes the rounding error of each product exactly (Dekker's product with Veltkamp's splitting) and
+// adds the accumulated error at the end.
+
+namespace Velmor::version {
 
 namespace detail {
 
-/// The upper half of a number's digits.
+/// Upper half of the significant digits of a number (Veltkamp's splitting).
 inline double upperHalf(double value) {
     const double scaled = value * 134217729.0; // 2^27 + 1
     return scaled - (scaled - value);
 }
 
-/// What rounding took from the product of two numbers.
+/// Exact difference between the product of a and b and its rounded value `product` (Dekker's product).
 inline double roundingError(double a, double b, double product) {
     const double aUpper = upperHalf(a);
     const double aLower = a - aUpper;
@@ -21,16 +27,13 @@ inline double roundingError(double a, double b, double product) {
 
 } // namespace detail
 
-/// A number to a whole power above 0.
+/// Raises a number to a power.
 ///
-/// The power functions of the C runtimes differ in the last bit, that of one of them being no more than repeated
-/// multiplication; this one gives the same bits on every system. It multiplies as well, and carries along what each rounding
-/// takes away.
-///
-/// For third and fourth powers between 1e-200 and 1e200 the result is less than 1/2 + 2^-49 units of its last place off:
-/// the error of each product is exact, and carrying the errors on costs some 3, for the fourth power some 8, times 2^-106 of
-/// the power, of which a unit is more than 2^-53. So it is the nearest double unless the power lies that close to the middle
-/// of two. Nothing is claimed of other exponents.
+/// Accuracy: for exponents 3 and 4 and results between 1e-200 and 1e200 the error is less than 1/2 + 2^-49 units in the last
+/// place. The error of each product is exact; accumulating the errors costs about 3 (exponent 3) or 8 (exponent 4) times
+/// 2^-106 of the power, and a unit in the last place is more than 2^-53 of it. The result is therefore the nearest double,
+/// unless the exact power is that close to the middle of two doubles. No accuracy is claimed for other exponents.
+/// @param exponent a positive integer.
 inline double power(double base, int exponent) {
     double product = base;
     double error = 0;
@@ -39,8 +42,8 @@ inline double power(double base, int exponent) {
         error = detail::roundingError(product, base, next) + error * base;
         product = next;
     }
-    // Where halves of numbers overflow or underflow there is nothing to carry: zeros, infinities, NaN and their neighbours.
+    // Outside this range, and for zero, infinity and NaN, the splitting overflows or underflows and the error is not valid.
     return product > 1e-200 && product < 1e200 ? product + error : product;
 }
 
-} // namespace Velmor
+} // namespace Velmor::version

@@ -1,15 +1,17 @@
 #include <Velmor/Version.h>
 
-#include "version/Record.h"
+#include "version/VersionRecord.h"
 
 #include <algorithm>
 
 namespace Velmor {
 
+using namespace version;
+
 namespace {
 
 ExternalVersion create(const CExternalVersion& fields) {
-    CExternalVersion* record = allocateRecord();
+    CExternalVersion* record = allocateVersionRecord();
     *record = fields;
     return ExternalVersion(record);
 }
@@ -22,14 +24,14 @@ ExternalVersion createFromBoundingBox(double x, double y, double z) {
 
 ExternalVersion createFromGeometry(double x, double y, double z, double* const d) {
     CExternalVersion fields = {ExternalVersion::Geometry, {x, y, z}, {}, 0.0, {}};
-    std::copy_n(d, distances, fields.d);
+    std::copy_n(d, distanceCount, fields.d);
     return create(fields);
 }
 
 ExternalVersion createFromSolid(double x, double y, double z, double* const d, double volume, double* const c) {
     CExternalVersion fields = {ExternalVersion::Solid, {x, y, z}, {}, volume, {}};
-    std::copy_n(d, distances, fields.d);
-    std::copy_n(c, coordinates, fields.centroid);
+    std::copy_n(d, distanceCount, fields.d);
+    std::copy_n(c, coordinateCount, fields.centroid);
     return create(fields);
 }
 

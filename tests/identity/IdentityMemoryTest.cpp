@@ -17,7 +17,7 @@ using namespace velmor_tests;
 
 namespace {
 
-/// What one insertion did whose n-th allocation failed.
+/// Result of an insertion whose n-th allocation failed.
 struct Insertion : Attempt {
     std::uint32_t id = 0;
 };
@@ -54,7 +54,7 @@ ExternalGUID keyed(std::uint32_t type, std::uint32_t number) {
 
 } // namespace
 
-TEST(ExternalGUIDMemory, EveryNewRecordThatFailsThrows) {
+TEST(ExternalGUIDMemory, FailedAllocationOfARecordThrows) {
     const ExternalGUID original = keyed(2, 1);
     const double vertex[3] = {1, 2, 3};
     EXPECT_TRUE(throwsBadAlloc(1, [] { ExternalGUID guid; }));
@@ -67,7 +67,7 @@ TEST(ExternalGUIDMemory, EveryNewRecordThatFailsThrows) {
     EXPECT_TRUE(throwsBadAlloc(1, [&] { ExternalGUID::spatialHashFromVertexes(1, vertex); }));
 }
 
-TEST(ExternalGUIDMemory, ARecordIsOneAllocationOfNinetySixBytes) {
+TEST(ExternalGUIDMemory, RecordIsOneAllocationOfNinetySixBytes) {
     std::size_t size = 0;
     try {
         const FailAllocation fail(1);
@@ -113,7 +113,7 @@ TEST(ExternalGUIDMemory, AssignmentAndAccessAllocateNothing) {
     EXPECT_EQ(target.getType(), ExternalGUID::SpatialHash);
 }
 
-TEST(ExternalGUIDDatabaseMemory, FailedChunkAnswersZeroSilently) {
+TEST(ExternalGUIDDatabaseMemory, FailedChunkReturnsZeroWithoutAMessage) {
     ExternalGUIDDatabase database;
     for (int i = 0; i < 1024; ++i)
         ASSERT_EQ(database.insertGUID(spatial(i)), static_cast<unsigned>(i));
@@ -127,7 +127,7 @@ TEST(ExternalGUIDDatabaseMemory, FailedChunkAnswersZeroSilently) {
             break;
         }
         EXPECT_EQ(attempt.id, 0u);
-        // Also what is there already is answered so: the room is made before the search.
+        // The same for a stored key: the chunk is allocated before the search.
         const Insertion known = insertWithFailure(database, spatial(7), n);
         EXPECT_TRUE(known.failed);
         EXPECT_EQ(known.id, 0u);
@@ -137,17 +137,17 @@ TEST(ExternalGUIDDatabaseMemory, FailedChunkAnswersZeroSilently) {
         EXPECT_EQ(database.findGUID(spatial(7)), 7u);
         EXPECT_EQ(database.findGUID(spatial(1023)), 1023u);
     }
-    EXPECT_GT(n, 1u) << "nothing was made to fail";
+    EXPECT_GT(n, 1u) << "no allocation failed";
     EXPECT_EQ(database.findGUID(spatial(5000)), 1024u);
     EXPECT_EQ(database.insertGUID(spatial(6000)), 1025u);
     EXPECT_EQ(database.findGUID(static_cast<ExternalGUIDRuntimeID_e>(2047)).getType(), ExternalGUID::SpatialHash);
     EXPECT_EQ(database.findGUID(static_cast<ExternalGUIDRuntimeID_e>(2048)).getType(), ExternalGUID::Invalid);
 }
 
-TEST(ExternalGUIDDatabaseMemory, RefusedInsertionUsesItsIdUp) {
+TEST(ExternalGUIDDatabaseMemory, RefusedInsertionUsesUpItsId) {
     struct Expected {
         std::string label;
-        std::size_t size; // 0: not told
+        std::size_t size; // 0: any
     };
     const std::size_t slotSizes[] = {32, 24, 8, 16};
     for (std::uint32_t type = 2; type <= 5; ++type)
@@ -155,7 +155,7 @@ TEST(ExternalGUIDDatabaseMemory, RefusedInsertionUsesItsIdUp) {
             SCOPED_TRACE("type " + std::to_string(type) + ", rows " + std::to_string(rows));
             std::vector<Expected> expected = {
                 {"bucket", 0}, {"bucket data", 2000 * slotSizes[type - 2]}, {"bucket free table", 252}};
-            if (rows == 4000) // the third bucket outgrows the hash of both indexes
+            if (rows == 4000) // the third bucket enlarges the hash of both indexes
                 for (int index = 0; index < 2; ++index) {
                     expected.push_back({"index entry array", 4 * 16384});
                     expected.push_back({"index link array", 12 * 16384});
@@ -179,13 +179,13 @@ TEST(ExternalGUIDDatabaseMemory, RefusedInsertionUsesItsIdUp) {
             }
             EXPECT_EQ(database.insertGUID(keyed(type, rows)), next);
             EXPECT_EQ(database.findGUID(keyed(type, rows)), next);
-            EXPECT_EQ(database.insertGUID(keyed(type == 5 ? 2 : type + 1, 1)), next - 1) << "one counter for all kinds";
+            EXPECT_EQ(database.insertGUID(keyed(type == 5 ? 2 : type + 1, 1)), next - 1) << "one counter for all types";
             for (std::uint32_t i = 0; i < rows; ++i)
                 ASSERT_EQ(database.findGUID(keyed(type, i)), 0xFFFFFFFEu - i);
         }
 }
 
-TEST(ExternalGUIDDatabaseMemory, IdsBehindAUsedUpOneStillGiveTheirIdentities) {
+TEST(ExternalGUIDDatabaseMemory, IdsAfterAUsedUpIdReturnTheirIdentities) {
     for (std::uint32_t type = 2; type <= 5; ++type) {
         SCOPED_TRACE("type " + std::to_string(type));
         ExternalGUIDDatabase database;
@@ -194,7 +194,7 @@ TEST(ExternalGUIDDatabaseMemory, IdsBehindAUsedUpOneStillGiveTheirIdentities) {
         const Insertion refused = insertWithFailure(database, keyed(type, 2000), 1);
         ASSERT_TRUE(refused.failed);
         ASSERT_EQ(refused.id, 0xFFFFFFFFu);
-        // Rows and ids are one apart from here on.
+        // From here on the position of a row and the distance of its id differ by one.
         for (std::uint32_t i = 2001; i < 2100; ++i)
             ASSERT_EQ(database.insertGUID(keyed(type, i)), 0xFFFFFFFEu - i);
         for (std::uint32_t i = 0; i < 2100; ++i) {
@@ -225,14 +225,53 @@ TEST(ExternalGUIDDatabaseMemory, SearchesAllocateNothing) {
     EXPECT_EQ(seen, 0u);
 }
 
-TEST(ExternalGUIDDatabaseMemory, ADatabaseShortOfMemoryAtItsBirthAnswersSafely) {
+namespace {
+
+/// Inserts and finds ten identities of each keyed type, two times. A type either accepts all of them or none.
+/// @return the number of types that accept none.
+int countRefusedTypes(ExternalGUIDDatabase& database) {
+    int accepted[6] = {};
+    for (int round = 0; round < 2; ++round)
+        for (std::uint32_t type = 2; type <= 5; ++type)
+            for (std::uint32_t i = 0; i < 10; ++i) {
+                const std::uint32_t number = database.insertGUID(keyed(type, i));
+                accepted[type] += number != NoRuntimeID ? 1 : 0;
+                EXPECT_EQ(database.findGUID(keyed(type, i)), number);
+                EXPECT_EQ(database.findGUID(static_cast<ExternalGUIDRuntimeID_e>(number)).getType(),
+                          number == NoRuntimeID ? 0u : type);
+            }
+    int refused = 0;
+    for (std::uint32_t type = 2; type <= 5; ++type) {
+        EXPECT_TRUE(accepted[type] == 0 || accepted[type] == 20) << "type " << type << ": " << accepted[type];
+        refused += accepted[type] == 0 ? 1 : 0;
+    }
+    return refused;
+}
+
+/// Uses a database after a failed allocation of its constructor.
+/// @param tableFailed whether the failed allocation was one of a table, which refuses the identities of one type.
+void useDatabase(ExternalGUIDDatabase& database, bool tableFailed) {
+    EXPECT_EQ(countRefusedTypes(database), tableFailed ? 1 : 0);
+    if (!tableFailed) {
+        for (std::uint32_t type = 2; type <= 5; ++type)
+            EXPECT_EQ(database.insertGUID(keyed(type, 0)), 0xFFFFFFFEu - 10 * (type - 2));
+    }
+    EXPECT_EQ(database.findGUID(spatial(1)), NoRuntimeID);
+    EXPECT_EQ(database.insertGUID(spatial(1)), 0u);
+    EXPECT_EQ(database.insertGUID(spatial(2)), 1u);
+    EXPECT_EQ(database.findGUID(spatial(2)), 1u);
+}
+
+} // namespace
+
+TEST(ExternalGUIDDatabaseMemory, DatabaseIsUsableAfterAFailedAllocationInItsConstructor) {
     bool anyFailed = true;
     for (unsigned n = 1; anyFailed; ++n) {
         ASSERT_LT(n, 200u);
         SCOPED_TRACE(n);
         std::unique_ptr<ExternalGUIDDatabase> database;
         const std::string error = errorOf([&] {
-            // Its own object comes from operator new, which is not in question here.
+            // The object itself is allocated by operator new, which does not fail here.
             const FailAllocation fail(n);
             try {
                 database = std::make_unique<ExternalGUIDDatabase>();
@@ -245,37 +284,10 @@ TEST(ExternalGUIDDatabaseMemory, ADatabaseShortOfMemoryAtItsBirthAnswersSafely) 
             EXPECT_EQ(error, "");
         }
         if (!database) {
-            EXPECT_EQ(n, 1u) << "only without its state there is no database";
+            EXPECT_EQ(n, 1u) << "the constructor throws only if the state cannot be allocated";
             EXPECT_EQ(error, "");
             continue;
         }
-        // A table that is not there has no room: its kind is refused. Everything else works as ever.
-        const std::string laterError = errorOf([&] {
-            std::uint32_t answers[6] = {};
-            for (std::uint32_t round = 0; round < 2; ++round)
-                for (std::uint32_t type = 2; type <= 5; ++type)
-                    for (std::uint32_t i = 0; i < 10; ++i) {
-                        const std::uint32_t number = database->insertGUID(keyed(type, i));
-                        answers[type] += number != NoRuntimeID ? 1 : 0;
-                        EXPECT_EQ(database->findGUID(keyed(type, i)), number);
-                        EXPECT_EQ(database->findGUID(static_cast<ExternalGUIDRuntimeID_e>(number)).getType(),
-                                  number == NoRuntimeID ? 0u : type);
-                    }
-            int refusedKinds = 0;
-            for (std::uint32_t type = 2; type <= 5; ++type) {
-                EXPECT_TRUE(answers[type] == 0 || answers[type] == 20) << "type " << type << ": " << answers[type];
-                refusedKinds += answers[type] == 0 ? 1 : 0;
-            }
-            EXPECT_EQ(refusedKinds, error.empty() ? 0 : 1);
-            if (error.empty()) { // it was no table that failed
-                for (std::uint32_t type = 2; type <= 5; ++type)
-                    EXPECT_EQ(database->insertGUID(keyed(type, 0)), 0xFFFFFFFEu - 10 * (type - 2));
-            }
-            EXPECT_EQ(database->findGUID(spatial(1)), NoRuntimeID);
-            EXPECT_EQ(database->insertGUID(spatial(1)), 0u);
-            EXPECT_EQ(database->insertGUID(spatial(2)), 1u);
-            EXPECT_EQ(database->findGUID(spatial(2)), 1u);
-        });
-        EXPECT_EQ(laterError, "");
+        EXPECT_EQ(errorOf([&] { useDatabase(*database, !error.empty()); }), "");
     }
 }

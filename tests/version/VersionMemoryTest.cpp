@@ -10,7 +10,7 @@ using namespace Velmor;
 using velmor_tests::FailAllocation;
 using velmor_tests::throwsBadAlloc;
 
-TEST(ExternalVersionMemory, EveryNewRecordThatFailsThrows) {
+TEST(ExternalVersionMemory, FailedAllocationOfARecordThrows) {
     double numbers[8] = {};
     const ExternalVersion original = createFromBoundingBox(1, 2, 3);
     EXPECT_TRUE(throwsBadAlloc(1, [] { ExternalVersion v; }));
@@ -20,7 +20,7 @@ TEST(ExternalVersionMemory, EveryNewRecordThatFailsThrows) {
     EXPECT_TRUE(throwsBadAlloc(1, [&] { createFromSolid(1, 2, 3, numbers, 4, numbers); }));
 }
 
-TEST(ExternalVersionMemory, AnAssignmentThatFailsThrowsAndChangesNothing) {
+TEST(ExternalVersionMemory, FailedAssignmentThrowsAndChangesNothing) {
     double d[8] = {1, 2, 3, 4, 5, 6, 7, 8};
     double c[3] = {-1, -2, -3};
     const ExternalVersion source = createFromBoundingBox(1, 2, 3);

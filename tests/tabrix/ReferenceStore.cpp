@@ -1,4 +1,4 @@
-#include "PlainStore.h"
+#include "ReferenceStore.h"
 
 #include <gtest/gtest.h>
 
@@ -21,8 +21,8 @@ T get(const Bytes& row, std::size_t offset) {
     return value;
 }
 
-/// The units of a field that count: all of a fixed one, those before the first zero of a string.
-std::vector<std::uint32_t> unitsOf(const PlainField& field, const Bytes& row) {
+/// The units of a field that are compared: all of fixed bytes, those before the first zero of a string.
+std::vector<std::uint32_t> unitsOf(const ReferenceField& field, const Bytes& row) {
     std::vector<std::uint32_t> units;
     switch (field.type) {
     case 3:
@@ -55,12 +55,12 @@ std::vector<std::uint32_t> unitsOf(const PlainField& field, const Bytes& row) {
     return units;
 }
 
-std::uint32_t fieldHash(const PlainField& field, const Bytes& row) {
+std::uint32_t fieldHash(const ReferenceField& field, const Bytes& row) {
     if (field.type <= 1)
         return get<std::uint32_t>(row, field.offset);
     if (field.type == 2 || field.type == 5)
         return get<std::uint32_t>(row, field.offset) ^ get<std::uint32_t>(row, field.offset + 4);
-    std::uint64_t f = 0; // wide arithmetic, reduced by hand
+    std::uint64_t f = 0; // 64-bit arithmetic with explicit reduction to 32 bits
     for (std::uint32_t c : unitsOf(field, row)) {
         const std::uint64_t t = ((c ^ f) + f * 0x4000000u) % 0x100000000u;
         f = (f / 64 + t) % 0x100000000u;
@@ -68,7 +68,7 @@ std::uint32_t fieldHash(const PlainField& field, const Bytes& row) {
     return static_cast<std::uint32_t>(f);
 }
 
-bool fieldsEqual(const PlainField& field, const Bytes& a, const Bytes& b) {
+bool fieldsEqual(const ReferenceField& field, const Bytes& a, const Bytes& b) {
     switch (field.type) {
     case 0:
         return get<std::uint32_t>(a, field.offset) == get<std::uint32_t>(b, field.offset);
@@ -90,13 +90,13 @@ Bytes bytesAt(const void* memory, std::size_t size) {
 
 } // namespace
 
-PlainLayout layOut(const std::vector<FieldSpec>& fields) {
+ReferenceLayout layOut(const std::vector<FieldSpec>& fields) {
     struct {
         std::size_t unit, alignment;
         bool sized;
     } const types[] = {{4, 4, false}, {4, 4, false}, {8, 8, false}, {1, 1, true}, {1, 1, true},
                        {8, 8, false}, {8, 8, false}, {2, 2, true},  {8, 8, false}};
-    PlainLayout layout;
+    ReferenceLayout layout;
     std::size_t end = 0;
     for (const FieldSpec& field : fields) {
         const auto& type = types[field.type];
@@ -111,7 +111,7 @@ PlainLayout layOut(const std::vector<FieldSpec>& fields) {
     return layout;
 }
 
-std::uint32_t keyHash(const PlainLayout& layout, const std::vector<int>& keyFields, const Bytes& row) {
+std::uint32_t keyHash(const ReferenceLayout& layout, const std::vector<int>& keyFields, const Bytes& row) {
     std::uint64_t h = 0;
     for (int field : keyFields)
         h = (h * 2 % 0x100000000u) ^ fieldHash(layout.fields[static_cast<std::size_t>(field)], row);
@@ -123,7 +123,7 @@ std::uint32_t chainOf(std::uint32_t hash, std::uint32_t hashBits) {
     return static_cast<std::uint32_t>(product / (std::uint64_t{1} << (32 - hashBits)));
 }
 
-bool keysEqual(const PlainLayout& layout, const std::vector<int>& keyFields, const Bytes& a, const Bytes& b) {
+bool keysEqual(const ReferenceLayout& layout, const std::vector<int>& keyFields, const Bytes& a, const Bytes& b) {
     return std::all_of(keyFields.begin(), keyFields.end(),
                        [&](int field) { return fieldsEqual(layout.fields[static_cast<std::size_t>(field)], a, b); });
 }
@@ -152,33 +152,34 @@ std::vector<FieldSpec> ended(std::vector<FieldSpec> fields) {
     return fields;
 }
 
-PlainStore::PlainStore(TableSpec spec, std::vector<FieldSpec> fields)
+ReferenceStore::ReferenceStore(TableSpec spec, std::vector<FieldSpec> fields)
     : spec_(spec), layout_(layOut(fields)), table_(createTable(spec, ended(std::move(fields)).data())) {
     if (!table_)
-        throw std::runtime_error("the table cannot be made");
+        throw std::runtime_error("the table cannot be created");
 }
 
-PlainStore::~PlainStore() {
+ReferenceStore::~ReferenceStore() {
     EXPECT_EQ(destroyTable(table_), 0);
 }
 
-Index* PlainStore::createIndex(bool unique, const std::vector<int>& keyFields) {
+Index* ReferenceStore::createIndex(bool unique, const std::vector<int>& keyFields) {
     std::vector<int> numbers = keyFields;
     numbers.push_back(-1);
     Index* index = Velmor::tabrix::createIndex(table_, {indexKindHash, unique ? 1u : 0u}, numbers.data());
     if (!index)
-        throw std::runtime_error("the index cannot be made");
+        throw std::runtime_error("the index cannot be created");
     indexes_.insert(indexes_.begin(), {index, unique, keyFields});
     return index;
 }
 
-void PlainStore::destroyIndex(std::size_t number) {
+void ReferenceStore::destroyIndex(std::size_t number) {
     EXPECT_EQ(Velmor::tabrix::destroyIndex(indexes_[number].index), 0);
     indexes_.erase(indexes_.begin() + static_cast<std::ptrdiff_t>(number));
 }
 
-const Bytes* PlainStore::expectedFind(const PlainIndex& index, const Bytes& row) const {
-    // A row whose key is equal but hashes apart (zero and negative zero) is found only if both share a chain.
+const Bytes* ReferenceStore::expectedFind(const ReferenceIndex& index, const Bytes& row) const {
+    // Equal keys can have different hash values (zero and negative zero). The row is then found only if both values have the
+    // same chain.
     const std::uint32_t bits = log2Of(table_->hashSize);
     const std::uint32_t chain = chainOf(keyHash(layout_, index.keyFields, row), bits);
     for (auto candidate = rows_.rbegin(); candidate != rows_.rend(); ++candidate)
@@ -188,26 +189,26 @@ const Bytes* PlainStore::expectedFind(const PlainIndex& index, const Bytes& row)
     return nullptr;
 }
 
-int PlainStore::expectedInsert(const Bytes& row) const {
-    for (const PlainIndex& index : indexes_)
+int ReferenceStore::expectedInsert(const Bytes& row) const {
+    for (const ReferenceIndex& index : indexes_)
         if (index.unique && expectedFind(index, row))
             return 2;
     return 0;
 }
 
-void PlainStore::insert(const Bytes& row) {
+void ReferenceStore::insert(const Bytes& row) {
     const int expected = expectedInsert(row);
     ASSERT_EQ(Velmor::tabrix::insert(table_, row.data()), expected);
     if (expected == 0)
         rows_.push_back(row);
 }
 
-void PlainStore::insertNew(const Bytes& row) {
+void ReferenceStore::insertNew(const Bytes& row) {
     ASSERT_EQ(Velmor::tabrix::insert(table_, row.data()), 0);
     rows_.push_back(row);
 }
 
-void PlainStore::find(const PlainIndex& index, const Bytes& row) const {
+void ReferenceStore::find(const ReferenceIndex& index, const Bytes& row) const {
     Bytes found = row;
     const int status = Velmor::tabrix::find(index.index, found.data());
     if (!index.unique) {
@@ -220,11 +221,11 @@ void PlainStore::find(const PlainIndex& index, const Bytes& row) const {
     EXPECT_EQ(found, expected ? *expected : row);
 }
 
-void PlainStore::verify() const {
+void ReferenceStore::verify() const {
     const auto rowCount = static_cast<std::uint32_t>(rows_.size());
     const std::uint32_t perBucket = spec_.rowsPerBucket;
-    const std::uint32_t room = std::max({rowCount, static_cast<std::uint32_t>(spec_.initialRows), 1u});
-    const std::uint32_t bucketCount = (room + perBucket - 1) / perBucket;
+    const std::uint32_t slots = std::max({rowCount, static_cast<std::uint32_t>(spec_.initialRows), 1u});
+    const std::uint32_t bucketCount = (slots + perBucket - 1) / perBucket;
     ASSERT_EQ(table_->initialRows, spec_.initialRows);
     ASSERT_EQ(table_->rowsPerBucket, perBucket);
     ASSERT_EQ(table_->fieldCount, layout_.fields.size());
@@ -268,7 +269,7 @@ void PlainStore::verify() const {
 
     ASSERT_EQ(table_->indexCount, indexes_.size());
     const Index* index = table_->indexes;
-    for (const PlainIndex& expected : indexes_) {
+    for (const ReferenceIndex& expected : indexes_) {
         ASSERT_EQ(index, expected.index);
         ASSERT_NO_FATAL_FAILURE(verifyIndex(expected));
         index = index->next;
@@ -276,23 +277,23 @@ void PlainStore::verify() const {
     ASSERT_EQ(index, nullptr);
 }
 
-void PlainStore::verifyIndex(const PlainIndex& expected) const {
+void ReferenceStore::verifyIndex(const ReferenceIndex& expected) const {
     const Index& index = *expected.index;
     ASSERT_EQ(index.kind, 1u);
     ASSERT_EQ(index.unique != 0, expected.unique);
     ASSERT_EQ(index.table, table_);
     ASSERT_EQ(index.fieldCount, expected.keyFields.size());
     for (std::size_t i = 0; i < expected.keyFields.size(); ++i) {
-        const PlainField& field = layout_.fields[static_cast<std::size_t>(expected.keyFields[i])];
+        const ReferenceField& field = layout_.fields[static_cast<std::size_t>(expected.keyFields[i])];
         ASSERT_EQ(index.fields[i].type, field.type);
         ASSERT_EQ(index.fields[i].width, field.width);
         ASSERT_EQ(index.fields[i].offset, field.offset);
     }
-    const PlainField& first = layout_.fields[static_cast<std::size_t>(expected.keyFields[0])];
+    const ReferenceField& first = layout_.fields[static_cast<std::size_t>(expected.keyFields[0])];
     const bool fast = expected.keyFields.size() == 1 && first.type == 0;
     ASSERT_EQ(index.fastPathOffset, fast ? static_cast<std::ptrdiff_t>(first.offset) : -1);
 
-    // Newer rows stand before older ones in each chain.
+    // In each chain newer rows precede older ones.
     std::map<std::uint32_t, std::vector<std::int32_t>> chains;
     for (std::size_t position = rows_.size(); position-- > 0;)
         chains[chainOf(keyHash(layout_, expected.keyFields, rows_[position]), table_->hashBits)].push_back(

@@ -1,6 +1,6 @@
 #pragma once
 
-// A plain model of the GUID database: nodes in a vector with indexes for children, keys in ordered maps.
+// Reference model of the GUID database: nodes in a vector with indexes for children, keys in ordered maps.
 
 #include <array>
 #include <cmath>
@@ -9,18 +9,19 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velmor_tests {
 
 using Hash = std::array<double, 11>;
 
-class PlainSpatialTree {
+class ReferenceSpatialTree {
 public:
     static constexpr std::size_t chunkSize = 1024;
 
     std::uint32_t insert(const Hash& key) {
-        // Room is made before the walk, so also for a candidate that will not stay.
+        // A chunk is added before the walk, even if the key then matches.
         if (nodes_.size() == slots_.size())
             slots_.resize(slots_.size() + chunkSize, Hash{});
         slots_[nodes_.size()] = key;
@@ -41,7 +42,7 @@ public:
         return nodes_.empty() ? 0xFFFFFFFF : walk(key, end, child).value_or(0xFFFFFFFF);
     }
 
-    /// What the place of an id holds, given out or not; nothing beyond the chunks.
+    /// Content of the slot of an id, committed or not; nothing if the chunk does not exist.
     std::optional<Hash> slot(std::uint32_t id) const {
         return id < slots_.size() ? std::optional<Hash>(slots_[id]) : std::nullopt;
     }
@@ -76,27 +77,27 @@ private:
     std::vector<Hash> slots_ = std::vector<Hash>(chunkSize, Hash{});
 };
 
-/// The four kinds of keys by their type tags 2 to 5; a key is the bytes that count.
-class PlainKeys {
+/// Keyed identities by type tag 2 to 5 and the bytes that are compared.
+class ReferenceKeys {
 public:
     std::uint32_t insert(std::uint32_t type, const std::string& key) {
-        const auto [place, isNew] = ids_.try_emplace({type, key}, next_);
+        const auto [entry, isNew] = ids_.try_emplace({type, key}, next_);
         if (isNew) {
             keys_[next_] = {type, key};
             --next_;
         }
-        return place->second;
+        return entry->second;
     }
 
     std::uint32_t find(std::uint32_t type, const std::string& key) const {
-        const auto place = ids_.find({type, key});
-        return place == ids_.end() ? 0xFFFFFFFF : place->second;
+        const auto entry = ids_.find({type, key});
+        return entry == ids_.end() ? 0xFFFFFFFF : entry->second;
     }
 
-    /// Type and key of an id; type 0 when it was never given out.
+    /// Type and key of an id; type 0 if the id is not in use.
     std::pair<std::uint32_t, std::string> at(std::uint32_t id) const {
-        const auto place = keys_.find(id);
-        return place == keys_.end() ? std::pair<std::uint32_t, std::string>() : place->second;
+        const auto entry = keys_.find(id);
+        return entry == keys_.end() ? std::pair<std::uint32_t, std::string>() : entry->second;
     }
 
     std::uint32_t next() const { return next_; }

@@ -1,6 +1,6 @@
 #pragma once
 
-// The keyed database and its peers behind the same three operations, and the identities that they are given.
+// The peers of the keyed database, with the same three operations, and the identities that all of them store.
 
 #include <Velmor/Identity.h>
 
@@ -16,7 +16,7 @@
 
 namespace benchmarks {
 
-/// The n-th of a sequence of random-looking IFC GlobalIds.
+/// Number n of a pseudo-random sequence of IFC GlobalIds.
 struct GlobalId {
     explicit GlobalId(std::uint64_t n) {
         static constexpr char digits[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_$";
@@ -41,27 +41,27 @@ private:
     }
 };
 
-/// What a user without the library would write: two maps, key to id and id to key. It takes and gives identities as the
-/// database does, so that what is compared is the look-up alone.
+/// A substitute for the database: two maps, key to id and id to key. The operations have the same arguments and results as
+/// those of the database, so that only the look-up differs.
 template <template <class Key, class Value, class Hash> class Map, template <class> class Hash>
 class TwoMaps {
 public:
     Velmor::ExternalGUIDRuntimeID_e insertGUID(const Velmor::ExternalGUID& guid) {
         const Key key(guid);
-        const auto [place, isNew] = ids_.try_emplace(key, next_);
+        const auto [entry, isNew] = ids_.try_emplace(key, next_);
         if (isNew)
             keys_.try_emplace(next_--, key);
-        return static_cast<Velmor::ExternalGUIDRuntimeID_e>(place->second);
+        return static_cast<Velmor::ExternalGUIDRuntimeID_e>(entry->second);
     }
 
     Velmor::ExternalGUIDRuntimeID_e findGUID(const Velmor::ExternalGUID& guid) {
-        const auto place = ids_.find(Key(guid));
-        return place == ids_.end() ? Velmor::NoRuntimeID : static_cast<Velmor::ExternalGUIDRuntimeID_e>(place->second);
+        const auto entry = ids_.find(Key(guid));
+        return entry == ids_.end() ? Velmor::NoRuntimeID : static_cast<Velmor::ExternalGUIDRuntimeID_e>(entry->second);
     }
 
     Velmor::ExternalGUID findGUID(Velmor::ExternalGUIDRuntimeID_e id) {
-        const auto place = keys_.find(id);
-        return place == keys_.end() ? Velmor::ExternalGUID() : Velmor::ExternalGUID::fromIFCGlobalID(place->second.text);
+        const auto entry = keys_.find(id);
+        return entry == keys_.end() ? Velmor::ExternalGUID() : Velmor::ExternalGUID::fromIFCGlobalID(entry->second.text);
     }
 
 private:
@@ -95,17 +95,17 @@ using FlatHash = absl::Hash<Key>;
 using StandardMaps = TwoMaps<StandardMap, StandardHash>;
 using FlatMaps = TwoMaps<FlatMap, FlatHash>;
 
-/// Processor time of this thread: what other programs take of the machine does not count.
+/// Processor time of this thread in seconds. Other programs on the machine do not affect it.
 inline double processorSeconds() {
     timespec time;
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
     return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-/// Measures, in a process of its own for each contestant, the peak memory of a number of identities, and prints it.
+/// Measures the peak memory of a number of identities, in a separate process for the database and each peer, and prints it.
 void printPeakMemory(std::uint64_t count);
 
-/// Registers the benchmarks of the other files.
+/// Registers the benchmarks of identity_keyed.cpp and identity_spatial.cpp.
 void registerKeyed();
 void registerSpatial();
 
