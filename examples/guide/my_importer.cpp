@@ -14,7 +14,7 @@ struct Record {
     char version[124];
 };
 
-// Writes one plate. Its corners are consecutive triples x, y, z in metres.
+// Writes one plate. Its corners are consecutive triples x, y, z in meters.
 static bool writeObject(FileStream& out, const char* globalId, std::vector<double> corners) {
     // A spatial hash leaves out the last vertex of its list, so repeat the first one at the end.
     corners.insert(corners.end(), {corners[0], corners[1], corners[2]});

@@ -18,7 +18,7 @@ foreach(document IN LISTS DOCUMENTS)
     endforeach()
 endforeach()
 
-# All of them are printed, so that no program is left behind.
+# All of them are printed, so that no program is forgotten.
 file(GLOB_RECURSE programs RELATIVE ${ROOT} ${ROOT}/examples/*.cpp ${ROOT}/examples/*.txt)
 list(SORT printed)
 list(SORT programs)
