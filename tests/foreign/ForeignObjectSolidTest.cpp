@@ -13,11 +13,11 @@ namespace {
 
 using Type = ForeignObjectSolid::Type_t;
 
-/// What a solid holds, copied.
+/// A copy of a solid's content.
 struct Content {
     std::uint32_t type;
     std::string bytes;
-    bool none; ///< No block at all.
+    bool none; ///< True if the block is null.
 
     bool operator==(const Content&) const = default;
 };
@@ -70,7 +70,7 @@ static_assert(std::is_constructible_v<ForeignObjectSolid, Type>);
 static_assert(std::is_constructible_v<ForeignObjectSolid, Type, unsigned, const char*>);
 static_assert(std::is_copy_constructible_v<ForeignObjectSolid>);
 
-// The source of an assignment is not const, as required.
+// The parameter of the assignment is not const.
 static_assert(std::is_assignable_v<ForeignObjectSolid&, ForeignObjectSolid&>);
 static_assert(!std::is_assignable_v<ForeignObjectSolid&, const ForeignObjectSolid&>);
 static_assert(!std::is_assignable_v<ForeignObjectSolid&, ForeignObjectSolid>);
@@ -80,7 +80,7 @@ static_assert(std::is_same_v<decltype(std::declval<const ForeignObjectSolid&>().
 
 } // namespace
 
-TEST(ForeignObjectSolid, DefaultsAreZero) {
+TEST(ForeignObjectSolid, IsAllZeroByDefault) {
     EXPECT_EQ(contentOf(ForeignObjectSolid()), none(0));
     EXPECT_EQ(contentOf(ForeignObjectSolid(type(3))), none(3));
     const ForeignObjectSolid solid;
@@ -88,7 +88,7 @@ TEST(ForeignObjectSolid, DefaultsAreZero) {
     EXPECT_EQ(std::memcmp(static_cast<const void*>(&solid), zeros, sizeof zeros), 0);
 }
 
-TEST(ForeignObjectSolid, FieldsLieWhereTheyAreTold) {
+TEST(ForeignObjectSolid, FieldsHaveFixedOffsets) {
     const ForeignObjectSolid solid = solidOf(0x12345678, "seven.\1");
     std::uint32_t first = 0;
     std::uint32_t second = 0;
@@ -102,7 +102,7 @@ TEST(ForeignObjectSolid, FieldsLieWhereTheyAreTold) {
     EXPECT_EQ(third, blockOf(solid));
 }
 
-TEST(ForeignObjectSolid, HoldsACopyOfTheBytes) {
+TEST(ForeignObjectSolid, CopiesBytes) {
     for (const std::string& bytes : {std::string("x"), std::string("\0", 1), everyByte(), std::string(3 << 20, '\7')}) {
         std::string source = bytes;
         const ForeignObjectSolid solid = solidOf(5, source);
@@ -112,17 +112,17 @@ TEST(ForeignObjectSolid, HoldsACopyOfTheBytes) {
     }
 }
 
-TEST(ForeignObjectSolid, OnlyTheToldNumberOfBytesIsTaken) {
+TEST(ForeignObjectSolid, CopiesOnlyGivenNumberOfBytes) {
     EXPECT_EQ(contentOf(ForeignObjectSolid(type(1), 3, "abcdef")), some(1, "abc"));
 }
 
-TEST(ForeignObjectSolid, NoBytesAreStoredOfSizeZero) {
-    const char* const block = "not taken";
+TEST(ForeignObjectSolid, StoresNoBytesForSizeZero) {
+    const char* const block = "not read";
     EXPECT_EQ(contentOf(ForeignObjectSolid(type(2), 0, block)), none(2));
     EXPECT_EQ(contentOf(ForeignObjectSolid(type(2), 0, nullptr)), none(2));
 }
 
-TEST(ForeignObjectSolid, GetBytesWritesTheSize) {
+TEST(ForeignObjectSolid, GetBytesReturnsBlockAndSize) {
     unsigned size = 99;
     const ForeignObjectSolid empty;
     EXPECT_EQ(empty.getBytes(&size), nullptr);
@@ -134,7 +134,7 @@ TEST(ForeignObjectSolid, GetBytesWritesTheSize) {
     EXPECT_EQ(solid.getBytes(&size), bytes);
 }
 
-TEST(ForeignObjectSolid, AnyTypeIsCarried) {
+TEST(ForeignObjectSolid, StoresAnyType) {
     for (const std::uint32_t value : {0u, 1u, 2u, 7u, 255u, 0x10000u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
         const ForeignObjectSolid solid = solidOf(value, "bytes");
         EXPECT_EQ(contentOf(solid), some(value, "bytes"));
@@ -147,7 +147,7 @@ TEST(ForeignObjectSolid, AnyTypeIsCarried) {
     }
 }
 
-TEST(ForeignObjectSolid, CopiesOwnTheirBlocks) {
+TEST(ForeignObjectSolid, CopyOwnsItsBlock) {
     const std::string bytes = everyByte();
     auto* const source = new ForeignObjectSolid(type(9), 256, bytes.data());
     const ForeignObjectSolid copy(*source);
@@ -157,13 +157,13 @@ TEST(ForeignObjectSolid, CopiesOwnTheirBlocks) {
     EXPECT_EQ(contentOf(copy), some(9, bytes));
 }
 
-TEST(ForeignObjectSolid, CopiesOfNothingHaveNoBlock) {
+TEST(ForeignObjectSolid, CopyOfEmptySolidHasNoBlock) {
     const ForeignObjectSolid empty(type(4));
     EXPECT_EQ(contentOf(ForeignObjectSolid(empty)), none(4));
 }
 
-TEST(ForeignObjectSolid, AssignmentCopiesAndLeavesTheSource) {
-    const std::string cases[] = {"", "x", "longer than the rest", everyByte(), std::string(1 << 20, '\3')};
+TEST(ForeignObjectSolid, AssignmentCopiesAndKeepsSource) {
+    const std::string cases[] = {"", "x", "longer than the others", everyByte(), std::string(1 << 20, '\3')};
     for (const std::string& before : cases)
         for (const std::string& after : cases) {
             ForeignObjectSolid target = solidOf(1, before);
@@ -178,7 +178,7 @@ TEST(ForeignObjectSolid, AssignmentCopiesAndLeavesTheSource) {
         }
 }
 
-TEST(ForeignObjectSolid, ChangingTheSourceAfterAnAssignmentChangesNothing) {
+TEST(ForeignObjectSolid, AssignedSolidIsIndependentOfItsSource) {
     ForeignObjectSolid target;
     {
         ForeignObjectSolid source = solidOf(2, "first");
@@ -191,7 +191,7 @@ TEST(ForeignObjectSolid, ChangingTheSourceAfterAnAssignmentChangesNothing) {
     EXPECT_EQ(contentOf(target), some(2, "first"));
 }
 
-TEST(ForeignObjectSolid, AssignmentsFollowOneAnother) {
+TEST(ForeignObjectSolid, CanBeAssignedRepeatedly) {
     ForeignObjectSolid target;
     ForeignObjectSolid full = solidOf(1, "bytes");
     ForeignObjectSolid empty(type(2));
