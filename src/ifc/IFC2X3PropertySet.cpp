@@ -71,6 +71,7 @@ void IFC2X3PropertySet::addProperty(const IFC2X3Property& property) {
     capacity_ = capacity;
 }
 
+// Frozen: the array and the capacity remain for further properties.
 void IFC2X3PropertySet::clear() {
     for (std::uint32_t i = 0; i < count_; ++i)
         delete items_[i];

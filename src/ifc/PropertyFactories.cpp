@@ -80,9 +80,6 @@ using namespace diagnostics;
 using Value = IFC2X3PropertySingleValue;
 using Builder = ifc::PropertyBuilder;
 
-// Frozen: a value type that a number factory does not accept gives a default value of type Unspecified, and the first such
-// call of the factory breaks into a debugger. The number is lost.
-
 IFC2X3Property createPropertySingleValueString(const WideString& name, const WideString& description,
                                                const WideString& value) {
     // Frozen: in this overload the value also ends at its first NUL; in the other one it is stored whole.
@@ -100,6 +97,9 @@ IFC2X3Property createPropertySingleValueBoolean(const WideString& name, const Wi
 IFC2X3Property createPropertySingleValueBoolean(const WideChar* name, const WideChar* description, bool value) {
     return Builder::singleValue(name, description, Value::Boolean, Builder::boolean, value);
 }
+
+// Frozen: in the number factories, a value type that does not belong to the factory gives a default value of type
+// Unspecified, and the first such call of each factory breaks into a debugger. The number is lost.
 
 IFC2X3Property createPropertySingleValueInteger(const WideString& name, const WideString& description,
                                                 Value::ValueType_t type, std::int32_t value) {

@@ -5,6 +5,7 @@
 namespace Velmor::ifc {
 
 /// Whether a value of this type is held in the real field.
+// Frozen: the type Unspecified is a real too.
 constexpr bool isReal(IFC2X3PropertySingleValue::ValueType_t type) {
     return type == IFC2X3PropertySingleValue::Unspecified ||
            (type >= IFC2X3PropertySingleValue::Real && type <= IFC2X3PropertySingleValue::PlaneAngle);

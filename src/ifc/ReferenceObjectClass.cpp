@@ -16,7 +16,7 @@ constexpr const char* dgnNames[] = {
     "DGNINVALID", "DGNCELL", "DGNBSPLINESURFACE", "DGNSHAPE", "DGNCONE", "DGNCOMPLEXCHAIN", "DGNCOMPLEXSHAPE",
     "DGN3DSURFACE", "DGN3DSOLID", "DGNSYMBOLREFERENCE", "DGNSMARTSOLID", "DGNMESH"};
 
-// Frozen: the prefixes AC, ACAECDB and AECDB follow no rule, and AECSDBMEMBER has one of its own.
+// Frozen: the prefixes AC, ACAECDB and AECDB follow no rule, and AECSDBMEMBER has a different one.
 constexpr const char* dwgNames[] = {
     "ACINVALID", "ACBLOCKTABLE", "ACPROXY", "ACTEXT", "ACMTEXT", "ACPOLYFACEMESH", "ACAECDBMVBLOCKREF", "ACAECDBENTREF",
     "ACAECDBCAMERA", "ACAECDBMASKBLOCKREF", "AECDBMASSELEM", "AECDBPOLYGON", "AECDBMASSGROUP", "AECDBSLICE",
@@ -94,7 +94,7 @@ bool write(const char* name, char* buffer, unsigned int size) {
 }
 
 /// Writes the name of a class.
-// Frozen: a value without a name gives the empty text and no failure.
+// Frozen: a value without a name has the empty text and is no failure.
 template <class Class, std::size_t count>
 bool writeNameOf(Class value, const char* const (&names)[count], char* buffer, unsigned int size) {
     const auto index = static_cast<std::uint32_t>(value);
