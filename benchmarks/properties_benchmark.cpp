@@ -64,16 +64,16 @@ Value::ValueType_t typeOf(std::size_t i) {
 
 IFC2X3Property property(std::size_t i) {
     const auto* const name = names[i % std::size(names)].wide;
-    const auto* const none = VELMOR_WIDE("");
+    const auto* const noDescription = VELMOR_WIDE("");
     switch (typeOf(i)) {
     case Value::String:
-        return createPropertySingleValueString(name, none, texts[i % std::size(texts)].wide);
+        return createPropertySingleValueString(name, noDescription, texts[i % std::size(texts)].wide);
     case Value::Boolean:
-        return createPropertySingleValueBoolean(name, none, i % 2 == 0);
+        return createPropertySingleValueBoolean(name, noDescription, i % 2 == 0);
     case Value::Integer:
-        return createPropertySingleValueInteger(name, none, Value::Integer, static_cast<std::int32_t>(i));
+        return createPropertySingleValueInteger(name, noDescription, Value::Integer, static_cast<std::int32_t>(i));
     default:
-        return createPropertySingleValueReal(name, none, typeOf(i), static_cast<double>(i) * 0.25);
+        return createPropertySingleValueReal(name, noDescription, typeOf(i), static_cast<double>(i) * 0.25);
     }
 }
 

@@ -295,7 +295,7 @@ TEST(ForeignObjectEnv, ImporterReadsAndWritesAllStreams) {
     EXPECT_TRUE(eventually([&] { return entries(temporaries.path()) == 0; }));
 }
 
-TEST(ForeignObjectEnv, ImporterReturnsFalseForUnsupportedVersion) {
+TEST(ForeignObjectEnv, ImporterRejectsUnsupportedVersion) {
     const Host host(2);
     EXPECT_EQ(Host::import(true), 12u);
 }

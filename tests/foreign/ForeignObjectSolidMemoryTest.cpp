@@ -68,7 +68,7 @@ TEST(ForeignObjectSolidMemory, AllocatesOneBlockPerOperation) {
     unsigned seen[3];
     {
         const FailAllocation count(1000);
-        const ForeignObjectSolid made(type(1), 5, "bytes");
+        const ForeignObjectSolid constructed(type(1), 5, "bytes");
         seen[0] = count.seen();
     }
     {
@@ -131,14 +131,14 @@ TEST(ForeignObjectSolidMemory, FailedAssignmentKeepsOnlyTypeOfSource) {
 
 TEST(ForeignObjectSolidMemory, SolidIsUsableAfterFailure) {
     ForeignObjectSolid source(type(3), 5, "bytes");
-    std::optional<ForeignObjectSolid> made;
+    std::optional<ForeignObjectSolid> constructed;
     std::optional<ForeignObjectSolid> copied;
     ForeignObjectSolid assigned(type(1), 3, "old");
-    failedSizeDuring([&] { made.emplace(type(7), 5u, "bytes"); });
+    failedSizeDuring([&] { constructed.emplace(type(7), 5u, "bytes"); });
     failedSizeDuring([&] { copied.emplace(source); });
     failedSizeDuring([&] { assigned = source; });
-    for (ForeignObjectSolid* solid : {&*made, &*copied, &assigned}) {
-        const std::uint32_t value = solid == &*made ? 7 : 3;
+    for (ForeignObjectSolid* solid : {&*constructed, &*copied, &assigned}) {
+        const std::uint32_t value = solid == &*constructed ? 7 : 3;
         ASSERT_TRUE(isEmpty(*solid, value));
         EXPECT_TRUE(isEmpty(ForeignObjectSolid(*solid), value));
         ForeignObjectSolid other(type(1), 3, "old");
@@ -198,17 +198,17 @@ VELMOR_SCENARIO(FailedBlocks) {
         const auto size = static_cast<unsigned>(10 + i);
         ForeignObjectSolid source(type(5), size, bytes.data());
         ForeignObjectSolid target(type(6), size, bytes.data());
-        std::optional<ForeignObjectSolid> made;
+        std::optional<ForeignObjectSolid> constructed;
         const auto failedSize = failedSizeDuring([&] {
             if (letters[i] == 'n')
-                made.emplace(type(5), size, bytes.data());
+                constructed.emplace(type(5), size, bytes.data());
             else if (letters[i] == 'c')
-                made.emplace(source);
+                constructed.emplace(source);
             else
                 target = source;
         });
         require(failedSize == size, "no allocation of the expected size");
-        require(isEmpty(made ? *made : target, 5), "the solid is empty");
+        require(isEmpty(constructed ? *constructed : target, 5), "the solid is empty");
         require(holds(source, 5, bytes.substr(0, size)), "the source is unchanged");
     }
 }

@@ -25,12 +25,6 @@ bool has(const Record& record, const std::string& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-/// Copies a short ASCII text into a text array.
-template <class Text>
-void write(Text& field, const std::string& text) {
-    std::copy_n(wide(text).c_str(), text.size() + 1, field);
-}
-
 } // namespace
 
 // Measure kinds

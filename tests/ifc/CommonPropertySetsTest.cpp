@@ -80,7 +80,7 @@ const std::uint64_t doubles[] = {
     0xFFF0000000000000, // -infinity
     0x7FF8000000000000, // not a number
     0xFFF80000DEADBEEF, // not a number, with a payload
-    0x7FF0000000000001, // signalling
+    0x7FF0000000000001, // signaling
 };
 
 double realOf(Random& random) {
@@ -98,12 +98,6 @@ WideString textOfLength(std::size_t length) {
 void setFlagsByBits(Structure& structure, const std::vector<Field>& flags, std::uint32_t bits) {
     for (std::size_t i = 0; i < flags.size(); ++i)
         structure.setFlag(flags[i], (bits >> i & 1) != 0);
-}
-
-/// Copies a short ASCII text into a text array.
-template <class Text>
-void write(Text& field, const std::string& text) {
-    std::copy_n(wide(text).c_str(), text.size() + 1, field);
 }
 
 } // namespace

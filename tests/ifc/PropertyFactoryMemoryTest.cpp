@@ -26,9 +26,9 @@ using Value = IFC2X3PropertySingleValue;
 /// A factory call whose arguments exist already, so that only allocations of the library fail.
 struct FactoryCall {
     std::function<Property()> create;
-    PlainProperty plain;
-    Sizes silent;
-    Sizes throwing;
+    PlainProperty plain; ///< The expected property.
+    Sizes silent;        ///< Sizes of its allocations that fail without an exception.
+    Sizes throwing;      ///< Sizes of its allocations that throw.
 };
 
 template <class Text>

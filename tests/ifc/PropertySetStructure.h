@@ -6,6 +6,7 @@
 
 #include "ifc/PropertySetTables.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
@@ -81,5 +82,11 @@ void expectConversion(const SetTable& table, const Structure& structure);
 
 /// ASCII text as wide text.
 Velmor::WideString wide(const std::string& text);
+
+/// Copies a short ASCII text into a text array.
+template <class Text>
+void write(Text& field, const std::string& text) {
+    std::copy_n(wide(text).c_str(), text.size() + 1, field);
+}
 
 } // namespace velmor_tests
