@@ -1,5 +1,6 @@
-// What property sets, the common sets' conversion and class names cost. The peer of a set is a vector of plain structures
-// with the same data; that of copying one property is moving the same bytes with one allocation, below which no copy can go.
+// Property sets, conversions of common property sets, and class names. The peer of a property set is a vector of plain
+// structures with the same data. The peer of copying one property is a copy of the same bytes with one allocation, which is
+// a lower bound for any copy.
 
 #include <Velmor/Velmor.h>
 
@@ -19,7 +20,7 @@ namespace {
 using namespace Velmor;
 using Value = IFC2X3PropertySingleValue;
 
-/// What a user would write who needs no fixed layout.
+/// A property without a fixed layout, as an application would define it.
 struct PlainProperty {
     std::u16string name;
     std::u16string description;
@@ -35,7 +36,7 @@ struct PlainProperty {
 
 constexpr std::size_t count = 50;
 
-/// A text as the library and as the plain structures take it.
+/// A text in the types of the library and of the plain structures.
 struct Text {
     const WideChar* wide;
     const char16_t* plain;
@@ -53,7 +54,7 @@ const Text texts[] = {VELMOR_TEXT("W-240"), VELMOR_TEXT("F90-AB"),
 
 #undef VELMOR_TEXT
 
-/// The kinds of values as models have them: texts before all, then numbers and truth values.
+/// The value types in the proportion of typical models: mostly texts, then numbers and booleans.
 Value::ValueType_t typeOf(std::size_t i) {
     static constexpr Value::ValueType_t types[] = {Value::String,  Value::String, Value::Real,   Value::Boolean,
                                                    Value::Length,  Value::Length, Value::String, Value::Integer,
@@ -63,16 +64,16 @@ Value::ValueType_t typeOf(std::size_t i) {
 
 IFC2X3Property property(std::size_t i) {
     const auto* const name = names[i % std::size(names)].wide;
-    const auto* const none = VELMOR_WIDE("");
+    const auto* const noDescription = VELMOR_WIDE("");
     switch (typeOf(i)) {
     case Value::String:
-        return createPropertySingleValueString(name, none, texts[i % std::size(texts)].wide);
+        return createPropertySingleValueString(name, noDescription, texts[i % std::size(texts)].wide);
     case Value::Boolean:
-        return createPropertySingleValueBoolean(name, none, i % 2 == 0);
+        return createPropertySingleValueBoolean(name, noDescription, i % 2 == 0);
     case Value::Integer:
-        return createPropertySingleValueInteger(name, none, Value::Integer, static_cast<std::int32_t>(i));
+        return createPropertySingleValueInteger(name, noDescription, Value::Integer, static_cast<std::int32_t>(i));
     default:
-        return createPropertySingleValueReal(name, none, typeOf(i), static_cast<double>(i) * 0.25);
+        return createPropertySingleValueReal(name, noDescription, typeOf(i), static_cast<double>(i) * 0.25);
     }
 }
 
@@ -96,77 +97,77 @@ PlainProperty plainProperty(std::size_t i) {
     return property;
 }
 
-IFC2X3PropertySet builtSet() {
+IFC2X3PropertySet buildSet() {
     IFC2X3PropertySet set;
     for (std::size_t i = 0; i < count; ++i)
         set.addProperty(property(i));
     return set;
 }
 
-std::vector<PlainProperty> builtVector() {
+std::vector<PlainProperty> buildVector() {
     std::vector<PlainProperty> vector;
     for (std::size_t i = 0; i < count; ++i)
         vector.push_back(plainProperty(i));
     return vector;
 }
 
-/// The time of each iteration as that of one of so many pieces.
-void perPiece(benchmark::State& state, std::size_t pieces) {
-    state.counters["each"] = benchmark::Counter(static_cast<double>(state.iterations() * pieces),
+/// Reports the time per item of an iteration that processes several items.
+void reportTimePerItem(benchmark::State& state, std::size_t items) {
+    state.counters["each"] = benchmark::Counter(static_cast<double>(state.iterations() * items),
                                                 benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 void BuildSet_Velmor(benchmark::State& state) {
     for (auto _ : state)
-        benchmark::DoNotOptimize(builtSet());
-    perPiece(state, count);
+        benchmark::DoNotOptimize(buildSet());
+    reportTimePerItem(state, count);
 }
 BENCHMARK(BuildSet_Velmor);
 
 void BuildSet_Vector(benchmark::State& state) {
     for (auto _ : state)
-        benchmark::DoNotOptimize(builtVector());
-    perPiece(state, count);
+        benchmark::DoNotOptimize(buildVector());
+    reportTimePerItem(state, count);
 }
 BENCHMARK(BuildSet_Vector);
 
 void CopySet_Velmor(benchmark::State& state) {
-    const auto set = builtSet();
+    const auto set = buildSet();
     for (auto _ : state)
         benchmark::DoNotOptimize(IFC2X3PropertySet(set));
-    perPiece(state, count);
+    reportTimePerItem(state, count);
 }
 BENCHMARK(CopySet_Velmor);
 
 void CopySet_Vector(benchmark::State& state) {
-    const auto vector = builtVector();
+    const auto vector = buildVector();
     for (auto _ : state)
         benchmark::DoNotOptimize(std::vector<PlainProperty>(vector));
-    perPiece(state, count);
+    reportTimePerItem(state, count);
 }
 BENCHMARK(CopySet_Vector);
 
-// One property and its value, which is an allocation of its own.
+// One property with its value, which is a separate allocation.
 void CopyProperty_Velmor(benchmark::State& state) {
     const auto original = property(2);
-    alignas(IFC2X3Property) static unsigned char place[sizeof(IFC2X3Property)];
+    alignas(IFC2X3Property) static unsigned char storage[sizeof(IFC2X3Property)];
     for (auto _ : state) {
-        auto* const copy = new (place) IFC2X3Property(original);
+        auto* const copy = new (storage) IFC2X3Property(original);
         benchmark::DoNotOptimize(copy);
         copy->~IFC2X3Property();
     }
 }
 BENCHMARK(CopyProperty_Velmor);
 
-// What that cannot do without: the bytes of both records, and one allocation.
+// The lower bound of that: the bytes of both records and one allocation.
 void CopyProperty_BytesAndOneAllocation(benchmark::State& state) {
     const auto original = property(2);
-    alignas(IFC2X3Property) static unsigned char place[sizeof(IFC2X3Property)];
+    alignas(IFC2X3Property) static unsigned char storage[sizeof(IFC2X3Property)];
     for (auto _ : state) {
-        std::memcpy(place, &original, sizeof original);
+        std::memcpy(storage, &original, sizeof original);
         void* const value = ::operator new(sizeof(Value));
         std::memcpy(value, &original.getPropertySingleValue(), sizeof(Value));
-        benchmark::DoNotOptimize(place);
+        benchmark::DoNotOptimize(storage);
         benchmark::DoNotOptimize(value);
         benchmark::ClobberMemory();
         ::operator delete(value);
@@ -185,7 +186,7 @@ void ConvertBeam(benchmark::State& state) {
     beam.slope = 1.5;
     for (auto _ : state)
         benchmark::DoNotOptimize(static_cast<IFC2X3_PSet_Custom_s>(beam));
-    perPiece(state, 6);
+    reportTimePerItem(state, 6);
 }
 BENCHMARK(ConvertBeam);
 
@@ -198,7 +199,7 @@ void ConvertGlazing(benchmark::State& state) {
     glazing.hasThermalTransmittanceWinter = true;
     for (auto _ : state)
         benchmark::DoNotOptimize(static_cast<IFC2X3_PSet_Custom_s>(glazing));
-    perPiece(state, 16);
+    reportTimePerItem(state, 16);
 }
 BENCHMARK(ConvertGlazing);
 
@@ -206,7 +207,7 @@ void ClassName(benchmark::State& state) {
     char buffer[64];
     std::uint32_t value = 0;
     for (auto _ : state) {
-        value = (value + 101) % 243; // all of them, in no order
+        value = (value + 101) % 243; // all values, not in ascending order
         ReferenceObjectClass::asString(static_cast<AttributeClassIFC_e>(value), buffer, sizeof buffer);
         benchmark::DoNotOptimize(buffer);
         benchmark::ClobberMemory();

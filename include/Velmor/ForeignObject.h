@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// How a child importer gets its streams: the environment contract between host and importer; and two payloads that cross
-/// them, solids and textures.
+/// The environment that a host sets up for its child importer, with the streams between them, and two payloads that these
+/// streams carry: solids and textures.
 
 #include <Velmor/Export.h>
 #include <Velmor/Platform.h>
@@ -14,8 +14,8 @@
 
 namespace Velmor {
 
-/// The sixteen streams of an import, by their slot in `ForeignObjectEnv_t::handles`. The slots are part of the contract
-/// between host and importer; what is written to each stream is their own affair.
+/// The sixteen streams of an import. A value is the index of the stream in `ForeignObjectEnv_t::handles`. The library does
+/// not define the content of the streams; host and importer do.
 enum ForeignObjectStream_e : std::uint32_t {
     ForeignObjectsStream = 0, ///< "fo_handle_foreignobjects"
     ObjectsStream = 1,        ///< "fo_handle_objects"
@@ -35,10 +35,10 @@ enum ForeignObjectStream_e : std::uint32_t {
     TexturesStream = 15       ///< "fo_handle_textures"
 };
 
-/// Number of the streams.
+/// The number of streams.
 inline constexpr std::size_t ForeignObjectStreamCount = 16;
 
-/// The environment variable of each stream, by slot. A host publishes its handles under these names.
+/// The environment variable of each stream, indexed by `ForeignObjectStream_e`. The host sets them to its handles.
 inline constexpr const WideChar* ForeignObjectStreamVariables[ForeignObjectStreamCount] = {
     VELMOR_WIDE("fo_handle_foreignobjects"), VELMOR_WIDE("fo_handle_objects"),
     VELMOR_WIDE("fo_handle_materials"),      VELMOR_WIDE("fo_handle_layers"),
@@ -49,85 +49,101 @@ inline constexpr const WideChar* ForeignObjectStreamVariables[ForeignObjectStrea
     VELMOR_WIDE("fo_handle_progress"),       VELMOR_WIDE("fo_handle_instances"),
     VELMOR_WIDE("fo_handle_definitions"),    VELMOR_WIDE("fo_handle_textures")};
 
+namespace foreign { // internal
+struct Layouts;
+} // namespace foreign
+
 } // namespace Velmor
 
-/// What a host hands to its child importer. The handles are not owned: they belong to the process, which inherited them.
+/// The input of a child importer, as its host specified it. The record does not own the handles: the process inherited them
+/// and owns them.
 struct ForeignObjectEnv_t {
-    int version;                                      ///< Version of the contract; must be 1.
+    int version;                                      ///< Version of the environment; must be 1.
     Velmor::WideString filename;                      ///< The model to read.
     Velmor::WideString module;                        ///< The importer's module.
     Velmor::WideString path;                          ///< The folder of the import.
-    HANDLE handles[Velmor::ForeignObjectStreamCount]; ///< The streams, by `Velmor::ForeignObjectStream_e`.
+    HANDLE handles[Velmor::ForeignObjectStreamCount]; ///< The streams, indexed by `Velmor::ForeignObjectStream_e`.
 };
 
-/// Fills the record from the environment of the process.
+/// Reads the environment of the process into a record.
 ///
-/// @param[out] env receives the version and, if that is 1, the three strings (empty when missing) and the sixteen handles
-///                 (`INVALID_HANDLE_VALUE` when missing, the first of them reported to an attached debugger; none is
-///                 validated).
-/// @return whether the version is 1; otherwise no other field is touched.
+/// A missing string is empty. A missing handle is `INVALID_HANDLE_VALUE`; the first one in the process is reported to an
+/// attached debugger. Neither is a failure. Handles are not validated.
+/// @param[out] env receives the version; if it is 1, also the three strings and the sixteen handles.
+/// @return true if the version is 1; otherwise all other fields are unchanged.
 VELMOR_API bool foreignobject_env_deserialize(ForeignObjectEnv_t& env);
 
-/// One solid as an opaque block of bytes, in a form that its producer and its consumer know.
+/// One solid as a block of bytes. The producer and the consumer define the format; the library does not read it.
 ///
-/// Copies are deep. When a block cannot be allocated, the object is empty with its type set, and the first time this happens
-/// in the process, per operation, it is reported to an attached debugger; nothing is thrown.
+/// Failure: if the block cannot be allocated, the object is empty with its type set. The first failure in the process, per
+/// operation (constructor, copy constructor, assignment), is reported to an attached debugger. Nothing is thrown.
 ///
-/// Threads: distinct objects may be used concurrently; one object may be read concurrently.
+/// Ownership: each object owns its block; copies are deep.
+///
+/// Threads: different threads may use different objects; several threads may read the same object.
 class VELMOR_API ForeignObjectSolid {
 public:
-    /// The kind of solid; the producer's choice. Any 32-bit value may be held.
+    /// The kind of solid, defined by the producer. The enumeration can hold any 32-bit number.
     enum Type_t : std::uint32_t { Unspecified = 0 };
 
-    /// @param type  its kind.
-    /// @param size  number of bytes; 0 for none.
-    /// @param bytes copied; not read when `size` is 0.
+    /// Creates a solid with a copy of the bytes.
+    /// @param type  the kind of solid.
+    /// @param size  number of bytes; 0 for an empty solid.
+    /// @param bytes the bytes; not read if `size` is 0.
     ForeignObjectSolid(Type_t type = Unspecified, unsigned size = 0, const char* bytes = nullptr);
 
+    /// Creates a deep copy.
     ForeignObjectSolid(const ForeignObjectSolid& other);
 
-    /// Frees the own block, then copies. Assigning a solid to itself is not supported.
-    /// @param other stays as it is; not const on purpose.
+    /// Frees the own block, then copies type and bytes. Assigning a solid to itself is not supported.
+    /// @param other not changed, although the parameter is not const.
     ForeignObjectSolid& operator=(ForeignObjectSolid& other);
 
+    /// Frees the block.
     ~ForeignObjectSolid();
 
-    /// The block, which the object owns; null when it is empty.
-    /// @param[out] size receives the number of bytes.
+    /// The bytes.
+    /// @param[out] size receives the number of bytes; must not be null.
+    /// @return a block that the object owns; valid until the object is assigned to or destroyed. Null if the object is
+    /// empty.
     const char* getBytes(unsigned* size) const;
 
-    /// Its kind.
+    /// The kind of solid.
     Type_t getType() const;
 
 private:
+    friend struct Velmor::foreign::Layouts;
+
     Type_t type_;
     std::uint32_t size_;
-    char* bytes_; // from malloc; null exactly when size_ is 0
+    char* bytes_; // from malloc; null if and only if size_ is 0
 };
-
-static_assert(sizeof(ForeignObjectSolid) == 16, "the layout of a solid is fixed");
 
 namespace Velmor {
 
-/// The bytes of one image in PNG form. They are not looked at.
+/// The bytes of one image in PNG format. The library does not read them.
 ///
-/// Failure: only a failed allocation throws (`std::bad_alloc`). Threads: may be read concurrently.
+/// Failure: a failed allocation throws `std::bad_alloc`. Ownership: each object owns its bytes. Threads: several threads may
+/// read the same object.
 class VELMOR_API PngTexture {
 public:
-    /// No bytes.
+    /// Creates an empty texture.
     PngTexture();
 
-    /// @param data copied.
+    /// Creates a texture with a copy of the bytes.
     PngTexture(const std::vector<char>& data);
 
     PngTexture(const PngTexture& other);
+    /// Copies the bytes; reuses the memory of this object if it is large enough.
     PngTexture& operator=(const PngTexture& other);
     ~PngTexture();
 
-    /// The bytes.
+    /// The bytes; the reference is valid until the object is destroyed.
     const std::vector<char>& getData() const;
 
 private:
+    friend struct foreign::Layouts;
+
     std::vector<char> data_;
 };
 

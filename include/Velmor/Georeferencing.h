@@ -1,14 +1,14 @@
 #pragma once
 
 /// @file
-/// How a model's georeference is carried: the map conversion and the projected coordinate reference system of IFC4.
+/// The georeference of a model: map conversion and projected coordinate reference system of IFC4.
 
 #include <Velmor/Export.h>
 #include <Velmor/WideText.h>
 
 namespace Plexor {
 
-/// A point.
+/// A point with three coordinates.
 struct Vertex {
     constexpr Vertex(double xCoordinate, double yCoordinate, double zCoordinate)
         : x(xCoordinate), y(yCoordinate), z(zCoordinate) {}
@@ -18,29 +18,34 @@ struct Vertex {
     double z;
 };
 
-static_assert(sizeof(Vertex) == 24, "a point is its three coordinates");
-
 } // namespace Plexor
 
 namespace Velmor {
 
+namespace ifc { // internal
+struct Layouts;
+} // namespace ifc
+
 /// A projected coordinate reference system (the entity IfcProjectedCRS).
 ///
-/// A plain value that never changes: nothing is validated, and nothing is computed with it. Each copy owns its texts. Only
-/// copying them can fail, with `std::bad_alloc`. Threads: may be read concurrently.
+/// An immutable record. The library neither validates it nor computes with it.
+///
+/// Failure: copying the texts may throw `std::bad_alloc`. Ownership: each copy owns its texts; references from the getters
+/// are valid until the record is assigned to or destroyed. Threads: several threads may read the same record.
 class VELMOR_API IFC4_MapProjection {
 public:
-    /// Empty texts, and a scale of 1.
+    /// Creates a record with empty texts and a scale of 1.
     IFC4_MapProjection();
 
+    /// Creates a record from these attributes of IfcProjectedCRS.
     /// @param name           Name
     /// @param description    Description
     /// @param geodeticDatum  GeodeticDatum
     /// @param verticalDatum  VerticalDatum
     /// @param projectionType MapProjection
     /// @param zone           MapZone
-    /// @param unitName       the name of the MapUnit
-    /// @param scaleToMetric  the map unit in metres
+    /// @param unitName       name of the MapUnit
+    /// @param scaleToMetric  length of the map unit in meters
     IFC4_MapProjection(const WideString& name, const WideString& description, const WideString& geodeticDatum,
                        const WideString& verticalDatum, const WideString& projectionType, const WideString& zone,
                        const WideString& unitName, double scaleToMetric);
@@ -53,10 +58,12 @@ public:
     const WideString& getZone() const;
     const WideString& getUnitName() const;
 
-    /// The map unit in metres.
+    /// The length of the map unit in meters.
     double getScaleToMetric() const;
 
 private:
+    friend struct ifc::Layouts;
+
     WideString name_;
     WideString description_;
     WideString geodeticDatum_;
@@ -67,22 +74,27 @@ private:
     double scaleToMetric_;
 };
 
-/// How a model's own coordinate system lies in a projected one (the entity IfcMapConversion).
+/// The position and direction of a model's coordinate system in a projected one (the entity IfcMapConversion).
 ///
-/// A plain value that never changes: nothing is validated, and nothing is computed with it. Each copy owns its projection.
-/// Only copying its texts can fail, with `std::bad_alloc`. Threads: may be read concurrently.
+/// An immutable record. The library neither validates it nor computes with it.
+///
+/// Failure: copying the texts of the projection may throw `std::bad_alloc`. Ownership: each copy owns its projection;
+/// references from the getters are valid until the record is assigned to or destroyed. Threads: several threads may read the
+/// same record.
 class VELMOR_API IFC4_MapConversion {
 public:
-    /// All zero but the scale, which is 1; the direction of the x axis is (0, 0) on purpose. A default projection.
+    /// Creates a record with a scale of 1, a default projection and zeros elsewhere. The direction of the x axis is (0, 0),
+    /// not (1, 0).
     IFC4_MapConversion();
 
+    /// Creates a record. The arguments have the order of the attributes of IfcMapConversion.
     /// @param sourceOrigin     origin of the model's coordinate system
     /// @param eastings         Eastings of that origin, in map units
     /// @param northings        Northings of that origin, in map units
     /// @param orthogonalHeight OrthogonalHeight of that origin
-    /// @param xAxisAbscissa    XAxisAbscissa: first component of the direction of the model's x axis in the map
+    /// @param xAxisAbscissa    XAxisAbscissa: first component of the direction of the model's x axis in the map system
     /// @param xAxisOrdinate    XAxisOrdinate: second component of that direction
-    /// @param scale            Scale from the model's units to the map's
+    /// @param scale            Scale from model units to map units
     /// @param mapProjection    the projected system; copied
     IFC4_MapConversion(const Plexor::Vertex& sourceOrigin, double eastings, double northings, double orthogonalHeight,
                        double xAxisAbscissa, double xAxisOrdinate, double scale, const IFC4_MapProjection& mapProjection);
@@ -94,12 +106,14 @@ public:
     double getXAxisAbscissa() const;
     double getXAxisOrdinate() const;
 
-    /// The scale from the model's units to the map's.
+    /// The scale from model units to map units.
     double getScaleToMapProjection() const;
 
     const IFC4_MapProjection& getMapProjection() const;
 
 private:
+    friend struct ifc::Layouts;
+
     Plexor::Vertex sourceOrigin_;
     double eastings_;
     double northings_;

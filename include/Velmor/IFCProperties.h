@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// How an object's properties are carried: the IFC 2x3 property values, sets of them, and the factories that build them.
+/// The properties of a model's objects: IFC 2x3 property values, sets of properties, and the factories that create them.
 
 #include <Velmor/Export.h>
 #include <Velmor/WideText.h>
@@ -12,74 +12,85 @@
 namespace Velmor {
 
 class IFC2X3Property;
-struct IFC2X3PropertyBuilder; // the factories' access to the fields; internal
 
-/// Number of units of each text that is held inside a record; its terminating NUL is one of them.
+namespace ifc { // internal
+struct PropertyBuilder;
+struct Layouts;
+} // namespace ifc
+
+/// Number of UTF-16 units of each text array in a record, including the terminating NUL.
 inline constexpr std::size_t IFC2X3TextUnits = 256;
 
-/// An ordered list of properties, each of them owned: a deep copy, made when it was added.
+/// An ordered list of properties.
 ///
-/// Copies are deep, to any depth of nesting that the stack bears (copying and destroying call themselves for each level),
-/// and hold exactly as many places as properties; a move is a copy. When the array of places cannot be had, a property is
-/// silently not added and a copy is silently empty; any other failed allocation throws `std::bad_alloc`, leaks nothing and
-/// leaves the set as it was.
+/// Failure: if the array of slots cannot be allocated, `addProperty` does not add the property and a copy is empty, both
+/// without a report; compare `getCount` to detect this. Any other failed allocation throws `std::bad_alloc`, leaks nothing
+/// and leaves the set unchanged.
 ///
-/// Threads: a set is used by one thread at a time.
+/// Ownership: the set owns a deep copy of each property. A copy of a set is deep, and a move is a copy. Copying and
+/// destroying recurse once per level of nested properties, so the stack limits the depth.
+///
+/// Threads: one thread at a time may use a set.
 class VELMOR_API IFC2X3PropertySet {
 public:
-    /// An empty set without an array.
+    /// Creates an empty set. Allocates nothing.
     IFC2X3PropertySet();
 
-    /// A deep copy with exactly `other.getCount()` places; empty if no array of that many can be had.
+    /// Creates a deep copy with exactly `other.getCount()` slots; an empty set if the array of slots cannot be allocated.
     IFC2X3PropertySet(const IFC2X3PropertySet& other);
 
-    /// Replaces the properties by a deep copy of the other's, as the copy constructor makes it.
+    /// Replaces all properties by deep copies of the other's, as the copy constructor makes them.
     IFC2X3PropertySet& operator=(const IFC2X3PropertySet& other);
 
-    /// Destroys the properties.
+    /// Destroys all properties. References to them become invalid.
     ~IFC2X3PropertySet();
 
-    /// Appends a deep copy. A full array grows by 50 places; if it cannot, nothing is added and nothing is told.
-    /// @param property may be one of this set's own.
+    /// Appends a deep copy of a property.
+    ///
+    /// A full set grows by 50 slots. If it cannot grow, the property is not added, without a report. Cost: one copy of the
+    /// property; every 50th call also moves all slots.
+    /// @param property may belong to this set, at any depth.
     void addProperty(const IFC2X3Property& property);
 
-    /// Destroys the properties and keeps the array for those to come.
+    /// Destroys all properties. The slots remain allocated for further properties.
     void clear();
 
-    /// Number of the properties.
+    /// The number of properties.
     unsigned int getCount() const;
 
-    /// The property at a place, in the order in which they were added.
-    /// @return for an index not below the count, one shared property of type `NoContent` with empty texts. A reference to an
-    /// own property lasts until the set is cleared, assigned or destroyed.
+    /// The property at an index, in the order of insertion.
+    /// @return a property that the set owns; valid until the set is cleared, assigned to or destroyed, also while properties
+    /// are added. If `index` is not below `getCount()`: one shared property of type `NoContent` with empty texts.
     const IFC2X3Property& getProperty(unsigned int index) const;
 
 private:
+    friend struct ifc::Layouts;
+
     std::uint32_t count_;
     std::uint32_t capacity_;
-    IFC2X3Property** items_; // capacity_ places from the C heap, the first count_ of them taken
+    IFC2X3Property** items_; // capacity_ slots from the C heap; the first count_ are in use
 };
 
-/// The typed value of a property. Only the field that its value type selects carries meaning.
+/// The typed value of a property. Only the field that the value type selects has a meaning.
 ///
-/// A getter that does not fit the value type answers its neutral value; the first time this happens in the process, per
-/// getter, it breaks into an attached debugger. No getter turns a number into text.
+/// Failure: a getter that does not fit the value type returns a fixed default. The first such call in the process, per
+/// getter, breaks into an attached debugger. No getter formats a number as text. Copying a text may throw `std::bad_alloc`;
+/// a failed assignment leaves the value unchanged.
 ///
-/// Ownership: what the text getters return lasts as long as the value and is not changed by anything but its assignment.
+/// Ownership: pointers and references that the getters return are valid until the value is assigned to or destroyed.
+/// Copies are independent, and a move is a copy.
 ///
-/// Failure: copying a text may throw `std::bad_alloc`; an assignment then leaves the value as it was.
-///
-/// Threads: a value is used by one thread at a time.
+/// Threads: one thread at a time may use a value.
 class VELMOR_API IFC2X3PropertySingleValue {
 public:
-    /// What kind of value this is. Any 32-bit value may be held. The library treats `Area`, `Volume` and `Mass` alike; which
-    /// measure each of the three names is a convention of this code base.
+    /// The type of the value. The enumeration can hold any 32-bit number. The library treats `Area`, `Volume` and `Mass`
+    /// alike; importers and hosts agree on their meaning.
     enum ValueType_t : std::uint32_t {
-        Unspecified = 0,        ///< Real of no known measure; also the type of a value whose factory call was rejected.
+        Unspecified = 0,        ///< Real of an unspecified measure; also the result of a rejected factory call.
         String = 1,             ///< Text.
         Boolean = 2,            ///< True or false.
-        Integer = 3,            ///< 32-bit integer, a count for instance.
-        Real = 4,               ///< Real, a plain number: ratios, coefficients, thermal transmittance.
+        Integer = 3,            ///< 32-bit integer, for example a count.
+        Real = 4,               ///< Real, a plain number: a ratio, a coefficient, a thermal transmittance.
         Length = 5,             ///< Real, a length.
         Area = 6,               ///< Real, an area.
         Volume = 7,             ///< Real, a volume.
@@ -90,7 +101,7 @@ public:
         CompoundPlaneAngle = 12 ///< Degrees, minutes, seconds and millionths of a second.
     };
 
-    /// A truth value of three. Any 32-bit value may be held.
+    /// A three-valued truth value. The enumeration can hold any 32-bit number.
     enum Logical_s : std::uint32_t { LogicalFalse = 0, LogicalTrue = 1, LogicalUnknown = 2 };
 
     IFC2X3PropertySingleValue(const IFC2X3PropertySingleValue& other);
@@ -100,40 +111,41 @@ public:
     /// The value type.
     ValueType_t getValueType() const;
 
-    /// The value of type `Boolean`; false otherwise.
+    /// The value of type `Boolean`; false for any other type.
     bool getBooleanValue() const;
 
-    /// The value of type `Integer`; 0 otherwise.
+    /// The value of type `Integer`; 0 for any other type.
     std::int32_t getIntValue() const;
 
-    /// The value of type `Integer64`; 0 otherwise.
+    /// The value of type `Integer64`; 0 for any other type.
     std::int64_t getInt64Value() const;
 
-    /// The value of type `Unspecified`, or of types `Real` to `PlaneAngle`; 0.0 otherwise.
+    /// The value of type `Unspecified` or of the types `Real` to `PlaneAngle`; 0.0 for any other type.
     double getRealValue() const;
 
-    /// The value of type `Logical`; `LogicalUnknown` otherwise.
+    /// The value of type `Logical`; `LogicalUnknown` for any other type.
     Logical_s getLogicalValue() const;
 
-    /// The NUL-terminated text of type `String`; an empty one otherwise.
+    /// The NUL-terminated text of type `String`; an empty text for any other type.
     const WideChar* getStringValue() const;
 
-    /// As `getStringValue`, for callers without a 16-bit wide character.
+    /// The same as `getStringValue`, for callers whose `wchar_t` does not have 16 bits.
     const unsigned short* getStringValue2() const;
 
-    /// The text of type `String`, whole even where it holds a NUL; one shared empty text otherwise.
+    /// The text of type `String`, complete even if it contains NULs; one shared empty text for any other type.
     const WideString& getAsString() const;
 
-    /// The four components of a compound plane angle as they were given: in IFC degrees, minutes, seconds and millionths of
-    /// a second. Four zeros for every other value type; never breaks.
+    /// The four components of a compound plane angle, unchanged; in IFC they are degrees, minutes, seconds and millionths of
+    /// a second. The value type is not checked: a value of any other type has four zeros.
     const int* getCompoundPlaneAngle() const;
 
 protected:
-    /// Type `Unspecified`, every field neutral.
+    /// Type `Unspecified`, all fields at their defaults.
     IFC2X3PropertySingleValue();
 
 private:
-    friend struct IFC2X3PropertyBuilder;
+    friend struct ifc::PropertyBuilder;
+    friend struct ifc::Layouts;
 
     ValueType_t valueType_;
     bool boolean_;
@@ -145,19 +157,21 @@ private:
     int compoundPlaneAngle_[4];
 };
 
-/// The content of a complex property: a usage name and a set of properties of its own, held by value.
+/// The content of a complex property: a usage name and a nested set of properties.
 ///
-/// Copies are deep; a move is a copy and leaves its source as it is. Failures and threads are those of the set.
+/// Failure, threads: as for `IFC2X3PropertySet`.
+///
+/// Ownership: the nested set is held by value. A copy is deep; a move is a copy and leaves its source unchanged.
 class VELMOR_API IFC2X3PropertyComplex {
 public:
     IFC2X3PropertyComplex(const IFC2X3PropertyComplex& other);
     IFC2X3PropertyComplex& operator=(const IFC2X3PropertyComplex& other);
     ~IFC2X3PropertyComplex();
 
-    /// The usage name, NUL-terminated, at most 255 units.
+    /// The usage name: NUL-terminated, at most 255 units.
     const WideChar* getUsageName() const;
 
-    /// As `getUsageName`, for callers without a 16-bit wide character.
+    /// The same as `getUsageName`, for callers whose `wchar_t` does not have 16 bits.
     const unsigned short* getUsageName2() const;
 
     /// The nested set.
@@ -168,53 +182,58 @@ protected:
     IFC2X3PropertyComplex();
 
 private:
-    friend struct IFC2X3PropertyBuilder;
+    friend struct ifc::PropertyBuilder;
+    friend struct ifc::Layouts;
 
     WideChar usageName_[IFC2X3TextUnits];
     IFC2X3PropertySet propertySet_;
 };
 
-/// One named property: a single value, or a complex of properties. Only the factories below build one.
+/// A named property with a single value or a complex content. The factories below create properties.
 ///
-/// Copies are deep, to any depth of nesting that the stack bears; a move is a copy. A failed allocation throws
-/// `std::bad_alloc`, leaks nothing and leaves the property as it was, but for the array of a nested set, whose copy is then
-/// silently empty.
+/// Failure: a failed allocation throws `std::bad_alloc`, leaks nothing and leaves the property unchanged. The exception is
+/// the array of a nested set: if it cannot be allocated, the nested copy is empty, without a report.
 ///
-/// Threads: a property is used by one thread at a time.
+/// Ownership: a property owns its content. A copy is deep; a move is a copy and leaves its source unchanged. Copying and
+/// destroying recurse once per level of nested properties, so the stack limits the depth.
+///
+/// Threads: one thread at a time may use a property.
 class VELMOR_API IFC2X3Property {
 public:
-    /// What a property holds. Any 32-bit value may be held.
+    /// The kind of content. The enumeration can hold any 32-bit number.
     enum Type_t : std::uint32_t {
-        NoContent = 0,   ///< Nothing: the property that a set gives for an index it does not have.
+        NoContent = 0,   ///< No content: the result of `IFC2X3PropertySet::getProperty` for an index out of range.
         SingleValue = 1, ///< A value.
-        Complex = 2      ///< A usage name and a set of properties.
+        Complex = 2      ///< A usage name and a nested set.
     };
 
     IFC2X3Property(const IFC2X3Property& other);
     IFC2X3Property& operator=(const IFC2X3Property& other);
     ~IFC2X3Property();
 
-    /// What it holds.
+    /// The kind of content.
     Type_t getType() const;
 
-    /// The name, NUL-terminated, at most 255 units.
+    /// The name: NUL-terminated, at most 255 units.
     const WideChar* getName() const;
 
-    /// As `getName`, for callers without a 16-bit wide character.
+    /// The same as `getName`, for callers whose `wchar_t` does not have 16 bits.
     const unsigned short* getName2() const;
 
-    /// The description, NUL-terminated, at most 255 units.
+    /// The description: NUL-terminated, at most 255 units.
     const WideChar* getDescription() const;
 
-    /// As `getDescription`, for callers without a 16-bit wide character.
+    /// The same as `getDescription`, for callers whose `wchar_t` does not have 16 bits.
     const unsigned short* getDescription2() const;
 
-    /// The value of a property of type `SingleValue`; otherwise one shared value of type `Unspecified`, silently. A
-    /// reference to the property's own value lasts until the property is assigned or destroyed.
+    /// The value of a property of type `SingleValue`.
+    /// @return a value that the property owns; valid until the property is assigned to or destroyed. For any other type: one
+    /// shared value of type `Unspecified`, without a report.
     const IFC2X3PropertySingleValue& getPropertySingleValue() const;
 
-    /// The content of a property of type `Complex`; otherwise one shared complex with an empty usage name and an empty set,
-    /// silently. A reference to the property's own content lasts until the property is assigned or destroyed.
+    /// The content of a property of type `Complex`.
+    /// @return a content that the property owns; valid until the property is assigned to or destroyed. For any other type:
+    /// one shared content with an empty usage name and an empty set, without a report.
     const IFC2X3PropertyComplex& getPropertyComplex() const;
 
 protected:
@@ -222,7 +241,8 @@ protected:
     IFC2X3Property();
 
 private:
-    friend struct IFC2X3PropertyBuilder;
+    friend struct ifc::PropertyBuilder;
+    friend struct ifc::Layouts;
 
     Type_t type_;
     WideChar name_[IFC2X3TextUnits];
@@ -233,89 +253,88 @@ private:
 
 /// @name Factories
 ///
-/// Each builds one property. Names, descriptions and usage names end at their first NUL; what is longer than 255 units is
-/// cut. A pointer to a text must not be null.
+/// Each factory creates one property. Names, descriptions and usage names end at their first NUL and are cut after 255
+/// units. Pointers to these texts must not be null.
 ///
-/// The factories of integers and reals take the value types that belong to them. With any other one the property has a value
-/// of type `Unspecified` with every field neutral, the given number is discarded, and the first such call of the process,
-/// per factory, breaks into an attached debugger.
+/// Failure: the factories of integers and reals accept only the value types that belong to them. For any other value type
+/// the result has a value of type `Unspecified` with all fields at their defaults, and the number is lost; the first such
+/// call in the process, per factory, breaks into an attached debugger. A failed allocation throws `std::bad_alloc` and leaks
+/// nothing.
 ///
-/// Failure: a failed allocation throws `std::bad_alloc` and leaks nothing. Threads: may be called from any thread.
+/// Threads: any thread may call a factory.
 /// @{
 
-/// A text.
-/// @param value this overload takes it up to its first NUL.
+/// Creates a property with a text.
+/// @param value stored up to its first NUL.
 VELMOR_API IFC2X3Property createPropertySingleValueString(const WideString& name, const WideString& description,
                                                           const WideString& value);
-/// A text.
-/// @param value this overload takes it whole.
+/// Creates a property with a text.
+/// @param value stored complete, with any NULs in it.
 VELMOR_API IFC2X3Property createPropertySingleValueString(const WideChar* name, const WideChar* description,
                                                           const WideString& value);
 
-/// A boolean.
+/// Creates a property with a boolean.
 VELMOR_API IFC2X3Property createPropertySingleValueBoolean(const WideString& name, const WideString& description,
                                                            bool value);
-/// A boolean.
+/// Creates a property with a boolean.
 VELMOR_API IFC2X3Property createPropertySingleValueBoolean(const WideChar* name, const WideChar* description, bool value);
 
-/// A 32-bit integer.
-/// @param type must be `Integer`.
+/// Creates a property with a 32-bit integer.
+/// @param type `Integer`.
 VELMOR_API IFC2X3Property createPropertySingleValueInteger(const WideString& name, const WideString& description,
                                                            IFC2X3PropertySingleValue::ValueType_t type, std::int32_t value);
-/// A 32-bit integer.
-/// @param type must be `Integer`.
+/// Creates a property with a 32-bit integer.
+/// @param type `Integer`.
 VELMOR_API IFC2X3Property createPropertySingleValueInteger(const WideChar* name, const WideChar* description,
                                                            IFC2X3PropertySingleValue::ValueType_t type, std::int32_t value);
 
-/// A 64-bit integer.
-/// @param type must be `Integer64`.
+/// Creates a property with a 64-bit integer.
+/// @param type `Integer64`.
 VELMOR_API IFC2X3Property createPropertySingleValueInteger64(const WideString& name, const WideString& description,
                                                              IFC2X3PropertySingleValue::ValueType_t type,
                                                              std::int64_t value);
-/// A 64-bit integer.
-/// @param type must be `Integer64`.
+/// Creates a property with a 64-bit integer.
+/// @param type `Integer64`.
 VELMOR_API IFC2X3Property createPropertySingleValueInteger64(const WideChar* name, const WideChar* description,
                                                              IFC2X3PropertySingleValue::ValueType_t type,
                                                              std::int64_t value);
 
-/// A real number.
-/// @param type must be `Unspecified` or one of `Real` to `PlaneAngle`.
+/// Creates a property with a real number.
+/// @param type `Unspecified` or one of `Real` to `PlaneAngle`.
 VELMOR_API IFC2X3Property createPropertySingleValueReal(const WideString& name, const WideString& description,
                                                         IFC2X3PropertySingleValue::ValueType_t type, double value);
-/// A real number.
-/// @param type must be `Unspecified` or one of `Real` to `PlaneAngle`.
+/// Creates a property with a real number.
+/// @param type `Unspecified` or one of `Real` to `PlaneAngle`.
 VELMOR_API IFC2X3Property createPropertySingleValueReal(const WideChar* name, const WideChar* description,
                                                         IFC2X3PropertySingleValue::ValueType_t type, double value);
 
-/// A truth value of three, stored as it is.
+/// Creates a property with a three-valued truth value.
+/// @param value stored unchanged, not validated.
 VELMOR_API IFC2X3Property createPropertySingleValueLogical(const WideString& name, const WideString& description,
                                                            IFC2X3PropertySingleValue::Logical_s value);
-/// A truth value of three, stored as it is.
+/// Creates a property with a three-valued truth value.
+/// @param value stored unchanged, not validated.
 VELMOR_API IFC2X3Property createPropertySingleValueLogical(const WideChar* name, const WideChar* description,
                                                            IFC2X3PropertySingleValue::Logical_s value);
 
-/// A compound plane angle.
-/// @param components four integers, stored as they are; four zeros when null.
+/// Creates a property with a compound plane angle.
+/// @param components four integers, stored unchanged; null for four zeros.
 VELMOR_API IFC2X3Property createPropertySingleValueCompoundPlaneAngle(const WideString& name, const WideString& description,
                                                                       const int* components);
-/// A compound plane angle.
-/// @param components four integers, stored as they are; four zeros when null.
+/// Creates a property with a compound plane angle.
+/// @param components four integers, stored unchanged; null for four zeros.
 VELMOR_API IFC2X3Property createPropertySingleValueCompoundPlaneAngle(const WideChar* name, const WideChar* description,
                                                                       const int* components);
 
-/// A complex property.
+/// Creates a complex property.
 /// @param propertySet copied deeply.
 VELMOR_API IFC2X3Property createPropertyComplex(const WideString& name, const WideString& description,
                                                 const WideString& usageName, const IFC2X3PropertySet& propertySet);
-/// A complex property.
+/// Creates a complex property.
 /// @param propertySet copied deeply.
 VELMOR_API IFC2X3Property createPropertyComplex(const WideChar* name, const WideChar* description, const WideChar* usageName,
                                                 const IFC2X3PropertySet& propertySet);
 
 /// @}
-
-static_assert(sizeof(IFC2X3PropertySet) == 16, "the layout of a property set is fixed");
-static_assert(sizeof(IFC2X3PropertyComplex) == 528, "the layout of a complex property is fixed");
-static_assert(sizeof(IFC2X3Property) == 1048, "the layout of a property is fixed");
 
 } // namespace Velmor

@@ -3,19 +3,22 @@
 /// @file
 /// The common property sets of IFC 2x3 as plain structures, and their conversion into a named property set.
 ///
-/// An importer fills one of the fourteen structures and converts it. The conversion writes one property for each field,
-/// named after it (`fireRating` gives "FireRating"), with an empty description, in the order that docs/property-sets.md
-/// lists:
+/// An importer fills one of the fourteen structures and converts it. The conversion writes one property for each field and
+/// names it after the field (`fireRating` becomes "FireRating"). Every property has an empty description.
+/// docs/property-sets.md lists the properties of each set in their order.
 ///
-/// - a text always, up to its first NUL, whether it is empty or not;
-/// - a number or a flag always, or, where there is a set flag (`hasSpan` for `span`), only when that is true;
-/// - a span or slope by its measure kind, as a length or as a plane angle.
+/// - A text is always written, up to its first NUL, even if it is empty.
+/// - A number or flag with a set flag (`hasSpan` for `span`) is written if the set flag is true; one without a set flag is
+///   always written.
+/// - A span or slope is written as a length or as a plane angle, as its measure kind specifies.
 ///
-/// What differs from that pattern is told at the field. The structures' fields and their order are fixed; they are plain
-/// memory, so start from a zeroed one: `IFC2X3_PSet_BeamCommon_s beam{};`.
+/// Exceptions are documented at the field. Importers and hosts share the layout of the structures: fields and their order
+/// are fixed. The structures are plain memory, so start from a zeroed one: `IFC2X3_PSet_BeamCommon_s beam{};`.
 ///
-/// Failure: a failed allocation throws `std::bad_alloc`, but for that of the set's array: see `IFC2X3PropertySet`. Threads:
-/// a structure may be converted concurrently.
+/// Failure: a failed allocation throws `std::bad_alloc`. If the array of the property set cannot be allocated, properties
+/// are missing without a report (see `IFC2X3PropertySet`).
+///
+/// Threads: several threads may convert the same structure.
 
 #include <Velmor/Export.h>
 #include <Velmor/IFCProperties.h>
@@ -25,27 +28,27 @@
 
 namespace Velmor {
 
-/// A named property set. It owns its properties; copies are deep.
+/// A named property set.
 ///
-/// Failure: as that of the set. An assignment that throws leaves the other's id, name and description beside the properties
-/// that were there before.
+/// Failure: as for `IFC2X3PropertySet`. An assignment that throws has already copied GlobalId, name and description; the
+/// properties are unchanged.
+///
+/// Ownership: the record owns its properties. Copies are deep.
 struct IFC2X3_PSet_Custom_s {
-    char globalId[22];                     ///< An IFC GlobalId, without a NUL; a conversion writes twenty-two "0".
+    char globalId[22];                     ///< An IFC GlobalId without a NUL; a conversion writes 22 times "0".
     WideChar name[IFC2X3TextUnits];        ///< NUL-terminated.
-    WideChar description[IFC2X3TextUnits]; ///< NUL-terminated; a conversion leaves it empty.
+    WideChar description[IFC2X3TextUnits]; ///< NUL-terminated; empty after a conversion.
     IFC2X3PropertySet properties;          ///< The properties.
 };
 
-static_assert(sizeof(IFC2X3_PSet_Custom_s) == 1064, "the layout of a named property set is fixed");
-
-/// How a span or slope is meant. Any 32-bit value may be held; with any other one the property is not written.
+/// How a span or slope is written. The enumeration can hold any 32-bit number.
 enum class MeasureKind : std::int32_t {
-    None = 0,
-    Length = 1,    ///< Written as a length, as it stands.
-    PlaneAngle = 2 ///< Given in degrees; written as a plane angle in radians, `degrees / 180.0 * 3.141592653589793`.
+    None = 0,      ///< Not written; the same applies to any number without a name.
+    Length = 1,    ///< Written as a length, unchanged.
+    PlaneAngle = 2 ///< In degrees; written as a plane angle in radians, `degrees / 180.0 * 3.141592653589793`.
 };
 
-/// The common properties of the set "Pset_BeamCommon".
+/// Converts to the property set "Pset_BeamCommon".
 struct IFC2X3_PSet_BeamCommon_s {
     WideChar reference[IFC2X3TextUnits];
     double span;
@@ -61,9 +64,7 @@ struct IFC2X3_PSet_BeamCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_BeamCommon_s) == 1056, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_ColumnCommon".
+/// Converts to the property set "Pset_ColumnCommon".
 struct IFC2X3_PSet_ColumnCommon_s {
     WideChar reference[IFC2X3TextUnits];
     WideChar fireRating[IFC2X3TextUnits];
@@ -76,12 +77,10 @@ struct IFC2X3_PSet_ColumnCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_ColumnCommon_s) == 1048, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_IFC2X3_PSet_CurtainWallCommon".
+/// Converts to the property set "Pset_IFC2X3_PSet_CurtainWallCommon". Note the name.
 struct IFC2X3_PSet_CurtainWallCommon_s {
     WideChar reference[IFC2X3TextUnits];
-    WideChar unusedText[IFC2X3TextUnits]; ///< Read by no property.
+    WideChar unusedText[IFC2X3TextUnits]; ///< Not read.
     WideChar fireRating[IFC2X3TextUnits];
     WideChar surfaceSpreadOfFlame[IFC2X3TextUnits];
     double thermalTransmittance;
@@ -93,9 +92,7 @@ struct IFC2X3_PSet_CurtainWallCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_CurtainWallCommon_s) == 2064, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_DoorCommon".
+/// Converts to the property set "Pset_DoorCommon".
 struct IFC2X3_PSet_DoorCommon_s {
     WideChar reference[IFC2X3TextUnits];
     WideChar fireRating[IFC2X3TextUnits];
@@ -105,7 +102,7 @@ struct IFC2X3_PSet_DoorCommon_s {
     double thermalTransmittance;
     double glazingAreaFraction;
     bool handicapAccessible;
-    bool fireExit; ///< Read by no property, on purpose: "FireExit" is written from `isExternal`.
+    bool fireExit; ///< Not read: "FireExit" is written from `isExternal`.
     bool selfClosing;
     bool smokeStop;
     bool isExternal;
@@ -117,9 +114,7 @@ struct IFC2X3_PSet_DoorCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_DoorCommon_s) == 2088, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_DoorWindowGlazingType".
+/// Converts to the property set "Pset_DoorWindowGlazingType".
 struct IFC2X3_PSet_DoorWindowGlazingType_s {
     WideChar fillGas[IFC2X3TextUnits];
     WideChar glassColor[IFC2X3TextUnits];
@@ -154,9 +149,7 @@ struct IFC2X3_PSet_DoorWindowGlazingType_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_DoorWindowGlazingType_s) == 1128, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_DoorWindowShadingType".
+/// Converts to the property set "Pset_DoorWindowShadingType".
 struct IFC2X3_PSet_DoorWindowShadingType_s {
     double externalShadingCoefficient;
     double internalShadingCoefficient;
@@ -168,9 +161,7 @@ struct IFC2X3_PSet_DoorWindowShadingType_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_DoorWindowShadingType_s) == 32, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_MemberCommon".
+/// Converts to the property set "Pset_MemberCommon".
 struct IFC2X3_PSet_MemberCommon_s {
     WideChar reference[IFC2X3TextUnits];
     WideChar fireRating[IFC2X3TextUnits];
@@ -186,9 +177,7 @@ struct IFC2X3_PSet_MemberCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_MemberCommon_s) == 1056, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_RailingCommon".
+/// Converts to the property set "Pset_RailingCommon".
 struct IFC2X3_PSet_RailingCommon_s {
     WideChar reference[IFC2X3TextUnits];
     double height;
@@ -200,9 +189,7 @@ struct IFC2X3_PSet_RailingCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_RailingCommon_s) == 536, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_RampCommon".
+/// Converts to the property set "Pset_RampCommon".
 struct IFC2X3_PSet_RampCommon_s {
     WideChar reference[IFC2X3TextUnits];
     WideChar fireRating[IFC2X3TextUnits];
@@ -220,9 +207,7 @@ struct IFC2X3_PSet_RampCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_RampCommon_s) == 1056, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_RoofCommon".
+/// Converts to the property set "Pset_RoofCommon".
 struct IFC2X3_PSet_RoofCommon_s {
     WideChar reference[IFC2X3TextUnits];
     WideChar fireRating[IFC2X3TextUnits];
@@ -231,9 +216,7 @@ struct IFC2X3_PSet_RoofCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_RoofCommon_s) == 1026, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_SlabCommon".
+/// Converts to the property set "Pset_SlabCommon".
 struct IFC2X3_PSet_SlabCommon_s {
     WideChar reference[IFC2X3TextUnits];
     WideChar acousticRating[IFC2X3TextUnits];
@@ -242,7 +225,7 @@ struct IFC2X3_PSet_SlabCommon_s {
     bool compartmentation;
     bool combustible;
     double thermalTransmittance;
-    double pitchAngle; ///< In radians, unlike spans and slopes.
+    double pitchAngle; ///< In radians; spans and slopes are in degrees.
     bool isExternal;
     bool isLoadBearing;
     bool hasCompartmentation;
@@ -253,9 +236,7 @@ struct IFC2X3_PSet_SlabCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_SlabCommon_s) == 2080, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_StairCommon".
+/// Converts to the property set "Pset_StairCommon".
 struct IFC2X3_PSet_StairCommon_s {
     WideChar reference[IFC2X3TextUnits];
     WideChar fireRating[IFC2X3TextUnits];
@@ -277,9 +258,7 @@ struct IFC2X3_PSet_StairCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_StairCommon_s) == 1072, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_WallCommon".
+/// Converts to the property set "Pset_WallCommon", which has neither "IsExternal" nor "IsLoadBearing".
 struct IFC2X3_PSet_WallCommon_s {
     WideChar reference[IFC2X3TextUnits];
     WideChar acousticRating[IFC2X3TextUnits];
@@ -289,8 +268,8 @@ struct IFC2X3_PSet_WallCommon_s {
     bool combustible;
     bool extendToStructure;
     bool compartmentation;
-    bool unusedFlag1; ///< Read by no property.
-    bool unusedFlag2; ///< Read by no property.
+    bool unusedFlag1; ///< Not read.
+    bool unusedFlag2; ///< Not read.
     bool hasThermalTransmittance;
     bool hasCombustible;
     bool hasExtendToStructure;
@@ -299,9 +278,7 @@ struct IFC2X3_PSet_WallCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
-static_assert(sizeof(IFC2X3_PSet_WallCommon_s) == 2072, "the layout of a common property set is fixed");
-
-/// The common properties of the set "Pset_WindowCommon".
+/// Converts to the property set "Pset_WindowCommon".
 struct IFC2X3_PSet_WindowCommon_s {
     WideChar reference[IFC2X3TextUnits];
     WideChar fireRating[IFC2X3TextUnits];
@@ -319,7 +296,5 @@ struct IFC2X3_PSet_WindowCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
-
-static_assert(sizeof(IFC2X3_PSet_WindowCommon_s) == 2080, "the layout of a common property set is fixed");
 
 } // namespace Velmor

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Which class an object had in the model that it comes from, and how all importers call it.
+/// The class that an object had in its source model, and the name that all importers use for it.
 
 #include <Velmor/Export.h>
 
@@ -10,13 +10,13 @@
 // clang-format off
 namespace Velmor {
 
-/// Element types of DGN files. Any 32-bit value may be held.
+/// Element types of DGN files. The enumeration can hold any 32-bit number.
 enum class AttributeClassDGN_e : std::uint32_t {
     DGNINVALID = 0, DGNCELL = 1, DGNBSPLINESURFACE = 2, DGNSHAPE = 3, DGNCONE = 4, DGNCOMPLEXCHAIN = 5,
     DGNCOMPLEXSHAPE = 6, DGN3DSURFACE = 7, DGN3DSOLID = 8, DGNSYMBOLREFERENCE = 9, DGNSMARTSOLID = 10, DGNMESH = 11
 };
 
-/// Object classes of DWG drawings. Any 32-bit value may be held.
+/// Object classes of DWG drawings. The enumeration can hold any 32-bit number.
 enum class AttributeClassDWG_e : std::uint32_t {
     ACINVALID = 0, ACBLOCKTABLE = 1, ACPROXY = 2, ACTEXT = 3, ACMTEXT = 4, ACPOLYFACEMESH = 5, ACAECDBMVBLOCKREF = 6,
     ACAECDBENTREF = 7, ACAECDBCAMERA = 8, ACAECDBMASKBLOCKREF = 9, AECDBMASSELEM = 10, AECDBPOLYGON = 11,
@@ -29,8 +29,8 @@ enum class AttributeClassDWG_e : std::uint32_t {
     ACPOLYGONMESH = 45, ACRTEXT = 46, ACPOLYLINE = 47, ACCIRCLE = 48
 };
 
-/// Entities of IFC: those of IFC2X3 up to 95, then those of later schemas. `IFCALIGNMENT2` has the name of `IFCALIGNMENT`, on
-/// purpose. Any 32-bit value may be held.
+/// Entities of IFC: IFC2X3 up to 95, later schemas from 96. `IFCALIGNMENT` and `IFCALIGNMENT2` have the same name. The
+/// enumeration can hold any 32-bit number.
 enum class AttributeClassIFC_e : std::uint32_t {
     IFCINVALID = 0, IFCPRODUCT = 1, IFCANNOTATION = 2, IFCELEMENT = 3, IFCBUILDINGELEMENT = 4, IFCBEAM = 5,
     IFCBUILDINGELEMENTCOMPONENT = 6, IFCBUILDINGELEMENTPART = 7, IFCREINFORCINGELEMENT = 8, IFCREINFORCINGBAR = 9,
@@ -90,33 +90,36 @@ enum class AttributeClassIFC_e : std::uint32_t {
     IFCVIBRATIONDAMPER = 240, IFCVOIDSTRATUM = 241, IFCWATERSTRATUM = 242
 };
 
-/// The host's own object classes; `KXNONE` has no name. Any 32-bit value may be held.
+/// Object classes of the host application. `KXNONE` has no name. The enumeration can hold any 32-bit number.
 enum class AttributeClassKX_e : std::uint32_t {
     KXNONE = 0, KXBEAM = 1, KXPOLYBEAM = 2, KXCONTOURPLATE = 3, KXCURVEDBEAM = 4
 };
 
 // clang-format on
 
-/// The names of the classes: fixed upper-case texts, and "cadmatic".
+/// The fixed upper-case names of the classes, and "cadmatic".
 ///
-/// Each operation writes a class's name into the caller's buffer, NUL-terminated and cut to `size` - 1 characters, and
-/// always returns true: a class without a name gives the empty text. Nothing is written when `buffer` is null or `size` is
-/// 0. Threads: may be called from any thread.
+/// Each function writes the name of a class into the caller's buffer, NUL-terminated and cut to `size` - 1 characters.
+///
+/// Failure: none. Each function returns true. A class without a name has the empty text. If `buffer` is null or `size` is 0,
+/// nothing is written.
+///
+/// Threads: any thread may call the functions.
 class VELMOR_API ReferenceObjectClass {
 public:
-    /// "cadmatic", whatever the class is.
+    /// Writes "cadmatic" for every class.
     static bool asString(int cadmaticClass, char* buffer, unsigned int size);
 
-    /// The name of a DGN element type.
+    /// Writes the name of a DGN element type.
     static bool asString(AttributeClassDGN_e dgnClass, char* buffer, unsigned int size);
 
-    /// The name of a DWG object class.
+    /// Writes the name of a DWG object class.
     static bool asString(AttributeClassDWG_e dwgClass, char* buffer, unsigned int size);
 
-    /// The name of an IFC entity.
+    /// Writes the name of an IFC entity.
     static bool asString(AttributeClassIFC_e ifcClass, char* buffer, unsigned int size);
 
-    /// The name of a class of the host.
+    /// Writes the name of an object class of the host.
     static bool asString(AttributeClassKX_e hostClass, char* buffer, unsigned int size);
 };
 

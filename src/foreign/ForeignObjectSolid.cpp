@@ -5,13 +5,16 @@
 #include <cstdlib>
 #include <cstring>
 
-using namespace Velmor::diagnostics;
+namespace Velmor::foreign {
 
 namespace {
 
-/// A block with a copy of the bytes.
-/// @param[in,out] size becomes 0 when there is no memory for the block.
-/// @return null for a size of 0.
+using namespace diagnostics;
+
+/// A block from malloc with a copy of the bytes.
+/// @param[in,out] size set to 0 if the allocation fails.
+/// @param once         the flag of the calling operation; the first failure is reported.
+/// @return null if the size is 0 or the allocation fails.
 char* copyBlock(std::uint32_t& size, const char* bytes, ReportOnce& once) {
     if (size == 0)
         return nullptr;
@@ -19,6 +22,7 @@ char* copyBlock(std::uint32_t& size, const char* bytes, ReportOnce& once) {
     if (block) {
         std::memcpy(block, bytes, size);
     } else {
+        // Frozen: the size is reported as a signed number, so sizes from 2 GiB on are negative.
         once([&] { reportDiagnostic(diagnosticLevel, "Invalid alloc size %d", static_cast<int>(size)); });
         size = 0;
     }
@@ -27,7 +31,13 @@ char* copyBlock(std::uint32_t& size, const char* bytes, ReportOnce& once) {
 
 } // namespace
 
-// Each operation reports once by itself.
+} // namespace Velmor::foreign
+
+using Velmor::diagnostics::ReportOnce;
+using Velmor::foreign::copyBlock;
+
+// Frozen: without memory for the block the solid is empty, with its type set, and nothing is thrown. Each of the three
+// operations reports its own first failure.
 
 ForeignObjectSolid::ForeignObjectSolid(Type_t type, unsigned size, const char* bytes) : type_(type), size_(size) {
     static ReportOnce once;
@@ -39,6 +49,7 @@ ForeignObjectSolid::ForeignObjectSolid(const ForeignObjectSolid& other) : type_(
     bytes_ = copyBlock(size_, other.bytes_, once);
 }
 
+// Frozen: the parameter is not const, and the own block is freed before the copy, so self-assignment is not supported.
 ForeignObjectSolid& ForeignObjectSolid::operator=(ForeignObjectSolid& other) {
     std::free(bytes_);
     type_ = other.type_;

@@ -5,11 +5,25 @@
 #include <string>
 #include <variant>
 
-namespace Velmor {
+// Each structure has a table with one row for each property, in the order in which the properties are written. A row names
+// the property, the field with its value, and the set flag that guards it, if any. The type of the field decides the
+// factory:
+//
+//     WideChar[256]    string, always written, up to its first NUL
+//     bool             boolean
+//     std::int32_t     integer
+//     Real             real of the value type in the row
+//     RealByKind       length, plane angle, or not written, as the measure kind in another field decides
+//
+// convert() walks the table. All properties have an empty description.
+
+namespace Velmor::ifc {
 
 namespace {
 
 using Value = IFC2X3PropertySingleValue;
+
+constexpr double pi = 3.141592653589793;
 
 /// A real that is written with this value type.
 template <class Set>
@@ -18,16 +32,16 @@ struct Real {
     Value::ValueType_t valueType;
 };
 
-/// A real that is a length or a plane angle in degrees, as another field tells.
+/// A real whose value type depends on a measure kind.
 template <class Set>
 struct RealByKind {
     double Set::*field;
     MeasureKind Set::*kind;
 };
 
-/// One property of a common set: its name, the field it is written from, and its set flag; without one it is always written.
+/// One property of a common set. Without a set flag it is always written.
 template <class Set>
-struct Rule {
+struct Row {
     const WideChar* name;
     std::variant<WideChar (Set::*)[IFC2X3TextUnits], bool Set::*, std::int32_t Set::*, Real<Set>, RealByKind<Set>> field;
     bool Set::*setFlag = nullptr;
@@ -35,6 +49,7 @@ struct Rule {
 
 constexpr const WideChar* noDescription = VELMOR_WIDE("");
 
+// Frozen: a text is always written, empty or not. A text without a NUL ends with its array.
 template <class Set>
 void add(IFC2X3PropertySet& properties, const WideChar* name, const Set& set, WideChar (Set::*text)[IFC2X3TextUnits]) {
     const WideChar* const begin = set.*text;
@@ -69,31 +84,39 @@ void add(IFC2X3PropertySet& properties, const WideChar* name, const Set& set, co
         addReal(properties, name, Value::Length, value);
         break;
     case MeasureKind::PlaneAngle:
-        addReal(properties, name, Value::PlaneAngle, value / 180.0 * 3.141592653589793);
+        // Frozen: degrees are divided by 180 first, then multiplied by pi. Another order changes the last bit.
+        addReal(properties, name, Value::PlaneAngle, value / 180.0 * pi);
         break;
     default:
-        break; // not written
+        break; // Frozen: with any other measure kind the property is not written, without a report.
     }
 }
 
-/// Builds a named property set from a structure, rule by rule.
+/// Builds the named property set of a structure.
 template <class Set, std::size_t size>
-IFC2X3_PSet_Custom_s convert(const Set& set, const WideChar* name, const Rule<Set> (&rules)[size]) {
+IFC2X3_PSet_Custom_s convert(const Set& set, const WideChar* name, const Row<Set> (&rows)[size]) {
     IFC2X3_PSet_Custom_s custom{};
+    // Frozen: the GlobalId is a placeholder of 22 zeros.
     std::fill(std::begin(custom.globalId), std::end(custom.globalId), '0');
     std::copy_n(name, std::char_traits<WideChar>::length(name), custom.name);
-    for (const Rule<Set>& rule : rules) {
-        if (!rule.setFlag || set.*rule.setFlag)
-            std::visit([&](const auto& field) { add(custom.properties, rule.name, set, field); }, rule.field);
+    for (const Row<Set>& row : rows) {
+        if (!row.setFlag || set.*row.setFlag)
+            std::visit([&](const auto& field) { add(custom.properties, row.name, set, field); }, row.field);
     }
     return custom;
 }
 
 } // namespace
 
+} // namespace Velmor::ifc
+
+namespace Velmor {
+
+using namespace ifc;
+
 IFC2X3_PSet_BeamCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_BeamCommon_s;
-    static constexpr Rule<Set> rules[] = {
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
         {VELMOR_WIDE("Span"), RealByKind<Set>{&Set::span, &Set::spanKind}, &Set::hasSpan},
         {VELMOR_WIDE("Slope"), RealByKind<Set>{&Set::slope, &Set::slopeKind}, &Set::hasSlope},
@@ -101,25 +124,26 @@ IFC2X3_PSet_BeamCommon_s::operator IFC2X3_PSet_Custom_s() const {
         {VELMOR_WIDE("IsExternal"), &Set::isExternal},
         {VELMOR_WIDE("IsLoadBearing"), &Set::isLoadBearing},
     };
-    return convert(*this, VELMOR_WIDE("Pset_BeamCommon"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_BeamCommon"), rows);
 }
 
 IFC2X3_PSet_ColumnCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_ColumnCommon_s;
-    static constexpr Rule<Set> rules[] = {
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
-        // Slope before FireRating on purpose, unlike the fields.
+        // Frozen: Slope comes before FireRating; the fields have the opposite order.
         {VELMOR_WIDE("Slope"), RealByKind<Set>{&Set::slope, &Set::slopeKind}, &Set::hasSlope},
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
         {VELMOR_WIDE("IsExternal"), &Set::isExternal},
         {VELMOR_WIDE("IsLoadBearing"), &Set::isLoadBearing},
     };
-    return convert(*this, VELMOR_WIDE("Pset_ColumnCommon"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_ColumnCommon"), rows);
 }
 
 IFC2X3_PSet_CurtainWallCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_CurtainWallCommon_s;
-    static constexpr Rule<Set> rules[] = {
+    // Frozen: the field unusedText is not read.
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
         {VELMOR_WIDE("SurfaceSpreadOfFlame"), &Set::surfaceSpreadOfFlame},
@@ -128,13 +152,13 @@ IFC2X3_PSet_CurtainWallCommon_s::operator IFC2X3_PSet_Custom_s() const {
         {VELMOR_WIDE("Combustible"), &Set::combustible, &Set::hasCombustible},
         {VELMOR_WIDE("IsExternal"), &Set::isExternal},
     };
-    // On purpose: this name does not follow the pattern of the others.
-    return convert(*this, VELMOR_WIDE("Pset_IFC2X3_PSet_CurtainWallCommon"), rules);
+    // Frozen: the name of the set contains the name of the structure.
+    return convert(*this, VELMOR_WIDE("Pset_IFC2X3_PSet_CurtainWallCommon"), rows);
 }
 
 IFC2X3_PSet_DoorCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_DoorCommon_s;
-    static constexpr Rule<Set> rules[] = {
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
         {VELMOR_WIDE("AcousticRating"), &Set::acousticRating},
@@ -145,17 +169,17 @@ IFC2X3_PSet_DoorCommon_s::operator IFC2X3_PSet_Custom_s() const {
         {VELMOR_WIDE("GlazingAreaFraction"), Real<Set>{&Set::glazingAreaFraction, Value::Real},
          &Set::hasGlazingAreaFraction},
         {VELMOR_WIDE("HandicapAccessible"), &Set::handicapAccessible, &Set::hasHandicapAccessible},
-        {VELMOR_WIDE("FireExit"), &Set::isExternal}, // on purpose: `fireExit` is never read
+        {VELMOR_WIDE("FireExit"), &Set::isExternal}, // Frozen: the field fireExit is not read.
         {VELMOR_WIDE("SelfClosing"), &Set::selfClosing},
         {VELMOR_WIDE("SmokeStop"), &Set::smokeStop},
         {VELMOR_WIDE("IsExternal"), &Set::isExternal},
     };
-    return convert(*this, VELMOR_WIDE("Pset_DoorCommon"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_DoorCommon"), rows);
 }
 
 IFC2X3_PSet_DoorWindowGlazingType_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_DoorWindowGlazingType_s;
-    static constexpr Rule<Set> rules[] = {
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("FillGas"), &Set::fillGas},
         {VELMOR_WIDE("GlassColor"), &Set::glassColor},
         {VELMOR_WIDE("GlassThickness1"), Real<Set>{&Set::glassThickness1, Value::Length}, &Set::hasGlassThickness1},
@@ -177,12 +201,13 @@ IFC2X3_PSet_DoorWindowGlazingType_s::operator IFC2X3_PSet_Custom_s() const {
          &Set::hasThermalTransmittanceWinter},
         {VELMOR_WIDE("GlassLayers"), &Set::glassLayers},
     };
-    return convert(*this, VELMOR_WIDE("Pset_DoorWindowGlazingType"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_DoorWindowGlazingType"), rows);
 }
 
 IFC2X3_PSet_DoorWindowShadingType_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_DoorWindowShadingType_s;
-    static constexpr Rule<Set> rules[] = {
+    // Frozen: there is no text, so a structure without set flags gives an empty set.
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("ExternalShadingCoefficient"), Real<Set>{&Set::externalShadingCoefficient, Value::Real},
          &Set::hasExternalShadingCoefficient},
         {VELMOR_WIDE("InternalShadingCoefficient"), Real<Set>{&Set::internalShadingCoefficient, Value::Real},
@@ -190,12 +215,12 @@ IFC2X3_PSet_DoorWindowShadingType_s::operator IFC2X3_PSet_Custom_s() const {
         {VELMOR_WIDE("InsetShadingCoefficient"), Real<Set>{&Set::insetShadingCoefficient, Value::Real},
          &Set::hasInsetShadingCoefficient},
     };
-    return convert(*this, VELMOR_WIDE("Pset_DoorWindowShadingType"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_DoorWindowShadingType"), rows);
 }
 
 IFC2X3_PSet_MemberCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_MemberCommon_s;
-    static constexpr Rule<Set> rules[] = {
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
         {VELMOR_WIDE("Span"), RealByKind<Set>{&Set::span, &Set::spanKind}, &Set::hasSpan},
@@ -203,23 +228,23 @@ IFC2X3_PSet_MemberCommon_s::operator IFC2X3_PSet_Custom_s() const {
         {VELMOR_WIDE("IsExternal"), &Set::isExternal},
         {VELMOR_WIDE("IsLoadBearing"), &Set::isLoadBearing},
     };
-    return convert(*this, VELMOR_WIDE("Pset_MemberCommon"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_MemberCommon"), rows);
 }
 
 IFC2X3_PSet_RailingCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_RailingCommon_s;
-    static constexpr Rule<Set> rules[] = {
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
         {VELMOR_WIDE("Height"), Real<Set>{&Set::height, Value::Length}, &Set::hasHeight},
         {VELMOR_WIDE("Diameter"), Real<Set>{&Set::diameter, Value::Length}, &Set::hasDiameter},
         {VELMOR_WIDE("IsExternal"), &Set::isExternal},
     };
-    return convert(*this, VELMOR_WIDE("Pset_RailingCommon"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_RailingCommon"), rows);
 }
 
 IFC2X3_PSet_RampCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_RampCommon_s;
-    static constexpr Rule<Set> rules[] = {
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
         {VELMOR_WIDE("Slope"), RealByKind<Set>{&Set::slope, &Set::slopeKind}, &Set::hasSlope},
@@ -229,42 +254,42 @@ IFC2X3_PSet_RampCommon_s::operator IFC2X3_PSet_Custom_s() const {
         {VELMOR_WIDE("IsExternal"), &Set::isExternal},
         {VELMOR_WIDE("FireExit"), &Set::fireExit},
     };
-    return convert(*this, VELMOR_WIDE("Pset_RampCommon"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_RampCommon"), rows);
 }
 
 IFC2X3_PSet_RoofCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_RoofCommon_s;
-    static constexpr Rule<Set> rules[] = {
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
         {VELMOR_WIDE("IsExternal"), &Set::isExternal},
     };
-    return convert(*this, VELMOR_WIDE("Pset_RoofCommon"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_RoofCommon"), rows);
 }
 
 IFC2X3_PSet_SlabCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_SlabCommon_s;
-    static constexpr Rule<Set> rules[] = {
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
         {VELMOR_WIDE("AcousticRating"), &Set::acousticRating},
-        // SurfaceSpreadOfFlame before FireRating on purpose, unlike the fields.
+        // Frozen: SurfaceSpreadOfFlame comes before FireRating; the fields have the opposite order.
         {VELMOR_WIDE("SurfaceSpreadOfFlame"), &Set::surfaceSpreadOfFlame},
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
         {VELMOR_WIDE("Compartmentation"), &Set::compartmentation, &Set::hasCompartmentation},
         {VELMOR_WIDE("Combustible"), &Set::combustible, &Set::hasCombustible},
         {VELMOR_WIDE("ThermalTransmittance"), Real<Set>{&Set::thermalTransmittance, Value::Real},
          &Set::hasThermalTransmittance},
-        // In radians already, unlike spans and slopes.
+        // Frozen: the field is in radians and written unchanged; spans and slopes are in degrees.
         {VELMOR_WIDE("PitchAngle"), Real<Set>{&Set::pitchAngle, Value::PlaneAngle}, &Set::hasPitchAngle},
         {VELMOR_WIDE("IsExternal"), &Set::isExternal},
         {VELMOR_WIDE("IsLoadBearing"), &Set::isLoadBearing},
     };
-    return convert(*this, VELMOR_WIDE("Pset_SlabCommon"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_SlabCommon"), rows);
 }
 
 IFC2X3_PSet_StairCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_StairCommon_s;
-    static constexpr Rule<Set> rules[] = {
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
         {VELMOR_WIDE("NumberOfRiser"), &Set::numberOfRiser, &Set::hasNumberOfRiser},
@@ -277,13 +302,13 @@ IFC2X3_PSet_StairCommon_s::operator IFC2X3_PSet_Custom_s() const {
         {VELMOR_WIDE("FireExit"), &Set::fireExit},
         {VELMOR_WIDE("HasNonSkidSurface"), &Set::hasNonSkidSurface},
     };
-    return convert(*this, VELMOR_WIDE("Pset_StairCommon"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_StairCommon"), rows);
 }
 
 IFC2X3_PSet_WallCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_WallCommon_s;
-    // On purpose: a wall has neither IsExternal nor IsLoadBearing.
-    static constexpr Rule<Set> rules[] = {
+    // Frozen: IsExternal and IsLoadBearing are not written; the fields unusedFlag1 and unusedFlag2 are not read.
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
         {VELMOR_WIDE("AcousticRating"), &Set::acousticRating},
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
@@ -294,14 +319,14 @@ IFC2X3_PSet_WallCommon_s::operator IFC2X3_PSet_Custom_s() const {
         {VELMOR_WIDE("ExtendToStructure"), &Set::extendToStructure, &Set::hasExtendToStructure},
         {VELMOR_WIDE("Compartmentation"), &Set::compartmentation, &Set::hasCompartmentation},
     };
-    return convert(*this, VELMOR_WIDE("Pset_WallCommon"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_WallCommon"), rows);
 }
 
 IFC2X3_PSet_WindowCommon_s::operator IFC2X3_PSet_Custom_s() const {
     using Set = IFC2X3_PSet_WindowCommon_s;
-    static constexpr Rule<Set> rules[] = {
+    static constexpr Row<Set> rows[] = {
         {VELMOR_WIDE("Reference"), &Set::reference},
-        // FireRating before AcousticRating on purpose; walls and slabs have them the other way round.
+        // Frozen: FireRating comes before AcousticRating; in walls and slabs it comes after.
         {VELMOR_WIDE("FireRating"), &Set::fireRating},
         {VELMOR_WIDE("AcousticRating"), &Set::acousticRating},
         {VELMOR_WIDE("SecurityRating"), &Set::securityRating},
@@ -313,7 +338,7 @@ IFC2X3_PSet_WindowCommon_s::operator IFC2X3_PSet_Custom_s() const {
         {VELMOR_WIDE("SmokeStop"), &Set::smokeStop, &Set::hasSmokeStop},
         {VELMOR_WIDE("IsExternal"), &Set::isExternal},
     };
-    return convert(*this, VELMOR_WIDE("Pset_WindowCommon"), rules);
+    return convert(*this, VELMOR_WIDE("Pset_WindowCommon"), rows);
 }
 
 } // namespace Velmor

@@ -6,10 +6,11 @@
 #include <iterator>
 #include <memory>
 
-namespace Velmor {
+namespace Velmor::ifc {
 
 namespace {
 
+/// A deep copy; null stays null.
 template <class Content>
 std::unique_ptr<Content> copyOf(const Content* content) {
     return std::unique_ptr<Content>(content ? new Content(*content) : nullptr);
@@ -17,14 +18,15 @@ std::unique_ptr<Content> copyOf(const Content* content) {
 
 } // namespace
 
-IFC2X3Property::IFC2X3Property() : type_(NoContent), name_{}, description_{}, singleValue_(nullptr), complex_(nullptr) {
-    static_assert(offsetof(IFC2X3Property, type_) == 0);
-    static_assert(offsetof(IFC2X3Property, name_) == 4);
-    static_assert(offsetof(IFC2X3Property, description_) == 516);
-    static_assert(offsetof(IFC2X3Property, singleValue_) == 1032);
-    static_assert(offsetof(IFC2X3Property, complex_) == 1040);
-}
+} // namespace Velmor::ifc
 
+namespace Velmor {
+
+using namespace ifc;
+
+IFC2X3Property::IFC2X3Property() : type_(NoContent), name_{}, description_{}, singleValue_(nullptr), complex_(nullptr) {}
+
+// Frozen: a move is a deep copy and leaves its source unchanged.
 IFC2X3Property::IFC2X3Property(const IFC2X3Property& other) : type_(other.type_) {
     std::copy(std::begin(other.name_), std::end(other.name_), name_);
     std::copy(std::begin(other.description_), std::end(other.description_), description_);
@@ -36,7 +38,7 @@ IFC2X3Property::IFC2X3Property(const IFC2X3Property& other) : type_(other.type_)
 IFC2X3Property& IFC2X3Property::operator=(const IFC2X3Property& other) {
     if (this == &other)
         return *this;
-    // The copies first: when one fails, this property is as it was; and the other may be part of this one.
+    // The copies come first: if one fails, this property is unchanged, and `other` may be part of this property.
     auto singleValue = copyOf(other.singleValue_);
     auto complex = copyOf(other.complex_);
     type_ = other.type_;
@@ -74,6 +76,7 @@ const unsigned short* IFC2X3Property::getDescription2() const {
     return asUnsignedShort(description_);
 }
 
+// Frozen: the wrong kind of content is a shared default object, without a report.
 const IFC2X3PropertySingleValue& IFC2X3Property::getPropertySingleValue() const {
     if (type_ == SingleValue && singleValue_)
         return *singleValue_;
@@ -82,6 +85,7 @@ const IFC2X3PropertySingleValue& IFC2X3Property::getPropertySingleValue() const 
     return noValue;
 }
 
+// Frozen: the wrong kind of content is a shared default object, without a report.
 const IFC2X3PropertyComplex& IFC2X3Property::getPropertyComplex() const {
     if (type_ == Complex && complex_)
         return *complex_;

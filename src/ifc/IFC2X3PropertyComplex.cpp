@@ -3,20 +3,21 @@
 #include "ifc/PropertyInternals.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace Velmor {
 
-IFC2X3PropertyComplex::IFC2X3PropertyComplex() : usageName_{} {
-    static_assert(offsetof(IFC2X3PropertyComplex, usageName_) == 0);
-    static_assert(offsetof(IFC2X3PropertyComplex, propertySet_) == 512);
-}
+using namespace ifc;
 
+IFC2X3PropertyComplex::IFC2X3PropertyComplex() : usageName_{} {}
+
+// Frozen: a move is a deep copy and leaves its source unchanged.
 IFC2X3PropertyComplex::IFC2X3PropertyComplex(const IFC2X3PropertyComplex& other) = default;
 
 IFC2X3PropertyComplex& IFC2X3PropertyComplex::operator=(const IFC2X3PropertyComplex& other) {
     if (this == &other)
         return *this;
-    propertySet_ = other.propertySet_; // first: this is what may fail
+    propertySet_ = other.propertySet_; // first: only this can fail
     std::copy(std::begin(other.usageName_), std::end(other.usageName_), usageName_);
     return *this;
 }

@@ -3,29 +3,41 @@
 #include <cstdlib>
 #include <utility>
 
-namespace Velmor {
+// A property set is an array of pointers from the C heap. Each pointer owns one property from operator new, so a reference
+// to a property stays valid while the array grows.
+//
+//     items_ --> [ p0 | p1 | ... | unused | unused ]     count_ properties in capacity_ slots
+//
+// A full array grows by 50 slots. Appending n properties therefore reallocates n / 50 times and costs O(n^2 / 50) pointer
+// copies at worst. A copy has exactly count_ slots, so that its next append grows it to count_ + 50.
+
+namespace Velmor::ifc {
 
 namespace {
 
-/// Places by which a full array grows: so many, not twice as many.
-constexpr std::uint32_t growth = 50;
+// Frozen: the capacity grows by a fixed step, not by a factor.
+constexpr std::uint32_t growthStep = 50;
 
 } // namespace
 
-IFC2X3PropertySet::IFC2X3PropertySet() : count_(0), capacity_(0), items_(nullptr) {
-    static_assert(offsetof(IFC2X3PropertySet, count_) == 0);
-    static_assert(offsetof(IFC2X3PropertySet, capacity_) == 4);
-    static_assert(offsetof(IFC2X3PropertySet, items_) == 8);
-}
+} // namespace Velmor::ifc
 
+namespace Velmor {
+
+using namespace ifc;
+
+IFC2X3PropertySet::IFC2X3PropertySet() : count_(0), capacity_(0), items_(nullptr) {}
+
+// Frozen: a copy has no spare slots, and a move is a deep copy that leaves its source unchanged.
 IFC2X3PropertySet::IFC2X3PropertySet(const IFC2X3PropertySet& other) : IFC2X3PropertySet() {
     if (other.count_ == 0)
         return;
     items_ = static_cast<IFC2X3Property**>(std::calloc(other.count_, sizeof(void*)));
     if (!items_)
-        return; // an empty set, silently
+        return; // Frozen: without memory for the array the copy is empty, without a report.
     capacity_ = other.count_;
-    // What is there when a copy fails goes with this set.
+    // If the copy of a property throws, the destructor releases the copies made so far: the constructor of the empty set has
+    // completed by delegation.
     for (; count_ < capacity_; ++count_)
         items_[count_] = new IFC2X3Property(*other.items_[count_]);
 }
@@ -46,18 +58,20 @@ IFC2X3PropertySet::~IFC2X3PropertySet() {
 void IFC2X3PropertySet::addProperty(const IFC2X3Property& property) {
     std::uint32_t capacity = capacity_;
     if (count_ == capacity) {
-        capacity += growth;
+        capacity += growthStep;
         void* const grown = std::realloc(items_, capacity * sizeof(void*));
         if (!grown)
-            return; // silently not added
+            return; // Frozen: without memory for the array the property is not added, without a report.
         items_ = static_cast<IFC2X3Property**>(grown);
     }
-    // When this fails, the array has more places than capacity_ says; the next growth asks for the same ones again.
+    // capacity_ changes last: if the copy throws, the set is unchanged for its caller. The array is then larger than
+    // capacity_, and the next growth reallocates it to the same size.
     items_[count_] = new IFC2X3Property(property);
     ++count_;
     capacity_ = capacity;
 }
 
+// Frozen: the array and the capacity remain for further properties.
 void IFC2X3PropertySet::clear() {
     for (std::uint32_t i = 0; i < count_; ++i)
         delete items_[i];
@@ -68,6 +82,7 @@ unsigned int IFC2X3PropertySet::getCount() const {
     return count_;
 }
 
+// Frozen: an index out of range is a shared default property, without a report.
 const IFC2X3Property& IFC2X3PropertySet::getProperty(unsigned int index) const {
     if (index < count_)
         return *items_[index];

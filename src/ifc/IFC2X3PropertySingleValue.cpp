@@ -6,36 +6,32 @@
 #include <algorithm>
 #include <iterator>
 
-namespace Velmor {
-
-using namespace diagnostics;
+namespace Velmor::ifc {
 
 namespace {
 
-const WideChar noText[] = {0};
+const WideChar emptyText[] = {0};
 
 } // namespace
 
+} // namespace Velmor::ifc
+
+namespace Velmor {
+
+using namespace diagnostics;
+using namespace ifc;
+
 IFC2X3PropertySingleValue::IFC2X3PropertySingleValue()
     : valueType_(Unspecified), boolean_(false), logical_(LogicalUnknown), integer_(0), real_(0.0),
-      integer64_(0), compoundPlaneAngle_{} {
-    static_assert(offsetof(IFC2X3PropertySingleValue, valueType_) == 0);
-    static_assert(offsetof(IFC2X3PropertySingleValue, boolean_) == 4);
-    static_assert(offsetof(IFC2X3PropertySingleValue, logical_) == 8);
-    static_assert(offsetof(IFC2X3PropertySingleValue, integer_) == 12);
-    static_assert(offsetof(IFC2X3PropertySingleValue, real_) == 16);
-    static_assert(offsetof(IFC2X3PropertySingleValue, integer64_) == 24);
-    static_assert(offsetof(IFC2X3PropertySingleValue, string_) == 32);
-    static_assert(offsetof(IFC2X3PropertySingleValue, compoundPlaneAngle_) == 32 + sizeof(WideString));
-    static_assert(sizeof(IFC2X3PropertySingleValue) == 48 + sizeof(WideString));
-}
+      integer64_(0), compoundPlaneAngle_{} {}
 
+// Frozen: a move is a copy and leaves its source unchanged.
 IFC2X3PropertySingleValue::IFC2X3PropertySingleValue(const IFC2X3PropertySingleValue& other) = default;
 
 IFC2X3PropertySingleValue& IFC2X3PropertySingleValue::operator=(const IFC2X3PropertySingleValue& other) {
     if (this == &other)
         return *this;
-    string_ = other.string_; // first: this is what may fail
+    string_ = other.string_; // first: only this can fail
     valueType_ = other.valueType_;
     boolean_ = other.boolean_;
     logical_ = other.logical_;
@@ -51,6 +47,8 @@ IFC2X3PropertySingleValue::~IFC2X3PropertySingleValue() = default;
 IFC2X3PropertySingleValue::ValueType_t IFC2X3PropertySingleValue::getValueType() const {
     return valueType_;
 }
+
+// Frozen: a getter of the wrong type returns a fixed default and breaks into a debugger once. Each getter has its own flag.
 
 bool IFC2X3PropertySingleValue::getBooleanValue() const {
     if (valueType_ == Boolean)
@@ -97,7 +95,7 @@ const WideChar* IFC2X3PropertySingleValue::getStringValue() const {
         return string_.c_str();
     static ReportOnce once;
     once();
-    return noText;
+    return emptyText;
 }
 
 const unsigned short* IFC2X3PropertySingleValue::getStringValue2() const {
@@ -105,9 +103,10 @@ const unsigned short* IFC2X3PropertySingleValue::getStringValue2() const {
         return asUnsignedShort(string_.c_str());
     static ReportOnce once;
     once();
-    return asUnsignedShort(noText);
+    return asUnsignedShort(emptyText);
 }
 
+// Frozen: numbers are not formatted; only a value of type String has a text.
 const WideString& IFC2X3PropertySingleValue::getAsString() const {
     if (valueType_ == String)
         return string_;
@@ -117,6 +116,7 @@ const WideString& IFC2X3PropertySingleValue::getAsString() const {
     return noString;
 }
 
+// Frozen: the value type is not checked.
 const int* IFC2X3PropertySingleValue::getCompoundPlaneAngle() const {
     return compoundPlaneAngle_;
 }

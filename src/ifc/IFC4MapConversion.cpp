@@ -1,23 +1,11 @@
 #include <Velmor/Georeferencing.h>
 
-#include <cstddef>
-
 namespace Velmor {
 
+// Frozen: the default direction of the x axis is (0, 0), not (1, 0).
 IFC4_MapConversion::IFC4_MapConversion()
-    // The direction of the x axis is no unit vector on purpose.
     : sourceOrigin_(0.0, 0.0, 0.0), eastings_(0.0), northings_(0.0), orthogonalHeight_(0.0), xAxisAbscissa_(0.0),
-      xAxisOrdinate_(0.0), scale_(1.0) {
-    static_assert(offsetof(IFC4_MapConversion, sourceOrigin_) == 0);
-    static_assert(offsetof(IFC4_MapConversion, eastings_) == 24);
-    static_assert(offsetof(IFC4_MapConversion, northings_) == 32);
-    static_assert(offsetof(IFC4_MapConversion, orthogonalHeight_) == 40);
-    static_assert(offsetof(IFC4_MapConversion, xAxisAbscissa_) == 48);
-    static_assert(offsetof(IFC4_MapConversion, xAxisOrdinate_) == 56);
-    static_assert(offsetof(IFC4_MapConversion, scale_) == 64);
-    static_assert(offsetof(IFC4_MapConversion, mapProjection_) == 72);
-    static_assert(sizeof(IFC4_MapConversion) == 72 + sizeof(IFC4_MapProjection));
-}
+      xAxisOrdinate_(0.0), scale_(1.0) {}
 
 IFC4_MapConversion::IFC4_MapConversion(const Plexor::Vertex& sourceOrigin, double eastings, double northings,
                                        double orthogonalHeight, double xAxisAbscissa, double xAxisOrdinate, double scale,

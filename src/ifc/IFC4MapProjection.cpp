@@ -1,20 +1,8 @@
 #include <Velmor/Georeferencing.h>
 
-#include <cstddef>
-
 namespace Velmor {
 
-IFC4_MapProjection::IFC4_MapProjection() : scaleToMetric_(1.0) {
-    static_assert(offsetof(IFC4_MapProjection, name_) == 0);
-    static_assert(offsetof(IFC4_MapProjection, description_) == 1 * sizeof(WideString));
-    static_assert(offsetof(IFC4_MapProjection, geodeticDatum_) == 2 * sizeof(WideString));
-    static_assert(offsetof(IFC4_MapProjection, verticalDatum_) == 3 * sizeof(WideString));
-    static_assert(offsetof(IFC4_MapProjection, projectionType_) == 4 * sizeof(WideString));
-    static_assert(offsetof(IFC4_MapProjection, zone_) == 5 * sizeof(WideString));
-    static_assert(offsetof(IFC4_MapProjection, unitName_) == 6 * sizeof(WideString));
-    static_assert(offsetof(IFC4_MapProjection, scaleToMetric_) == 7 * sizeof(WideString));
-    static_assert(sizeof(IFC4_MapProjection) == 7 * sizeof(WideString) + 8);
-}
+IFC4_MapProjection::IFC4_MapProjection() : scaleToMetric_(1.0) {}
 
 IFC4_MapProjection::IFC4_MapProjection(const WideString& name, const WideString& description,
                                        const WideString& geodeticDatum, const WideString& verticalDatum,

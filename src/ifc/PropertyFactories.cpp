@@ -5,14 +5,15 @@
 
 #include <algorithm>
 
-namespace Velmor {
+// Each factory has two overloads. The one that takes strings passes their c_str() to the one that takes pointers, so names,
+// descriptions and usage names end at their first NUL in both. PropertyBuilder fills the private fields.
 
-using namespace diagnostics;
+namespace Velmor::ifc {
 
 using Value = IFC2X3PropertySingleValue;
 
-/// What the factories may do with the fields.
-struct IFC2X3PropertyBuilder {
+/// Creates properties; a friend of the classes whose fields it sets.
+struct PropertyBuilder {
     static constexpr auto string = &Value::string_;
     static constexpr auto boolean = &Value::boolean_;
     static constexpr auto integer = &Value::integer_;
@@ -20,8 +21,8 @@ struct IFC2X3PropertyBuilder {
     static constexpr auto real = &Value::real_;
     static constexpr auto logical = &Value::logical_;
 
-    /// A property with a value that is neutral but for its type.
-    static IFC2X3Property neutral(const WideChar* name, const WideChar* description, Value::ValueType_t type) {
+    /// A property whose value has this type and defaults in all other fields.
+    static IFC2X3Property defaultValue(const WideChar* name, const WideChar* description, Value::ValueType_t type) {
         IFC2X3Property property;
         begin(property, IFC2X3Property::SingleValue, name, description);
         property.singleValue_ = new Value();
@@ -29,17 +30,17 @@ struct IFC2X3PropertyBuilder {
         return property;
     }
 
-    /// A property with a value that is neutral but for its type and one field.
+    /// A property whose value has this type, one field with the given content, and defaults in all others.
     template <class Field, class Content>
     static IFC2X3Property singleValue(const WideChar* name, const WideChar* description, Value::ValueType_t type,
                                       Field Value::*field, const Content& content) {
-        IFC2X3Property property = neutral(name, description, type);
+        IFC2X3Property property = defaultValue(name, description, type);
         property.singleValue_->*field = content;
         return property;
     }
 
     static IFC2X3Property compoundPlaneAngle(const WideChar* name, const WideChar* description, const int* components) {
-        IFC2X3Property property = neutral(name, description, Value::CompoundPlaneAngle);
+        IFC2X3Property property = defaultValue(name, description, Value::CompoundPlaneAngle);
         if (components)
             std::copy_n(components, 4, property.singleValue_->compoundPlaneAngle_);
         return property;
@@ -63,18 +64,25 @@ private:
         copyText(property.description_, description);
     }
 
-    /// Copies a text into a record that is zero, up to its first NUL and to what fits before the terminating one.
+    /// Copies a text up to its first NUL into an array of zeros. The last unit of the array stays NUL.
+    // Frozen: a longer text is cut after 255 units, even inside a surrogate pair, without a report.
     static void copyText(WideChar (&target)[IFC2X3TextUnits], const WideChar* text) {
         for (std::size_t i = 0; i < IFC2X3TextUnits - 1 && text[i] != 0; ++i)
             target[i] = text[i];
     }
 };
 
-using Builder = IFC2X3PropertyBuilder;
+} // namespace Velmor::ifc
+
+namespace Velmor {
+
+using namespace diagnostics;
+using Value = IFC2X3PropertySingleValue;
+using Builder = ifc::PropertyBuilder;
 
 IFC2X3Property createPropertySingleValueString(const WideString& name, const WideString& description,
                                                const WideString& value) {
-    // Here, unlike below, the value ends at its first NUL as well.
+    // Frozen: in this overload the value also ends at its first NUL; in the other one it is stored whole.
     return createPropertySingleValueString(name.c_str(), description.c_str(), WideString(value.c_str()));
 }
 
@@ -90,6 +98,9 @@ IFC2X3Property createPropertySingleValueBoolean(const WideChar* name, const Wide
     return Builder::singleValue(name, description, Value::Boolean, Builder::boolean, value);
 }
 
+// Frozen: in the number factories, a value type that does not belong to the factory gives a default value of type
+// Unspecified, and the first such call of each factory breaks into a debugger. The number is lost.
+
 IFC2X3Property createPropertySingleValueInteger(const WideString& name, const WideString& description,
                                                 Value::ValueType_t type, std::int32_t value) {
     return createPropertySingleValueInteger(name.c_str(), description.c_str(), type, value);
@@ -101,7 +112,7 @@ IFC2X3Property createPropertySingleValueInteger(const WideChar* name, const Wide
         return Builder::singleValue(name, description, type, Builder::integer, value);
     static ReportOnce once;
     once();
-    return Builder::neutral(name, description, Value::Unspecified);
+    return Builder::defaultValue(name, description, Value::Unspecified);
 }
 
 IFC2X3Property createPropertySingleValueInteger64(const WideString& name, const WideString& description,
@@ -115,7 +126,7 @@ IFC2X3Property createPropertySingleValueInteger64(const WideChar* name, const Wi
         return Builder::singleValue(name, description, type, Builder::integer64, value);
     static ReportOnce once;
     once();
-    return Builder::neutral(name, description, Value::Unspecified);
+    return Builder::defaultValue(name, description, Value::Unspecified);
 }
 
 IFC2X3Property createPropertySingleValueReal(const WideString& name, const WideString& description, Value::ValueType_t type,
@@ -125,11 +136,11 @@ IFC2X3Property createPropertySingleValueReal(const WideString& name, const WideS
 
 IFC2X3Property createPropertySingleValueReal(const WideChar* name, const WideChar* description, Value::ValueType_t type,
                                              double value) {
-    if (isReal(type))
+    if (ifc::isReal(type))
         return Builder::singleValue(name, description, type, Builder::real, value);
     static ReportOnce once;
     once();
-    return Builder::neutral(name, description, Value::Unspecified);
+    return Builder::defaultValue(name, description, Value::Unspecified);
 }
 
 IFC2X3Property createPropertySingleValueLogical(const WideString& name, const WideString& description,
@@ -137,6 +148,7 @@ IFC2X3Property createPropertySingleValueLogical(const WideString& name, const Wi
     return createPropertySingleValueLogical(name.c_str(), description.c_str(), value);
 }
 
+// Frozen: the value is not validated.
 IFC2X3Property createPropertySingleValueLogical(const WideChar* name, const WideChar* description, Value::Logical_s value) {
     return Builder::singleValue(name, description, Value::Logical, Builder::logical, value);
 }

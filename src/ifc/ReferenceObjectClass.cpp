@@ -4,17 +4,19 @@
 #include <cstddef>
 #include <cstring>
 
-namespace Velmor {
+// One table of names for each enumeration. The value of an enumerator is the index of its name; a value outside the table,
+// compared as an unsigned number, has the empty text.
+
+namespace Velmor::ifc {
 
 namespace {
 
-// The names by the values of the enumerations.
 // clang-format off
 constexpr const char* dgnNames[] = {
     "DGNINVALID", "DGNCELL", "DGNBSPLINESURFACE", "DGNSHAPE", "DGNCONE", "DGNCOMPLEXCHAIN", "DGNCOMPLEXSHAPE",
     "DGN3DSURFACE", "DGN3DSOLID", "DGNSYMBOLREFERENCE", "DGNSMARTSOLID", "DGNMESH"};
 
-// The prefixes AC, ACAECDB and AECDB and the one AECSDBMEMBER are meant as they stand: they follow no rule.
+// Frozen: the prefixes AC, ACAECDB and AECDB follow no rule, and AECSDBMEMBER has a different one.
 constexpr const char* dwgNames[] = {
     "ACINVALID", "ACBLOCKTABLE", "ACPROXY", "ACTEXT", "ACMTEXT", "ACPOLYFACEMESH", "ACAECDBMVBLOCKREF", "ACAECDBENTREF",
     "ACAECDBCAMERA", "ACAECDBMASKBLOCKREF", "AECDBMASSELEM", "AECDBPOLYGON", "AECDBMASSGROUP", "AECDBSLICE",
@@ -25,7 +27,7 @@ constexpr const char* dwgNames[] = {
     "AECDBDIMENSIONGROUP", "AECDBSCHEDULETABLE", "AECSDBMEMBER", "AC3DSOLID", "ACBODY", "ACREGION", "ACPOLYGONMESH",
     "ACRTEXT", "ACPOLYLINE", "ACCIRCLE"};
 
-// IFCALIGNMENT stands twice on purpose: two values have this name.
+// Frozen: the values 194 and 195 have the same name, IFCALIGNMENT.
 constexpr const char* ifcNames[] = {
     "IFCINVALID", "IFCPRODUCT", "IFCANNOTATION", "IFCELEMENT", "IFCBUILDINGELEMENT", "IFCBEAM",
     "IFCBUILDINGELEMENTCOMPONENT", "IFCBUILDINGELEMENTPART", "IFCREINFORCINGELEMENT", "IFCREINFORCINGBAR",
@@ -75,11 +77,13 @@ constexpr const char* ifcNames[] = {
     "IFCROAD", "IFCSIGN", "IFCSIGNAL", "IFCSOLIDSTRATUM", "IFCSPATIALELEMENT", "IFCTENDONCONDUIT", "IFCTRACKELEMENT",
     "IFCVIBRATIONDAMPER", "IFCVOIDSTRATUM", "IFCWATERSTRATUM"};
 
+// Frozen: the value 0 has no name.
 constexpr const char* kxNames[] = {
     "", "KXBEAM", "KXPOLYBEAM", "KXCONTOURPLATE", "KXCURVEDBEAM"};
 // clang-format on
 
-/// Copies a name into a caller's buffer, cut to what it holds.
+/// Copies a name into the caller's buffer, cut to `size` - 1 characters.
+// Frozen: the result is always true.
 bool write(const char* name, char* buffer, unsigned int size) {
     if (!buffer || size == 0)
         return true;
@@ -89,7 +93,8 @@ bool write(const char* name, char* buffer, unsigned int size) {
     return true;
 }
 
-/// Writes a class's name; a value outside the table has none. The values are unsigned, so that negative ones lie outside.
+/// Writes the name of a class.
+// Frozen: a value without a name has the empty text and is no failure.
 template <class Class, std::size_t count>
 bool writeNameOf(Class value, const char* const (&names)[count], char* buffer, unsigned int size) {
     const auto index = static_cast<std::uint32_t>(value);
@@ -98,6 +103,13 @@ bool writeNameOf(Class value, const char* const (&names)[count], char* buffer, u
 
 } // namespace
 
+} // namespace Velmor::ifc
+
+namespace Velmor {
+
+using namespace ifc;
+
+// Frozen: the value of the class is not examined.
 bool ReferenceObjectClass::asString(int /*cadmaticClass*/, char* buffer, unsigned int size) {
     return write("cadmatic", buffer, size);
 }

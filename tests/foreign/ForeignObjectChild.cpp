@@ -1,5 +1,5 @@
-// A child importer: collects its streams, checks what the parent wrote to each, and answers on it. Its exit code tells how
-// it went: 0, 10 + version for another version, 40 + slot for a stream that is not as it should be.
+// A child importer. It reads the environment, checks the question that its parent wrote to each stream, and writes a reply
+// to the same stream. Exit code: 0 for success, 10 + version for an unsupported version, 40 + slot for a stream that failed.
 
 #include <Velmor/ForeignObject.h>
 #include <Velmor/Platform.h>
@@ -11,27 +11,28 @@
 
 namespace {
 
-/// The strings of the record are ASCII here.
+constexpr int unsupportedVersion = 10;
+constexpr int failedStream = 40;
+
+/// The strings of this environment are ASCII.
 std::string narrow(const Velmor::WideString& text) {
     std::string result;
-    for (const Velmor::WideChar unit : text) {
+    for (const Velmor::WideChar unit : text)
         result += static_cast<char>(unit);
-    }
     return result;
 }
 
-bool answer(HANDLE handle, std::size_t slot, const std::string& strings) {
+bool reply(HANDLE handle, std::size_t slot, const std::string& strings) {
     const std::string question = "question " + std::to_string(slot) + "\n";
-    const std::string reply = "answer " + std::to_string(slot) + " to " + strings + "\n";
+    const std::string answer = "answer " + std::to_string(slot) + " to " + strings + "\n";
     {
         const std::unique_ptr<Velmor::FileStream> stream(Velmor::FileStream::createFromHandle(handle));
         std::vector<char> block;
         if (!stream->read(100, block) || std::string(block.begin(), block.end()) != question ||
-            !stream->write(reply.size(), reply.data())) {
+            !stream->write(answer.size(), answer.data()))
             return false;
-        }
     }
-    // The first stream did not close the handle.
+    // The destructor of a stream that was created from a handle leaves the handle open.
     const std::unique_ptr<Velmor::FileStream> again(Velmor::FileStream::createFromHandle(handle));
     return again->write(4, "end\n");
 }
@@ -40,14 +41,11 @@ bool answer(HANDLE handle, std::size_t slot, const std::string& strings) {
 
 int main() {
     ForeignObjectEnv_t env{};
-    if (!foreignobject_env_deserialize(env)) {
-        return 10 + env.version;
-    }
+    if (!foreignobject_env_deserialize(env))
+        return unsupportedVersion + env.version;
     const std::string strings = narrow(env.filename) + "," + narrow(env.module) + "," + narrow(env.path);
-    for (std::size_t slot = 0; slot < Velmor::ForeignObjectStreamCount; ++slot) {
-        if (!answer(env.handles[slot], slot, strings)) {
-            return 40 + static_cast<int>(slot);
-        }
-    }
+    for (std::size_t slot = 0; slot < Velmor::ForeignObjectStreamCount; ++slot)
+        if (!reply(env.handles[slot], slot, strings))
+            return failedStream + static_cast<int>(slot);
     return 0;
 }

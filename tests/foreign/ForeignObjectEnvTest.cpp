@@ -25,7 +25,7 @@ using Velmor::WideString;
 
 namespace {
 
-// The contract, as it stands between host and importer.
+// The environment that host and importer share, written out a second time as the expected values.
 constexpr const char* versionName = "fo_handle_version";
 constexpr const char* filenameName = "fo_string_filename";
 constexpr const char* moduleName = "fo_string_module";
@@ -42,13 +42,8 @@ static_assert(std::is_same_v<decltype(ForeignObjectEnv_t::filename), WideString>
 static_assert(std::is_same_v<decltype(ForeignObjectEnv_t::module), WideString>);
 static_assert(std::is_same_v<decltype(ForeignObjectEnv_t::path), WideString>);
 static_assert(std::is_same_v<decltype(ForeignObjectEnv_t::handles), HANDLE[streamCount]>);
-static_assert(std::is_aggregate_v<ForeignObjectEnv_t>, "no constructor or destructor but its members' own");
+static_assert(std::is_aggregate_v<ForeignObjectEnv_t>, "a constructor or destructor would change the record");
 static_assert(std::is_standard_layout_v<ForeignObjectEnv_t>);
-static_assert(offsetof(ForeignObjectEnv_t, version) == 0);
-static_assert(offsetof(ForeignObjectEnv_t, filename) == 8);
-static_assert(offsetof(ForeignObjectEnv_t, module) == 8 + sizeof(WideString));
-static_assert(offsetof(ForeignObjectEnv_t, path) == 8 + 2 * sizeof(WideString));
-static_assert(offsetof(ForeignObjectEnv_t, handles) == 8 + 3 * sizeof(WideString));
 static_assert(sizeof(ForeignObjectEnv_t) == 8 + 3 * sizeof(WideString) + streamCount * sizeof(void*));
 
 static_assert(Velmor::ForeignObjectStreamCount == streamCount);
@@ -63,28 +58,25 @@ HANDLE handleOf(std::int64_t value) {
     return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(value));
 }
 
-/// None of the contract's variables is set at its beginning; at its end all are as they were before.
+/// Removes the variables of the environment and restores them at the end of its life.
 class CleanEnvironment {
 public:
     CleanEnvironment() {
-        for (const char* name : {versionName, filenameName, moduleName, pathName}) {
+        for (const char* name : {versionName, filenameName, moduleName, pathName})
             settings_.emplace_back(name, std::nullopt);
-        }
-        for (const char* name : streamNames) {
+        for (const char* name : streamNames)
             settings_.emplace_back(name, std::nullopt);
-        }
     }
 
 private:
     std::list<VariableSetting> settings_;
 };
 
-/// A record in which every field holds something.
+/// A record with a value in every field.
 ForeignObjectEnv_t filledRecord() {
     ForeignObjectEnv_t env{77, wide("old file"), wide("old module"), wide("old path"), {}};
-    for (std::size_t slot = 0; slot < streamCount; ++slot) {
+    for (std::size_t slot = 0; slot < streamCount; ++slot)
         env.handles[slot] = handleOf(static_cast<std::int64_t>(5000 + slot));
-    }
     return env;
 }
 
@@ -94,23 +86,20 @@ void expectOnlyVersionChanged(const ForeignObjectEnv_t& env, int version) {
     EXPECT_EQ(env.filename, old.filename);
     EXPECT_EQ(env.module, old.module);
     EXPECT_EQ(env.path, old.path);
-    for (std::size_t slot = 0; slot < streamCount; ++slot) {
+    for (std::size_t slot = 0; slot < streamCount; ++slot)
         EXPECT_EQ(env.handles[slot], old.handles[slot]) << slot;
-    }
 }
 
 } // namespace
 
-TEST(ForeignObjectEnv, HeaderNamesTheVariablesInSlotOrder) {
-    for (std::size_t slot = 0; slot < streamCount; ++slot) {
+TEST(ForeignObjectEnv, HeaderListsVariablesInSlotOrder) {
+    for (std::size_t slot = 0; slot < streamCount; ++slot)
         EXPECT_EQ(WideString(Velmor::ForeignObjectStreamVariables[slot]), wide(streamNames[slot]));
-    }
 }
 
-// The version
-// -----------------------------------------------------------------------------------------------------------------
+// Version
 
-TEST(ForeignObjectEnv, MissingVersionIsRefused) {
+TEST(ForeignObjectEnv, ReturnsFalseForMissingVersion) {
     const CleanEnvironment clean;
     setVariable(filenameName, "file");
     setVariable(streamNames[0], "452");
@@ -119,7 +108,7 @@ TEST(ForeignObjectEnv, MissingVersionIsRefused) {
     expectOnlyVersionChanged(env, 0);
 }
 
-TEST(ForeignObjectEnv, OnlyVersionOneIsTaken) {
+TEST(ForeignObjectEnv, ReturnsTrueForVersionOneOnly) {
     const CleanEnvironment clean;
     setVariable(filenameName, "file");
     setVariable(streamNames[0], "452");
@@ -134,7 +123,7 @@ TEST(ForeignObjectEnv, OnlyVersionOneIsTaken) {
                  {"one", 0},
                  {"0x1", 0},
                  {"4294967297", 2147483647},
-                 {"00000000000000000001", 0}, // a text of 20 characters is not read
+                 {"00000000000000000001", 0}, // texts of 20 characters and more are not read
                  {"1", 1},
                  {"+1", 1},
                  {" 1", 1},
@@ -156,7 +145,7 @@ TEST(ForeignObjectEnv, OnlyVersionOneIsTaken) {
     }
 }
 
-TEST(ForeignObjectEnv, VersionAloneIsEnough) {
+TEST(ForeignObjectEnv, MissingStringsAreEmptyAndMissingHandlesInvalid) {
     const CleanEnvironment clean;
     setVariable(versionName, "1");
     ForeignObjectEnv_t env = filledRecord();
@@ -165,15 +154,13 @@ TEST(ForeignObjectEnv, VersionAloneIsEnough) {
     EXPECT_EQ(env.filename, WideString());
     EXPECT_EQ(env.module, WideString());
     EXPECT_EQ(env.path, WideString());
-    for (std::size_t slot = 0; slot < streamCount; ++slot) {
+    for (std::size_t slot = 0; slot < streamCount; ++slot)
         EXPECT_EQ(env.handles[slot], noHandle()) << slot;
-    }
 }
 
 // Strings and handles
-// ---------------------------------------------------------------------------------------------------------
 
-TEST(ForeignObjectEnv, StringsArriveAsTheyAre) {
+TEST(ForeignObjectEnv, ReadsStringsUnchanged) {
     const CleanEnvironment clean;
     EnvironmentVariables::SetInt(wide(versionName), 1);
     const std::string filename = "C:\\models\\Gr\xC3\xBC\xC3\x9F"
@@ -190,20 +177,19 @@ TEST(ForeignObjectEnv, StringsArriveAsTheyAre) {
     EXPECT_TRUE(env.path == wide(path));
 }
 
-TEST(ForeignObjectEnv, EachHandleArrivesInItsSlot) {
+TEST(ForeignObjectEnv, ReadsEachHandleIntoItsSlot) {
     for (std::size_t published = 0; published < streamCount; ++published) {
         const CleanEnvironment clean;
         EnvironmentVariables::SetInt(wide(versionName), 1);
         EnvironmentVariables::SetFileStreamHandle(wide(streamNames[published]), handleOf(1234));
         ForeignObjectEnv_t env{};
         EXPECT_TRUE(foreignobject_env_deserialize(env));
-        for (std::size_t slot = 0; slot < streamCount; ++slot) {
+        for (std::size_t slot = 0; slot < streamCount; ++slot)
             EXPECT_EQ(env.handles[slot], slot == published ? handleOf(1234) : noHandle()) << streamNames[published];
-        }
     }
 }
 
-TEST(ForeignObjectEnv, HandlesAreNotValidated) {
+TEST(ForeignObjectEnv, StoresInvalidHandlesUnchanged) {
     const CleanEnvironment clean;
     setVariable(versionName, "1");
     const struct {
@@ -225,17 +211,15 @@ TEST(ForeignObjectEnv, HandlesAreNotValidated) {
                             {"0x452", 0},
                             {"", -1},
                             {"16", 16}};
-    for (std::size_t slot = 0; slot < streamCount; ++slot) {
+    for (std::size_t slot = 0; slot < streamCount; ++slot)
         setVariable(streamNames[slot], cases[slot].text);
-    }
     ForeignObjectEnv_t env{};
     EXPECT_TRUE(foreignobject_env_deserialize(env));
-    for (std::size_t slot = 0; slot < streamCount; ++slot) {
+    for (std::size_t slot = 0; slot < streamCount; ++slot)
         EXPECT_EQ(env.handles[slot], handleOf(cases[slot].value)) << cases[slot].text;
-    }
 }
 
-TEST(ForeignObjectEnv, RecordDoesNotOwnItsHandles) {
+TEST(ForeignObjectEnv, LeavesHandlesOpen) {
     const CleanEnvironment clean;
     const std::unique_ptr<FileStream> stream(FileStream::createTemporaryFile());
     EnvironmentVariables::SetInt(wide(versionName), 1);
@@ -248,12 +232,11 @@ TEST(ForeignObjectEnv, RecordDoesNotOwnItsHandles) {
     EXPECT_TRUE(isOpenFile(stream->getHandle()));
 }
 
-// The whole hand-over
-// ---------------------------------------------------------------------------------------------------------
+// A host and its importer
 
 namespace {
 
-/// What a host does before it starts its importer.
+/// A host with an environment and sixteen streams, each with a question in it.
 class Host {
 public:
     explicit Host(int version) {
@@ -270,7 +253,8 @@ public:
         }
     }
 
-    /// Runs the importer and gives its exit code.
+    /// Runs the importer.
+    /// @return its exit code.
     static unsigned import(bool inheritHandles) {
         const auto program = programFolder() / (std::string("foreign_child") + programEnding);
         const HANDLE process = startProcess(program, wide("foreign_child"), inheritHandles);
@@ -279,11 +263,11 @@ public:
         return exitCode;
     }
 
-    /// All that a stream holds.
+    /// The complete content of a stream.
     std::string content(std::size_t slot) const {
         std::vector<char> block;
         EXPECT_TRUE(streams_[slot]->read(100, block));
-        EXPECT_TRUE(block.empty()) << "the importer shares the position, which is at the end";
+        EXPECT_TRUE(block.empty()) << "the importer moved the shared file position to the end";
         streams_[slot]->seekToBegin();
         EXPECT_TRUE(streams_[slot]->read(1000, block));
         return std::string(block.begin(), block.end());
@@ -296,7 +280,7 @@ private:
 
 } // namespace
 
-TEST(ForeignObjectEnv, ImporterTakesUpAndAnswersOnAllStreams) {
+TEST(ForeignObjectEnv, ImporterReadsAndWritesAllStreams) {
     const TemporaryFolder temporaries;
     const VariableSetting setting(temporaryFolderVariable, narrow(temporaries.path()));
     {
@@ -311,47 +295,44 @@ TEST(ForeignObjectEnv, ImporterTakesUpAndAnswersOnAllStreams) {
     EXPECT_TRUE(eventually([&] { return entries(temporaries.path()) == 0; }));
 }
 
-TEST(ForeignObjectEnv, ImporterOfAnotherVersionRefuses) {
+TEST(ForeignObjectEnv, ImporterRejectsUnsupportedVersion) {
     const Host host(2);
     EXPECT_EQ(Host::import(true), 12u);
 }
 
-TEST(ForeignObjectEnv, ImporterWithoutInheritanceHasNumbersButNoStreams) {
+TEST(ForeignObjectEnv, ImporterWithoutInheritedHandlesCannotUseThem) {
     const Host host(1);
     const unsigned exitCode = Host::import(false);
-    EXPECT_GE(exitCode, 40u); // collected, but of no use
+    EXPECT_GE(exitCode, 40u); // the record was read, but a stream failed
     EXPECT_LT(exitCode, 40u + streamCount);
 }
 
 // Reports
-// ---------------------------------------------------------------------------------------------------------------------
 
-VELMOR_SCENARIO(CollectNothing) {
+VELMOR_SCENARIO(ReadWithoutHandles) {
     setVariable(versionName, "1");
     ForeignObjectEnv_t env{};
     foreignobject_env_deserialize(env);
     foreignobject_env_deserialize(env);
 }
 
-VELMOR_SCENARIO(CollectAllButTwo) {
+VELMOR_SCENARIO(ReadWithTwoMissingHandles) {
     setVariable(versionName, "1");
-    for (std::size_t slot = 0; slot < streamCount; ++slot) {
+    for (std::size_t slot = 0; slot < streamCount; ++slot)
         setVariable(streamNames[slot], slot == 12 || slot == 15 ? std::nullopt : std::optional<std::string>("452"));
-    }
     ForeignObjectEnv_t env{};
     foreignobject_env_deserialize(env);
 }
 
-VELMOR_SCENARIO(CollectAll) {
+VELMOR_SCENARIO(ReadWithAllHandlesButNoStrings) {
     setVariable(versionName, "1");
-    for (const char* name : streamNames) {
+    for (const char* name : streamNames)
         setVariable(name, "452");
-    }
     ForeignObjectEnv_t env{};
-    foreignobject_env_deserialize(env); // missing strings are nobody's business
+    foreignobject_env_deserialize(env);
 }
 
-VELMOR_SCENARIO(CollectOtherVersion) {
+VELMOR_SCENARIO(ReadUnsupportedVersion) {
     setVariable(versionName, "2");
     ForeignObjectEnv_t env{};
     foreignobject_env_deserialize(env);
@@ -359,25 +340,25 @@ VELMOR_SCENARIO(CollectOtherVersion) {
     foreignobject_env_deserialize(env);
 }
 
-TEST(ForeignObjectEnv, FirstMissingHandleIsReported) {
-    const ScenarioRun nothing = runUnderDebugger("CollectNothing");
-    EXPECT_EQ(nothing.channel, "No handle for fo_handle_foreignobjects\n");
-    EXPECT_EQ(nothing.output, "No handle for fo_handle_foreignobjects\n");
-    EXPECT_EQ(nothing.breaks, 1);
-    EXPECT_EQ(nothing.exitCode, 0u);
-    const ScenarioRun two = runUnderDebugger("CollectAllButTwo");
+TEST(ForeignObjectEnv, ReportsFirstMissingHandleOnly) {
+    const ScenarioRun none = runUnderDebugger("ReadWithoutHandles");
+    EXPECT_EQ(none.channel, "No handle for fo_handle_foreignobjects\n");
+    EXPECT_EQ(none.output, "No handle for fo_handle_foreignobjects\n");
+    EXPECT_EQ(none.breaks, 1);
+    EXPECT_EQ(none.exitCode, 0u);
+    const ScenarioRun two = runUnderDebugger("ReadWithTwoMissingHandles");
     EXPECT_EQ(two.channel, "No handle for fo_handle_progress\n");
     EXPECT_EQ(two.breaks, 1);
 }
 
-TEST(ForeignObjectEnv, NothingElseIsReported) {
-    for (const char* scenario : {"CollectAll", "CollectOtherVersion"}) {
+TEST(ForeignObjectEnv, DoesNotReportMissingStringsOrUnsupportedVersion) {
+    for (const char* scenario : {"ReadWithAllHandlesButNoStrings", "ReadUnsupportedVersion"}) {
         const ScenarioRun run = runUnderDebugger(scenario);
         EXPECT_EQ(run.channel, "") << scenario;
         EXPECT_EQ(run.output, "") << scenario;
         EXPECT_EQ(run.breaks, 0) << scenario;
     }
-    const ScenarioRun alone = runAlone("CollectNothing");
+    const ScenarioRun alone = runAlone("ReadWithoutHandles");
     EXPECT_TRUE(alone.exited);
     EXPECT_EQ(alone.output, "");
     EXPECT_EQ(alone.error, "");

@@ -13,17 +13,17 @@ namespace {
 
 using Type = ForeignObjectSolid::Type_t;
 
-/// What a solid holds, copied.
+/// A copy of a solid's content.
 struct Content {
     std::uint32_t type;
     std::string bytes;
-    bool none; ///< No block at all.
+    bool isNull; ///< True if the block is null.
 
     bool operator==(const Content&) const = default;
 };
 
 std::ostream& operator<<(std::ostream& stream, const Content& content) {
-    return stream << "type " << content.type << ", " << content.bytes.size() << " bytes" << (content.none ? ", none" : "");
+    return stream << "type " << content.type << ", " << content.bytes.size() << " bytes" << (content.isNull ? ", null" : "");
 }
 
 Content contentOf(const ForeignObjectSolid& solid) {
@@ -46,11 +46,11 @@ ForeignObjectSolid solidOf(std::uint32_t value, const std::string& bytes) {
     return ForeignObjectSolid(type(value), static_cast<unsigned>(bytes.size()), bytes.data());
 }
 
-Content some(std::uint32_t value, const std::string& bytes) {
+Content contentWith(std::uint32_t value, const std::string& bytes) {
     return {value, bytes, false};
 }
 
-Content none(std::uint32_t value) {
+Content emptyContent(std::uint32_t value) {
     return {value, "", true};
 }
 
@@ -70,7 +70,7 @@ static_assert(std::is_constructible_v<ForeignObjectSolid, Type>);
 static_assert(std::is_constructible_v<ForeignObjectSolid, Type, unsigned, const char*>);
 static_assert(std::is_copy_constructible_v<ForeignObjectSolid>);
 
-// The source of an assignment is not const, as required.
+// The parameter of the assignment is not const.
 static_assert(std::is_assignable_v<ForeignObjectSolid&, ForeignObjectSolid&>);
 static_assert(!std::is_assignable_v<ForeignObjectSolid&, const ForeignObjectSolid&>);
 static_assert(!std::is_assignable_v<ForeignObjectSolid&, ForeignObjectSolid>);
@@ -80,15 +80,15 @@ static_assert(std::is_same_v<decltype(std::declval<const ForeignObjectSolid&>().
 
 } // namespace
 
-TEST(ForeignObjectSolid, DefaultsAreZero) {
-    EXPECT_EQ(contentOf(ForeignObjectSolid()), none(0));
-    EXPECT_EQ(contentOf(ForeignObjectSolid(type(3))), none(3));
+TEST(ForeignObjectSolid, IsAllZeroByDefault) {
+    EXPECT_EQ(contentOf(ForeignObjectSolid()), emptyContent(0));
+    EXPECT_EQ(contentOf(ForeignObjectSolid(type(3))), emptyContent(3));
     const ForeignObjectSolid solid;
     const char zeros[16] = {};
     EXPECT_EQ(std::memcmp(static_cast<const void*>(&solid), zeros, sizeof zeros), 0);
 }
 
-TEST(ForeignObjectSolid, FieldsLieWhereTheyAreTold) {
+TEST(ForeignObjectSolid, FieldsHaveFixedOffsets) {
     const ForeignObjectSolid solid = solidOf(0x12345678, "seven.\1");
     std::uint32_t first = 0;
     std::uint32_t second = 0;
@@ -102,27 +102,27 @@ TEST(ForeignObjectSolid, FieldsLieWhereTheyAreTold) {
     EXPECT_EQ(third, blockOf(solid));
 }
 
-TEST(ForeignObjectSolid, HoldsACopyOfTheBytes) {
+TEST(ForeignObjectSolid, CopiesBytes) {
     for (const std::string& bytes : {std::string("x"), std::string("\0", 1), everyByte(), std::string(3 << 20, '\7')}) {
         std::string source = bytes;
         const ForeignObjectSolid solid = solidOf(5, source);
         EXPECT_NE(blockOf(solid), source.data());
         source.assign(source.size(), '?');
-        EXPECT_EQ(contentOf(solid), some(5, bytes));
+        EXPECT_EQ(contentOf(solid), contentWith(5, bytes));
     }
 }
 
-TEST(ForeignObjectSolid, OnlyTheToldNumberOfBytesIsTaken) {
-    EXPECT_EQ(contentOf(ForeignObjectSolid(type(1), 3, "abcdef")), some(1, "abc"));
+TEST(ForeignObjectSolid, CopiesOnlyGivenNumberOfBytes) {
+    EXPECT_EQ(contentOf(ForeignObjectSolid(type(1), 3, "abcdef")), contentWith(1, "abc"));
 }
 
-TEST(ForeignObjectSolid, NoBytesAreStoredOfSizeZero) {
-    const char* const block = "not taken";
-    EXPECT_EQ(contentOf(ForeignObjectSolid(type(2), 0, block)), none(2));
-    EXPECT_EQ(contentOf(ForeignObjectSolid(type(2), 0, nullptr)), none(2));
+TEST(ForeignObjectSolid, StoresNoBytesForSizeZero) {
+    const char* const block = "not read";
+    EXPECT_EQ(contentOf(ForeignObjectSolid(type(2), 0, block)), emptyContent(2));
+    EXPECT_EQ(contentOf(ForeignObjectSolid(type(2), 0, nullptr)), emptyContent(2));
 }
 
-TEST(ForeignObjectSolid, GetBytesWritesTheSize) {
+TEST(ForeignObjectSolid, GetBytesReturnsBlockAndSize) {
     unsigned size = 99;
     const ForeignObjectSolid empty;
     EXPECT_EQ(empty.getBytes(&size), nullptr);
@@ -134,41 +134,41 @@ TEST(ForeignObjectSolid, GetBytesWritesTheSize) {
     EXPECT_EQ(solid.getBytes(&size), bytes);
 }
 
-TEST(ForeignObjectSolid, AnyTypeIsCarried) {
+TEST(ForeignObjectSolid, StoresAnyType) {
     for (const std::uint32_t value : {0u, 1u, 2u, 7u, 255u, 0x10000u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
         const ForeignObjectSolid solid = solidOf(value, "bytes");
-        EXPECT_EQ(contentOf(solid), some(value, "bytes"));
+        EXPECT_EQ(contentOf(solid), contentWith(value, "bytes"));
         ForeignObjectSolid copy(solid);
-        EXPECT_EQ(contentOf(copy), some(value, "bytes"));
+        EXPECT_EQ(contentOf(copy), contentWith(value, "bytes"));
         ForeignObjectSolid target = solidOf(~value, "other");
         target = copy;
-        EXPECT_EQ(contentOf(target), some(value, "bytes"));
-        EXPECT_EQ(contentOf(ForeignObjectSolid(type(value))), none(value));
+        EXPECT_EQ(contentOf(target), contentWith(value, "bytes"));
+        EXPECT_EQ(contentOf(ForeignObjectSolid(type(value))), emptyContent(value));
     }
 }
 
-TEST(ForeignObjectSolid, CopiesOwnTheirBlocks) {
+TEST(ForeignObjectSolid, CopyOwnsItsBlock) {
     const std::string bytes = everyByte();
     auto* const source = new ForeignObjectSolid(type(9), 256, bytes.data());
     const ForeignObjectSolid copy(*source);
     EXPECT_NE(blockOf(copy), blockOf(*source));
-    EXPECT_EQ(contentOf(*source), some(9, bytes));
+    EXPECT_EQ(contentOf(*source), contentWith(9, bytes));
     delete source;
-    EXPECT_EQ(contentOf(copy), some(9, bytes));
+    EXPECT_EQ(contentOf(copy), contentWith(9, bytes));
 }
 
-TEST(ForeignObjectSolid, CopiesOfNothingHaveNoBlock) {
+TEST(ForeignObjectSolid, CopyOfEmptySolidHasNoBlock) {
     const ForeignObjectSolid empty(type(4));
-    EXPECT_EQ(contentOf(ForeignObjectSolid(empty)), none(4));
+    EXPECT_EQ(contentOf(ForeignObjectSolid(empty)), emptyContent(4));
 }
 
-TEST(ForeignObjectSolid, AssignmentCopiesAndLeavesTheSource) {
-    const std::string cases[] = {"", "x", "longer than the rest", everyByte(), std::string(1 << 20, '\3')};
+TEST(ForeignObjectSolid, AssignmentCopiesAndKeepsSource) {
+    const std::string cases[] = {"", "x", "longer than the others", everyByte(), std::string(1 << 20, '\3')};
     for (const std::string& before : cases)
         for (const std::string& after : cases) {
             ForeignObjectSolid target = solidOf(1, before);
             ForeignObjectSolid source = solidOf(2, after);
-            const Content expected = after.empty() ? none(2) : some(2, after);
+            const Content expected = after.empty() ? emptyContent(2) : contentWith(2, after);
             EXPECT_EQ(&(target = source), &target);
             EXPECT_EQ(contentOf(target), expected);
             EXPECT_EQ(contentOf(source), expected);
@@ -178,27 +178,27 @@ TEST(ForeignObjectSolid, AssignmentCopiesAndLeavesTheSource) {
         }
 }
 
-TEST(ForeignObjectSolid, ChangingTheSourceAfterAnAssignmentChangesNothing) {
+TEST(ForeignObjectSolid, AssignedSolidIsIndependentOfItsSource) {
     ForeignObjectSolid target;
     {
         ForeignObjectSolid source = solidOf(2, "first");
         target = source;
         ForeignObjectSolid other = solidOf(3, "second");
         source = other;
-        EXPECT_EQ(contentOf(target), some(2, "first"));
-        EXPECT_EQ(contentOf(source), some(3, "second"));
+        EXPECT_EQ(contentOf(target), contentWith(2, "first"));
+        EXPECT_EQ(contentOf(source), contentWith(3, "second"));
     }
-    EXPECT_EQ(contentOf(target), some(2, "first"));
+    EXPECT_EQ(contentOf(target), contentWith(2, "first"));
 }
 
-TEST(ForeignObjectSolid, AssignmentsFollowOneAnother) {
+TEST(ForeignObjectSolid, CanBeAssignedRepeatedly) {
     ForeignObjectSolid target;
     ForeignObjectSolid full = solidOf(1, "bytes");
     ForeignObjectSolid empty(type(2));
     for (int i = 0; i < 3; ++i) {
         target = full;
-        EXPECT_EQ(contentOf(target), some(1, "bytes"));
+        EXPECT_EQ(contentOf(target), contentWith(1, "bytes"));
         target = empty;
-        EXPECT_EQ(contentOf(target), none(2));
+        EXPECT_EQ(contentOf(target), emptyContent(2));
     }
 }

@@ -21,7 +21,7 @@ Bytes everyByte() {
     return bytes;
 }
 
-/// Bytes of all kinds; none of them is looked at.
+/// Contents with and without the form of a PNG file.
 std::vector<Bytes> contents() {
     const std::string signature("\x89PNG\r\n\x1A\n", 8);
     return {{}, {'\0'}, {'x'}, Bytes(signature.begin(), signature.end()), everyByte(), Bytes(3 << 20, '\7')};
@@ -40,7 +40,7 @@ TEST(PngTexture, IsEmptyByDefault) {
     EXPECT_TRUE(PngTexture().getData().empty());
 }
 
-TEST(PngTexture, HoldsACopyOfAnyBytes) {
+TEST(PngTexture, CopiesAnyBytes) {
     for (const Bytes& bytes : contents()) {
         Bytes source = bytes;
         const PngTexture texture(source);
@@ -52,12 +52,12 @@ TEST(PngTexture, HoldsACopyOfAnyBytes) {
     }
 }
 
-TEST(PngTexture, GetDataGivesTheBytesThemselves) {
+TEST(PngTexture, GetDataReturnsSameReference) {
     const PngTexture texture(everyByte());
     EXPECT_EQ(&texture.getData(), &texture.getData());
 }
 
-TEST(PngTexture, CopiesOwnTheirBytes) {
+TEST(PngTexture, CopyOwnsItsBytes) {
     for (const Bytes& bytes : contents()) {
         auto source = std::make_unique<PngTexture>(bytes);
         const PngTexture copy(*source);
@@ -67,7 +67,7 @@ TEST(PngTexture, CopiesOwnTheirBytes) {
     }
 }
 
-TEST(PngTexture, AssignmentCopiesAndLeavesTheSource) {
+TEST(PngTexture, AssignmentCopiesAndKeepsSource) {
     for (const Bytes& before : contents())
         for (const Bytes& after : contents()) {
             PngTexture target(before);
@@ -79,14 +79,14 @@ TEST(PngTexture, AssignmentCopiesAndLeavesTheSource) {
         }
 }
 
-TEST(PngTexture, AssignmentReusesTheRoomThatSuffices) {
+TEST(PngTexture, AssignmentReusesSufficientCapacity) {
     PngTexture target(Bytes(1000, 'x'));
-    const char* const room = target.getData().data();
+    const char* const storage = target.getData().data();
     for (const std::size_t size : {1000u, 1u, 999u, 0u, 1000u}) {
         const Bytes bytes(size, static_cast<char>('a' + size % 26u));
         target = PngTexture(bytes);
         EXPECT_EQ(target.getData(), bytes);
-        EXPECT_EQ(target.getData().data(), room) << size;
+        EXPECT_EQ(target.getData().data(), storage) << size;
         EXPECT_GE(target.getData().capacity(), 1000u);
     }
     const PngTexture larger(Bytes(100000, 'y'));
@@ -94,7 +94,7 @@ TEST(PngTexture, AssignmentReusesTheRoomThatSuffices) {
     EXPECT_EQ(target.getData(), larger.getData());
 }
 
-TEST(PngTexture, AssigningATextureToItselfChangesNothing) {
+TEST(PngTexture, SelfAssignmentChangesNothing) {
     PngTexture texture(everyByte());
     const PngTexture& same = texture;
     texture = same;

@@ -1,4 +1,6 @@
-#include "ifc/PropertySetTemplates.h"
+// Conversions, copies and assignments of records while an allocation fails.
+
+#include "ifc/PropertySetStructure.h"
 #include "support/WithFailure.h"
 
 #include <gtest/gtest.h>
@@ -17,107 +19,107 @@ namespace {
 
 using Record = IFC2X3_PSet_Custom_s;
 
-/// What came of making a record while an allocation failed.
-struct Making : Outcome {
-    std::unique_ptr<const Record> record; ///< Null when std::bad_alloc was thrown.
+/// The outcome of the creation of a record while an allocation failed.
+struct Creation : Outcome {
+    std::unique_ptr<const Record> record; ///< Null if std::bad_alloc was thrown.
 };
 
-/// Makes a record in a block of its own, which counts as well.
-template <class Make>
-Making makeWithFailure(unsigned n, bool andAllLater, Make make) {
-    Making making;
-    static_cast<Outcome&>(making) = outcomeOf(n, andAllLater, [&] { making.record.reset(new Record(make())); });
-    EXPECT_NE(making.threw, making.record != nullptr);
-    return making;
+/// Creates a record on the heap; the block of the record is one of the allocations that can fail.
+template <class Create>
+Creation createWithFailure(unsigned n, bool andAllLater, Create create) {
+    Creation creation;
+    static_cast<Outcome&>(creation) = outcomeOf(n, andAllLater, [&] { creation.record.reset(new Record(create())); });
+    EXPECT_NE(creation.threw, creation.record != nullptr);
+    return creation;
 }
 
-/// Checks that a record gives back all blocks that were kept for it; without one there must be none.
-void expectNothingLeaks(Making& making) {
+/// Checks that the destructor of the record, if there is one, releases all blocks that the creation allocated.
+void expectNoLeak(Creation& creation) {
     const long before = liveAllocations();
-    making.record.reset();
+    creation.record.reset();
     const long released = before - liveAllocations();
-    EXPECT_EQ(released, making.kept);
+    EXPECT_EQ(released, creation.kept);
 }
 
 } // namespace
 
-class CommonPropertySetMemory : public testing::TestWithParam<Template> {
+class CommonPropertySetMemory : public testing::TestWithParam<SetTable> {
 protected:
     CommonPropertySetMemory() { structure_.fill(); }
 
-    const Template& kind_ = GetParam();
-    Structure structure_{kind_};
+    const SetTable& table_ = GetParam();
+    Structure structure_{table_};
 };
 
-INSTANTIATE_TEST_SUITE_P(Every, CommonPropertySetMemory, testing::ValuesIn(templates()), testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Every, CommonPropertySetMemory, testing::ValuesIn(setTables()), testing::PrintToStringParamName());
 
-TEST_P(CommonPropertySetMemory, OneFailedAllocationThrowsOrDropsTheFirstProperty) {
-    std::vector<Property> withoutTheFirst = structure_.expected();
-    withoutTheFirst.erase(withoutTheFirst.begin());
+TEST_P(CommonPropertySetMemory, FailedConversionThrowsOrDropsFirstProperty) {
+    std::vector<Property> withoutFirst = structure_.expected();
+    withoutFirst.erase(withoutFirst.begin());
     unsigned thrown = 0, dropped = 0;
     for (unsigned n = 1;; ++n) {
         ASSERT_LT(n, 1000u);
         SCOPED_TRACE(n);
-        Making making = makeWithFailure(n, false, [&] { return kind_.convert(structure_.bytes()); });
-        if (!making.failed) {
-            ASSERT_TRUE(making.record);
-            expectRecord(*making.record, kind_.setName, structure_.expected());
-            expectNothingLeaks(making);
+        Creation creation = createWithFailure(n, false, [&] { return table_.convert(structure_.bytes()); });
+        if (!creation.failed) {
+            ASSERT_TRUE(creation.record);
+            expectRecord(*creation.record, table_.setName, structure_.expected());
+            expectNoLeak(creation);
             break;
         }
-        if (making.record) { // there was no array for the first property; the second one got it
+        if (creation.record) { // the array could not be allocated for the first property, but for the second one
             ++dropped;
-            EXPECT_EQ(making.size, 50 * sizeof(void*));
-            expectRecord(*making.record, kind_.setName, withoutTheFirst);
+            EXPECT_EQ(creation.size, 50 * sizeof(void*));
+            expectRecord(*creation.record, table_.setName, withoutFirst);
         } else
             ++thrown;
-        expectNothingLeaks(making);
+        expectNoLeak(creation);
     }
     EXPECT_EQ(dropped, 1u);
-    EXPECT_GE(thrown, 2 * kind_.rows.size()) << "a property and its value, each";
-    expectConversion(kind_, structure_);
+    EXPECT_GE(thrown, 2 * table_.rows.size()) << "one for each property and one for each value";
+    expectConversion(table_, structure_);
 }
 
-TEST_P(CommonPropertySetMemory, MemoryThatRunsOutThrows) {
+TEST_P(CommonPropertySetMemory, ExhaustedMemoryThrows) {
     for (unsigned n = 1;; ++n) {
         ASSERT_LT(n, 1000u);
         SCOPED_TRACE(n);
-        Making making = makeWithFailure(n, true, [&] { return kind_.convert(structure_.bytes()); });
-        EXPECT_NE(making.failed, making.record != nullptr);
-        expectNothingLeaks(making);
-        if (!making.failed)
+        Creation creation = createWithFailure(n, true, [&] { return table_.convert(structure_.bytes()); });
+        EXPECT_NE(creation.failed, creation.record != nullptr);
+        expectNoLeak(creation);
+        if (!creation.failed)
             break;
     }
-    expectConversion(kind_, structure_);
+    expectConversion(table_, structure_);
 }
 
-TEST_P(CommonPropertySetMemory, CopyOfARecordThrowsOrIsEmpty) {
+TEST_P(CommonPropertySetMemory, FailedCopyThrowsOrIsEmpty) {
     const Record original = structure_.convert();
     unsigned thrown = 0, empty = 0;
     for (unsigned n = 1;; ++n) {
         ASSERT_LT(n, 1000u);
         SCOPED_TRACE(n);
-        Making making = makeWithFailure(n, false, [&] { return original; });
-        if (!making.failed) {
-            ASSERT_TRUE(making.record);
-            expectRecord(*making.record, kind_.setName, structure_.expected());
-            expectNothingLeaks(making);
+        Creation creation = createWithFailure(n, false, [&] { return original; });
+        if (!creation.failed) {
+            ASSERT_TRUE(creation.record);
+            expectRecord(*creation.record, table_.setName, structure_.expected());
+            expectNoLeak(creation);
             break;
         }
-        if (making.record) {
+        if (creation.record) {
             ++empty;
-            EXPECT_EQ(making.size, kind_.rows.size() * sizeof(void*));
-            expectRecord(*making.record, kind_.setName, {});
+            EXPECT_EQ(creation.size, table_.rows.size() * sizeof(void*));
+            expectRecord(*creation.record, table_.setName, {});
         } else
             ++thrown;
-        expectNothingLeaks(making);
+        expectNoLeak(creation);
     }
     EXPECT_EQ(empty, 1u);
-    EXPECT_GE(thrown, 2 * kind_.rows.size()) << "a property and its value, each";
-    expectRecord(original, kind_.setName, structure_.expected());
+    EXPECT_GE(thrown, 2 * table_.rows.size()) << "one for each property and one for each value";
+    expectRecord(original, table_.setName, structure_.expected());
 }
 
-TEST_P(CommonPropertySetMemory, AssignmentThatThrowsLeavesNewTextsWithOldProperties) {
+TEST_P(CommonPropertySetMemory, FailedAssignmentHasNewTextsAndOldProperties) {
     Record source = structure_.convert();
     std::fill(std::begin(source.globalId), std::end(source.globalId), '7');
     source.description[0] = 'd';
@@ -131,7 +133,7 @@ TEST_P(CommonPropertySetMemory, AssignmentThatThrowsLeavesNewTextsWithOldPropert
         const std::vector<Property> before = propertiesOf(target.properties);
         const Outcome outcome = outcomeOf(n, false, [&] { target = source; });
         EXPECT_EQ(std::string(target.globalId, sizeof target.globalId), std::string(22, '7'));
-        EXPECT_EQ(WideString(target.name), wide(kind_.setName));
+        EXPECT_EQ(WideString(target.name), wide(table_.setName));
         EXPECT_EQ(WideString(target.description), wide("d"));
         if (!outcome.failed) {
             EXPECT_EQ(propertiesOf(target.properties), structure_.expected());
@@ -141,8 +143,8 @@ TEST_P(CommonPropertySetMemory, AssignmentThatThrowsLeavesNewTextsWithOldPropert
             ++thrown;
             EXPECT_EQ(outcome.kept, 0);
             EXPECT_EQ(propertiesOf(target.properties), before);
-        } else // there was no array
+        } else // the array could not be allocated
             EXPECT_EQ(target.properties.getCount(), 0u);
     }
-    EXPECT_GE(thrown, 2 * kind_.rows.size()) << "a property and its value, each";
+    EXPECT_GE(thrown, 2 * table_.rows.size()) << "one for each property and one for each value";
 }

@@ -11,14 +11,14 @@ using namespace velmor_tests;
 
 namespace {
 
-/// Checks that an operation throws, and keeps nothing, whichever of the seven texts cannot be copied.
+/// Checks that an operation throws and leaks nothing when the copy of any one of the seven texts fails.
 template <class Operation>
 void expectThrowsForEachText(Operation operation) {
     for (unsigned n = 1; n <= 8; ++n) {
         const Outcome outcome = outcomeOf(n, false, operation);
         EXPECT_EQ(outcome.kept, 0) << n;
         EXPECT_EQ(outcome.threw, n <= 7) << n;
-        EXPECT_EQ(outcome.failed, n <= 7) << "each text is copied once: " << n;
+        EXPECT_EQ(outcome.failed, n <= 7) << "each text must be copied once: " << n;
     }
 }
 
@@ -26,7 +26,7 @@ const WideString text(1000, VELMOR_WIDE('t'));
 
 } // namespace
 
-TEST(GeoreferencingMemory, AProjectionWhoseTextsCannotBeCopiedThrows) {
+TEST(GeoreferencingMemory, ProjectionThrowsIfTextCannotBeCopied) {
     expectThrowsForEachText([] { const IFC4_MapProjection p(text, text, text, text, text, text, text, 1); });
     const IFC4_MapProjection original(text, text, text, text, text, text, text, 1);
     expectThrowsForEachText([&] { const IFC4_MapProjection copy = original; });
@@ -36,7 +36,7 @@ TEST(GeoreferencingMemory, AProjectionWhoseTextsCannotBeCopiedThrows) {
     });
 }
 
-TEST(GeoreferencingMemory, AConversionWhoseTextsCannotBeCopiedThrows) {
+TEST(GeoreferencingMemory, ConversionThrowsIfTextCannotBeCopied) {
     const IFC4_MapProjection projection(text, text, text, text, text, text, text, 1);
     const Plexor::Vertex origin(1, 2, 3);
     expectThrowsForEachText([&] { const IFC4_MapConversion conversion(origin, 1, 2, 3, 4, 5, 6, projection); });
@@ -48,7 +48,7 @@ TEST(GeoreferencingMemory, AConversionWhoseTextsCannotBeCopiedThrows) {
     });
 }
 
-TEST(GeoreferencingMemory, DefaultsReadingAndMovingAllocateNothing) {
+TEST(GeoreferencingMemory, DefaultsGettersAndMovesDoNotAllocate) {
     IFC4_MapConversion original(Plexor::Vertex(1, 2, 3), 1, 2, 3, 4, 5, 6,
                                 IFC4_MapProjection(text, text, text, text, text, text, text, 1));
     unsigned seen;

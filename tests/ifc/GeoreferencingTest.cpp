@@ -58,7 +58,7 @@ using Numbers = std::vector<double>;
 const Texts shortTexts = {VELMOR_WIDE("a"), VELMOR_WIDE("b"), VELMOR_WIDE("c"), VELMOR_WIDE("d"),
                           VELMOR_WIDE("e"), VELMOR_WIDE("f"), VELMOR_WIDE("g")};
 
-/// Long ones, that a text does not hold within itself, each with NULs inside and at its end.
+/// Texts that are too long for the string's own buffer, with NULs inside and at the end.
 const Texts& longTexts() {
     static const Texts texts = [] {
         Texts result;
@@ -120,24 +120,22 @@ const double anyNumbers[] = {0.0,
 
 } // namespace
 
-// The point
-// -----------------------------------------------------------------------------------------------------------------------
+// Point
 
-TEST(Vertex, TakesItsCoordinatesInOrder) {
+TEST(Vertex, ConstructorSetsCoordinatesInOrder) {
     const Vertex vertex(1.5, -2.5, 3.5);
     EXPECT_EQ(vertex.x, 1.5);
     EXPECT_EQ(vertex.y, -2.5);
     EXPECT_EQ(vertex.z, 3.5);
 }
 
-// The projected system
-// -----------------------------------------------------------------------------------------------------------------------
+// Projected system
 
-TEST(MapProjection, DefaultIsEmptyWithAScaleOfOne) {
+TEST(MapProjection, IsEmptyWithScaleOneByDefault) {
     expectProjection(Projection(), Texts(7), 1.0);
 }
 
-TEST(MapProjection, ArgumentsArriveInTheirOrder) {
+TEST(MapProjection, ConstructorSetsFieldsInOrder) {
     const WideString a = VELMOR_WIDE("a"), b = VELMOR_WIDE("b"), c = VELMOR_WIDE("c"), d = VELMOR_WIDE("d"),
                      e = VELMOR_WIDE("e"), f = VELMOR_WIDE("f"), g = VELMOR_WIDE("g");
     const Projection projection(a, b, c, d, e, f, g, 0.3048);
@@ -151,7 +149,7 @@ TEST(MapProjection, ArgumentsArriveInTheirOrder) {
     EXPECT_EQ(projection.getScaleToMetric(), 0.3048);
 }
 
-TEST(MapProjection, FieldsLieInTheirOrder) {
+TEST(MapProjection, HasFixedLayout) {
     const Projection projection = projectionOf(shortTexts, 0.3048);
     for (std::size_t i = 0; i < 7; ++i)
         EXPECT_EQ(distance(&projection, &(projection.*textGetters[i])()),
@@ -159,11 +157,11 @@ TEST(MapProjection, FieldsLieInTheirOrder) {
     EXPECT_EQ(numberAt(&projection, 7 * sizeof(WideString)), 0.3048);
 }
 
-TEST(MapProjection, LongTextsAndNulsAreKeptWhole) {
+TEST(MapProjection, KeepsLongTextsAndNuls) {
     expectProjection(projectionOf(longTexts(), 2), longTexts(), 2);
 }
 
-TEST(MapProjection, AnyScaleIsKept) {
+TEST(MapProjection, KeepsAnyScale) {
     for (const double scale : anyNumbers)
         expectProjection(projectionOf(shortTexts, scale), shortTexts, scale);
 }
@@ -178,7 +176,7 @@ TEST(MapProjection, OwnsItsTexts) {
     }
 }
 
-TEST(MapProjection, GettersAlwaysGiveTheSameText) {
+TEST(MapProjection, GettersReturnSameReference) {
     const Projection projection = projectionOf(longTexts(), 2);
     for (const TextGetter getter : textGetters)
         EXPECT_EQ(&(projection.*getter)(), &(projection.*getter)());
@@ -212,7 +210,7 @@ TEST(MapProjection, CopyOutlivesItsOriginal) {
     expectProjection(copy, longTexts(), 2);
 }
 
-TEST(MapProjection, MovesTakeTheTextsOver) {
+TEST(MapProjection, MoveTransfersTexts) {
     Projection original = projectionOf(longTexts(), 2);
     const WideChar* const characters = original.getUnitName().data();
     Projection moved = std::move(original);
@@ -220,35 +218,34 @@ TEST(MapProjection, MovesTakeTheTextsOver) {
     Projection assigned = projectionOf(shortTexts, 3);
     assigned = std::move(moved);
     expectProjection(assigned, longTexts(), 2);
-    EXPECT_EQ(assigned.getUnitName().data(), characters) << "texts are handed over, not copied";
-    original = projectionOf(shortTexts, 5); // may be used again
+    EXPECT_EQ(assigned.getUnitName().data(), characters) << "a move transfers the texts";
+    original = projectionOf(shortTexts, 5); // a moved-from record can be assigned to
     expectProjection(original, shortTexts, 5);
     moved = std::move(original);
     expectProjection(moved, shortTexts, 5);
 }
 
-TEST(MapProjection, MayBeAssignedToItself) {
+TEST(MapProjection, SelfAssignmentChangesNothing) {
     Projection projection = projectionOf(longTexts(), 2);
     const Projection& same = projection;
     projection = same;
     expectProjection(projection, longTexts(), 2);
 }
 
-// The conversion
-// -----------------------------------------------------------------------------------------------------------------------
+// Conversion
 
-TEST(MapConversion, DefaultIsAllZeroButTheScale) {
+TEST(MapConversion, IsZeroWithScaleOneByDefault) {
     const Conversion conversion;
     expectConversion(conversion, Vertex(0, 0, 0), {0.0, 0.0, 0.0, 0.0, 0.0, 1.0});
     expectProjection(conversion.getMapProjection(), Texts(7), 1.0);
 }
 
-TEST(MapConversion, DefaultDirectionOfTheXAxisIsZero) {
+TEST(MapConversion, DefaultXAxisIsZero) {
     EXPECT_EQ(bitsOf(Conversion().getXAxisAbscissa()), bitsOf(0.0));
     EXPECT_EQ(bitsOf(Conversion().getXAxisOrdinate()), bitsOf(0.0));
 }
 
-TEST(MapConversion, ArgumentsArriveInTheirOrder) {
+TEST(MapConversion, ConstructorSetsFieldsInOrder) {
     const Conversion conversion(Vertex(7, 8, 9), 1, 2, 3, 4, 5, 6, projectionOf(shortTexts, 10));
     EXPECT_EQ(conversion.getEastings(), 1);
     EXPECT_EQ(conversion.getNorthings(), 2);
@@ -260,7 +257,7 @@ TEST(MapConversion, ArgumentsArriveInTheirOrder) {
     expectProjection(conversion.getMapProjection(), shortTexts, 10);
 }
 
-TEST(MapConversion, FieldsLieInTheirOrder) {
+TEST(MapConversion, HasFixedLayout) {
     const Conversion conversion(Vertex(7, 8, 9), 1, 2, 3, 4, 5, 6, projectionOf(shortTexts, 10));
     EXPECT_EQ(distance(&conversion, &conversion.getSourceOrigin()), 0);
     for (std::size_t i = 0; i < 6; ++i)
@@ -268,7 +265,7 @@ TEST(MapConversion, FieldsLieInTheirOrder) {
     EXPECT_EQ(distance(&conversion, &conversion.getMapProjection()), 72);
 }
 
-TEST(MapConversion, AnyNumberIsKept) {
+TEST(MapConversion, KeepsAnyNumber) {
     for (const double number : anyNumbers)
         for (std::size_t i = 0; i < 9; ++i) {
             SCOPED_TRACE(std::to_string(number) + " as number " + std::to_string(i));
@@ -296,7 +293,7 @@ TEST(MapConversion, OwnsItsOrigin) {
     expectConversion(conversion, Vertex(7, 8, 9), {1, 2, 3, 4, 5, 6});
 }
 
-TEST(MapConversion, GettersAlwaysGiveTheSameParts) {
+TEST(MapConversion, GettersReturnSameReference) {
     const Conversion conversion = conversionOf(Vertex(7, 8, 9), {1, 2, 3, 4, 5, 6}, projectionOf(longTexts(), 10));
     EXPECT_EQ(&conversion.getSourceOrigin(), &conversion.getSourceOrigin());
     EXPECT_EQ(&conversion.getMapProjection(), &conversion.getMapProjection());
@@ -323,7 +320,7 @@ TEST(MapConversion, CopiesAreIndependent) {
     }
 }
 
-TEST(MapConversion, MovesArriveWhole) {
+TEST(MapConversion, MoveTransfersTexts) {
     const Numbers numbers = {1, 2, 3, 4, 5, 6};
     Conversion original = conversionOf(Vertex(7, 8, 9), numbers, projectionOf(longTexts(), 10));
     const WideChar* const characters = original.getMapProjection().getName().data();
@@ -332,8 +329,8 @@ TEST(MapConversion, MovesArriveWhole) {
     assigned = std::move(moved);
     expectConversion(assigned, Vertex(7, 8, 9), numbers);
     expectProjection(assigned.getMapProjection(), longTexts(), 10);
-    EXPECT_EQ(assigned.getMapProjection().getName().data(), characters) << "texts are handed over, not copied";
-    original = assigned; // may be used again
+    EXPECT_EQ(assigned.getMapProjection().getName().data(), characters) << "a move transfers the texts";
+    original = assigned; // a moved-from record can be assigned to
     expectConversion(original, Vertex(7, 8, 9), numbers);
     expectProjection(original.getMapProjection(), longTexts(), 10);
 }

@@ -8,8 +8,8 @@ namespace velmor_tests {
 
 inline constexpr unsigned threadCount = 8;
 
-/// Runs something on several threads that begin together, and waits for all of them.
-/// @param function gets the number of its thread.
+/// Calls a function on `threadCount` threads that start together, and waits for all of them.
+/// @param function receives the index of its thread.
 template <class Function>
 void onThreads(Function function) {
     std::atomic<unsigned> waiting{threadCount};

@@ -10,12 +10,13 @@ namespace {
 
 using ValueType = IFC2X3PropertySingleValue::ValueType_t;
 
-/// Calls the factory of a property's kind; texts are what the overload takes.
+/// Calls the factory of a property's kind.
+/// @tparam Text the parameter type of the overload.
 template <class Text>
 IFC2X3Property create(const PlainProperty& plain, Text name, Text description, Text usageName) {
     const PlainValue& value = plain.value;
     const auto type = static_cast<ValueType>(value.type);
-    if (plain.type == 2) // by pointers: so the strings of the members keep their NULs
+    if (plain.type == 2) // the members use the pointer overload, which keeps NULs in string values
         return createPropertyComplex(name, description, usageName, build(plain.members, Overload::Pointers));
     switch (value.type) {
     case 1:
@@ -36,7 +37,7 @@ IFC2X3Property create(const PlainProperty& plain, Text name, Text description, T
     }
 }
 
-/// Notes the differences of one record under its path.
+/// Collects the differences of one record; each line starts with the path of the record.
 class Comparison {
 public:
     Comparison(std::string path, std::string& differences) : path_(std::move(path)), differences_(differences) {}
@@ -46,7 +47,7 @@ public:
             differences_ += path_ + what + '\n';
     }
 
-    /// A text of 256 units at an offset of a record, and what its two getters give.
+    /// Checks a text array at an offset of a record, and the results of its two getters.
     template <class Record>
     void checkText(const Record& record, std::size_t offset, const WideChar* text, const unsigned short* text2,
                    const WideString& expected, const char* what) {
@@ -64,7 +65,7 @@ public:
         check(fieldAt<std::uint8_t>(value, at::boolean) == (plain.boolean ? 1 : 0), "boolean");
         check(fieldAt<std::uint32_t>(value, at::logical) == plain.logical, "logical");
         check(fieldAt<std::int32_t>(value, at::integer) == plain.integer, "integer");
-        // By bits: a NaN is to arrive too, and a negative zero.
+        // Compared as bits: NaN and negative zero must be preserved.
         check(fieldAt<std::uint64_t>(value, at::real) == std::bit_cast<std::uint64_t>(plain.real), "real");
         check(fieldAt<std::int64_t>(value, at::integer64) == plain.integer64, "integer64");
         check(stringOf(value) == plain.string, "string");

@@ -1,7 +1,7 @@
 #pragma once
 
-// Properties as plain data: a model that tests build properties from and compare them with, and the bytes of the records,
-// whose layout is fixed.
+// Properties as plain data. Tests create properties from this model and compare properties with it. Fields without a getter
+// are read through their fixed offsets.
 
 #include <Velmor/IFCProperties.h>
 
@@ -26,14 +26,14 @@ struct PlainValue {
     std::array<int, 4> angle{};
 };
 
-/// What a property is built from. Its texts are those given to the factory, not yet cut.
+/// The arguments of a factory. The texts may be longer than the record can hold.
 struct PlainProperty {
     std::uint32_t type = 1;
     Velmor::WideString name;
     Velmor::WideString description;
-    PlainValue value;                   // of type 1
-    Velmor::WideString usageName;       // of type 2
-    std::vector<PlainProperty> members; // of type 2
+    PlainValue value;                   // for type 1
+    Velmor::WideString usageName;       // for type 2
+    std::vector<PlainProperty> members; // for type 2
 };
 
 using PlainSet = std::vector<PlainProperty>;
@@ -43,36 +43,41 @@ PlainProperty plainInteger(const Velmor::WideString& name, std::int32_t value);
 PlainProperty plainReal(const Velmor::WideString& name, double value);
 PlainProperty plainComplex(const Velmor::WideString& name, const PlainSet& members);
 
-/// Integer properties that count up from the given number.
+/// Integer properties with consecutive values.
 PlainSet plainIntegers(std::size_t count, std::int32_t first = 0);
 
-/// A set of a text and two numbers that holds another such set and so on.
+/// A set of a text, a number and a complex property that contains another such set, to the given depth.
 PlainSet plainNest(unsigned levels);
 
 enum class Overload { Texts, Pointers };
 
-/// Builds the property by the factory of its kind.
+/// Creates a property with the factory of its kind.
 Velmor::IFC2X3Property build(const PlainProperty& plain, Overload overload = Overload::Texts);
 
-/// Builds a set by appending to an empty one.
+/// Creates a set by appending to an empty one.
 Velmor::IFC2X3PropertySet build(const PlainSet& plain, Overload overload = Overload::Texts);
 
-/// Where a record differs from its model, one line for each place; empty when it is the same in everything: the texts as the
-/// factories cut them, every field of the value, the exact size of each nested set, to any depth.
+/// The differences between a record and its model, one line each; empty if they are equal. Compares the texts after
+/// truncation, every field of the value, and the exact capacity of each nested set, at all depths.
 std::string difference(const Velmor::IFC2X3Property& property, const PlainProperty& plain);
 std::string difference(const Velmor::IFC2X3PropertySingleValue& value, const PlainValue& plain);
 std::string difference(const Velmor::IFC2X3PropertySet& propertySet, const PlainSet& plain);
 
-/// The text up to its first NUL, at most 255 units of it.
+/// Whether a value of this type is a real.
+constexpr bool isRealType(std::uint32_t type) {
+    return type == 0 || (type >= 4 && type <= 9);
+}
+
+/// The text up to its first NUL, at most 255 units.
 Velmor::WideString cut(const Velmor::WideString& text);
 
 /// The text up to its first NUL.
 Velmor::WideString untilNul(const Velmor::WideString& text);
 
-/// `length` units that are no two alike in a row.
+/// A text whose adjacent units differ.
 Velmor::WideString longText(std::size_t length);
 
-/// The field of a record at an offset.
+/// Reads the field at an offset of a record.
 template <class Field, class Record>
 Field fieldAt(const Record& record, std::size_t offset) {
     Field field;
@@ -80,13 +85,13 @@ Field fieldAt(const Record& record, std::size_t offset) {
     return field;
 }
 
-/// Overwrites the field of a record at an offset.
+/// Overwrites the field at an offset of a record.
 template <class Record, class Field>
 void setFieldAt(Record& record, std::size_t offset, const Field& field) {
     std::memcpy(reinterpret_cast<char*>(&record) + offset, &field, sizeof field);
 }
 
-/// Offsets of the fields.
+/// Offsets of the fields in the records.
 namespace at {
 inline constexpr std::size_t count = 0;
 inline constexpr std::size_t capacity = 4;
@@ -114,14 +119,14 @@ inline constexpr std::size_t angle = 64;
 std::uint32_t capacityOf(const Velmor::IFC2X3PropertySet& propertySet);
 const void* itemsOf(const Velmor::IFC2X3PropertySet& propertySet);
 
-/// The string field of a value, whatever its type.
+/// The string field of a value of any type.
 const Velmor::WideString& stringOf(const Velmor::IFC2X3PropertySingleValue& value);
 
-/// Addresses of everything that a property or a set owns, to any depth.
+/// The addresses of all memory blocks that a property or a set owns, at all depths.
 std::set<const void*> blocksOf(const Velmor::IFC2X3Property& property);
 std::set<const void*> blocksOf(const Velmor::IFC2X3PropertySet& propertySet);
 
-/// Whether two records own a block together.
+/// Whether two records own the same block.
 bool shareBlocks(const std::set<const void*>& a, const std::set<const void*>& b);
 
 } // namespace velmor_tests

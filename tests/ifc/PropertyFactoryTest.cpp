@@ -1,4 +1,4 @@
-// What the factories make of their arguments, each in both of its overloads.
+// The properties that the factories create, in both overloads of each.
 
 #include "ifc/PlainProperty.h"
 
@@ -21,7 +21,7 @@ using Value = IFC2X3PropertySingleValue;
 using ValueType = Value::ValueType_t;
 using Logical = Value::Logical_s;
 
-// Both overloads of each, with exactly these arguments.
+// Both overloads of each factory have exactly these parameters.
 template <class Text, class... Rest>
 using Factory = Property (*)(Text, Text, Rest...);
 template <class... Rest>
@@ -45,7 +45,7 @@ static_assert(bothOverloads(createPropertyComplex, createPropertyComplex));
 
 const Overload overloads[] = {Overload::Texts, Overload::Pointers};
 
-/// One property of each factory, in both overloads; `usageName` is used by the complex one.
+/// Calls both overloads of each factory; `usageName` is for the complex property.
 std::vector<Property> ofEveryFactory(const WideString& name, const WideString& description, const WideString& usageName) {
     const WideString text = VELMOR_WIDE("text");
     const int angle[] = {1, 2, 3, 4};
@@ -60,7 +60,7 @@ std::vector<Property> ofEveryFactory(const WideString& name, const WideString& d
         all.push_back(createPropertySingleValueLogical(nameText.get(), descriptionText.get(), Value::LogicalTrue));
         all.push_back(createPropertySingleValueCompoundPlaneAngle(nameText.get(), descriptionText.get(), angle));
         all.push_back(createPropertyComplex(nameText.get(), descriptionText.get(), usageText.get(), set));
-        // Rejected ones have their texts as well.
+        // Rejected value types do not affect the texts.
         all.push_back(createPropertySingleValueInteger(nameText.get(), descriptionText.get(), Value::Real, 1));
         all.push_back(createPropertySingleValueInteger64(nameText.get(), descriptionText.get(), Value::Integer, 2));
         all.push_back(createPropertySingleValueReal(nameText.get(), descriptionText.get(), Value::Boolean, 3));
@@ -101,7 +101,7 @@ void expectTexts(const WideString& name, const WideString& description, const Wi
     EXPECT_EQ(complexes, 2);
 }
 
-TEST(PropertyFactories, TextsAreCutBehindTheir255thUnit) {
+TEST(PropertyFactories, TextsAreCutAfter255Units) {
     for (const std::size_t length : {0u, 1u, 2u, 128u, 253u, 254u, 255u, 256u, 257u, 300u, 511u, 512u, 513u, 10000u}) {
         SCOPED_TRACE(length);
         expectTexts(longText(length), VELMOR_WIDE("d"), VELMOR_WIDE("u"));
@@ -111,7 +111,7 @@ TEST(PropertyFactories, TextsAreCutBehindTheir255thUnit) {
     }
 }
 
-TEST(PropertyFactories, TextsEndAtTheirFirstNul) {
+TEST(PropertyFactories, TextsEndAtFirstNul) {
     for (const std::size_t nul : {0u, 1u, 100u, 254u, 255u, 256u}) {
         SCOPED_TRACE(nul);
         WideString text = longText(300);
@@ -125,14 +125,14 @@ TEST(PropertyFactories, TextsEndAtTheirFirstNul) {
     }
 }
 
-TEST(PropertyFactories, ATextIsCutByUnitsEvenInsideASurrogatePair) {
+TEST(PropertyFactories, TextsAreCutInsideSurrogatePairs) {
     WideString text = longText(254);
     text += {WideChar{0xD83D}, WideChar{0xDE00}};
     expectTexts(text, text, text);
     EXPECT_EQ(ofEveryFactory(text, text, text)[0].getName()[254], WideChar{0xD83D});
 }
 
-TEST(PropertyFactories, UnitsOfEveryValueAreKept) {
+TEST(PropertyFactories, TextsKeepEveryUnit) {
     for (std::uint32_t first = 1; first <= 0xFFFF; first += 255) {
         WideString text;
         for (std::uint32_t unit = first; unit < first + 255 && unit <= 0xFFFF; ++unit)
@@ -143,8 +143,8 @@ TEST(PropertyFactories, UnitsOfEveryValueAreKept) {
     }
 }
 
-TEST(PropertyFactories, ThePointedTextsAreNotReadBehindTheirNul) {
-    // Each in a block of its own that ends with it.
+TEST(PropertyFactories, TextsAreNotReadBeyondNul) {
+    // Each text has its own block, which ends after the NUL, so that a sanitizer detects a read beyond it.
     const std::vector<WideChar> name{'n', 0};
     const std::vector<WideChar> description{0};
     std::vector<WideChar> usageName(256, 'u');
@@ -163,14 +163,14 @@ void expectValue(const Property& property, const PlainValue& plain) {
     EXPECT_EQ(difference(property, expected), "");
 }
 
-/// Calls a factory in both overloads and compares what it makes.
+/// Calls both overloads of a factory and compares the properties.
 template <class Call>
 void expectOfBoth(Call call, const PlainValue& plain) {
     expectValue(call(WideString(VELMOR_WIDE("name")), WideString(VELMOR_WIDE("description"))), plain);
     expectValue(call(VELMOR_WIDE("name"), VELMOR_WIDE("description")), plain);
 }
 
-TEST(PropertyFactories, StringsStoreTheirTextAndNothingElse) {
+TEST(PropertyFactories, StringSetsOnlyStringField) {
     for (const std::size_t length : {0u, 1u, 7u, 8u, 255u, 256u, 300u, 100000u}) {
         PlainValue plain;
         plain.type = 1;
@@ -181,17 +181,17 @@ TEST(PropertyFactories, StringsStoreTheirTextAndNothingElse) {
     }
 }
 
-TEST(PropertyFactories, AStringEndsAtItsFirstNulInTheTextOverloadOnly) {
+TEST(PropertyFactories, StringEndsAtFirstNulInStringOverloadOnly) {
     const WideString whole{WideChar{'a'}, WideChar{'b'}, WideChar{0}, WideChar{'d'}, WideChar{'e'}};
     const WideString name = VELMOR_WIDE("name");
-    const Property ended = createPropertySingleValueString(name, name, whole);
-    EXPECT_TRUE(ended.getPropertySingleValue().getAsString() == VELMOR_WIDE("ab"));
-    EXPECT_EQ(ended.getPropertySingleValue().getAsString().size(), 2u);
-    const Property kept = createPropertySingleValueString(name.c_str(), name.c_str(), whole);
-    EXPECT_TRUE(kept.getPropertySingleValue().getAsString() == whole);
-    EXPECT_EQ(kept.getPropertySingleValue().getAsString().size(), 5u);
-    EXPECT_TRUE(WideString(kept.getPropertySingleValue().getStringValue(), 6) == whole + WideChar{0});
-    const Property copy(kept);
+    const Property cutProperty = createPropertySingleValueString(name, name, whole);
+    EXPECT_TRUE(cutProperty.getPropertySingleValue().getAsString() == VELMOR_WIDE("ab"));
+    EXPECT_EQ(cutProperty.getPropertySingleValue().getAsString().size(), 2u);
+    const Property uncut = createPropertySingleValueString(name.c_str(), name.c_str(), whole);
+    EXPECT_TRUE(uncut.getPropertySingleValue().getAsString() == whole);
+    EXPECT_EQ(uncut.getPropertySingleValue().getAsString().size(), 5u);
+    EXPECT_TRUE(WideString(uncut.getPropertySingleValue().getStringValue(), 6) == whole + WideChar{0});
+    const Property copy(uncut);
     EXPECT_TRUE(copy.getPropertySingleValue().getAsString() == whole);
     for (const std::size_t nul : {0u, 1u, 999u}) {
         WideString text = longText(1000);
@@ -204,7 +204,7 @@ TEST(PropertyFactories, AStringEndsAtItsFirstNulInTheTextOverloadOnly) {
     }
 }
 
-TEST(PropertyFactories, BooleansStoreTheirValueAndNothingElse) {
+TEST(PropertyFactories, BooleanSetsOnlyBooleanField) {
     for (const bool value : {false, true}) {
         PlainValue plain;
         plain.type = 2;
@@ -214,7 +214,7 @@ TEST(PropertyFactories, BooleansStoreTheirValueAndNothingElse) {
     }
 }
 
-TEST(PropertyFactories, LogicalsStoreAnyValueUnchanged) {
+TEST(PropertyFactories, LogicalStoresAnyNumber) {
     for (const std::uint32_t value : {0u, 1u, 2u, 3u, 7u, 255u, 256u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
         PlainValue plain;
         plain.type = 11;
@@ -227,7 +227,7 @@ TEST(PropertyFactories, LogicalsStoreAnyValueUnchanged) {
     }
 }
 
-TEST(PropertyFactories, AnglesStoreFourIntegersUnchanged) {
+TEST(PropertyFactories, AngleStoresFourIntegers) {
     constexpr int least = std::numeric_limits<int>::min();
     constexpr int most = std::numeric_limits<int>::max();
     for (const std::array<int, 4>& components :
@@ -249,7 +249,7 @@ TEST(PropertyFactories, AnglesStoreFourIntegersUnchanged) {
     }
 }
 
-TEST(PropertyFactories, AnAngleWithoutComponentsIsZero) {
+TEST(PropertyFactories, AngleIsZeroForNullComponents) {
     PlainValue plain;
     plain.type = 12;
     expectOfBoth(
@@ -257,7 +257,7 @@ TEST(PropertyFactories, AnAngleWithoutComponentsIsZero) {
         plain);
 }
 
-/// Every named value type, and what lies around and far beyond them.
+/// All named value types, and many others.
 std::vector<std::uint32_t> manyTypes() {
     std::vector<std::uint32_t> types;
     for (std::uint32_t type = 0; type <= 40; ++type)
@@ -268,7 +268,7 @@ std::vector<std::uint32_t> manyTypes() {
     return types;
 }
 
-TEST(PropertyFactories, IntegersAcceptExactlyTheirOwnType) {
+TEST(PropertyFactories, IntegerAcceptsOnlyItsType) {
     for (const std::uint32_t type : manyTypes())
         for (const std::int32_t value :
              {0, 1, -1, 42, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()}) {
@@ -286,7 +286,7 @@ TEST(PropertyFactories, IntegersAcceptExactlyTheirOwnType) {
         }
 }
 
-TEST(PropertyFactories, LongIntegersAcceptExactlyTheirOwnType) {
+TEST(PropertyFactories, Integer64AcceptsOnlyItsType) {
     for (const std::uint32_t type : manyTypes())
         for (const std::int64_t value :
              {std::int64_t{0}, std::int64_t{-1}, std::int64_t{5000000000}, std::numeric_limits<std::int64_t>::min(),
@@ -305,15 +305,14 @@ TEST(PropertyFactories, LongIntegersAcceptExactlyTheirOwnType) {
         }
 }
 
-TEST(PropertyFactories, RealsAcceptExactlyTheTypesOfReals) {
+TEST(PropertyFactories, RealAcceptsOnlyRealTypes) {
     using Limits = std::numeric_limits<double>;
     for (const std::uint32_t type : manyTypes())
         for (const double value : {0.0, -0.0, 2.5, -1e300, Limits::denorm_min(), Limits::max(), Limits::infinity(),
                                    -Limits::infinity(), Limits::quiet_NaN()}) {
             SCOPED_TRACE(type);
             PlainValue plain;
-            const bool accepted = type == 0 || (type >= 4 && type <= 9);
-            if (accepted) {
+            if (isRealType(type)) {
                 plain.type = type;
                 plain.real = value;
             }
@@ -325,7 +324,7 @@ TEST(PropertyFactories, RealsAcceptExactlyTheTypesOfReals) {
         }
 }
 
-TEST(PropertyFactories, ARejectedNumberReadsAsAZeroOfNoMeasure) {
+TEST(PropertyFactories, RejectedNumberIsUnspecifiedZero) {
     const WideChar name[] = {'n', 0};
     const Property rejected[] = {createPropertySingleValueInteger(name, name, Value::Integer64, 5),
                                  createPropertySingleValueInteger64(name, name, Value::Integer, 5),
@@ -342,7 +341,7 @@ TEST(PropertyFactories, ARejectedNumberReadsAsAZeroOfNoMeasure) {
     }
 }
 
-TEST(PropertyFactories, NothingButAStringHasAText) {
+TEST(PropertyFactories, OnlyStringHasText) {
     for (const Property& property : ofEveryFactory(VELMOR_WIDE("n"), VELMOR_WIDE("d"), VELMOR_WIDE("u"))) {
         const Value& value = property.getPropertySingleValue();
         const bool isString = value.getValueType() == 1;
@@ -351,7 +350,7 @@ TEST(PropertyFactories, NothingButAStringHasAText) {
     }
 }
 
-TEST(PropertyFactories, EveryPropertyOwnsContentOfItsKindOnly) {
+TEST(PropertyFactories, PropertyOwnsOnlyContentOfItsKind) {
     for (const Property& property : ofEveryFactory(VELMOR_WIDE("n"), VELMOR_WIDE("d"), VELMOR_WIDE("u"))) {
         ASSERT_TRUE(property.getType() == 1 || property.getType() == 2);
         EXPECT_EQ(fieldAt<const void*>(property, at::singleValue) != nullptr, property.getType() == 1);
@@ -359,7 +358,7 @@ TEST(PropertyFactories, EveryPropertyOwnsContentOfItsKindOnly) {
     }
 }
 
-TEST(PropertyFactories, AComplexHoldsADeepCopyOfTheSet) {
+TEST(PropertyFactories, ComplexHoldsDeepCopyOfSet) {
     for (const Overload overload : overloads)
         for (const PlainSet& members : {PlainSet{}, plainIntegers(3), plainIntegers(51), plainNest(5)}) {
             const PlainProperty plain = plainComplex(VELMOR_WIDE("c"), members);
@@ -380,7 +379,7 @@ TEST(PropertyFactories, AComplexHoldsADeepCopyOfTheSet) {
         }
 }
 
-TEST(PropertyFactories, AComplexMayBeMadeOfItsOwnNestedSet) {
+TEST(PropertyFactories, ComplexCanBeCreatedFromItsOwnNestedSet) {
     Property property = build(plainComplex(VELMOR_WIDE("c"), plainNest(2)));
     property =
         createPropertyComplex(property.getName(), property.getDescription(), property.getPropertyComplex().getUsageName(),

@@ -1,7 +1,7 @@
-// Random sequences of operations on sets, beside plain lists.
+// Random sequences of operations on sets, compared with the same operations on plain lists.
 
 #include "ifc/PlainProperty.h"
-#include "ifc/Random.h"
+#include "ifc/RandomText.h"
 
 #include <gtest/gtest.h>
 
@@ -22,14 +22,14 @@ std::size_t sizeOf(const PlainSet& set) {
                            [](std::size_t sum, const PlainProperty& property) { return sum + sizeOf(property.members); });
 }
 
-/// A property of a random kind and with random content; a complex one holds `members`.
+/// A property of a random kind with random content. A complex property contains `members`.
 PlainProperty randomProperty(Random& random, const PlainSet& members) {
     PlainProperty plain;
-    plain.name = random.text();
-    plain.description = random.text();
+    plain.name = randomText(random);
+    plain.description = randomText(random);
     if (random.oneIn(3)) {
         plain.type = 2;
-        plain.usageName = random.text();
+        plain.usageName = randomText(random);
         plain.members = members;
         return plain;
     }
@@ -37,7 +37,7 @@ PlainProperty randomProperty(Random& random, const PlainSet& members) {
     value.type = static_cast<std::uint32_t>(random.below(13));
     switch (value.type) {
     case 1:
-        value.string = random.text();
+        value.string = randomText(random);
         break;
     case 2:
         value.boolean = random.oneIn(2);
@@ -61,107 +61,111 @@ PlainProperty randomProperty(Random& random, const PlainSet& members) {
     return plain;
 }
 
-struct Modelled {
+/// A set, the list that it must be equal to, and its expected capacity.
+struct ModeledSet {
     IFC2X3PropertySet set;
     PlainSet plain;
     std::size_t capacity = 0;
 
-    void noteAppended(const PlainProperty& property) {
+    void append(const IFC2X3Property& property, const PlainProperty& plainProperty) {
+        set.addProperty(property);
         if (plain.size() == capacity)
             capacity += 50;
-        plain.push_back(property);
+        plain.push_back(plainProperty);
     }
 
-    void noteCopyOf(const Modelled& other) {
-        plain = other.plain;
+    void assign(const IFC2X3PropertySet& other, const PlainSet& plainOther) {
+        plain = PlainSet(plainOther);
         capacity = plain.size();
+        set = other;
+    }
+
+    void clear() {
+        set.clear();
+        plain.clear();
     }
 };
 
-/// Does one operation at random.
+/// Appends a property of a set, which may be the target itself.
+void appendMember(Random& random, ModeledSet& target, const ModeledSet& other) {
+    if (other.plain.empty())
+        return;
+    const std::size_t index = random.below(other.plain.size());
+    const PlainProperty plain = other.plain[index];
+    if (sizeOf(plain.members) < 200)
+        target.append(other.set.getProperty(static_cast<unsigned>(index)), plain);
+}
+
+/// Assigns the nested set of a property.
+void assignNestedSet(Random& random, ModeledSet& target, const ModeledSet& other) {
+    if (other.plain.empty())
+        return;
+    const std::size_t index = random.below(other.plain.size());
+    const PlainSet plain = other.plain[index].members;
+    target.assign(other.set.getProperty(static_cast<unsigned>(index)).getPropertyComplex().getPropertySet(), plain);
+}
+
+/// Appends one new property or, to exceed the growth step, many of them.
+void appendRandom(Random& random, ModeledSet& target, const ModeledSet& other) {
+    const std::size_t count = random.oneIn(10) ? 60 : 1;
+    for (std::size_t i = 0; i < count; ++i) {
+        PlainProperty plain = randomProperty(random, sizeOf(other.plain) < 40 ? other.plain : PlainSet{});
+        const Overload overload = random.oneIn(2) ? Overload::Texts : Overload::Pointers;
+        if (overload == Overload::Texts)
+            plain.value.string = untilNul(plain.value.string);
+        target.append(build(plain, overload), plain);
+    }
+}
+
+/// Does one random operation.
 /// @return the set that it changed.
-Modelled& step(Random& random, std::array<Modelled, 4>& all) {
-    Modelled& target = all[random.below(all.size())];
-    const Modelled& other = all[random.below(all.size())];
+ModeledSet& step(Random& random, std::array<ModeledSet, 4>& all) {
+    ModeledSet& target = all[random.below(all.size())];
+    const ModeledSet& other = all[random.below(all.size())];
     switch (random.below(20)) {
     case 0:
-        if (random.oneIn(3)) {
-            target.set.clear();
-            target.plain.clear();
-        }
+        if (random.oneIn(3))
+            target.clear();
         break;
     case 1:
-        if (&target != &other) {
-            target.set = other.set;
-            target.noteCopyOf(other);
-        }
+        if (&target != &other)
+            target.assign(other.set, other.plain);
         break;
-    case 2: { // through a copy, so to itself too
-        const IFC2X3PropertySet copy(other.set);
-        target.set = copy;
-        target.noteCopyOf(other);
+    case 2: // a copy, so that a set may also be assigned to itself
+        target.assign(IFC2X3PropertySet(other.set), other.plain);
         break;
-    }
     case 3:
     case 4:
-        if (!other.plain.empty()) { // its own too
-            const std::size_t index = random.below(other.plain.size());
-            if (sizeOf(other.plain[index].members) < 200) {
-                const PlainProperty plain = other.plain[index];
-                target.set.addProperty(other.set.getProperty(static_cast<unsigned>(index)));
-                target.noteAppended(plain);
-            }
-        }
+        appendMember(random, target, other);
         break;
     case 5:
-        if (!other.plain.empty()) { // one level down
-            const std::size_t index = random.below(other.plain.size());
-            const IFC2X3PropertySet& nested =
-                other.set.getProperty(static_cast<unsigned>(index)).getPropertyComplex().getPropertySet();
-            const PlainSet plain = other.plain[index].members;
-            target.set = nested;
-            target.plain = plain;
-            target.capacity = plain.size();
-        }
+        assignNestedSet(random, target, other);
         break;
-    default: {
-        // Many in a row, to cross the steps of growth.
-        const std::size_t count = random.oneIn(10) ? 60 : 1;
-        for (std::size_t i = 0; i < count; ++i) {
-            PlainProperty plain = randomProperty(random, sizeOf(other.plain) < 40 ? other.plain : PlainSet{});
-            const Overload overload = random.oneIn(2) ? Overload::Texts : Overload::Pointers;
-            if (overload == Overload::Texts)
-                plain.value.string = untilNul(plain.value.string);
-            target.set.addProperty(build(plain, overload));
-            target.noteAppended(plain);
-        }
-    }
+    default:
+        appendRandom(random, target, other);
     }
     return target;
 }
 
-void check(const Modelled& modelled) {
-    ASSERT_EQ(difference(modelled.set, modelled.plain), "");
-    ASSERT_EQ(capacityOf(modelled.set), modelled.capacity);
-    ASSERT_EQ(modelled.set.getProperty(modelled.set.getCount()).getType(), 0u);
+void check(const ModeledSet& modeled) {
+    ASSERT_EQ(difference(modeled.set, modeled.plain), "");
+    ASSERT_EQ(capacityOf(modeled.set), modeled.capacity);
+    ASSERT_EQ(modeled.set.getProperty(modeled.set.getCount()).getType(), 0u);
 }
 
-TEST(PropertySet, DoesWhatAPlainListDoes) {
-    for (std::uint32_t seed = 1; seed <= 12; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+TEST(PropertySet, BehavesLikePlainList) {
+    for (std::uint64_t seed = 1; seed <= 12; ++seed) {
         Random random(seed);
-        std::array<Modelled, 4> all;
+        std::array<ModeledSet, 4> all;
         for (int i = 0; i < 250; ++i) {
             SCOPED_TRACE("step " + std::to_string(i));
-            Modelled& changed = step(random, all);
+            ModeledSet& changed = step(random, all);
             check(changed);
-            if (sizeOf(changed.plain) > 600) {
-                changed.set.clear();
-                changed.plain.clear();
-            }
-            if (i % 10 == 9) // nothing else has changed
-                for (const Modelled& modelled : all)
-                    check(modelled);
+            if (sizeOf(changed.plain) > 600)
+                changed.clear();
+            if (i % 10 == 9) // the other sets are unchanged
+                for (const ModeledSet& modeled : all)
+                    check(modeled);
             if (testing::Test::HasFatalFailure())
                 return;
         }

@@ -1,4 +1,4 @@
-// What a debugger sees of getters and factories that are used wrongly: one break for each of them, without a word.
+// Breaks into a debugger: one for each getter and factory on its first wrong value type, without a message.
 
 #include <Velmor/IFCProperties.h>
 
@@ -26,25 +26,25 @@ using ValueType = Value::ValueType_t;
 
 const WideChar name[] = {'n', 0};
 
-/// A value of any type, with every field neutral.
+/// A value of any type with default fields.
 Value valueOf(std::uint32_t type) {
     Value value = createPropertySingleValueBoolean(name, name, false).getPropertySingleValue();
     std::memcpy(static_cast<void*>(&value), &type, sizeof type);
     return value;
 }
 
-/// Ends the scenario with an error when something answered wrongly.
+/// Ends the scenario with exit code 1 if a condition is false.
 void require(bool condition, const std::string& what) {
     if (!condition) {
-        std::fprintf(stderr, "wrong: %s\n", what.c_str());
+        std::fprintf(stderr, "failed: %s\n", what.c_str());
         std::exit(1);
     }
 }
 
 struct Getter {
     const char* name;
-    std::vector<std::uint32_t> types; // those that it is for
-    bool (*givesNeutral)(const Value& value);
+    std::vector<std::uint32_t> types; ///< The types that it fits.
+    bool (*returnsDefault)(const Value& value);
 };
 
 const std::vector<Getter>& getters() {
@@ -61,22 +61,22 @@ const std::vector<Getter>& getters() {
     return all;
 }
 
-bool isFor(const Getter& getter, std::uint32_t type) {
+bool fits(const Getter& getter, std::uint32_t type) {
     return std::count(getter.types.begin(), getter.types.end(), type) != 0;
 }
 
 void call(const Getter& getter, std::uint32_t type) {
-    require(getter.givesNeutral(valueOf(type)), getter.name + (" on type " + std::to_string(type)));
+    require(getter.returnsDefault(valueOf(type)), getter.name + (" on type " + std::to_string(type)));
 }
 
-/// A type that the getter is not for.
+/// A type that the getter does not fit.
 std::uint32_t wrongTypeOf(const Getter& getter) {
-    return isFor(getter, 2) ? 3 : 2;
+    return fits(getter, 2) ? 3 : 2;
 }
 
 struct Factory {
     const char* name;
-    std::vector<std::uint32_t> types; // those that it takes
+    std::vector<std::uint32_t> types; ///< The types that it accepts.
     Property (*byText)(std::uint32_t type);
     Property (*byPointer)(std::uint32_t type);
 };
@@ -105,7 +105,7 @@ const std::vector<Factory>& factories() {
     return all;
 }
 
-bool takes(const Factory& factory, std::uint32_t type) {
+bool accepts(const Factory& factory, std::uint32_t type) {
     return std::count(factory.types.begin(), factory.types.end(), type) != 0;
 }
 
@@ -119,7 +119,7 @@ ScenarioRun runOnType(const char* scenario, std::uint32_t type) {
     return runUnderDebugger(scenario, {"VELMOR_TEST_TYPE=" + std::to_string(type)});
 }
 
-/// A scenario ran to its end, broke so often and said nothing.
+/// Checks that a scenario succeeded silently with this number of breaks.
 void expectBreaks(const ScenarioRun& run, std::ptrdiff_t breaks) {
     EXPECT_TRUE(run.exited);
     EXPECT_EQ(run.exitCode, 0u) << run.error;
@@ -129,22 +129,22 @@ void expectBreaks(const ScenarioRun& run, std::ptrdiff_t breaks) {
     EXPECT_EQ(run.error, "");
 }
 
-VELMOR_SCENARIO(EveryGetterOnOneType) {
+VELMOR_SCENARIO(EachGetterOnOneType) {
     for (int round = 0; round < 3; ++round)
         for (const Getter& getter : getters())
             call(getter, givenType());
 }
 
-TEST(PropertyReports, EveryGetterBreaksOnceOnEveryTypeThatItIsNotFor) {
+TEST(PropertyReports, EachGetterBreaksOnceOnEachWrongType) {
     for (const std::uint32_t type : valueTypes) {
         SCOPED_TRACE(type);
         expectBreaks(
-            runOnType("EveryGetterOnOneType", type),
-            std::count_if(getters().begin(), getters().end(), [&](const Getter& getter) { return !isFor(getter, type); }));
+            runOnType("EachGetterOnOneType", type),
+            std::count_if(getters().begin(), getters().end(), [&](const Getter& getter) { return !fits(getter, type); }));
     }
 }
 
-VELMOR_SCENARIO(OneGetterOnEveryType) {
+VELMOR_SCENARIO(OneGetterOnAllTypes) {
     const auto& all = getters();
     const auto found = std::find_if(all.begin(), all.end(),
                                     [](const Getter& getter) { return getter.name == setting("VELMOR_TEST_GETTER"); });
@@ -153,46 +153,46 @@ VELMOR_SCENARIO(OneGetterOnEveryType) {
         call(*found, type);
 }
 
-TEST(PropertyReports, AGetterBreaksOnceOnWhateverTypes) {
+TEST(PropertyReports, GetterBreaksOnceForAllTypes) {
     for (const Getter& getter : getters()) {
         SCOPED_TRACE(getter.name);
-        expectBreaks(runUnderDebugger("OneGetterOnEveryType", {std::string("VELMOR_TEST_GETTER=") + getter.name}), 1);
+        expectBreaks(runUnderDebugger("OneGetterOnAllTypes", {std::string("VELMOR_TEST_GETTER=") + getter.name}), 1);
     }
 }
 
-VELMOR_SCENARIO(EveryGetterOnceWrongly) {
+VELMOR_SCENARIO(EachGetterOnceOnWrongType) {
     for (const Getter& getter : getters())
         call(getter, wrongTypeOf(getter));
 }
 
-VELMOR_SCENARIO(EveryGetterOftenWrongly) {
+VELMOR_SCENARIO(EachGetterOftenOnWrongType) {
     for (int round = 0; round < 5; ++round)
         for (const Getter& getter : getters())
             call(getter, wrongTypeOf(getter));
 }
 
-TEST(PropertyReports, EveryGetterHasAFlagOfItsOwn) {
-    expectBreaks(runUnderDebugger("EveryGetterOnceWrongly"), 8);
-    expectBreaks(runUnderDebugger("EveryGetterOftenWrongly"), 8);
+TEST(PropertyReports, EachGetterHasItsOwnFlag) {
+    expectBreaks(runUnderDebugger("EachGetterOnceOnWrongType"), 8);
+    expectBreaks(runUnderDebugger("EachGetterOftenOnWrongType"), 8);
 }
 
-VELMOR_SCENARIO(EveryGetterRightly) {
+VELMOR_SCENARIO(EachGetterOnRightType) {
     for (const Getter& getter : getters())
         for (const std::uint32_t type : getter.types)
             call(getter, type);
 }
 
-TEST(PropertyReports, AGetterOfTheRightTypeDoesNotBreak) {
-    expectBreaks(runUnderDebugger("EveryGetterRightly"), 0);
+TEST(PropertyReports, GetterDoesNotBreakOnRightType) {
+    expectBreaks(runUnderDebugger("EachGetterOnRightType"), 0);
 }
 
-VELMOR_SCENARIO(EveryGetterRightlyThenWrongly) {
-    velmorScenarioEveryGetterRightly();
-    velmorScenarioEveryGetterOnceWrongly();
+VELMOR_SCENARIO(EachGetterOnRightThenWrongType) {
+    velmorScenarioEachGetterOnRightType();
+    velmorScenarioEachGetterOnceOnWrongType();
 }
 
-TEST(PropertyReports, AGetterOfTheRightTypeLeavesTheFlagAlone) {
-    expectBreaks(runUnderDebugger("EveryGetterRightlyThenWrongly"), 8);
+TEST(PropertyReports, GetterOnRightTypeDoesNotSetFlag) {
+    expectBreaks(runUnderDebugger("EachGetterOnRightThenWrongType"), 8);
 }
 
 VELMOR_SCENARIO(BothStringGetters) {
@@ -203,7 +203,7 @@ VELMOR_SCENARIO(BothStringGetters) {
     value.getStringValue2();
 }
 
-TEST(PropertyReports, TheTwoFormsOfTheStringGetterHaveTwoFlags) {
+TEST(PropertyReports, BothStringGettersHaveTheirOwnFlag) {
     expectBreaks(runUnderDebugger("BothStringGetters"), 2);
 }
 
@@ -233,22 +233,23 @@ TEST(PropertyReports, AnglesWrongKindsAndWrongIndexesDoNotBreak) {
     expectBreaks(runUnderDebugger("SilentAccess"), 0);
 }
 
-VELMOR_SCENARIO(EveryFactoryOfOneType) {
+VELMOR_SCENARIO(EachFactoryOnOneType) {
     for (int round = 0; round < 3; ++round)
         for (const Factory& factory : factories())
             for (const auto create : {factory.byText, factory.byPointer}) {
                 const Property property = create(givenType());
-                require(property.getPropertySingleValue().getValueType() == (takes(factory, givenType()) ? givenType() : 0),
+                require(property.getPropertySingleValue().getValueType() ==
+                            (accepts(factory, givenType()) ? givenType() : 0),
                         factory.name);
             }
 }
 
-TEST(PropertyReports, EveryFactoryBreaksOnceForEveryTypeThatItDoesNotTake) {
+TEST(PropertyReports, EachFactoryBreaksOnceOnEachRejectedType) {
     for (const std::uint32_t type : valueTypes) {
         SCOPED_TRACE(type);
-        expectBreaks(runOnType("EveryFactoryOfOneType", type),
+        expectBreaks(runOnType("EachFactoryOnOneType", type),
                      std::count_if(factories().begin(), factories().end(),
-                                   [&](const Factory& factory) { return !takes(factory, type); }));
+                                   [&](const Factory& factory) { return !accepts(factory, type); }));
     }
 }
 
@@ -272,7 +273,7 @@ VELMOR_SCENARIO(RejectByPointerFirst) {
     }
 }
 
-TEST(PropertyReports, TheOverloadsOfAFactoryShareOneFlag) {
+TEST(PropertyReports, OverloadsOfFactoryShareOneFlag) {
     for (const Factory& factory : factories()) {
         SCOPED_TRACE(factory.name);
         const std::vector<std::string> environment{std::string("VELMOR_TEST_FACTORY=") + factory.name};
@@ -281,37 +282,37 @@ TEST(PropertyReports, TheOverloadsOfAFactoryShareOneFlag) {
     }
 }
 
-VELMOR_SCENARIO(RejectByEveryFactory) {
+VELMOR_SCENARIO(RejectByEachFactory) {
     for (int round = 0; round < 3; ++round)
         for (const Factory& factory : factories())
             factory.byPointer(1);
 }
 
-TEST(PropertyReports, EveryFactoryHasAFlagOfItsOwn) {
-    expectBreaks(runUnderDebugger("RejectByEveryFactory"), 3);
+TEST(PropertyReports, EachFactoryHasItsOwnFlag) {
+    expectBreaks(runUnderDebugger("RejectByEachFactory"), 3);
 }
 
-VELMOR_SCENARIO(RejectThenReadTheReal) {
+VELMOR_SCENARIO(RejectThenReadReal) {
     for (const Factory& factory : factories())
         require(factory.byPointer(12).getPropertySingleValue().getRealValue() == 0.0, factory.name);
 }
 
-TEST(PropertyReports, TheRealOfARejectedNumberIsReadWithoutABreak) {
-    expectBreaks(runUnderDebugger("RejectThenReadTheReal"), 3);
+TEST(PropertyReports, GetRealValueDoesNotBreakOnRejectedNumber) {
+    expectBreaks(runUnderDebugger("RejectThenReadReal"), 3);
 }
 
-VELMOR_SCENARIO(RejectThenReadWrongly) {
-    velmorScenarioRejectThenReadTheReal();
-    velmorScenarioEveryGetterOftenWrongly();
-    velmorScenarioRejectThenReadTheReal();
+VELMOR_SCENARIO(RejectThenReadWrongTypes) {
+    velmorScenarioRejectThenReadReal();
+    velmorScenarioEachGetterOftenOnWrongType();
+    velmorScenarioRejectThenReadReal();
 }
 
-TEST(PropertyReports, FactoriesAndGettersShareNoFlag) {
-    expectBreaks(runUnderDebugger("RejectThenReadWrongly"), 3 + 8);
+TEST(PropertyReports, FactoriesAndGettersHaveSeparateFlags) {
+    expectBreaks(runUnderDebugger("RejectThenReadWrongTypes"), 3 + 8);
 }
 
-TEST(PropertyReports, WithoutADebuggerNothingBreaks) {
-    for (const char* scenario : {"RejectThenReadWrongly", "EveryGetterOnceWrongly", "SilentAccess"})
+TEST(PropertyReports, NothingBreaksWithoutDebugger) {
+    for (const char* scenario : {"RejectThenReadWrongTypes", "EachGetterOnceOnWrongType", "SilentAccess"})
         expectBreaks(runAlone(scenario), 0);
 }
 

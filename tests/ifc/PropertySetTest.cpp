@@ -1,4 +1,4 @@
-// How sets of properties grow, are cleared, copied and read.
+// Sets of properties: growth, clearing, copies, access and layout.
 
 #include "ifc/PlainProperty.h"
 
@@ -25,14 +25,14 @@ static_assert(!std::is_polymorphic_v<Set>);
 static_assert(std::is_same_v<decltype(std::declval<const Set&>().getCount()), unsigned int>);
 static_assert(std::is_same_v<decltype(std::declval<const Set&>().getProperty(0)), const IFC2X3Property&>);
 
-TEST(PropertySet, IsBornEmptyWithoutAnArray) {
+TEST(PropertySet, IsEmptyWithoutArrayByDefault) {
     const Set set;
     EXPECT_EQ(set.getCount(), 0u);
     EXPECT_EQ(capacityOf(set), 0u);
     EXPECT_EQ(itemsOf(set), nullptr);
 }
 
-TEST(PropertySet, IsLaidOutAsTold) {
+TEST(PropertySet, HasFixedLayout) {
     const Set set = build(plainIntegers(3));
     EXPECT_EQ(fieldAt<std::uint32_t>(set, 0), 3u);
     EXPECT_EQ(fieldAt<std::uint32_t>(set, 4), 50u);
@@ -41,13 +41,13 @@ TEST(PropertySet, IsLaidOutAsTold) {
         EXPECT_EQ(items[i], &set.getProperty(i));
 }
 
-TEST(PropertySet, KeepsPropertiesInTheOrderInWhichTheyCame) {
+TEST(PropertySet, KeepsOrderOfInsertion) {
     PlainSet plain{plainString(VELMOR_WIDE("z"), longText(40)), plainReal(VELMOR_WIDE("a"), 1),
                    plainComplex(VELMOR_WIDE("m"), plainNest(2)), plainReal(VELMOR_WIDE("a"), 1)};
-    EXPECT_EQ(difference(build(plain), plain), "") << "a second one of the same name too";
+    EXPECT_EQ(difference(build(plain), plain), "") << "a name may occur twice";
 }
 
-TEST(PropertySet, AddsACopyOfItsOwn) {
+TEST(PropertySet, OwnsCopyOfAddedProperty) {
     Set set;
     const PlainProperty plain = plainComplex(VELMOR_WIDE("c"), plainNest(3));
     {
@@ -59,7 +59,7 @@ TEST(PropertySet, AddsACopyOfItsOwn) {
     EXPECT_EQ(difference(set, {plain}), "");
 }
 
-TEST(PropertySet, HoldsAPropertyWithoutContentToo) {
+TEST(PropertySet, AcceptsPropertyWithoutContent) {
     const Set empty;
     Set set;
     set.addProperty(empty.getProperty(0));
@@ -69,7 +69,7 @@ TEST(PropertySet, HoldsAPropertyWithoutContentToo) {
     EXPECT_EQ(set.getProperty(0).getName()[0], 0);
 }
 
-TEST(PropertySet, GrowsByFiftyPlaces) {
+TEST(PropertySet, GrowsByFiftySlots) {
     Set set;
     const IFC2X3Property property = build(plainInteger(VELMOR_WIDE("n"), 1));
     for (unsigned count = 1; count <= 260; ++count) {
@@ -78,12 +78,12 @@ TEST(PropertySet, GrowsByFiftyPlaces) {
         ASSERT_EQ(set.getCount(), count);
         ASSERT_EQ(capacityOf(set), (count + 49) / 50 * 50);
         if (first != nullptr) {
-            ASSERT_EQ(&set.getProperty(0), first) << "references last while the set grows";
+            ASSERT_EQ(&set.getProperty(0), first) << "a reference is valid while the set grows";
         }
     }
 }
 
-TEST(PropertySet, ACopyHasAPlaceForEachPropertyAndNoMore) {
+TEST(PropertySet, CopyHasNoSpareSlots) {
     for (const unsigned count : {0u, 1u, 7u, 49u, 50u, 51u, 99u, 100u, 101u, 260u}) {
         SCOPED_TRACE(count);
         const Set source = build(plainIntegers(count));
@@ -102,7 +102,7 @@ TEST(PropertySet, ACopyHasAPlaceForEachPropertyAndNoMore) {
     }
 }
 
-TEST(PropertySet, AfterACopyItGrowsByFiftyFromItsOwnCapacity) {
+TEST(PropertySet, CopyGrowsByFiftyFromItsOwnCapacity) {
     const Set source = build(plainIntegers(7));
     Set copy(source);
     const IFC2X3Property property = build(plainInteger(VELMOR_WIDE("n"), 1));
@@ -113,7 +113,7 @@ TEST(PropertySet, AfterACopyItGrowsByFiftyFromItsOwnCapacity) {
     EXPECT_EQ(capacityOf(Set(copy)), 108u);
 }
 
-TEST(PropertySet, ClearKeepsTheArrayForThoseToCome) {
+TEST(PropertySet, ClearKeepsArray) {
     for (const unsigned count : {1u, 50u, 51u, 120u}) {
         SCOPED_TRACE(count);
         Set set = build(plainIntegers(count));
@@ -135,7 +135,7 @@ TEST(PropertySet, ClearKeepsTheArrayForThoseToCome) {
     }
 }
 
-TEST(PropertySet, ClearingAnEmptySetIsHarmless) {
+TEST(PropertySet, CanBeClearedWhenEmpty) {
     Set set;
     set.clear();
     set.clear();
@@ -144,7 +144,7 @@ TEST(PropertySet, ClearingAnEmptySetIsHarmless) {
     EXPECT_EQ(itemsOf(set), nullptr);
 }
 
-TEST(PropertySet, ACopyOfAClearedSetHasNoPlaces) {
+TEST(PropertySet, CopyOfClearedSetHasNoSlots) {
     Set source = build(plainIntegers(60));
     source.clear();
     Set copy(source);
@@ -155,7 +155,7 @@ TEST(PropertySet, ACopyOfAClearedSetHasNoPlaces) {
     EXPECT_EQ(capacityOf(copy), 50u);
 }
 
-TEST(PropertySet, AssignmentReplacesWhatWasThere) {
+TEST(PropertySet, AssignmentReplacesContent) {
     const PlainSet contents[] = {{}, plainIntegers(1), plainIntegers(51), plainNest(5), plainNest(1)};
     for (const PlainSet& before : contents)
         for (const PlainSet& after : contents) {
@@ -170,7 +170,7 @@ TEST(PropertySet, AssignmentReplacesWhatWasThere) {
         }
 }
 
-TEST(PropertySet, CopiesAreIndependentOfTheirSource) {
+TEST(PropertySet, CopyIsIndependentOfItsSource) {
     Set source = build(plainNest(4));
     Set copy(source);
     Set copyOfCopy(copy);
@@ -182,7 +182,7 @@ TEST(PropertySet, CopiesAreIndependentOfTheirSource) {
     EXPECT_EQ(source.getCount(), 0u);
 }
 
-TEST(PropertySet, AMoveIsACopy) {
+TEST(PropertySet, MoveIsCopy) {
     Set source = build(plainNest(4));
     const std::set<const void*> blocks = blocksOf(source);
     const Set constructed(std::move(source));
@@ -196,7 +196,7 @@ TEST(PropertySet, AMoveIsACopy) {
     EXPECT_EQ(difference(assigned, plainNest(4)), "");
 }
 
-TEST(PropertySet, AnIndexBehindTheLastGivesOneSharedPropertyWithoutContent) {
+TEST(PropertySet, ReturnsSharedDefaultForIndexOutOfRange) {
     const Set empty;
     const Set three = build(plainIntegers(3));
     Set cleared = build(plainIntegers(3));
@@ -221,7 +221,7 @@ TEST(PropertySet, AnIndexBehindTheLastGivesOneSharedPropertyWithoutContent) {
     }
 }
 
-TEST(PropertySet, TakesAPropertyOfItsOwnAcrossEveryStepOfGrowth) {
+TEST(PropertySet, CanAppendItsOwnPropertyWhileGrowing) {
     PlainSet plain{plainComplex(VELMOR_WIDE("own"), plainNest(2)), plainString(VELMOR_WIDE("s"), longText(90))};
     Set set = build(plain);
     for (unsigned count = 2; count < 155; ++count) {
@@ -231,7 +231,7 @@ TEST(PropertySet, TakesAPropertyOfItsOwnAcrossEveryStepOfGrowth) {
     }
     EXPECT_EQ(difference(set, plain), "");
     EXPECT_EQ(capacityOf(set), 200u);
-    Set exact(set); // full, so the very next one makes it grow
+    Set exact(set); // no spare slots, so the next append makes it grow
     exact.addProperty(exact.getProperty(0));
     plain.push_back(PlainProperty(plain[0]));
     EXPECT_EQ(difference(exact, plain), "");
@@ -239,33 +239,33 @@ TEST(PropertySet, TakesAPropertyOfItsOwnAcrossEveryStepOfGrowth) {
     EXPECT_FALSE(shareBlocks(blocksOf(exact.getProperty(155)), blocksOf(exact.getProperty(0))));
 }
 
-TEST(PropertySet, TakesAPropertyFromInsideItsOwnContent) {
+TEST(PropertySet, CanAppendPropertyOfItsNestedSet) {
     PlainSet plain{plainComplex(VELMOR_WIDE("own"), plainNest(3))};
-    Set set(build(plain)); // grows at once
-    set = Set(set);
+    Set set(build(plain));
+    set = Set(set); // no spare slots, so the next append makes it grow
     ASSERT_EQ(capacityOf(set), 1u);
     set.addProperty(set.getProperty(0).getPropertyComplex().getPropertySet().getProperty(1));
     plain.push_back(PlainProperty(plain[0].members[1]));
     EXPECT_EQ(difference(set, plain), "");
 }
 
-TEST(PropertySet, AssignmentToItselfDoesNoHarm) {
+TEST(PropertySet, SelfAssignmentKeepsContent) {
     for (const PlainSet& plain : {PlainSet{}, plainNest(3), plainIntegers(51)}) {
         Set set = build(plain);
         const Set& same = set;
         set = same;
         EXPECT_EQ(difference(set, plain), "");
-        EXPECT_GE(capacityOf(set), plain.size()) << "spare places may be gone";
+        EXPECT_GE(capacityOf(set), plain.size()) << "spare slots may be released";
     }
 }
 
-TEST(PropertySet, MayBeAssignedFromInsideItsOwnContent) {
+TEST(PropertySet, CanBeAssignedFromItsNestedSet) {
     Set set = build(plainNest(3));
     set = set.getProperty(1).getPropertyComplex().getPropertySet();
     EXPECT_EQ(difference(set, plainNest(2)), "");
 }
 
-TEST(PropertySet, AHundredThousandEntriesPass) {
+TEST(PropertySet, Holds100000Properties) {
     constexpr unsigned count = 100000;
     const auto set = std::make_unique<Set>();
     const WideString name = longText(10000);

@@ -1,4 +1,4 @@
-// Properties on several threads: the shared neutral objects are made once, and threads with sets of their own do not meet.
+// Properties on several threads: creation of the shared default objects, independent sets, and one-shot breaks.
 
 #include "ifc/OnThreads.h"
 #include "ifc/PlainProperty.h"
@@ -17,59 +17,59 @@ using namespace velmor_tests;
 
 namespace {
 
-/// The shared objects as one thread sees them.
-struct Shared {
+/// The addresses of the shared default objects that one thread receives.
+struct SharedDefaults {
     const void* property = nullptr;
     const void* value = nullptr;
     const void* complex = nullptr;
     const void* text = nullptr;
-    bool neutral = false;
+    bool areDefaults = false;
 
-    bool operator==(const Shared& other) const {
+    bool operator==(const SharedDefaults& other) const {
         return property == other.property && value == other.value && complex == other.complex && text == other.text &&
-               neutral == other.neutral;
+               areDefaults == other.areDefaults;
     }
 };
 
-Shared sharedObjects() {
+SharedDefaults sharedDefaults() {
     const IFC2X3PropertySet set;
     const IFC2X3Property& property = set.getProperty(0);
     const IFC2X3PropertySingleValue& value = property.getPropertySingleValue();
     const IFC2X3PropertyComplex& complex = property.getPropertyComplex();
     const WideString& text = value.getAsString();
-    const bool neutral = property.getType() == 0 && property.getName()[0] == 0 && property.getDescription()[0] == 0 &&
-                         difference(value, PlainValue{}).empty() && complex.getUsageName()[0] == 0 &&
-                         complex.getPropertySet().getCount() == 0 && text.empty();
-    return {&property, &value, &complex, &text, neutral};
+    const bool areDefaults = property.getType() == 0 && property.getName()[0] == 0 && property.getDescription()[0] == 0 &&
+                             difference(value, PlainValue{}).empty() && complex.getUsageName()[0] == 0 &&
+                             complex.getPropertySet().getCount() == 0 && text.empty();
+    return {&property, &value, &complex, &text, areDefaults};
 }
 
-VELMOR_SCENARIO(FirstUseOfTheSharedObjects) {
-    Shared seen[threadCount];
-    onThreads([&](unsigned i) { seen[i] = sharedObjects(); });
-    for (const Shared& one : seen)
-        if (!one.neutral || !(one == seen[0])) {
-            std::fputs("the threads saw different objects\n", stderr);
+VELMOR_SCENARIO(FirstUseOfSharedDefaults) {
+    SharedDefaults seen[threadCount];
+    onThreads([&](unsigned i) { seen[i] = sharedDefaults(); });
+    for (const SharedDefaults& one : seen)
+        if (!one.areDefaults || !(one == seen[0])) {
+            std::fputs("the threads received different objects\n", stderr);
             std::exit(1);
         }
 }
 
-TEST(PropertyThreads, TheSharedObjectsAreMadeOnceByThreadsThatRace) {
+TEST(PropertyThreads, RacingThreadsCreateSharedDefaultsOnce) {
     for (int run = 0; run < 8; ++run) {
-        const ScenarioRun scenario = runAlone("FirstUseOfTheSharedObjects");
+        const ScenarioRun scenario = runAlone("FirstUseOfSharedDefaults");
         EXPECT_TRUE(scenario.exited);
         EXPECT_EQ(scenario.exitCode, 0u) << scenario.error;
     }
 }
 
-TEST(PropertyThreads, TheSharedObjectsAreTheSameForEveryThread) {
-    const Shared here = sharedObjects();
-    EXPECT_TRUE(here.neutral);
+TEST(PropertyThreads, AllThreadsReceiveSameDefaults) {
+    const SharedDefaults here = sharedDefaults();
+    EXPECT_TRUE(here.areDefaults);
     std::atomic<unsigned> same{0};
-    onThreads([&](unsigned) { same += sharedObjects() == here ? 1 : 0; });
+    onThreads([&](unsigned) { same += sharedDefaults() == here ? 1 : 0; });
     EXPECT_EQ(same, threadCount);
 }
 
-TEST(PropertyThreads, ThreadsWithSetsOfTheirOwnDoNotMeet) {
+TEST(PropertyThreads, ThreadsUseTheirOwnSetsIndependently) {
     std::string differences[threadCount];
     onThreads([&](unsigned i) {
         const PlainSet plain{plainComplex(VELMOR_WIDE("c"), plainNest(i)), plainString(VELMOR_WIDE("s"), longText(50 * i))};
@@ -86,7 +86,7 @@ TEST(PropertyThreads, ThreadsWithSetsOfTheirOwnDoNotMeet) {
         EXPECT_EQ(one, "");
 }
 
-VELMOR_SCENARIO(WrongUseOnSeveralThreads) {
+VELMOR_SCENARIO(WrongTypesOnSeveralThreads) {
     onThreads([](unsigned) {
         const WideChar name[] = {'n', 0};
         using Value = IFC2X3PropertySingleValue;
@@ -107,15 +107,15 @@ VELMOR_SCENARIO(WrongUseOnSeveralThreads) {
     });
 }
 
-TEST(PropertyThreads, WrongUseOnSeveralThreadsIsHarmless) {
-    const ScenarioRun alone = runAlone("WrongUseOnSeveralThreads");
+TEST(PropertyThreads, WrongTypesOnSeveralThreadsAreHarmless) {
+    const ScenarioRun alone = runAlone("WrongTypesOnSeveralThreads");
     EXPECT_TRUE(alone.exited);
     EXPECT_EQ(alone.exitCode, 0u) << alone.error;
-    const ScenarioRun debugged = runUnderDebugger("WrongUseOnSeveralThreads");
+    const ScenarioRun debugged = runUnderDebugger("WrongTypesOnSeveralThreads");
     EXPECT_TRUE(debugged.exited);
     EXPECT_EQ(debugged.exitCode, 0u) << debugged.error;
     EXPECT_GE(debugged.breaks, 11);
-    EXPECT_LE(debugged.breaks, 11 * static_cast<int>(threadCount)); // threads that race may break more than once
+    EXPECT_LE(debugged.breaks, 11 * static_cast<int>(threadCount)); // racing threads may break more than once per flag
     EXPECT_EQ(debugged.channel, "");
     EXPECT_EQ(debugged.output, "");
 }

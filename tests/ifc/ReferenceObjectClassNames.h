@@ -1,6 +1,6 @@
 #pragma once
 
-// The classes of each format, with their numbers and names.
+// The expected classes of each format, with their numbers and names.
 
 #include <Velmor/ReferenceObjectClass.h>
 

@@ -15,7 +15,7 @@ using namespace velmor_tests;
 
 namespace {
 
-/// An enumeration of classes holds any 32-bit value, unsigned.
+/// The enumerations can hold any unsigned 32-bit number.
 template <class... Classes>
 constexpr bool holdAnyNumber = (std::is_same_v<std::underlying_type_t<Classes>, std::uint32_t> && ...);
 static_assert(holdAnyNumber<DGN, DWG, IFC, KX>);
@@ -30,7 +30,7 @@ static_assert(std::is_empty_v<ReferenceObjectClass>);
 static_assert(std::size(dgnClasses) == 12 && std::size(dwgClasses) == 49);
 static_assert(std::size(ifcClasses) == 243 && std::size(hostClasses) == 5);
 
-/// Asks for a class's name in a buffer of a size, and checks all that was written and that nothing else was.
+/// Writes the name of a class into a buffer of this size, and checks the buffer and the memory around it.
 template <class Class>
 void expectWrites(Class objectClass, const std::string& name, unsigned size) {
     constexpr std::size_t guard = 64;
@@ -49,7 +49,7 @@ void expectWrites(Class objectClass, const std::string& name, unsigned size) {
     }
 }
 
-/// The same for every size that cuts the name, for those just large enough, and for large ones.
+/// Writes the name into buffers of all sizes up to a sufficient one, and into some large ones.
 template <class Class>
 void expectWrites(Class objectClass, const std::string& name) {
     const auto length = static_cast<unsigned>(name.size());
@@ -63,13 +63,13 @@ template <class Class, std::size_t Count>
 void expectEveryRow(const ClassName<Class> (&rows)[Count]) {
     for (std::size_t i = 0; i < Count; ++i) {
         SCOPED_TRACE(i);
-        EXPECT_EQ(rows[i].value, i) << "a value is its position";
+        EXPECT_EQ(rows[i].value, i) << "the value is the index";
         EXPECT_EQ(static_cast<std::uint32_t>(rows[i].enumerator), i);
         expectWrites(static_cast<Class>(i), rows[i].name);
     }
 }
 
-/// No value from `end` on has a name.
+/// Checks that no value from `end` on has a name.
 template <class Class>
 void expectNoNameFrom(std::uint32_t end) {
     std::vector<std::uint32_t> values = {0xFFF,      0x1000,     0x1001,     0xFFFF,     0x10000,    0x10001,
@@ -91,37 +91,37 @@ std::string nameOf(auto objectClass) {
 
 } // namespace
 
-TEST(ReferenceObjectClass, EveryDgnClassHasItsName) {
+TEST(ReferenceObjectClass, WritesNameOfEachDgnClass) {
     expectEveryRow(dgnClasses);
 }
 
-TEST(ReferenceObjectClass, EveryDwgClassHasItsName) {
+TEST(ReferenceObjectClass, WritesNameOfEachDwgClass) {
     expectEveryRow(dwgClasses);
 }
 
-TEST(ReferenceObjectClass, EveryIfcClassHasItsName) {
+TEST(ReferenceObjectClass, WritesNameOfEachIfcClass) {
     expectEveryRow(ifcClasses);
 }
 
-TEST(ReferenceObjectClass, EveryHostClassHasItsName) {
+TEST(ReferenceObjectClass, WritesNameOfEachHostClass) {
     expectEveryRow(hostClasses);
 }
 
-TEST(ReferenceObjectClass, CadmaticIsNamedWhateverTheValue) {
+TEST(ReferenceObjectClass, WritesCadmaticForEveryValue) {
     for (const int value : {0, 1, -1, 2, 5, 11, 48, 242, 12345, -12345, 0x7FFFFFFE, INT_MAX, INT_MIN, INT_MIN + 1}) {
         SCOPED_TRACE(value);
         expectWrites(value, "cadmatic");
     }
 }
 
-TEST(ReferenceObjectClass, ValuesBeyondATableGiveTheEmptyText) {
+TEST(ReferenceObjectClass, WritesEmptyTextForValuesOutsideTable) {
     expectNoNameFrom<DGN>(12);
     expectNoNameFrom<DWG>(49);
     expectNoNameFrom<IFC>(243);
     expectNoNameFrom<KX>(5);
 }
 
-TEST(ReferenceObjectClass, NegativeValuesGiveTheEmptyText) {
+TEST(ReferenceObjectClass, WritesEmptyTextForNegativeValues) {
     for (int value = -300; value < 0; ++value) {
         SCOPED_TRACE(value);
         EXPECT_EQ(nameOf(static_cast<DGN>(value)), "");
@@ -131,7 +131,7 @@ TEST(ReferenceObjectClass, NegativeValuesGiveTheEmptyText) {
     }
 }
 
-TEST(ReferenceObjectClass, NullBufferIsTakenAndNothingWritten) {
+TEST(ReferenceObjectClass, AcceptsNullBuffer) {
     for (const unsigned size : {0u, 1u, 2u, 64u, 1024u, 5000u, 0x80000000u, 0xFFFFFFFFu}) {
         EXPECT_TRUE(ReferenceObjectClass::asString(7, nullptr, size));
         EXPECT_TRUE(ReferenceObjectClass::asString(DGN::DGNMESH, nullptr, size));
@@ -145,14 +145,14 @@ TEST(ReferenceObjectClass, NullBufferIsTakenAndNothingWritten) {
     }
 }
 
-TEST(ReferenceObjectClass, AlignmentIsThereTwice) {
+TEST(ReferenceObjectClass, TwoValuesAreNamedAlignment) {
     EXPECT_EQ(nameOf(static_cast<IFC>(193)), "IFCSTRUCTURALANALYSISMODEL");
     EXPECT_EQ(nameOf(static_cast<IFC>(194)), "IFCALIGNMENT");
     EXPECT_EQ(nameOf(static_cast<IFC>(195)), "IFCALIGNMENT");
     EXPECT_EQ(nameOf(static_cast<IFC>(196)), "IFCBOREHOLE");
 }
 
-TEST(ReferenceObjectClass, PrefixesOfDwgClassesDifferByTheirGroup) {
+TEST(ReferenceObjectClass, DwgClassesHaveDifferentPrefixes) {
     EXPECT_EQ(nameOf(static_cast<DWG>(5)), "ACPOLYFACEMESH");
     EXPECT_EQ(nameOf(static_cast<DWG>(6)), "ACAECDBMVBLOCKREF");
     EXPECT_EQ(nameOf(static_cast<DWG>(9)), "ACAECDBMASKBLOCKREF");
@@ -164,7 +164,7 @@ TEST(ReferenceObjectClass, PrefixesOfDwgClassesDifferByTheirGroup) {
     EXPECT_EQ(nameOf(static_cast<DWG>(49)), "");
 }
 
-TEST(ReferenceObjectClass, TheNumberOneIsAnotherClassInEachFormat) {
+TEST(ReferenceObjectClass, EachFormatHasItsOwnNumbers) {
     EXPECT_EQ(nameOf(1), "cadmatic");
     EXPECT_EQ(nameOf(static_cast<DGN>(1)), "DGNCELL");
     EXPECT_EQ(nameOf(static_cast<DWG>(1)), "ACBLOCKTABLE");
@@ -172,7 +172,7 @@ TEST(ReferenceObjectClass, TheNumberOneIsAnotherClassInEachFormat) {
     EXPECT_EQ(nameOf(static_cast<KX>(1)), "KXBEAM");
 }
 
-TEST(ReferenceObjectClass, SmallBufferHoldsWhatFits) {
+TEST(ReferenceObjectClass, CutsNameToBuffer) {
     char buffer[4] = {'#', '#', '#', '#'};
     EXPECT_TRUE(ReferenceObjectClass::asString(DGN::DGNCELL, buffer, 4));
     EXPECT_EQ(std::string(buffer, 4), std::string("DGN\0", 4));

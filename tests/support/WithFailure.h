@@ -50,8 +50,11 @@ struct Outcome {
     long kept = 0;        ///< Number of blocks that were taken and not given back.
 };
 
-/// Throws an exception: what the runtime keeps for its first one would pass for a leak.
+/// Throws an exception while malloc fails, so that the runtime allocates now what it needs for exceptions: per-thread data,
+/// and on Windows the mutex of its emergency pool. Otherwise that data would count as a leak, and the first exception
+/// without any memory would fail to lock the mutex, throw again, and overflow the stack.
 inline void throwOnce() {
+    const FailAllocation fail(1);
     try {
         throw std::bad_alloc();
     } catch (const std::bad_alloc&) {

@@ -1,11 +1,9 @@
-#include "ifc/PropertySetTemplates.h"
+#include "ifc/PropertySetTables.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bit>
 #include <cstdlib>
-#include <cstring>
 #include <iterator>
 #include <ostream>
 #include <type_traits>
@@ -26,15 +24,14 @@ constexpr bool isOfKind(FieldKind kind) {
     case FieldKind::Flag:
     case FieldKind::SetFlag:
         return std::is_same_v<Declared, bool>;
-    case FieldKind::Kind:
+    case FieldKind::Measure:
         return std::is_same_v<Declared, Velmor::MeasureKind>;
     }
     return false;
 }
 
 template <class Declared>
-Template templateOf(const char* name, const char* setName, std::size_t size, std::vector<Field> fields,
-                    std::vector<Row> rows) {
+SetTable tableOf(const char* name, const char* setName, std::size_t size, std::vector<Field> fields, std::vector<Row> rows) {
     const auto convert = [](const void* structure) -> Velmor::IFC2X3_PSet_Custom_s {
         return *static_cast<const Declared*>(structure);
     };
@@ -46,9 +43,9 @@ Template templateOf(const char* name, const char* setName, std::size_t size, std
 
 // clang-format off
 
-Template beamCommon() {
+SetTable beamCommon() {
     using Declared = Velmor::IFC2X3_PSet_BeamCommon_s;
-    return templateOf<Declared>("BeamCommon", "Pset_BeamCommon", 1056,
+    return tableOf<Declared>("BeamCommon", "Pset_BeamCommon", 1056,
         {
             VELMOR_FIELD(0, Text, reference),
             VELMOR_FIELD(512, Real, span),
@@ -56,45 +53,45 @@ Template beamCommon() {
             VELMOR_FIELD(528, Text, fireRating),
             VELMOR_FIELD(1040, Flag, isExternal),
             VELMOR_FIELD(1041, Flag, isLoadBearing),
-            VELMOR_FIELD(1044, Kind, spanKind),
-            VELMOR_FIELD(1048, Kind, slopeKind),
+            VELMOR_FIELD(1044, Measure, spanKind),
+            VELMOR_FIELD(1048, Measure, slopeKind),
             VELMOR_FIELD(1052, SetFlag, hasSpan),
             VELMOR_FIELD(1053, SetFlag, hasSlope),
         },
         {
             {"Reference", String, "reference"},
-            {"Span", ByKind, "span", "hasSpan", "spanKind"},
-            {"Slope", ByKind, "slope", "hasSlope", "slopeKind"},
+            {"Span", ByMeasure, "span", "hasSpan", "spanKind"},
+            {"Slope", ByMeasure, "slope", "hasSlope", "slopeKind"},
             {"FireRating", String, "fireRating"},
             {"IsExternal", Boolean, "isExternal"},
             {"IsLoadBearing", Boolean, "isLoadBearing"},
         });
 }
 
-Template columnCommon() {
+SetTable columnCommon() {
     using Declared = Velmor::IFC2X3_PSet_ColumnCommon_s;
-    return templateOf<Declared>("ColumnCommon", "Pset_ColumnCommon", 1048,
+    return tableOf<Declared>("ColumnCommon", "Pset_ColumnCommon", 1048,
         {
             VELMOR_FIELD(0, Text, reference),
             VELMOR_FIELD(512, Text, fireRating),
             VELMOR_FIELD(1024, Real, slope),
             VELMOR_FIELD(1032, Flag, isExternal),
             VELMOR_FIELD(1033, Flag, isLoadBearing),
-            VELMOR_FIELD(1036, Kind, slopeKind),
+            VELMOR_FIELD(1036, Measure, slopeKind),
             VELMOR_FIELD(1040, SetFlag, hasSlope),
         },
         {
             {"Reference", String, "reference"},
-            {"Slope", ByKind, "slope", "hasSlope", "slopeKind"},
+            {"Slope", ByMeasure, "slope", "hasSlope", "slopeKind"},
             {"FireRating", String, "fireRating"},
             {"IsExternal", Boolean, "isExternal"},
             {"IsLoadBearing", Boolean, "isLoadBearing"},
         });
 }
 
-Template curtainWallCommon() {
+SetTable curtainWallCommon() {
     using Declared = Velmor::IFC2X3_PSet_CurtainWallCommon_s;
-    return templateOf<Declared>("CurtainWallCommon", "Pset_IFC2X3_PSet_CurtainWallCommon", 2064,
+    return tableOf<Declared>("CurtainWallCommon", "Pset_IFC2X3_PSet_CurtainWallCommon", 2064,
         {
             VELMOR_FIELD(0, Text, reference),
             VELMOR_FIELD(512, Text, unusedText),
@@ -116,9 +113,9 @@ Template curtainWallCommon() {
         });
 }
 
-Template doorCommon() {
+SetTable doorCommon() {
     using Declared = Velmor::IFC2X3_PSet_DoorCommon_s;
-    return templateOf<Declared>("DoorCommon", "Pset_DoorCommon", 2088,
+    return tableOf<Declared>("DoorCommon", "Pset_DoorCommon", 2088,
         {
             VELMOR_FIELD(0, Text, reference),
             VELMOR_FIELD(512, Text, fireRating),
@@ -153,9 +150,9 @@ Template doorCommon() {
         });
 }
 
-Template doorWindowGlazingType() {
+SetTable doorWindowGlazingType() {
     using Declared = Velmor::IFC2X3_PSet_DoorWindowGlazingType_s;
-    return templateOf<Declared>("DoorWindowGlazingType", "Pset_DoorWindowGlazingType", 1128,
+    return tableOf<Declared>("DoorWindowGlazingType", "Pset_DoorWindowGlazingType", 1128,
         {
             VELMOR_FIELD(0, Text, fillGas),
             VELMOR_FIELD(512, Text, glassColor),
@@ -207,9 +204,9 @@ Template doorWindowGlazingType() {
         });
 }
 
-Template doorWindowShadingType() {
+SetTable doorWindowShadingType() {
     using Declared = Velmor::IFC2X3_PSet_DoorWindowShadingType_s;
-    return templateOf<Declared>("DoorWindowShadingType", "Pset_DoorWindowShadingType", 32,
+    return tableOf<Declared>("DoorWindowShadingType", "Pset_DoorWindowShadingType", 32,
         {
             VELMOR_FIELD(0, Real, externalShadingCoefficient),
             VELMOR_FIELD(8, Real, internalShadingCoefficient),
@@ -225,9 +222,9 @@ Template doorWindowShadingType() {
         });
 }
 
-Template memberCommon() {
+SetTable memberCommon() {
     using Declared = Velmor::IFC2X3_PSet_MemberCommon_s;
-    return templateOf<Declared>("MemberCommon", "Pset_MemberCommon", 1056,
+    return tableOf<Declared>("MemberCommon", "Pset_MemberCommon", 1056,
         {
             VELMOR_FIELD(0, Text, reference),
             VELMOR_FIELD(512, Text, fireRating),
@@ -237,22 +234,22 @@ Template memberCommon() {
             VELMOR_FIELD(1041, Flag, isLoadBearing),
             VELMOR_FIELD(1042, SetFlag, hasSpan),
             VELMOR_FIELD(1043, SetFlag, hasSlope),
-            VELMOR_FIELD(1044, Kind, spanKind),
-            VELMOR_FIELD(1048, Kind, slopeKind),
+            VELMOR_FIELD(1044, Measure, spanKind),
+            VELMOR_FIELD(1048, Measure, slopeKind),
         },
         {
             {"Reference", String, "reference"},
             {"FireRating", String, "fireRating"},
-            {"Span", ByKind, "span", "hasSpan", "spanKind"},
-            {"Slope", ByKind, "slope", "hasSlope", "slopeKind"},
+            {"Span", ByMeasure, "span", "hasSpan", "spanKind"},
+            {"Slope", ByMeasure, "slope", "hasSlope", "slopeKind"},
             {"IsExternal", Boolean, "isExternal"},
             {"IsLoadBearing", Boolean, "isLoadBearing"},
         });
 }
 
-Template railingCommon() {
+SetTable railingCommon() {
     using Declared = Velmor::IFC2X3_PSet_RailingCommon_s;
-    return templateOf<Declared>("RailingCommon", "Pset_RailingCommon", 536,
+    return tableOf<Declared>("RailingCommon", "Pset_RailingCommon", 536,
         {
             VELMOR_FIELD(0, Text, reference),
             VELMOR_FIELD(512, Real, height),
@@ -269,9 +266,9 @@ Template railingCommon() {
         });
 }
 
-Template rampCommon() {
+SetTable rampCommon() {
     using Declared = Velmor::IFC2X3_PSet_RampCommon_s;
-    return templateOf<Declared>("RampCommon", "Pset_RampCommon", 1056,
+    return tableOf<Declared>("RampCommon", "Pset_RampCommon", 1056,
         {
             VELMOR_FIELD(0, Text, reference),
             VELMOR_FIELD(512, Text, fireRating),
@@ -284,12 +281,12 @@ Template rampCommon() {
             VELMOR_FIELD(1044, SetFlag, hasHasNonSkidSurface),
             VELMOR_FIELD(1045, SetFlag, hasRequiredHeadroom),
             VELMOR_FIELD(1046, SetFlag, hasSlope),
-            VELMOR_FIELD(1048, Kind, slopeKind),
+            VELMOR_FIELD(1048, Measure, slopeKind),
         },
         {
             {"Reference", String, "reference"},
             {"FireRating", String, "fireRating"},
-            {"Slope", ByKind, "slope", "hasSlope", "slopeKind"},
+            {"Slope", ByMeasure, "slope", "hasSlope", "slopeKind"},
             {"RequiredHeadroom", Length, "requiredHeadroom", "hasRequiredHeadroom"},
             {"HasNonSkidSurface", Boolean, "hasNonSkidSurface", "hasHasNonSkidSurface"},
             {"IsHandicapAccessible", Boolean, "isHandicapAccessible"},
@@ -298,9 +295,9 @@ Template rampCommon() {
         });
 }
 
-Template roofCommon() {
+SetTable roofCommon() {
     using Declared = Velmor::IFC2X3_PSet_RoofCommon_s;
-    return templateOf<Declared>("RoofCommon", "Pset_RoofCommon", 1026,
+    return tableOf<Declared>("RoofCommon", "Pset_RoofCommon", 1026,
         {
             VELMOR_FIELD(0, Text, reference),
             VELMOR_FIELD(512, Text, fireRating),
@@ -313,9 +310,9 @@ Template roofCommon() {
         });
 }
 
-Template slabCommon() {
+SetTable slabCommon() {
     using Declared = Velmor::IFC2X3_PSet_SlabCommon_s;
-    return templateOf<Declared>("SlabCommon", "Pset_SlabCommon", 2080,
+    return tableOf<Declared>("SlabCommon", "Pset_SlabCommon", 2080,
         {
             VELMOR_FIELD(0, Text, reference),
             VELMOR_FIELD(512, Text, acousticRating),
@@ -346,9 +343,9 @@ Template slabCommon() {
         });
 }
 
-Template stairCommon() {
+SetTable stairCommon() {
     using Declared = Velmor::IFC2X3_PSet_StairCommon_s;
-    return templateOf<Declared>("StairCommon", "Pset_StairCommon", 1072,
+    return tableOf<Declared>("StairCommon", "Pset_StairCommon", 1072,
         {
             VELMOR_FIELD(0, Text, reference),
             VELMOR_FIELD(512, Text, fireRating),
@@ -382,9 +379,9 @@ Template stairCommon() {
         });
 }
 
-Template wallCommon() {
+SetTable wallCommon() {
     using Declared = Velmor::IFC2X3_PSet_WallCommon_s;
-    return templateOf<Declared>("WallCommon", "Pset_WallCommon", 2072,
+    return tableOf<Declared>("WallCommon", "Pset_WallCommon", 2072,
         {
             VELMOR_FIELD(0, Text, reference),
             VELMOR_FIELD(512, Text, acousticRating),
@@ -413,9 +410,9 @@ Template wallCommon() {
         });
 }
 
-Template windowCommon() {
+SetTable windowCommon() {
     using Declared = Velmor::IFC2X3_PSet_WindowCommon_s;
-    return templateOf<Declared>("WindowCommon", "Pset_WindowCommon", 2080,
+    return tableOf<Declared>("WindowCommon", "Pset_WindowCommon", 2080,
         {
             VELMOR_FIELD(0, Text, reference),
             VELMOR_FIELD(512, Text, fireRating),
@@ -445,33 +442,9 @@ Template windowCommon() {
 }
 // clang-format on
 
-template <class Value>
-Value valueAt(const unsigned char* bytes, const Field& field) {
-    Value value;
-    std::memcpy(&value, bytes + field.offset, sizeof value);
-    return value;
-}
-
-template <class Value>
-void setValueAt(unsigned char* bytes, const Field& field, Value value) {
-    std::memcpy(bytes + field.offset, &value, sizeof value);
-}
-
-std::string narrow(const Velmor::WideString& text) {
-    std::string result;
-    for (const Velmor::WideChar unit : text)
-        result += unit < 128 ? static_cast<char>(unit) : '?';
-    return result;
-}
-
-double radians(double degrees) {
-    const volatile double halfTurns = degrees / 180.0;
-    return halfTurns * 3.141592653589793;
-}
-
 } // namespace
 
-const Field& Template::field(const std::string& fieldName) const {
+const Field& SetTable::field(const std::string& fieldName) const {
     for (const Field& field : fields)
         if (field.name == fieldName)
             return field;
@@ -479,18 +452,18 @@ const Field& Template::field(const std::string& fieldName) const {
     std::abort();
 }
 
-std::vector<Field> Template::fieldsOf(FieldKind kind) const {
+std::vector<Field> SetTable::fieldsOf(FieldKind kind) const {
     std::vector<Field> result;
     std::copy_if(fields.begin(), fields.end(), std::back_inserter(result), [&](const Field& f) { return f.kind == kind; });
     return result;
 }
 
-void PrintTo(const Template& kind, std::ostream* out) {
-    *out << kind.name;
+void PrintTo(const SetTable& table, std::ostream* out) {
+    *out << table.name;
 }
 
-const std::vector<Template>& templates() {
-    static const std::vector<Template> all = {beamCommon(),
+const std::vector<SetTable>& setTables() {
+    static const std::vector<SetTable> all = {beamCommon(),
                                               columnCommon(),
                                               curtainWallCommon(),
                                               doorCommon(),
@@ -507,213 +480,20 @@ const std::vector<Template>& templates() {
     return all;
 }
 
-const Template& templateNamed(const std::string& name) {
-    for (const Template& candidate : templates())
+const SetTable& setTableOf(const std::string& name) {
+    for (const SetTable& candidate : setTables())
         if (candidate.name == name)
             return candidate;
     ADD_FAILURE() << "no structure " << name;
     std::abort();
 }
 
-std::vector<Template> templatesWith(FieldKind kind) {
-    std::vector<Template> result;
-    for (const Template& candidate : templates())
+std::vector<SetTable> setTablesWith(FieldKind kind) {
+    std::vector<SetTable> result;
+    for (const SetTable& candidate : setTables())
         if (!candidate.fieldsOf(kind).empty())
             result.push_back(candidate);
     return result;
-}
-
-void PrintTo(const Property& property, std::ostream* out) {
-    *out << property.name << " of type " << property.type << ": ";
-    switch (property.type) {
-    case String:
-        *out << '"' << narrow(property.text) << "\" of " << property.text.size() << " units";
-        break;
-    case Boolean:
-        *out << (property.boolean ? "true" : "false");
-        break;
-    case Integer:
-        *out << property.integer;
-        break;
-    default:
-        *out << std::bit_cast<double>(property.real) << " (0x" << std::hex << property.real << std::dec << ')';
-    }
-}
-
-Structure::Structure(const Template& kind) : kind_(&kind), bytes_(new unsigned char[kind.size]) {
-    std::memset(bytes_.get(), 0xCD, kind.size);
-    for (const Field& field : kind.fields)
-        switch (field.kind) {
-        case FieldKind::Text:
-            std::memset(bytes_.get() + field.offset, 0, 512);
-            break;
-        case FieldKind::Real:
-            setReal(field, 0);
-            break;
-        case FieldKind::Integer:
-        case FieldKind::Kind:
-            setInteger(field, 0);
-            break;
-        case FieldKind::Flag:
-        case FieldKind::SetFlag:
-            setFlag(field, false);
-        }
-}
-
-void Structure::setText(const Field& field, const Velmor::WideString& text) {
-    Velmor::WideChar units[256];
-    std::fill_n(units, 256, VELMOR_WIDE('~'));
-    const std::size_t length = std::min<std::size_t>(text.size(), 256);
-    std::copy_n(text.begin(), length, units);
-    if (length < 256)
-        units[length] = 0;
-    std::memcpy(bytes_.get() + field.offset, units, sizeof units);
-}
-
-void Structure::setReal(const Field& field, double value) {
-    setValueAt(bytes_.get(), field, value);
-}
-
-void Structure::setInteger(const Field& field, std::int32_t value) {
-    setValueAt(bytes_.get(), field, value);
-}
-
-void Structure::setFlag(const Field& field, bool value) {
-    setValueAt(bytes_.get(), field, value);
-}
-
-void Structure::setFlags(FieldKind kind, bool value) {
-    for (const Field& field : kind_->fieldsOf(kind))
-        setFlag(field, value);
-}
-
-void Structure::fill() {
-    int number = 0;
-    for (const Field& field : kind_->fields) {
-        ++number;
-        switch (field.kind) {
-        case FieldKind::Text:
-            setText(field, wide("what the field " + field.name + " holds, too long for a short text"));
-            break;
-        case FieldKind::Real:
-            setReal(field, number + 0.125);
-            break;
-        case FieldKind::Integer:
-            setInteger(field, 1000 + number);
-            break;
-        case FieldKind::Kind:
-            setInteger(field, 1);
-            break;
-        case FieldKind::Flag:
-        case FieldKind::SetFlag:
-            setFlag(field, true);
-        }
-    }
-}
-
-double Structure::real(const Field& field) const {
-    return valueAt<double>(bytes_.get(), field);
-}
-
-std::int32_t Structure::integer(const Field& field) const {
-    return valueAt<std::int32_t>(bytes_.get(), field);
-}
-
-bool Structure::flag(const Field& field) const {
-    return valueAt<bool>(bytes_.get(), field);
-}
-
-Velmor::WideString Structure::text(const Field& field) const {
-    Velmor::WideChar units[256];
-    std::memcpy(units, bytes_.get() + field.offset, sizeof units);
-    return Velmor::WideString(units, std::find(units, units + 256, Velmor::WideChar(0)));
-}
-
-std::vector<Property> Structure::expected() const {
-    std::vector<Property> properties;
-    for (const Row& row : kind_->rows) {
-        if (!row.setFlag.empty() && !flag(kind_->field(row.setFlag)))
-            continue;
-        const Field& from = kind_->field(row.from);
-        Property property{row.property, row.type};
-        if (row.type == ByKind) {
-            const std::int32_t measure = integer(kind_->field(row.kind));
-            if (measure != 1 && measure != 2)
-                continue;
-            const double value = real(from);
-            property.type = measure == 1 ? Length : Angle;
-            property.real = std::bit_cast<std::uint64_t>(measure == 1 ? value : radians(value));
-        } else if (row.type == String)
-            property.text = text(from);
-        else if (row.type == Boolean)
-            property.boolean = flag(from);
-        else if (row.type == Integer)
-            property.integer = integer(from);
-        else
-            property.real = valueAt<std::uint64_t>(bytes_.get(), from);
-        properties.push_back(property);
-    }
-    return properties;
-}
-
-Velmor::IFC2X3_PSet_Custom_s Structure::convert() const {
-    const std::vector<unsigned char> before(bytes_.get(), bytes_.get() + kind_->size);
-    Velmor::IFC2X3_PSet_Custom_s record = kind_->convert(bytes_.get());
-    EXPECT_EQ(std::memcmp(bytes_.get(), before.data(), kind_->size), 0) << "the structure was changed";
-    return record;
-}
-
-std::vector<Property> propertiesOf(const Velmor::IFC2X3PropertySet& set) {
-    std::vector<Property> properties;
-    for (unsigned i = 0; i < set.getCount(); ++i) {
-        const Velmor::IFC2X3Property& property = set.getProperty(i);
-        const Velmor::IFC2X3PropertySingleValue& value = property.getPropertySingleValue();
-        Property found{narrow(property.getName()), value.getValueType()};
-        SCOPED_TRACE(found.name);
-        EXPECT_EQ(static_cast<std::uint32_t>(property.getType()), 1u);
-        EXPECT_EQ(property.getDescription()[0], 0);
-        switch (found.type) {
-        case String:
-            found.text = value.getAsString();
-            EXPECT_EQ(Velmor::WideString(value.getStringValue()), found.text);
-            break;
-        case Boolean:
-            found.boolean = value.getBooleanValue();
-            break;
-        case Integer:
-            found.integer = value.getIntValue();
-            break;
-        default:
-            found.real = std::bit_cast<std::uint64_t>(value.getRealValue());
-        }
-        properties.push_back(found);
-    }
-    return properties;
-}
-
-std::vector<std::string> namesOf(const Velmor::IFC2X3_PSet_Custom_s& record) {
-    std::vector<std::string> names;
-    for (const Property& property : propertiesOf(record.properties))
-        names.push_back(property.name);
-    return names;
-}
-
-void expectRecord(const Velmor::IFC2X3_PSet_Custom_s& record, const std::string& setName,
-                  const std::vector<Property>& properties) {
-    EXPECT_EQ(std::string(record.globalId, sizeof record.globalId), "0000000000000000000000");
-    Velmor::WideString name = wide(setName);
-    name.resize(256);
-    EXPECT_TRUE(std::equal(name.begin(), name.end(), record.name)) << "the set is named " << narrow(record.name);
-    EXPECT_TRUE(std::all_of(record.description, record.description + 256, [](Velmor::WideChar unit) { return unit == 0; }));
-    EXPECT_EQ(propertiesOf(record.properties), properties);
-}
-
-void expectConversion(const Template& kind, const Structure& structure) {
-    expectRecord(structure.convert(), kind.setName, structure.expected());
-}
-
-Velmor::WideString wide(const std::string& text) {
-    return Velmor::WideString(text.begin(), text.end());
 }
 
 } // namespace velmor_tests

@@ -1,11 +1,10 @@
-// Solids and textures when memory is short, what a debugger sees of it, and when blocks are freed.
+// Solids while an allocation fails: their content, the reports to a debugger, and the order of allocation and release.
 
 #include <Velmor/ForeignObject.h>
 
 #include "support/FailingAllocation.h"
 #include "support/Setting.h"
 #include "support/UnderDebugger.h"
-#include "support/WithFailure.h"
 
 #include <gtest/gtest.h>
 
@@ -13,14 +12,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
-#include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace velmor_tests;
-using Velmor::PngTexture;
 
 namespace {
 
@@ -46,34 +43,32 @@ bool holds(const ForeignObjectSolid& solid, std::uint32_t value, const std::stri
     return block != nullptr && std::string(block, size) == bytes && solid.getType() == type(value);
 }
 
-/// Makes the next allocation fail while something runs that must not throw; gives the size that was asked for.
+/// Runs an operation, which must not throw, while its first allocation and all later ones fail.
+/// @return the size of the first failed allocation; nothing if the operation did not allocate.
 template <class Operation>
-std::optional<std::size_t> sizeRefused(Operation operation) {
+std::optional<std::size_t> failedSizeDuring(Operation operation) {
     const FailAllocation fail(1, true);
     operation();
     return fail.happened() ? std::optional(fail.failedSize()) : std::nullopt;
 }
 
-/// Ends the scenario with an error when something answered wrongly.
+/// Ends the scenario with exit code 1 if a condition is false.
 void require(bool condition, const char* what) {
     if (!condition) {
-        std::fprintf(stderr, "wrong: %s\n", what);
+        std::fprintf(stderr, "failed: %s\n", what);
         std::exit(1);
     }
 }
 
 } // namespace
 
-// Solids
-// ----------------------------------------------------------------------------------------------------------------------
-
-TEST(ForeignObjectSolidMemory, ABlockIsOneAllocationOfItsSize) {
+TEST(ForeignObjectSolidMemory, AllocatesOneBlockPerOperation) {
     ForeignObjectSolid source(type(1), 5, "bytes");
     ForeignObjectSolid target(type(2), 3, "old");
     unsigned seen[3];
     {
         const FailAllocation count(1000);
-        const ForeignObjectSolid made(type(1), 5, "bytes");
+        const ForeignObjectSolid constructed(type(1), 5, "bytes");
         seen[0] = count.seen();
     }
     {
@@ -90,8 +85,8 @@ TEST(ForeignObjectSolidMemory, ABlockIsOneAllocationOfItsSize) {
         EXPECT_EQ(number, 1u);
 }
 
-TEST(ForeignObjectSolidMemory, EmptySolidsAndReadingTakeNone) {
-    ForeignObjectSolid empty(type(1), 0, "not taken");
+TEST(ForeignObjectSolidMemory, EmptySolidsAndGettersDoNotAllocate) {
+    ForeignObjectSolid empty(type(1), 0, "not read");
     ForeignObjectSolid full(type(2), 4, "full");
     ForeignObjectSolid target(type(3), 3, "old");
     unsigned seen;
@@ -109,41 +104,41 @@ TEST(ForeignObjectSolidMemory, EmptySolidsAndReadingTakeNone) {
     EXPECT_TRUE(isEmpty(target, 1));
 }
 
-TEST(ForeignObjectSolidMemory, AFailedConstructionLeavesTheTypeOnly) {
+TEST(ForeignObjectSolidMemory, FailedConstructionKeepsOnlyType) {
     std::optional<ForeignObjectSolid> solid;
-    EXPECT_EQ(sizeRefused([&] { solid.emplace(type(7), 11u, "eleven byte"); }), 11u);
+    EXPECT_EQ(failedSizeDuring([&] { solid.emplace(type(7), 11u, "eleven byte"); }), 11u);
     EXPECT_TRUE(isEmpty(*solid, 7));
 }
 
-TEST(ForeignObjectSolidMemory, AFailedCopyLeavesTheTypeOnly) {
+TEST(ForeignObjectSolidMemory, FailedCopyKeepsOnlyType) {
     const ForeignObjectSolid source(type(8), 12, "twelve bytes");
     std::optional<ForeignObjectSolid> copy;
-    EXPECT_EQ(sizeRefused([&] { copy.emplace(source); }), 12u);
+    EXPECT_EQ(failedSizeDuring([&] { copy.emplace(source); }), 12u);
     EXPECT_TRUE(isEmpty(*copy, 8));
     EXPECT_TRUE(holds(source, 8, "twelve bytes"));
 }
 
-TEST(ForeignObjectSolidMemory, AFailedAssignmentLeavesTheTypeOfTheSourceOnly) {
+TEST(ForeignObjectSolidMemory, FailedAssignmentKeepsOnlyTypeOfSource) {
     ForeignObjectSolid source(type(9), 13, "thirteen byte");
     ForeignObjectSolid full(type(1), 3, "old");
     ForeignObjectSolid empty(type(2));
     for (ForeignObjectSolid* target : {&full, &empty}) {
-        EXPECT_EQ(sizeRefused([&] { *target = source; }), 13u);
+        EXPECT_EQ(failedSizeDuring([&] { *target = source; }), 13u);
         EXPECT_TRUE(isEmpty(*target, 9));
         EXPECT_TRUE(holds(source, 9, "thirteen byte"));
     }
 }
 
-TEST(ForeignObjectSolidMemory, ASolidThatFailedWorksOn) {
+TEST(ForeignObjectSolidMemory, SolidIsUsableAfterFailure) {
     ForeignObjectSolid source(type(3), 5, "bytes");
-    std::optional<ForeignObjectSolid> made;
+    std::optional<ForeignObjectSolid> constructed;
     std::optional<ForeignObjectSolid> copied;
     ForeignObjectSolid assigned(type(1), 3, "old");
-    sizeRefused([&] { made.emplace(type(7), 5u, "bytes"); });
-    sizeRefused([&] { copied.emplace(source); });
-    sizeRefused([&] { assigned = source; });
-    for (ForeignObjectSolid* solid : {&*made, &*copied, &assigned}) {
-        const std::uint32_t value = solid == &*made ? 7 : 3;
+    failedSizeDuring([&] { constructed.emplace(type(7), 5u, "bytes"); });
+    failedSizeDuring([&] { copied.emplace(source); });
+    failedSizeDuring([&] { assigned = source; });
+    for (ForeignObjectSolid* solid : {&*constructed, &*copied, &assigned}) {
+        const std::uint32_t value = solid == &*constructed ? 7 : 3;
         ASSERT_TRUE(isEmpty(*solid, value));
         EXPECT_TRUE(isEmpty(ForeignObjectSolid(*solid), value));
         ForeignObjectSolid other(type(1), 3, "old");
@@ -154,7 +149,7 @@ TEST(ForeignObjectSolidMemory, ASolidThatFailedWorksOn) {
     }
 }
 
-TEST(ForeignObjectSolidMemory, AssignmentFreesTheOwnBlockFirst) {
+TEST(ForeignObjectSolidMemory, AssignmentFreesOwnBlockBeforeAllocation) {
     for (const bool fails : {false, true}) {
         ForeignObjectSolid source(type(1), 5, "bytes");
         ForeignObjectSolid target(type(2), 9, "old bytes");
@@ -164,11 +159,11 @@ TEST(ForeignObjectSolidMemory, AssignmentFreesTheOwnBlockFirst) {
             target = source;
         }
         EXPECT_EQ(freed.times(), 1u);
-        EXPECT_EQ(freed.seenBefore(), 0u) << "the new block was taken before";
+        EXPECT_EQ(freed.seenBefore(), 0u) << "an allocation came before the release";
     }
 }
 
-TEST(ForeignObjectSolidMemory, AssignmentLeavesTheBlockOfTheSource) {
+TEST(ForeignObjectSolidMemory, AssignmentDoesNotFreeBlockOfSource) {
     ForeignObjectSolid source(type(1), 5, "bytes");
     ForeignObjectSolid target(type(2), 9, "old bytes");
     const WatchFree freed(blockOf(source));
@@ -176,7 +171,7 @@ TEST(ForeignObjectSolidMemory, AssignmentLeavesTheBlockOfTheSource) {
     EXPECT_EQ(freed.times(), 0u);
 }
 
-TEST(ForeignObjectSolidMemory, AssignmentOfAnEmptySolidFreesTheOwnBlock) {
+TEST(ForeignObjectSolidMemory, AssignmentOfEmptySolidFreesOwnBlock) {
     ForeignObjectSolid source(type(1));
     ForeignObjectSolid target(type(2), 9, "old bytes");
     const WatchFree freed(blockOf(target));
@@ -185,17 +180,16 @@ TEST(ForeignObjectSolidMemory, AssignmentOfAnEmptySolidFreesTheOwnBlock) {
     EXPECT_TRUE(isEmpty(target, 1));
 }
 
-TEST(ForeignObjectSolidMemory, DestructionFreesTheBlockOnce) {
+TEST(ForeignObjectSolidMemory, DestructorFreesBlockOnce) {
     std::optional<ForeignObjectSolid> solid(std::in_place, type(1), 5u, "bytes");
     const WatchFree freed(blockOf(*solid));
     solid.reset();
     EXPECT_EQ(freed.times(), 1u);
 }
 
-// What a debugger sees
-// ----------------------------------------------------------------------------------------------------------
+// Reports
 
-/// Lets an operation fail for each letter of VELMOR_FAILURES: n(ew), c(opy) or a(ssignment), with blocks of 10, 11, ...
+/// Lets one operation fail for each letter in VELMOR_FAILURES: n(ew), c(opy) or a(ssignment). The blocks have 10, 11, ...
 /// bytes.
 VELMOR_SCENARIO(FailedBlocks) {
     const std::string letters = setting("VELMOR_FAILURES");
@@ -204,25 +198,25 @@ VELMOR_SCENARIO(FailedBlocks) {
         const auto size = static_cast<unsigned>(10 + i);
         ForeignObjectSolid source(type(5), size, bytes.data());
         ForeignObjectSolid target(type(6), size, bytes.data());
-        std::optional<ForeignObjectSolid> made;
-        const auto refused = sizeRefused([&] {
+        std::optional<ForeignObjectSolid> constructed;
+        const auto failedSize = failedSizeDuring([&] {
             if (letters[i] == 'n')
-                made.emplace(type(5), size, bytes.data());
+                constructed.emplace(type(5), size, bytes.data());
             else if (letters[i] == 'c')
-                made.emplace(source);
+                constructed.emplace(source);
             else
                 target = source;
         });
-        require(refused == size, "nothing was made to fail");
-        require(isEmpty(made ? *made : target, 5), "the object that failed");
-        require(holds(source, 5, bytes.substr(0, size)), "the source");
+        require(failedSize == size, "no allocation of the expected size");
+        require(isEmpty(constructed ? *constructed : target, 5), "the solid is empty");
+        require(holds(source, 5, bytes.substr(0, size)), "the source is unchanged");
     }
 }
 
 TEST(ForeignObjectSolidReports, EachOperationReportsItsFirstFailure) {
     const struct {
         const char* failures;
-        std::vector<int> reported; ///< Sizes of the blocks.
+        std::vector<int> reported; ///< Sizes of the blocks that are reported.
     } cases[] = {
         {"", {}},
         {"n", {10}},
@@ -241,7 +235,7 @@ TEST(ForeignObjectSolidReports, EachOperationReportsItsFirstFailure) {
         std::vector<std::size_t> order;
         for (const int size : sizes) {
             reports.push_back("Invalid alloc size " + std::to_string(size));
-            order.push_back(reports.size()); // each break right behind its report
+            order.push_back(reports.size()); // each break follows its report
         }
         const ScenarioRun run = runUnderDebugger("FailedBlocks", {std::string("VELMOR_FAILURES=") + failures});
         EXPECT_EQ(run.reports, reports);
@@ -251,7 +245,7 @@ TEST(ForeignObjectSolidReports, EachOperationReportsItsFirstFailure) {
     }
 }
 
-TEST(ForeignObjectSolidReports, NothingIsToldWithoutADebugger) {
+TEST(ForeignObjectSolidReports, IsSilentWithoutDebugger) {
     const ScenarioRun run = runAlone("FailedBlocks", {"VELMOR_FAILURES=ncanca"});
     EXPECT_EQ(run.output, "");
     EXPECT_EQ(run.error, "");
@@ -262,87 +256,37 @@ TEST(ForeignObjectSolidReports, NothingIsToldWithoutADebugger) {
 VELMOR_SCENARIO(FailedBlockOfGivenSize) {
     const auto size = static_cast<unsigned>(std::stoul(setting("VELMOR_SIZE")));
     std::optional<ForeignObjectSolid> solid;
-    require(sizeRefused([&] { solid.emplace(type(5), size, "few bytes"); }) == size, "nothing was made to fail");
-    require(isEmpty(*solid, 5), "the object that failed");
+    require(failedSizeDuring([&] { solid.emplace(type(5), size, "few bytes"); }) == size,
+            "no allocation of the expected size");
+    require(isEmpty(*solid, 5), "the solid is empty");
 }
 
-TEST(ForeignObjectSolidReports, TheSizeIsToldAsASignedNumber) {
-    // Sizes from 2 GiB on appear negative, as the told format has them.
+TEST(ForeignObjectSolidReports, SizeIsReportedAsSignedNumber) {
+    // The format of the report is %d.
     const std::pair<const char*, const char*> cases[] = {
         {"1", "1"}, {"2147483647", "2147483647"}, {"2147483648", "-2147483648"}, {"4294967295", "-1"}};
-    for (const auto& [size, told] : cases) {
+    for (const auto& [size, reported] : cases) {
         const ScenarioRun run = runUnderDebugger("FailedBlockOfGivenSize", {std::string("VELMOR_SIZE=") + size});
-        EXPECT_EQ(run.channel, std::string("Invalid alloc size ") + told);
+        EXPECT_EQ(run.channel, std::string("Invalid alloc size ") + reported);
         EXPECT_EQ(run.breaks, 1);
         EXPECT_EQ(run.exitCode, 0u) << run.error;
     }
 }
 
-VELMOR_SCENARIO(SolidsAndTexturesThatSucceed) {
+VELMOR_SCENARIO(SuccessfulOperations) {
     ForeignObjectSolid source(type(5), 5, "bytes");
     ForeignObjectSolid target(source);
     target = source;
     ForeignObjectSolid empty(type(1), 0, "bytes");
     target = empty;
-    const PngTexture texture(std::vector<char>(100, 'x'));
-    PngTexture copy(texture);
-    copy = PngTexture();
+    const Velmor::PngTexture texture(std::vector<char>(100, 'x'));
+    Velmor::PngTexture copy(texture);
+    copy = Velmor::PngTexture();
 }
 
 TEST(ForeignObjectSolidReports, SuccessIsNotReported) {
-    const ScenarioRun run = runUnderDebugger("SolidsAndTexturesThatSucceed");
+    const ScenarioRun run = runUnderDebugger("SuccessfulOperations");
     EXPECT_EQ(run.channel, "");
     EXPECT_EQ(run.breaks, 0);
     EXPECT_EQ(run.exitCode, 0u) << run.error;
-}
-
-// Textures
-// --------------------------------------------------------------------------------------------------------------------
-
-namespace {
-
-/// Whether something throws std::bad_alloc when its next allocation fails.
-template <class Operation>
-bool throwsWithoutMemory(Operation operation) {
-    return outcomeOf(1, false, operation).threw;
-}
-
-} // namespace
-
-TEST(PngTextureMemory, ExhaustionThrowsAndChangesNothing) {
-    const std::vector<char> bytes(1000, 'x');
-    const PngTexture source(bytes);
-    PngTexture target(std::vector<char>(10, 'y'));
-    EXPECT_TRUE(throwsWithoutMemory([&] { const PngTexture texture(bytes); }));
-    EXPECT_TRUE(throwsWithoutMemory([&] { const PngTexture copy(source); }));
-    EXPECT_TRUE(throwsWithoutMemory([&] { target = source; }));
-    EXPECT_EQ(source.getData(), bytes);
-    EXPECT_EQ(target.getData(), std::vector<char>(10, 'y'));
-}
-
-TEST(PngTextureMemory, AssignmentIntoRoomThatSufficesTakesNone) {
-    const PngTexture source(std::vector<char>(1000, 'x'));
-    PngTexture target(std::vector<char>(1000, 'y'));
-    EXPECT_FALSE(throwsWithoutMemory([&] { target = source; }));
-    EXPECT_EQ(target.getData(), source.getData());
-}
-
-TEST(PngTextureMemory, AnEmptyTextureTakesNone) {
-    EXPECT_FALSE(throwsWithoutMemory([] {
-        const PngTexture texture;
-        const PngTexture copy(texture);
-        const PngTexture other{std::vector<char>()};
-    }));
-}
-
-TEST(PngTextureMemory, DestructionReleasesTheBytes) {
-    const std::vector<char> bytes(1000, 'x');
-    const long before = liveAllocations();
-    long within;
-    {
-        const PngTexture texture(bytes);
-        within = liveAllocations();
-    }
-    EXPECT_EQ(within, before + 1);
-    EXPECT_EQ(liveAllocations(), before);
 }
