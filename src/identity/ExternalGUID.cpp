@@ -103,8 +103,8 @@ void ExternalGUID::fromSpatialHash(const double* hash) {
 }
 
 ExternalGUID ExternalGUID::spatialHashFromVertexes(unsigned count, const double* xyz) {
-    double hash[spatialHashDimension];
-    computeSpatialHash(count, xyz, hash);
+    double hash[identity::spatialHashDimension];
+    identity::computeSpatialHash(count, xyz, hash);
     ExternalGUID guid;
     fillRecord(guid.record_, SpatialHash, hash, sizeof hash);
     return guid;
@@ -117,7 +117,7 @@ ExternalGUID::Type_t ExternalGUID::getType() const {
 }
 
 const double* ExternalGUID::getSpatialHash() const {
-    static constexpr double none[spatialHashDimension] = {};
+    static constexpr double none[identity::spatialHashDimension] = {};
     // Silent on purpose, unlike the other getters.
     return getType() == SpatialHash ? reinterpret_cast<const double*>(record_ + payloadOffset) : none;
 }

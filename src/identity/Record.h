@@ -12,7 +12,7 @@ inline constexpr std::size_t recordSize = 96;
 inline constexpr std::size_t tagOffset = 0;
 inline constexpr std::size_t payloadOffset = 8;
 
-inline constexpr std::size_t spatialHashSize = spatialHashDimension * sizeof(double);
+inline constexpr std::size_t spatialHashSize = identity::spatialHashDimension * sizeof(double);
 inline constexpr std::size_t ifcGlobalIDSize = 22;
 
 static_assert(payloadOffset + spatialHashSize == recordSize, "a spatial hash is the longest payload");

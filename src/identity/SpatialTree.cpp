@@ -24,7 +24,7 @@ bool matches(const SpatialNode& node, const double* key) {
     const double centre = addDistances(0.0, node.key, key, 0, 3);
     if (centre >= matchingDistance)
         return false;
-    return matchingDistance > addDistances(centre, node.key, key, 3, spatialHashDimension);
+    return matchingDistance > addDistances(centre, node.key, key, 3, identity::spatialHashDimension);
 }
 
 // Walks from the node in `*link` until one matches or there is none; answers the place of the one or the other.
@@ -34,7 +34,7 @@ SpatialNode** walk(SpatialNode** link, const double* key) {
         if (matches(*node, key))
             break;
         link = key[axis] - node->key[axis] >= highFrom ? &node->high : &node->low;
-        axis = axis + 1 < spatialHashDimension ? axis + 1 : 0;
+        axis = axis + 1 < identity::spatialHashDimension ? axis + 1 : 0;
     }
     return link;
 }
@@ -72,7 +72,7 @@ std::uint32_t insertSpatialHash(SpatialTree& tree, const double* key) {
     candidate->id = tree.count;
     candidate->high = nullptr;
     candidate->low = nullptr;
-    std::copy_n(key, spatialHashDimension, candidate->key);
+    std::copy_n(key, identity::spatialHashDimension, candidate->key);
 
     if (tree.count > 0) {
         SpatialNode* root = tree.first->nodes;
