@@ -1,6 +1,7 @@
 #pragma once
 
 #include "identity/SpatialHash.h"
+#include "simd/X86.h"
 
 #include <algorithm>
 #include <cmath>
@@ -42,10 +43,21 @@ inline void widenRadii(std::size_t count, const double* xyz, const double* cente
     }
 }
 
+/// The correctly rounded square root. The sqrt of the mingw-w64 runtime, which unoptimized code calls, is not used: it
+/// rounds twice, first to the 64 bits of the x87 registers.
+inline double squareRoot(double value) {
+#if defined(VELMOR_X86_64)
+    const __m128d number = _mm_set_sd(value);
+    return _mm_cvtsd_f64(_mm_sqrt_sd(number, number));
+#else
+    return std::sqrt(value);
+#endif
+}
+
 inline void writeHash(const double* center, const double* squaredRadii, double* hash) {
     std::copy_n(center, 3, hash);
     for (std::size_t k = 0; k < octantCount; ++k)
-        hash[3 + k] = std::sqrt(squaredRadii[k]);
+        hash[3 + k] = squareRoot(squaredRadii[k]);
 }
 
 } // namespace Velmor::identity
