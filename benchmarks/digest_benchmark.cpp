@@ -1,17 +1,18 @@
-// SHA-1 of data and of a file beside OpenSSL's EVP, which gets its algorithm and its context made beforehand.
+// SHA-1 of data and of a file, compared to OpenSSL's EVP interface, whose algorithm and context are created before the
+// measurement.
 //
 //   data/SIZE      a message in memory, in one piece
 //   file           a file of 256 MiB in pieces of 1 MiB
 //   over_4GiB      a message of 4.1 GiB in pieces of 64 MiB
 //
-// The rates are per second of processor time, the best of the repetitions, which the two take in turns. Where the processor
-// has SHA instructions the program measures all of it once more without them, on both sides: OPENSSL_ia32cap tells OpenSSL
-// at its start, so the program starts itself again. All digests are compared.
+// The rates are bytes per second of processor time, the best of the repetitions, which alternate between the two libraries.
+// On a processor with SHA instructions the program measures everything a second time without them in both libraries. OpenSSL
+// reads OPENSSL_ia32cap when it starts, so the program restarts itself. All digests are compared.
 
 #include <Velmor/Digest.h>
 
 #include "ProcessMemory.h"
-#include "digest/Sha1Kernels.h"
+#include "digest/Sha1Compression.h"
 
 #include <benchmark/benchmark.h>
 #include <openssl/evp.h>
@@ -48,11 +49,11 @@ constexpr std::size_t MiB = KiB * KiB;
 constexpr std::size_t filePieceSize = MiB;
 constexpr std::size_t fileSize = 256 * MiB;
 
-/// The bit of the SHA instructions.
+/// Makes OpenSSL ignore the SHA instructions.
 constexpr const char* maskVariable = "OPENSSL_ia32cap";
 constexpr const char* mask = ":~0x20000000";
 
-/// The name of the kernel that needs them.
+/// The name of the kernel that uses the SHA instructions.
 constexpr std::string_view shaExtensions = "sha extensions";
 
 [[noreturn]] void fail(const char* what) {
@@ -60,9 +61,9 @@ constexpr std::string_view shaExtensions = "sha extensions";
     std::exit(EXIT_FAILURE);
 }
 
-/// Bytes without a pattern, as large as the largest message.
+/// Random bytes, as many as the largest message has.
 const std::vector<char>& bytes() {
-    static const std::vector<char> made = [] {
+    static const std::vector<char> result = [] {
         std::vector<char> filled(64 * MiB);
         std::mt19937_64 random(20240229);
         for (std::size_t i = 0; i < filled.size(); i += 8) {
@@ -71,10 +72,10 @@ const std::vector<char>& bytes() {
         }
         return filled;
     }();
-    return made;
+    return result;
 }
 
-/// The file to hash. It is removed when the program ends, by `fail` as well: that destroys statics, and nothing else.
+/// The file to hash. It is removed when the program ends. It is a static object, because `fail` destroys only these.
 class HashedFile {
 public:
     HashedFile() = default;
@@ -130,8 +131,8 @@ private:
 };
 
 Evp& evp() {
-    static Evp one;
-    return one;
+    static Evp evp;
+    return evp;
 }
 
 Digest velmorData(const std::vector<char>& data) {
@@ -176,10 +177,10 @@ Digest evpLong() {
 
 using Compute = std::function<Digest()>;
 
-/// Registers both for one message.
+/// Registers the benchmarks of both libraries for one message.
 void add(const std::string& name, std::size_t size, int repetitions, const Compute& velmor, const Compute& peer) {
     const auto known = std::make_shared<Digest>();
-    for (const auto& [who, compute] : {std::pair{"/Velmor", velmor}, std::pair{"/EVP", peer}}) {
+    for (const auto& [library, compute] : {std::pair{"/Velmor", velmor}, std::pair{"/EVP", peer}}) {
         const auto measure = [size, known, compute = compute](benchmark::State& state) {
             Digest digest;
             for ([[maybe_unused]] auto iteration : state)
@@ -190,11 +191,11 @@ void add(const std::string& name, std::size_t size, int repetitions, const Compu
                 fail("wrong digest");
             state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(size));
         };
-        benchmark::RegisterBenchmark((name + who).c_str(), measure)->MinTime(0.1)->Repetitions(repetitions);
+        benchmark::RegisterBenchmark((name + library).c_str(), measure)->MinTime(0.1)->Repetitions(repetitions);
     }
 }
 
-/// Prints one line for each message: the best rate of both, and how many times as fast the library is.
+/// Prints one line per message: the best rate of each library, and their ratio.
 class Table : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context& context) override {
@@ -209,14 +210,14 @@ public:
             const std::string& name = run.run_name.function_name;
             Row& row = rows_[run.family_index / 2];
             row.name = name.substr(0, name.rfind('/'));
-            const bool ours = name.ends_with("Velmor");
-            double& best = ours ? row.velmor : row.peer;
+            const bool isVelmor = name.ends_with("Velmor");
+            double& best = isVelmor ? row.velmor : row.peer;
             best = std::max(best, double{run.counters.at("bytes_per_second")});
         }
     }
 
     void Finalize() override {
-        std::printf("%-12s %12s %12s %8s\n", "SHA-1", "Velmor MB/s", "EVP MB/s", "times");
+        std::printf("%-12s %12s %12s %8s\n", "SHA-1", "Velmor MB/s", "EVP MB/s", "ratio");
         for (const auto& [index, row] : rows_)
             std::printf("%-12s %12.0f %12.0f %8.3f\n", row.name.c_str(), row.velmor / 1e6, row.peer / 1e6,
                         row.velmor / row.peer);
@@ -229,10 +230,10 @@ private:
         double peer = 0;
     };
 
-    std::map<std::int64_t, Row> rows_; ///< In the order of registration; the two of a message follow each other.
+    std::map<std::int64_t, Row> rows_; ///< In the order of registration. The two benchmarks of a message are adjacent.
 };
 
-/// What hashing the file takes on top of what the program holds.
+/// Prints the memory that hashing the file needs in addition to the memory of the program.
 void printPeakMemoryOf(const char* name, const Compute& compute) {
     std::fflush(stdout);
     const pid_t child = fork();
@@ -249,9 +250,9 @@ void printPeakMemoryOf(const char* name, const Compute& compute) {
     _exit(0);
 }
 
-/// The fastest kernel that may be used: without the SHA instructions where OpenSSL does without them, too.
-const Velmor::sha1::Kernel& fastest(bool masked) {
-    const auto kernels = Velmor::sha1::kernels(); // the plain one, which needs no such instructions, is the first
+/// The fastest kernel; if `masked`, the fastest one without SHA instructions.
+const Velmor::digest::Kernel& fastest(bool masked) {
+    const auto kernels = Velmor::digest::compressDispatch.kernels(); // the first one is plain and always suitable
     return *std::find_if(kernels.rbegin(), kernels.rend() - 1,
                          [masked](const auto& kernel) { return !masked || kernel.name != shaExtensions; });
 }
@@ -259,7 +260,7 @@ const Velmor::sha1::Kernel& fastest(bool masked) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // In turns: what else the machine does then meets both.
+    // Interleaved, so that other load of the machine affects both libraries.
     std::vector<char*> arguments(argv, argv + argc);
     std::string interleaved = "--benchmark_enable_random_interleaving=true";
     arguments.insert(arguments.begin() + 1, interleaved.data());
@@ -271,8 +272,8 @@ int main(int argc, char** argv) {
 
     const char* const masking = std::getenv(maskVariable);
     const bool masked = masking && std::string(masking) == mask;
-    const Velmor::sha1::Kernel& kernel = fastest(masked);
-    Velmor::sha1::forceKernel(&kernel);
+    const Velmor::digest::Kernel& kernel = fastest(masked);
+    Velmor::digest::compressDispatch.force(&kernel);
     std::printf("Kernel: %s\n", kernel.name);
 
     hashedFile().write();
@@ -297,11 +298,11 @@ int main(int argc, char** argv) {
     benchmark::RunSpecifiedBenchmarks(&table);
 
     if (kernel.name == shaExtensions) {
-        hashedFile().remove(); // starting again destroys nothing
+        hashedFile().remove(); // execv runs no destructors
         std::fflush(stdout);
         setenv(maskVariable, mask, 1);
         execv("/proc/self/exe", argv);
-        fail("cannot start again");
+        fail("cannot restart the program");
     }
     return EXIT_SUCCESS;
 }

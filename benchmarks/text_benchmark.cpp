@@ -1,7 +1,7 @@
-// UTF-8 to wide text and back, beside ICU and iconv, on 1 MiB of text.
+// UTF-8 to wide text and back, compared to ICU and iconv, with 1 MiB of text.
 //
-// "String" makes a new string; "Buffer" converts into one that is there already, as the peers' own interfaces do. The peers'
-// strings are made the fastest way that their interface offers without measuring the text first.
+// "String" creates a new string. "Buffer" converts into an existing buffer, as the interfaces of ICU and iconv do. Their
+// strings are created in the fastest way that these interfaces offer without a first pass that measures the text.
 
 #include <Velmor/Text.h>
 
@@ -28,7 +28,8 @@ enum Script { ascii, latin, cjk };
 
 constexpr const char* scriptNames[] = {"ASCII", "Latin", "CJK"};
 
-/// Words of 2 to 10 letters; the Latin ones have about one accented letter in eight, the CJK ones no ASCII but the blank.
+/// Words of 2 to 10 letters, separated by blanks. In Latin text about one letter in eight has an accent. In CJK text only
+/// the blanks are ASCII.
 WideString makeText(Script script) {
     std::mt19937 random(20240229);
     const auto below = [&random](unsigned bound) { return static_cast<unsigned>(random() % bound); };
@@ -59,12 +60,12 @@ struct Sample {
 
 const Sample& sample(Script script) {
     static const std::vector<Sample> samples = [] {
-        std::vector<Sample> made;
+        std::vector<Sample> result;
         for (const Script each : {ascii, latin, cjk}) {
             const WideString wide = makeText(each);
-            made.push_back({wide, StringOperations::ConvertToUTF8(wide)});
+            result.push_back({wide, StringOperations::ConvertToUTF8(wide)});
         }
-        return made;
+        return result;
     }();
     return samples[script];
 }
@@ -78,7 +79,7 @@ const unsigned char* bytesOf(const Sample& text) {
     std::exit(EXIT_FAILURE);
 }
 
-// The six conversions of each library. Each returns the number of units that it wrote.
+// The conversions of each library. The buffer conversions return the number of units written.
 
 std::size_t velmorDecode(const Sample& text, WideChar* buffer, std::size_t capacity) {
     return StringOperations::ConvertFromUTF8(bytesOf(text), text.narrow.size(), buffer, capacity);
@@ -120,7 +121,7 @@ std::string icuEncodeString(const Sample& text) {
     return result;
 }
 
-/// @return bytes written.
+/// @return the number of bytes written.
 std::size_t convertWithIconv(const char* to, const char* from, const void* source, std::size_t sourceSize, void* buffer,
                              std::size_t bufferSize) {
     const iconv_t descriptor = iconv_open(to, from);
@@ -203,7 +204,7 @@ int main(int argc, char** argv) {
         add("DecodeString/Velmor", script, measureString, velmorDecodeString);
         add("DecodeString/ICU", script, measureString, icuDecodeString);
         add("DecodeString/iconv", script, measureString, iconvDecodeString);
-        // The library has no public encoder into a buffer; the peers' stands beside its string.
+        // Velmor has no public encoder into a buffer. Compare these to its EncodeString.
         add("EncodeString/Velmor", script, measureString, velmorEncodeString);
         add("EncodeString/ICU", script, measureString, icuEncodeString);
         add("EncodeString/iconv", script, measureString, iconvEncodeString);

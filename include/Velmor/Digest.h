@@ -13,21 +13,26 @@
 
 namespace Velmor {
 
-/// A SHA-1 hasher (FIPS 180): takes one message in pieces of any size.
+/// A SHA-1 hasher (FIPS 180). It computes the digest of one message, which is appended in pieces of any size. For the next
+/// message, assign `Sha1()`.
 ///
-/// A plain value: a copy continues by itself from the same point, and a hasher that was moved from keeps its state. After
-/// `calculateDigest` it is used up; assign `Sha1()` for the next message.
+/// Failure: operations throw only `std::bad_alloc`.
 ///
-/// Failure: only a failed allocation throws (`std::bad_alloc`). Threads: one hasher is used by one thread at a time; the
-/// static operations may run concurrently.
+/// Ownership: a hasher is a plain value without heap memory. Copies are independent. A hasher keeps its state when it is
+/// moved from.
+///
+/// Threads: different hashers may be used concurrently, one hasher by one thread at a time. The static operations may run
+/// concurrently.
+///
+/// Complexity: linear in the length of the message.
 class VELMOR_API Sha1 {
 public:
-    /// The bytes of a digest. Those of `Sha1` have 20; the class holds any number.
+    /// The bytes of a digest: 20 for a digest of `Sha1`, any number for others. A digest that was moved from is empty.
     ///
-    /// A digest that was moved from is empty. Failure: only a failed allocation throws. Threads: may be read concurrently.
+    /// Failure: operations throw only `std::bad_alloc`. Threads: a digest may be read concurrently.
     class VELMOR_API Digest {
     public:
-        /// @param bytes copied.
+        /// @param bytes the bytes, which are copied.
         Digest(const std::vector<unsigned char>& bytes);
 
         Digest(const Digest& other);
@@ -36,32 +41,34 @@ public:
         Digest& operator=(Digest&& other) noexcept;
         ~Digest();
 
-        /// Whether both have the same bytes, and the same number of them.
+        /// Whether both digests have the same number of bytes and the same bytes.
         bool operator==(const Digest& other) const;
 
-        /// The bytes.
+        /// The bytes. The reference is valid until the digest is assigned, moved from or destroyed.
         const std::vector<unsigned char>& asBytes() const;
 
-        /// Two lower-case hexadecimal digits per byte.
+        /// Hexadecimal text: two lower-case digits per byte.
         std::string asString() const;
-        /// As `asString`.
+        /// The text of `asString`.
         WideString asWString() const;
 
-        /// Base64 with padding (RFC 4648), in one line.
+        /// Base64 text with padding (RFC 4648), without line breaks.
         std::string asBase64String() const;
-        /// As `asBase64String`.
+        /// The text of `asBase64String`.
         WideString asBase64WString() const;
 
-        /// Reads hexadecimal text, in capitals or not.
-        /// @param text 40 characters; one that is no digit counts as 0.
-        /// @return 20 bytes. A text of any other length gives five zero bytes, which no real digest equals.
+        /// Parses hexadecimal text.
+        /// @param text 40 digits, upper or lower case. Any other character counts as the digit 0.
+        /// @return a digest of 20 bytes; for a text of any other length a digest of five zero bytes, which equals no digest
+        /// of
+        ///         20 bytes.
         static Digest fromString(const std::string& text);
 
     private:
         std::vector<unsigned char> bytes_;
     };
 
-    /// Begins a message.
+    /// Begins an empty message.
     Sha1();
 
     Sha1(const Sha1& other);
@@ -69,19 +76,21 @@ public:
     Sha1& operator=(const Sha1& other);
     Sha1& operator=(Sha1&& other) noexcept;
 
-    /// Takes the next bytes of the message.
+    /// Appends the next bytes of the message.
     void appendData(const std::vector<char>& data);
 
-    /// Ends the message.
-    /// @return the digest of all bytes that were appended. A second call gives that of the message with its padding.
+    /// Ends the message: appends the padding and the length.
+    /// @return the digest of all bytes that were appended before. A second call returns the digest of the padded message.
     Digest calculateDigest();
 
-    /// The digest of a whole message.
+    /// Computes the digest of a whole message.
     static Digest FromData(const std::vector<char>& data);
 
-    /// The digest of a file's content, read in pieces of 1 MiB.
-    /// @return twenty zero bytes when the file cannot be opened (which the opening reports, once); when reading fails on the
-    /// way, the digest of what was read.
+    /// Computes the digest of the content of a file, which is read in pieces of 1 MiB.
+    /// @param path the file.
+    /// @return the digest. If the file cannot be opened, twenty zero bytes; `FileStream::openFileForReading` reports this.
+    /// If a
+    ///         read fails, the digest of the bytes before it.
     static Digest FromFile(const WideString& path);
 
 private:

@@ -8,13 +8,12 @@ namespace {
 
 constexpr char hexDigits[] = "0123456789abcdef";
 
-/// The last one is the padding.
-constexpr char base64Digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
-constexpr char base64Padding = base64Digits[64];
+constexpr char base64Digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr char base64Padding = '=';
 
 constexpr std::size_t hexTextSize = 40;
 
-/// A character that is no digit counts as 0.
+/// The value of a hexadecimal digit.
 constexpr unsigned hexValue(char character) {
     if (character >= '0' && character <= '9')
         return static_cast<unsigned>(character - '0');
@@ -22,7 +21,7 @@ constexpr unsigned hexValue(char character) {
         return static_cast<unsigned>(character - 'A' + 10);
     if (character >= 'a' && character <= 'f')
         return static_cast<unsigned>(character - 'a' + 10);
-    return 0;
+    return 0; // Frozen: any other character counts as the digit 0.
 }
 
 WideString widen(const std::string& ascii) {
@@ -42,7 +41,8 @@ Sha1::Digest::Digest(Digest&& other) noexcept = default;
 Sha1::Digest& Sha1::Digest::operator=(const Digest& other) = default;
 
 Sha1::Digest& Sha1::Digest::operator=(Digest&& other) noexcept {
-    bytes_ = std::exchange(other.bytes_, {}); // the standard does not say that a vector assigned from is empty
+    // The standard does not guarantee that a vector is empty after it was moved from by assignment.
+    bytes_ = std::exchange(other.bytes_, {});
     return *this;
 }
 
@@ -92,6 +92,7 @@ WideString Sha1::Digest::asBase64WString() const {
 
 Sha1::Digest Sha1::Digest::fromString(const std::string& text) {
     if (text.size() != hexTextSize) {
+        // Frozen: for a text of another length the result is a digest of five zero bytes.
         static const Digest invalid(std::vector<unsigned char>{0, 0, 0, 0, 0});
         return invalid;
     }

@@ -1,22 +1,43 @@
 #pragma once
 
+#include "simd/Dispatch.h"
+
 #include <cstddef>
 
-// The spatial hash of a vertex cloud: centre x, y, z of its box, then the radii of the eight octants around the centre.
+// The spatial hash of a vertex cloud, eleven numbers:
 //
-// Both functions give the same bits (any NaN for a NaN) for every input, NaN, infinities and zeros of either sign included;
-// the plain one says what they do.
+//     0 to 2     x, y and z of the center: the midpoint of the bounding box
+//     3 to 10    for each octant around the center the distance of its farthest vertex; 0 if it has none
+//
+// A vertex lies in octant bx + 2 by + 4 bz, where bx is 1 if its x is greater than that of the center and otherwise 0.
+// by and bz are defined in the same way for y and z.
+//
+// See simd/Dispatch.h for the layout of the kernels. Their results are equal bit by bit for every input, infinities and
+// zeros of both signs included, except that a NaN may have other bits.
 
-namespace Velmor {
+namespace Velmor::identity {
 
 inline constexpr std::size_t spatialHashDimension = 11;
 
-/// @param count number of vertices; the last one does not take part, on purpose. The first is read whatever it is.
+/// @param count number of vertices. The last one is ignored; the first one is read even if `count` is 0.
 /// @param xyz   the vertices as consecutive triples.
 /// @param[out] hash eleven numbers.
-void computeSpatialHashPlain(unsigned count, const double* xyz, double* hash);
+using ComputeSpatialHash = void(unsigned count, const double* xyz, double* hash);
 
-/// The same with the vector instructions that every 64-bit x86 processor has; elsewhere it is the plain one.
-void computeSpatialHash(unsigned count, const double* xyz, double* hash);
+namespace plain {
+ComputeSpatialHash computeSpatialHash;
+}
 
-} // namespace Velmor
+namespace sse2 {
+ComputeSpatialHash computeSpatialHash;
+}
+
+using SpatialHashKernel = simd::Kernel<ComputeSpatialHash*>;
+
+extern simd::Dispatch<ComputeSpatialHash*> spatialHashDispatch;
+
+inline void computeSpatialHash(unsigned count, const double* xyz, double* hash) {
+    spatialHashDispatch.functions()(count, xyz, hash);
+}
+
+} // namespace Velmor::identity

@@ -107,7 +107,7 @@ HANDLE EnvironmentVariables::GetFileStreamHandle(const WideString& name) {
         });
         return os::invalidHandle();
     }
-    const std::int64_t number = integerFromText(value.text, std::numeric_limits<std::int64_t>::max());
+    const std::int64_t number = text::integerFromText(value.text, std::numeric_limits<std::int64_t>::max());
     return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(number));
 }
 

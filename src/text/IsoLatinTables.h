@@ -2,16 +2,17 @@
 
 #include <Velmor/WideText.h>
 
-// The upper halves of the Windows code pages 28592 to 28599 (ISO 8859-2 to -9), indexed by byte minus 0xA0. A byte that the
-// code page leaves undefined has a Private Use Area character of its own.
+// The upper halves of the Windows code pages 28592 to 28599 (ISO 8859-2 to -9), indexed by byte minus 0xA0. A byte that a
+// code page leaves undefined maps to a character of the Private Use Area, as on Windows: these are numbered consecutively in
+// ascending order of the bytes, from U+F79C for 28598, U+F7C2 for 28597, U+F7C8 for 28596 and U+F7F5 for 28593.
 
-namespace Velmor::isolatin {
+namespace Velmor::text {
 
-/// The byte of the first entry of each table. The bytes 0x80 to 0x9F below it stand for U+0080 to U+009F.
-inline constexpr unsigned firstByte = 0xA0;
+/// The byte of the first entry of each table. In all these code pages the bytes 0x80 to 0x9F are U+0080 to U+009F.
+inline constexpr unsigned isoLatinFirstByte = 0xA0;
 
 // clang-format off
-inline constexpr WideChar upperHalves[8][0x100 - firstByte] = {
+inline constexpr WideChar isoLatinUpperHalves[8][0x100 - isoLatinFirstByte] = {
     // ISO 8859-2, Latin-2
     {
         0x00A0, 0x0104, 0x02D8, 0x0141, 0x00A4, 0x013D, 0x015A, 0x00A7,
@@ -87,7 +88,7 @@ inline constexpr WideChar upperHalves[8][0x100 - firstByte] = {
         0x0650, 0x0651, 0x0652, 0xF7E8, 0xF7E9, 0xF7EA, 0xF7EB, 0xF7EC,
         0xF7ED, 0xF7EE, 0xF7EF, 0xF7F0, 0xF7F1, 0xF7F2, 0xF7F3, 0xF7F4,
     },
-    // ISO 8859-7, Greek, in its 1987 edition
+    // ISO 8859-7, Greek, edition of 1987
     {
         0x00A0, 0x02BD, 0x02BC, 0x00A3, 0xF7C2, 0xF7C3, 0x00A6, 0x00A7,
         0x00A8, 0x00A9, 0xF7C4, 0x00AB, 0x00AC, 0x00AD, 0xF7C5, 0x2015,
@@ -135,4 +136,4 @@ inline constexpr WideChar upperHalves[8][0x100 - firstByte] = {
 };
 // clang-format on
 
-} // namespace Velmor::isolatin
+} // namespace Velmor::text

@@ -16,8 +16,8 @@ using namespace diagnostics;
 
 namespace {
 
-/// The bytes of a source for a message. A copy, since the source need not end in a zero byte.
-std::string textOf(const unsigned char* source, std::size_t length) {
+/// A copy of a source for a message: the source may have no terminator.
+std::string toString(const unsigned char* source, std::size_t length) {
     return {reinterpret_cast<const char*>(source), length};
 }
 
@@ -38,7 +38,7 @@ WideString StringOperations::ConvertFromUTF8(const unsigned char* source, std::s
         once([] { reportDiagnostic(diagnosticLevel, " StringOperations::ConvertFromUTF8, Invalid Conversion."); });
         return {};
     }
-    // The length stays as counted, on purpose, also where the decoder writes fewer units.
+    // Frozen: the result has the counted length, with zero units at its end, also if the decoder writes fewer units.
     WideString result(length, WideChar{});
     ConvertFromUTF8(source, sourceLength, result.data(), length, false);
     return result;
@@ -53,13 +53,14 @@ std::size_t StringOperations::ConvertFromUTF8(const unsigned char* source, std::
                                               std::size_t destinationCapacity, bool reserveTerminator) {
     if (destinationCapacity == 0)
         return 0;
-    const std::size_t room = reserveTerminator ? destinationCapacity - 1 : destinationCapacity;
-    const utf8::Outcome decoded = utf8::decode(source, sourceLength, destination, room);
+    const std::size_t limit = reserveTerminator ? destinationCapacity - 1 : destinationCapacity;
+    const text::DecodeResult decoded = text::decodeUtf8(source, sourceLength, destination, limit);
+    // Frozen: on error the result is 0 and no terminator is written, although the units before the error have been written.
     if (!decoded.valid) {
         static ReportOnce once;
         once([&] {
             reportDiagnostic(diagnosticLevel, "StringOperations::ConvertFromUTF8 error for string %s",
-                             textOf(source, sourceLength).c_str());
+                             toString(source, sourceLength).c_str());
         });
         return 0;
     }
@@ -69,12 +70,12 @@ std::size_t StringOperations::ConvertFromUTF8(const unsigned char* source, std::
 }
 
 std::size_t StringOperations::StringLengthUTF8(const unsigned char* source, std::size_t length) {
-    const utf8::Outcome counted = utf8::countCharacters(source, length);
+    const text::DecodeResult counted = text::countUtf8(source, length);
     if (!counted.valid) {
         static ReportOnce once;
         once([&] {
             reportDiagnostic(diagnosticLevel, "StringOperations::StringLengthUTF8 error for string %s",
-                             textOf(source, length).c_str());
+                             toString(source, length).c_str());
         });
         return 0;
     }
@@ -82,10 +83,10 @@ std::size_t StringOperations::StringLengthUTF8(const unsigned char* source, std:
 }
 
 std::string StringOperations::ConvertToUTF8(const WideString& source) {
-    const utf8::Extent extent = utf8::extentOf(source.data(), source.size());
-    std::string result(extent.bytes, '\0');
-    // The place of the string's own terminator is room for the encoder's.
-    ConvertToUTF8(source.data(), extent.units, reinterpret_cast<unsigned char*>(result.data()), extent.bytes + 1);
+    const text::Utf8Size size = text::measureUtf8(source.data(), source.size());
+    std::string result(size.bytes, '\0');
+    // The encoder writes its terminator over that of the string, which is also 0.
+    ConvertToUTF8(source.data(), size.units, reinterpret_cast<unsigned char*>(result.data()), size.bytes + 1);
     return result;
 }
 
@@ -93,7 +94,7 @@ std::size_t StringOperations::ConvertToUTF8(const WideChar* source, std::size_t 
                                             std::size_t destinationCapacity) {
     if (destinationCapacity == 0)
         return 0;
-    const std::size_t written = utf8::encode(source, sourceLength, destination, destinationCapacity - 1);
+    const std::size_t written = text::encodeUtf8(source, sourceLength, destination, destinationCapacity - 1);
     destination[written] = 0;
     return written;
 }
@@ -107,7 +108,7 @@ WideString StringOperations::ConvertFromCurrentLocale(const std::string& source)
         once([] { reportDiagnostic(diagnosticLevel, " StringOperations::ConvertFromCurrentLocale, Invalid Conversion."); });
         return {};
     }
-    // The terminator does not fit, so this call fails by design, after it has written all before it.
+    // The buffer has no space for the terminator: the call writes all units before it and then fails.
     WideString result(static_cast<std::size_t>(length) - 1, WideChar{});
     os::multiByteToWide(os::threadCodePage, source.c_str(), -1, result.data(), length - 1);
     return result;
@@ -122,11 +123,11 @@ void StringOperations::ConvertFromCurrentLocale(const char* source, std::size_t 
 const std::string StringOperations::ConvertToCurrentLocale(const WideString& source) {
     if (source.empty())
         return {};
-    // The system's code page, not the thread's as in the other direction: meant.
+    // Frozen: this direction uses the code page of the system, the other direction that of the thread.
     const unsigned codePage = os::systemCodePage();
     const int sourceLength = static_cast<int>(source.size());
     const int length = os::wideToMultiByte(codePage, source.data(), sourceLength, nullptr, 0);
-    // A text of a single byte is refused on purpose, as if that byte were a terminator.
+    // Frozen: a text whose encoding is a single byte is an error, as if that byte were a terminator.
     if (static_cast<unsigned>(length) <= 1) {
         static ReportOnce once;
         once([] { reportDiagnostic(diagnosticLevel, "StringOperations::ConvertToCurrentLocale, Invalid Conversion."); });
@@ -140,7 +141,8 @@ const std::string StringOperations::ConvertToCurrentLocale(const WideString& sou
 void StringOperations::ConvertToCurrentLocale(const WideChar* source, std::size_t sourceLength, char* destination,
                                               std::size_t destinationCapacity) {
     WideString wideText;
-    wideText.assign(source, sourceLength); // refuses an impossible length before it computes with it, unlike the constructor
+    // Unlike the constructor, assign() checks for an impossible length before it computes with the length.
+    wideText.assign(source, sourceLength);
     const std::string text = ConvertToCurrentLocale(wideText);
     std::fill_n(destination, destinationCapacity, '\0');
     std::copy_n(text.data(), std::min(text.size(), destinationCapacity), destination);
@@ -150,16 +152,17 @@ WideChar StringOperations::ConvertIsoLatinToWideChar(CharSet_e charSet, char byt
     const unsigned code = static_cast<unsigned char>(byte);
     if (code < 0x80)
         return static_cast<WideChar>(code);
-    // As if the byte were widened with its sign, on purpose: 0xE9 gives U+FFE9.
+    // Frozen: for an unknown code page the byte is extended with its sign: 0xE9 becomes U+FFE9.
     if (charSet < ISO_8859_1 || charSet > ISO_8859_9)
         return static_cast<WideChar>(0xFF00 | code);
-    if (charSet == ISO_8859_1 || code < isolatin::firstByte)
+    if (charSet == ISO_8859_1 || code < text::isoLatinFirstByte)
         return static_cast<WideChar>(code);
-    return isolatin::upperHalves[charSet - ISO_8859_2][code - isolatin::firstByte];
+    return text::isoLatinUpperHalves[charSet - ISO_8859_2][code - text::isoLatinFirstByte];
 }
 
 bool StringOperations::TryConvertToIsoLatin1(const WideString& input, std::string& output) {
     output.resize(input.size());
+    // Frozen: on failure `output` has the length of `input`, with the characters before the failure converted.
     for (std::size_t i = 0; i < input.size(); ++i) {
         if (input[i] > 0xFF)
             return false;
@@ -169,12 +172,13 @@ bool StringOperations::TryConvertToIsoLatin1(const WideString& input, std::strin
 }
 
 WideString StringOperations::AsWString(unsigned int value) {
+    // Frozen: the number is formatted as a signed integer: 4294967295 becomes "-1".
     const std::string digits = std::to_string(static_cast<int>(value));
     return {digits.begin(), digits.end()};
 }
 
 int StringOperations::IntFromWString(const WideString& text) {
-    return static_cast<int>(integerFromText(text.c_str(), std::numeric_limits<int>::max()));
+    return static_cast<int>(text::integerFromText(text.c_str(), std::numeric_limits<int>::max()));
 }
 
 } // namespace Velmor

@@ -2,49 +2,92 @@
 
 #include <Velmor/WideText.h>
 
+#include "simd/Dispatch.h"
+
 #include <cstddef>
 
-// The UTF-8 kernels of StringOperations. Only sequences of one, two and three bytes exist, each for one code unit;
-// continuation bytes are masked, never checked. Nothing is reported and nothing is terminated here.
+// The UTF-8 of StringOperations. One sequence of one, two or three bytes is one code unit:
 //
-// Each kernel stands here twice: in the plain form, which is the definition, and in the form that the library uses, which
-// takes runs of text at a time and must give the same results.
+//     bytes                         code unit
+//     0xxxxxxx                      0000 to 007F
+//     110yyyyy 10xxxxxx             0080 to 07FF
+//     1110zzzz 10yyyyyy 10xxxxxx    0800 to FFFF, surrogates included
+//
+// A decoder masks continuation bytes and does not check them. A sequence may be longer than necessary. All other first bytes
+// (10xxxxxx and 1111xxxx) are errors. The functions report nothing and write no terminator. See simd/Dispatch.h for the
+// layout of the kernels.
 
-namespace Velmor::utf8 {
+namespace Velmor::text {
 
-/// What became of a source text.
-struct Outcome {
-    std::size_t count; ///< Code units written, or characters counted, before the end or the error.
-    bool valid;        ///< No stray continuation byte and no byte of 0xF0 or above was met.
+struct DecodeResult {
+    std::size_t count; ///< Code units that were written, or characters that were counted, before the end or the error.
+    bool valid;        ///< False if an invalid first byte was found.
 };
 
-/// Decodes up to the first zero byte or until the destination is full. A two-byte sequence that the end cuts off ends the
-/// text; of a three-byte sequence only the lead is dropped, and its continuation bytes are read as leads.
-Outcome decode(const unsigned char* source, std::size_t length, WideChar* destination, std::size_t capacity);
+/// Decodes up to the first zero byte, or until the destination is full. When the end of the source cuts off a sequence of
+/// two bytes, decoding ends. When it cuts off a sequence of three bytes, only the first byte is dropped and the next byte
+/// begins a new sequence.
+/// @param capacity size of `destination` in code units. Nothing after the code units of the result changes.
+using DecodeUtf8 = DecodeResult(const unsigned char* source, std::size_t length, WideChar* destination,
+                                std::size_t capacity);
 
 /// Counts the characters up to the first zero byte. A sequence that the end cuts off counts as one.
-Outcome countCharacters(const unsigned char* source, std::size_t length);
+using CountUtf8 = DecodeResult(const unsigned char* source, std::size_t length);
 
-/// Encodes up to and including the first zero unit. A character that does not fit is skipped: a later, shorter one may still
-/// follow.
+/// Encodes up to the first zero unit, which is written too. A character that does not fit is skipped; a shorter one after it
+/// is still written.
+/// @param capacity size of `destination` in bytes. Nothing after the bytes of the result changes.
 /// @return the number of bytes written.
-std::size_t encode(const WideChar* source, std::size_t length, unsigned char* destination, std::size_t capacity);
+using EncodeUtf8 = std::size_t(const WideChar* source, std::size_t length, unsigned char* destination, std::size_t capacity);
 
-/// Size of a text in both forms.
-struct Extent {
+struct Utf8Size {
     std::size_t units; ///< Code units before the first zero unit.
-    std::size_t bytes; ///< Bytes that they take.
+    std::size_t bytes; ///< Bytes of their encoding.
 };
 
-Extent extentOf(const WideChar* source, std::size_t length);
+/// Measures a text without its first zero unit and what follows.
+using MeasureUtf8 = Utf8Size(const WideChar* source, std::size_t length);
 
 namespace plain {
-
-Outcome decode(const unsigned char* source, std::size_t length, WideChar* destination, std::size_t capacity);
-Outcome countCharacters(const unsigned char* source, std::size_t length);
-std::size_t encode(const WideChar* source, std::size_t length, unsigned char* destination, std::size_t capacity);
-Extent extentOf(const WideChar* source, std::size_t length);
-
+DecodeUtf8 decodeUtf8;
+CountUtf8 countUtf8;
+EncodeUtf8 encodeUtf8;
+MeasureUtf8 measureUtf8;
 } // namespace plain
 
-} // namespace Velmor::utf8
+namespace sse2 {
+DecodeUtf8 decodeUtf8;
+CountUtf8 countUtf8;
+EncodeUtf8 encodeUtf8;
+MeasureUtf8 measureUtf8;
+} // namespace sse2
+
+struct Utf8Functions {
+    DecodeUtf8* decode;
+    CountUtf8* count;
+    EncodeUtf8* encode;
+    MeasureUtf8* measure;
+};
+
+using Utf8Kernel = simd::Kernel<Utf8Functions>;
+
+extern simd::Dispatch<Utf8Functions> utf8Dispatch;
+
+inline DecodeResult decodeUtf8(const unsigned char* source, std::size_t length, WideChar* destination,
+                               std::size_t capacity) {
+    return utf8Dispatch.functions().decode(source, length, destination, capacity);
+}
+
+inline DecodeResult countUtf8(const unsigned char* source, std::size_t length) {
+    return utf8Dispatch.functions().count(source, length);
+}
+
+inline std::size_t encodeUtf8(const WideChar* source, std::size_t length, unsigned char* destination, std::size_t capacity) {
+    return utf8Dispatch.functions().encode(source, length, destination, capacity);
+}
+
+inline Utf8Size measureUtf8(const WideChar* source, std::size_t length) {
+    return utf8Dispatch.functions().measure(source, length);
+}
+
+} // namespace Velmor::text

@@ -1,36 +1,38 @@
 #include "text/Utf8.h"
 
-namespace Velmor::utf8::plain {
+// The definition: one character after another. See Utf8.h for the format.
+
+namespace Velmor::text {
 
 namespace {
 
-constexpr bool isTwoByteLead(unsigned byte) {
+constexpr bool beginsTwoBytes(unsigned byte) {
     return (byte & 0xE0) == 0xC0;
 }
 
-constexpr bool isThreeByteLead(unsigned byte) {
+constexpr bool beginsThreeBytes(unsigned byte) {
     return (byte & 0xF0) == 0xE0;
 }
 
-inline WideChar fromTwo(const unsigned char* bytes) {
+inline WideChar fromTwoBytes(const unsigned char* bytes) {
     return static_cast<WideChar>((bytes[0] & 0x1Fu) << 6 | (bytes[1] & 0x3Fu));
 }
 
-inline WideChar fromThree(const unsigned char* bytes) {
+inline WideChar fromThreeBytes(const unsigned char* bytes) {
     return static_cast<WideChar>((bytes[0] & 0x0Fu) << 12 | (bytes[1] & 0x3Fu) << 6 | (bytes[2] & 0x3Fu));
 }
 
-/// Bytes that a code unit takes.
-constexpr std::size_t sizeOf(unsigned unit) {
+/// Bytes of the encoding of a code unit.
+constexpr std::size_t encodedSize(unsigned unit) {
     return unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3;
 }
 
-inline void toTwo(unsigned unit, unsigned char* bytes) {
+inline void toTwoBytes(unsigned unit, unsigned char* bytes) {
     bytes[0] = static_cast<unsigned char>(0xC0 | unit >> 6);
     bytes[1] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
 }
 
-inline void toThree(unsigned unit, unsigned char* bytes) {
+inline void toThreeBytes(unsigned unit, unsigned char* bytes) {
     bytes[0] = static_cast<unsigned char>(0xE0 | unit >> 12);
     bytes[1] = static_cast<unsigned char>(0x80 | (unit >> 6 & 0x3F));
     bytes[2] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
@@ -38,7 +40,8 @@ inline void toThree(unsigned unit, unsigned char* bytes) {
 
 } // namespace
 
-Outcome decode(const unsigned char* source, std::size_t length, WideChar* destination, std::size_t capacity) {
+DecodeResult plain::decodeUtf8(const unsigned char* source, std::size_t length, WideChar* destination,
+                               std::size_t capacity) {
     std::size_t written = 0;
     std::size_t position = 0;
     while (position < length && written < capacity) {
@@ -47,16 +50,16 @@ Outcome decode(const unsigned char* source, std::size_t length, WideChar* destin
             break;
         if (byte < 0x80) {
             destination[written++] = static_cast<WideChar>(byte);
-        } else if (isTwoByteLead(byte)) {
+        } else if (beginsTwoBytes(byte)) {
             if (position >= length)
                 break;
-            destination[written++] = fromTwo(source + position - 1);
+            destination[written++] = fromTwoBytes(source + position - 1);
             position += 1;
-        } else if (isThreeByteLead(byte)) {
-            // Cut off, only the lead is dropped: the byte behind it is meant to be read as a lead.
+        } else if (beginsThreeBytes(byte)) {
+            // Frozen: only the first byte of a sequence that is cut off is dropped; the next byte begins a new sequence.
             if (position >= length - 1)
                 continue;
-            destination[written++] = fromThree(source + position - 1);
+            destination[written++] = fromThreeBytes(source + position - 1);
             position += 2;
         } else {
             return {written, false};
@@ -65,7 +68,7 @@ Outcome decode(const unsigned char* source, std::size_t length, WideChar* destin
     return {written, true};
 }
 
-Outcome countCharacters(const unsigned char* source, std::size_t length) {
+DecodeResult plain::countUtf8(const unsigned char* source, std::size_t length) {
     std::size_t count = 0;
     std::size_t position = 0;
     while (position < length) {
@@ -74,9 +77,9 @@ Outcome countCharacters(const unsigned char* source, std::size_t length) {
             break;
         if (byte < 0x80)
             position += 1;
-        else if (isTwoByteLead(byte))
+        else if (beginsTwoBytes(byte))
             position += 2;
-        else if (isThreeByteLead(byte))
+        else if (beginsThreeBytes(byte))
             position += 3;
         else
             return {count, false};
@@ -85,20 +88,20 @@ Outcome countCharacters(const unsigned char* source, std::size_t length) {
     return {count, true};
 }
 
-std::size_t encode(const WideChar* source, std::size_t length, unsigned char* destination, std::size_t capacity) {
+std::size_t plain::encodeUtf8(const WideChar* source, std::size_t length, unsigned char* destination, std::size_t capacity) {
     std::size_t position = 0;
     for (std::size_t i = 0; i < length; ++i) {
         const unsigned unit = source[i];
-        const std::size_t size = sizeOf(unit);
-        // What does not fit is skipped on purpose, not the end: a shorter character behind it may fit.
+        const std::size_t size = encodedSize(unit);
+        // Frozen: a character that does not fit is skipped; a shorter one after it is still written.
         if (size <= capacity - position) {
             unsigned char* const bytes = destination + position;
             if (size == 1)
                 bytes[0] = static_cast<unsigned char>(unit);
             else if (size == 2)
-                toTwo(unit, bytes);
+                toTwoBytes(unit, bytes);
             else
-                toThree(unit, bytes);
+                toThreeBytes(unit, bytes);
             position += size;
         }
         if (unit == 0)
@@ -107,11 +110,11 @@ std::size_t encode(const WideChar* source, std::size_t length, unsigned char* de
     return position;
 }
 
-Extent extentOf(const WideChar* source, std::size_t length) {
-    Extent extent{0, 0};
-    while (extent.units < length && source[extent.units] != 0)
-        extent.bytes += sizeOf(source[extent.units++]);
-    return extent;
+Utf8Size plain::measureUtf8(const WideChar* source, std::size_t length) {
+    Utf8Size size{0, 0};
+    while (size.units < length && source[size.units] != 0)
+        size.bytes += encodedSize(source[size.units++]);
+    return size;
 }
 
-} // namespace Velmor::utf8::plain
+} // namespace Velmor::text

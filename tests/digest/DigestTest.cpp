@@ -1,6 +1,6 @@
 #include <Velmor/Digest.h>
 
-#include "RandomBytes.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ std::string plainHex(const Octets& bytes) {
     return text;
 }
 
-/// Base64 by way of the text of all bits: six at a time, zeros behind the last, and the equals signs that fill four.
+/// Base64 computed from the text of all bits: six bits per digit, padded with zero bits and then with equals signs.
 std::string plainBase64(const Octets& bytes) {
     std::string bits;
     for (const unsigned char byte : bytes)
@@ -56,7 +56,7 @@ std::string plainBase64(const Octets& bytes) {
     return text;
 }
 
-/// What a character of hexadecimal text stands for.
+/// The value of a character of hexadecimal text; 0 if it is not a digit.
 unsigned plainNibble(int character) {
     const std::size_t at = std::string("0123456789abcdefABCDEF").find(static_cast<char>(character));
     return at == std::string::npos ? 0 : static_cast<unsigned>(at < 16 ? at : at - 6);
@@ -80,7 +80,7 @@ static_assert(!std::is_default_constructible_v<Digest>);
 static_assert(std::is_constructible_v<Digest, const Octets&>);
 static_assert(std::is_copy_constructible_v<Digest> && std::is_copy_assignable_v<Digest>);
 static_assert(std::is_nothrow_move_constructible_v<Digest> && std::is_nothrow_move_assignable_v<Digest>);
-static_assert(!std::is_polymorphic_v<Digest> && sizeof(Digest) == sizeof(Octets));
+static_assert(!std::is_polymorphic_v<Digest>);
 static_assert(std::is_same_v<decltype(std::declval<const Digest&>().asBytes()), const Octets&>);
 static_assert(std::is_same_v<decltype(std::declval<const Digest&>().asString()), std::string>);
 static_assert(std::is_same_v<decltype(std::declval<const Digest&>().asWString()), WideString>);
@@ -89,10 +89,9 @@ static_assert(std::is_same_v<decltype(std::declval<const Digest&>().asBase64WStr
 
 } // namespace
 
-// Bytes, copies and moves
-// -----------------------------------------------------------------------------------------------------
+// Bytes, copies and moves ---------------------------------------------------------------------------------------------
 
-TEST(Digest, HoldsACopyOfAnyNumberOfBytes) {
+TEST(Digest, CopiesAnyNumberOfBytes) {
     for (const std::size_t size : {0u, 1u, 5u, 19u, 20u, 21u, 64u, 1000u}) {
         Octets bytes = Random(1).bytes<unsigned char>(size);
         const Octets original = bytes;
@@ -102,7 +101,7 @@ TEST(Digest, HoldsACopyOfAnyNumberOfBytes) {
     }
 }
 
-TEST(Digest, CopiesAreTheirOwn) {
+TEST(Digest, CopiesAreIndependent) {
     Digest first(abcBytes);
     const Digest second(first);
     Digest third(Octets(3, 1));
@@ -114,13 +113,13 @@ TEST(Digest, CopiesAreTheirOwn) {
     EXPECT_NE(second.asBytes().data(), third.asBytes().data());
 }
 
-TEST(Digest, MovedFromDigestIsEmpty) {
+TEST(Digest, IsEmptyWhenMovedFrom) {
     for (const std::size_t size : {0u, 1u, 20u, 100u}) {
         const Octets bytes = Random(2).bytes<unsigned char>(size);
         Digest source(bytes);
         Digest constructed(std::move(source));
         EXPECT_EQ(constructed.asBytes(), bytes);
-        EXPECT_TRUE(source.asBytes().empty()); // NOLINT(bugprone-use-after-move): told to be empty
+        EXPECT_TRUE(source.asBytes().empty()); // NOLINT(bugprone-use-after-move)
         EXPECT_EQ(source.asString(), "");
         EXPECT_EQ(source, Digest(Octets()));
 
@@ -136,24 +135,23 @@ TEST(Digest, MovedFromDigestIsEmpty) {
     }
 }
 
-TEST(Digest, CopyAssignmentToItselfChangesNothing) {
+TEST(Digest, IsUnchangedByCopyAssignmentToItself) {
     Digest digest(abcBytes);
     Digest& same = digest;
     digest = same;
     EXPECT_EQ(digest.asBytes(), abcBytes);
 }
 
-TEST(Digest, MoveAssignmentToItselfChangesNothing) {
+TEST(Digest, IsUnchangedByMoveAssignmentToItself) {
     Digest digest(abcBytes);
     Digest& same = digest;
     digest = std::move(same);
     EXPECT_EQ(digest.asBytes(), abcBytes);
 }
 
-// Equality
-// --------------------------------------------------------------------------------------------------------------------
+// Equality ------------------------------------------------------------------------------------------------------------
 
-TEST(Digest, EqualsTheSameBytesOnly) {
+TEST(Digest, EqualsOnlyEqualBytes) {
     const Digest digest(abcBytes);
     EXPECT_TRUE(digest == digest);
     EXPECT_TRUE(digest == Digest(abcBytes));
@@ -166,13 +164,13 @@ TEST(Digest, EqualsTheSameBytesOnly) {
         }
 }
 
-TEST(Digest, EqualsTheSameNumberOfBytesOnly) {
+TEST(Digest, EqualsOnlyTheSameNumberOfBytes) {
     for (std::size_t one = 0; one <= 25; ++one)
         for (std::size_t other = 0; other <= 25; ++other)
             EXPECT_EQ(Digest(Octets(one, 0)) == Digest(Octets(other, 0)), one == other) << one << ", " << other;
 }
 
-TEST(Digest, EmptyDigestsAreEqual) {
+TEST(Digest, EqualsAnotherEmptyDigestIfEmpty) {
     EXPECT_TRUE(Digest(Octets()) == Digest(Octets()));
     EXPECT_EQ(Digest(Octets()).asString(), "");
     EXPECT_EQ(Digest(Octets()).asWString(), WideString());
@@ -180,10 +178,9 @@ TEST(Digest, EmptyDigestsAreEqual) {
     EXPECT_EQ(Digest(Octets()).asBase64WString(), WideString());
 }
 
-// Text forms
-// ------------------------------------------------------------------------------------------------------------------
+// Text forms ----------------------------------------------------------------------------------------------------------
 
-TEST(Digest, TextFormsOfAKnownDigest) {
+TEST(Digest, FormatsAKnownDigest) {
     const Digest digest(abcBytes);
     EXPECT_EQ(digest.asString(), "a9993e364706816aba3e25717850c26c9cd0d89d");
     EXPECT_EQ(digest.asWString(), VELMOR_WIDE("a9993e364706816aba3e25717850c26c9cd0d89d"));
@@ -191,7 +188,7 @@ TEST(Digest, TextFormsOfAKnownDigest) {
     EXPECT_EQ(digest.asBase64WString(), VELMOR_WIDE("qZk+NkcGgWq6PiVxeFDCbJzQ2J0="));
 }
 
-TEST(Digest, Base64OfPublishedExamples) {
+TEST(Digest, FormatsThePublishedExamplesOfBase64) {
     const std::pair<std::string, std::string> cases[] = {{"", ""},
                                                          {"f", "Zg=="},
                                                          {"fo", "Zm8="},
@@ -206,11 +203,11 @@ TEST(Digest, Base64OfPublishedExamples) {
         EXPECT_EQ(Digest(Octets(text.begin(), text.end())).asBase64String(), base64);
 }
 
-TEST(Digest, TextFormsOfAnyBytes) {
-    for (std::uint32_t seed = 1; seed <= 20; ++seed)
+TEST(Digest, FormatsRandomBytes) {
+    for (unsigned seed = 1; seed <= 20; ++seed)
         for (std::size_t size = 0; size <= 64; ++size) {
-            SCOPED_TRACE("seed " + std::to_string(seed) + ", size " + std::to_string(size));
-            const Octets bytes = Random(seed).bytes<unsigned char>(size);
+            Random random(seed);
+            const Octets bytes = random.bytes<unsigned char>(size);
             const Digest digest(bytes);
             EXPECT_EQ(digest.asString(), plainHex(bytes));
             EXPECT_EQ(digest.asWString(), widened(plainHex(bytes)));
@@ -219,7 +216,7 @@ TEST(Digest, TextFormsOfAnyBytes) {
         }
 }
 
-TEST(Digest, TextFormsOfEveryByteInEveryPlaceOfAGroup) {
+TEST(Digest, FormatsEveryByteAtEveryPositionOfAGroup) {
     for (int value = 0; value < 256; ++value)
         for (std::size_t size = 1; size <= 3; ++size)
             for (std::size_t at = 0; at < size; ++at)
@@ -231,7 +228,7 @@ TEST(Digest, TextFormsOfEveryByteInEveryPlaceOfAGroup) {
                 }
 }
 
-TEST(Digest, TwentyBytesGiveFortyAndTwentyEightCharacters) {
+TEST(Digest, FormatsTwentyBytesAs40HexAnd28Base64Characters) {
     const Digest digest(Random(3).bytes<unsigned char>(20));
     EXPECT_EQ(digest.asString().size(), 40u);
     EXPECT_EQ(digest.asWString().size(), 40u);
@@ -241,13 +238,12 @@ TEST(Digest, TwentyBytesGiveFortyAndTwentyEightCharacters) {
     EXPECT_EQ(digest.asBase64WString().size(), 28u);
 }
 
-// Reading hexadecimal text
-// ----------------------------------------------------------------------------------------------------
+// Parsing hexadecimal text --------------------------------------------------------------------------------------------
 
-TEST(Digest, ReadsItsOwnTextInEitherCase) {
-    for (std::uint32_t seed = 1; seed <= 200; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        const Digest digest(Random(seed).bytes<unsigned char>(20));
+TEST(Digest, ParsesItsTextInUpperAndLowerCase) {
+    for (unsigned seed = 1; seed <= 200; ++seed) {
+        Random random(seed);
+        const Digest digest(random.bytes<unsigned char>(20));
         std::string text = digest.asString();
         EXPECT_EQ(Digest::fromString(text), digest);
         EXPECT_EQ(Digest::fromString(upperCase(text)), digest);
@@ -257,7 +253,7 @@ TEST(Digest, ReadsItsOwnTextInEitherCase) {
     }
 }
 
-TEST(Digest, EveryCharacterInEveryPlaceHasItsValue) {
+TEST(Digest, ParsesEveryCharacterAtEveryPosition) {
     for (const char rest : {'0', 'f'})
         for (std::size_t at = 0; at < 40; ++at)
             for (int character = 0; character < 256; ++character) {
@@ -271,7 +267,7 @@ TEST(Digest, EveryCharacterInEveryPlaceHasItsValue) {
             }
 }
 
-TEST(Digest, FortyCharactersThatAreNoDigitsGiveTwentyZeros) {
+TEST(Digest, ParsesOtherCharactersAsZeros) {
     for (int character = 0; character < 256; ++character) {
         if (plainNibble(character) != 0)
             continue;
@@ -280,10 +276,10 @@ TEST(Digest, FortyCharactersThatAreNoDigitsGiveTwentyZeros) {
     EXPECT_EQ(Digest::fromString("0x0x0x0x0x0x0x0x0x0x0x0x0x0x0x0x0x0x0x0x").asBytes(), Octets(20, 0));
 }
 
-TEST(Digest, RandomCharactersHaveTheirValues) {
-    for (std::uint32_t seed = 1; seed <= 500; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        const std::vector<unsigned char> characters = Random(seed).bytes<unsigned char>(40);
+TEST(Digest, ParsesRandomCharacters) {
+    for (unsigned seed = 1; seed <= 500; ++seed) {
+        Random random(seed);
+        const std::vector<unsigned char> characters = random.bytes<unsigned char>(40);
         Octets expected;
         for (std::size_t i = 0; i < 40; i += 2)
             expected.push_back(static_cast<unsigned char>(16 * plainNibble(characters[i]) + plainNibble(characters[i + 1])));
@@ -291,7 +287,7 @@ TEST(Digest, RandomCharactersHaveTheirValues) {
     }
 }
 
-TEST(Digest, OnlyFortyCharactersAreRead) {
+TEST(Digest, ParsesOnlyTextsOf40Characters) {
     for (std::size_t size = 0; size <= 100; ++size)
         for (const char character : {'a', '0', 'g', '\0'}) {
             const Octets bytes = Digest::fromString(std::string(size, character)).asBytes();
@@ -302,22 +298,22 @@ TEST(Digest, OnlyFortyCharactersAreRead) {
     EXPECT_EQ(Digest::fromString(std::string(1 << 20, 'a')).asBytes(), fiveZeros);
 }
 
-TEST(Digest, InvalidDigestIsFiveZerosAndEqualsNoRealOne) {
-    // Five bytes are meant: not even the digest of twenty zeros equals them.
+TEST(Digest, IsFiveZeroBytesForAnInvalidText) {
+    // No digest of twenty bytes equals it.
     const Digest invalid = Digest::fromString("");
     EXPECT_EQ(invalid.asBytes(), fiveZeros);
     EXPECT_EQ(invalid.asString(), "0000000000");
     EXPECT_EQ(invalid.asWString(), VELMOR_WIDE("0000000000"));
     EXPECT_EQ(invalid.asBase64String(), "AAAAAAA=");
     EXPECT_EQ(invalid.asBase64WString(), VELMOR_WIDE("AAAAAAA="));
-    EXPECT_EQ(invalid, Digest::fromString("no digest"));
+    EXPECT_EQ(invalid, Digest::fromString("not a digest"));
     EXPECT_FALSE(invalid == Digest(Octets(20, 0)));
     EXPECT_FALSE(invalid == Digest::fromString(std::string(40, '0')));
     EXPECT_FALSE(invalid == Digest(Octets()));
     EXPECT_FALSE(invalid == Sha1::FromData({}));
 }
 
-TEST(Digest, InvalidDigestIsGivenAsACopy) {
+TEST(Digest, ReturnsACopyOfTheInvalidDigest) {
     Digest first = Digest::fromString("");
     first = Digest(abcBytes);
     Digest second = Digest::fromString("");

@@ -1,14 +1,13 @@
-// SHA-1 beside OpenSSL's.
+// SHA-1 compared to OpenSSL's.
 
 #include <Velmor/Digest.h>
 
 #include "PlainSha1.h"
-#include "RandomBytes.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 
-#include <string>
 #include <vector>
 
 using namespace velmor_tests;
@@ -26,7 +25,7 @@ std::vector<unsigned char> opensslSha1(const Bytes& message) {
 
 } // namespace
 
-TEST(OpenSsl, GivesTheSameDigestForEveryLengthToFiveThousand) {
+TEST(OpenSsl, ComputesTheSameDigestsForEveryLengthUpTo5000) {
     const Bytes longest = Random(1).bytes(5000);
     for (std::size_t size = 0; size <= longest.size(); ++size) {
         const Bytes message(longest.begin(), longest.begin() + static_cast<std::ptrdiff_t>(size));
@@ -34,14 +33,13 @@ TEST(OpenSsl, GivesTheSameDigestForEveryLengthToFiveThousand) {
     }
 }
 
-TEST(OpenSsl, GivesTheSameDigestForRandomPieces) {
-    for (std::uint32_t seed = 1; seed <= 100; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+TEST(OpenSsl, ComputesTheSameDigestsForRandomPieces) {
+    for (unsigned seed = 1; seed <= 100; ++seed) {
         Random random(seed);
         Sha1 hasher;
         Bytes whole;
-        for (std::size_t pieces = random.upTo(20); pieces > 0; --pieces) {
-            const Bytes piece = random.bytes(random.upTo(seed % 2 == 0 ? 100 : 20000));
+        for (unsigned pieces = random.upTo(20u); pieces > 0; --pieces) {
+            const Bytes piece = random.bytes(random.upTo(seed % 2 == 0 ? 100u : 20000u));
             hasher.appendData(piece);
             whole = whole + piece;
         }
@@ -49,7 +47,7 @@ TEST(OpenSsl, GivesTheSameDigestForRandomPieces) {
     }
 }
 
-TEST(OpenSsl, GivesTheSameDigestForMegabytes) {
+TEST(OpenSsl, ComputesTheSameDigestForMegabytes) {
     const Bytes message = Random(2).bytes((8 << 20) + 31);
     EXPECT_EQ(Sha1::FromData(message).asBytes(), opensslSha1(message));
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-// SHA-1 as the Secure Hash Standard (FIPS 180-4) writes it, one step after the other: what the suites compare with.
+// SHA-1 step by step as in the Secure Hash Standard (FIPS 180-4), without the library: the reference of the tests.
 
 #include <array>
 #include <cstddef>
@@ -13,7 +13,7 @@ namespace velmor_tests {
 using Bytes = std::vector<char>;
 using Words = std::array<std::uint32_t, 5>;
 
-/// H(0), 5.3.1.
+/// H(0), section 5.3.1.
 inline constexpr Words plainInitial = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0};
 
 /// Section 6.1.2 for one block of 64 bytes.
@@ -58,7 +58,7 @@ inline void plainCompress(Words& hash, const char* block) {
     hash[4] += e;
 }
 
-/// The message with its padding, 5.1.1.
+/// The message with its padding, section 5.1.1.
 inline Bytes padded(Bytes message) {
     const std::uint64_t bits = std::uint64_t{message.size()} * 8;
     message.push_back(static_cast<char>(0x80));
@@ -76,7 +76,7 @@ inline Words plainBlocks(const Bytes& bytes, Words hash = plainInitial) {
     return hash;
 }
 
-/// Five words as twenty bytes, most significant first.
+/// The five words as twenty bytes, most significant byte first.
 inline std::vector<unsigned char> bytesOf(const Words& hash) {
     std::vector<unsigned char> bytes;
     for (const std::uint32_t word : hash)

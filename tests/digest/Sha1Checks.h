@@ -1,11 +1,12 @@
 #pragma once
 
-// What SHA-1 must meet whichever kernel computes it: NIST's response files, and every length.
+// Checks of SHA-1 that the tests run for the library's default kernel and for each forced kernel: published digests, NIST's
+// response files, and messages of every length.
 
 #include <Velmor/Digest.h>
 
 #include "PlainSha1.h"
-#include "RandomBytes.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +21,7 @@
 
 namespace velmor_tests {
 
-/// The digest of a message that is appended in pieces of one size; 0 for one piece.
+/// The digest of a message that is appended in pieces of `size` bytes, or in one piece if `size` is 0.
 inline Velmor::Sha1::Digest digestInPieces(const Bytes& message, std::size_t size) {
     Velmor::Sha1 hasher;
     if (size == 0) {
@@ -33,7 +34,7 @@ inline Velmor::Sha1::Digest digestInPieces(const Bytes& message, std::size_t siz
     return hasher.calculateDigest();
 }
 
-/// The examples of the standard, and the empty message.
+/// The examples of FIPS 180 and the empty message.
 inline void checkPublishedDigests() {
     const std::pair<std::string, std::string> cases[] = {
         {"", "da39a3ee5e6b4b0d3255bfef95601890afd80709"},
@@ -47,7 +48,7 @@ inline void checkPublishedDigests() {
         EXPECT_EQ(Velmor::Sha1::FromData(Bytes(text.begin(), text.end())).asString(), digest) << text.size() << " bytes";
 }
 
-/// One entry of a response file: "name = value" lines up to a blank line.
+/// One entry of a response file: lines "name = value" up to an empty line.
 using Entry = std::map<std::string, std::string>;
 
 inline std::vector<Entry> readResponses(const std::string& name) {
@@ -75,14 +76,14 @@ inline Bytes fromHex(const std::string& text) {
     return bytes;
 }
 
-/// Both the whole message and its pieces have the digest that each entry tells.
+/// Compares the digests of all entries, each computed from the whole message and from pieces of it.
 inline void checkMessages(const std::string& file, std::size_t count) {
     const std::vector<Entry> entries = readResponses(file);
     EXPECT_EQ(entries.size(), count);
     for (const Entry& entry : entries) {
         SCOPED_TRACE("Len = " + entry.at("Len"));
         Bytes message = fromHex(entry.at("Msg"));
-        message.resize(std::stoul(entry.at("Len")) / 8); // the empty message is written as one byte
+        message.resize(std::stoul(entry.at("Len")) / 8); // for the empty message the file contains one byte
         EXPECT_EQ(Velmor::Sha1::FromData(message).asString(), entry.at("MD"));
         for (const std::size_t size : {1u, 63u, 0u})
             EXPECT_EQ(digestInPieces(message, size).asString(), entry.at("MD")) << "pieces of " << size;
@@ -114,7 +115,7 @@ inline void checkMonteCarlo() {
     }
 }
 
-/// Every length to 5000 has the digest of the plain one.
+/// Compares the digests of messages of 0 to 5000 bytes to those of the reference.
 inline void checkEveryLength() {
     const Bytes longest = Random(1).bytes(5000);
     for (std::size_t size = 0; size <= longest.size(); ++size) {

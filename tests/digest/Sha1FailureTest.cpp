@@ -1,12 +1,12 @@
-// What becomes of a digest when reading its file or taking memory fails, and how much memory a file takes.
+// Digests when reading the file or allocating memory fails, and the memory that the digest of a file needs.
 //
-// The linker leads the library's calls of os::readFile here (--wrap).
+// The linker redirects the library's calls of os::readFile to this file (--wrap).
 
 #include <Velmor/Digest.h>
 
 #include "PlainSha1.h"
-#include "RandomBytes.h"
 #include "Tools.h"
+#include "support/Random.h"
 #include "support/WithFailure.h"
 
 #include <gtest/gtest.h>
@@ -32,13 +32,13 @@ namespace {
 
 constexpr std::uint32_t piece = 1 << 20;
 
-/// How one read goes: how much it delivers at most, and whether it succeeds.
+/// What one read does: it reads at most `limit` bytes and then succeeds or fails.
 struct Read {
     std::uint32_t limit = piece;
     bool succeeds = true;
 };
 
-/// While it lives, the reads go as planned; those behind the plan as ever.
+/// While this object exists, the reads follow a plan. Reads after the end of the plan are normal reads.
 class PlannedReads {
 public:
     explicit PlannedReads(std::vector<Read> plan) : plan_(std::move(plan)) { current = this; }
@@ -46,12 +46,12 @@ public:
     PlannedReads(const PlannedReads&) = delete;
     PlannedReads& operator=(const PlannedReads&) = delete;
 
-    /// What each read asked for.
-    std::vector<std::uint32_t> asked;
+    /// The size that each read requested.
+    std::vector<std::uint32_t> requested;
 
     bool read(void* file, void* buffer, std::uint32_t size, std::uint32_t* count) {
-        const Read planned = asked.size() < plan_.size() ? plan_[asked.size()] : Read{size};
-        asked.push_back(size);
+        const Read planned = requested.size() < plan_.size() ? plan_[requested.size()] : Read{size};
+        requested.push_back(size);
         *count = 0;
         const std::uint32_t limit = std::min(size, planned.limit);
         const bool succeeded = limit == 0 || __real__ZN6Velmor2os8readFileEPvS1_jPj(file, buffer, limit, count);
@@ -66,10 +66,10 @@ private:
 
 PlannedReads* PlannedReads::current = nullptr;
 
-/// A file of random bytes, and the digest of it with its reads as planned.
+/// A file of random bytes, and its digest when the reads follow a plan.
 class PlannedFile {
 public:
-    explicit PlannedFile(std::size_t size) : content_(Random(static_cast<std::uint32_t>(size)).bytes(size)) {
+    explicit PlannedFile(std::size_t size) : content_(Random(size).bytes(size)) {
         writeFile(path(), std::string(content_.begin(), content_.end()));
     }
 
@@ -81,7 +81,7 @@ public:
     std::vector<unsigned char> digest(std::vector<Read> plan, std::vector<std::uint32_t> expectedReads) const {
         PlannedReads reads(std::move(plan));
         const Sha1::Digest digest = Sha1::FromFile(wide(path()));
-        EXPECT_EQ(reads.asked, expectedReads);
+        EXPECT_EQ(reads.requested, expectedReads);
         return digest.asBytes();
     }
 
@@ -97,22 +97,21 @@ bool __wrap__ZN6Velmor2os8readFileEPvS1_jPj(void* file, void* buffer, std::uint3
                                             : __real__ZN6Velmor2os8readFileEPvS1_jPj(file, buffer, size, count);
 }
 
-// Reading
-// ---------------------------------------------------------------------------------------------------------------------
+// Reading -------------------------------------------------------------------------------------------------------------
 
-TEST(Sha1FailingFile, ReadsPiecesOfAMebibyteUntilOneIsEmpty) {
+TEST(Sha1FailingFile, ReadsPiecesOfOneMebibyteUntilAReadIsEmpty) {
     const PlannedFile file(2 * piece + 5);
     EXPECT_EQ(file.digest({}, {piece, piece, piece, piece}), plainSha1(file.head(2 * piece + 5)));
 }
 
-TEST(Sha1FailingFile, FailureInMidFileEndsTheMessageThere) {
+TEST(Sha1FailingFile, EndsTheMessageAtAReadError) {
     const PlannedFile file(3 * piece);
     EXPECT_EQ(file.digest({{0, false}}, {piece}), plainSha1({}));
     EXPECT_EQ(file.digest({{piece}, {0, false}}, {piece, piece}), plainSha1(file.head(piece)));
     EXPECT_EQ(file.digest({{piece}, {piece}, {0, false}}, {piece, piece, piece}), plainSha1(file.head(2 * piece)));
 }
 
-TEST(Sha1FailingFile, FileIsClosedAfterAFailureToo) {
+TEST(Sha1FailingFile, IsClosedAfterAReadError) {
     const PlannedFile file(2 * piece);
     file.digest({{0, false}}, {piece});
     const std::size_t handles = openHandles();
@@ -123,50 +122,49 @@ TEST(Sha1FailingFile, FileIsClosedAfterAFailureToo) {
     EXPECT_EQ(openHandles(), handles);
 }
 
-TEST(Sha1FailingFile, BytesOfAFailedReadDoNotCount) {
+TEST(Sha1FailingFile, IgnoresTheBytesOfAFailedRead) {
     const PlannedFile file(2 * piece);
     EXPECT_EQ(file.digest({{100, false}}, {piece}), plainSha1({}));
     EXPECT_EQ(file.digest({{piece}, {100, false}}, {piece, piece}), plainSha1(file.head(piece)));
 }
 
-TEST(Sha1FailingFile, AnEmptyReadEndsTheFile) {
+TEST(Sha1FailingFile, EndsAtAnEmptyRead) {
     const PlannedFile file(2 * piece);
     EXPECT_EQ(file.digest({{0}}, {piece}), plainSha1({}));
     EXPECT_EQ(file.digest({{piece}, {0}}, {piece, piece}), plainSha1(file.head(piece)));
 }
 
-TEST(Sha1FailingFile, AShortReadDoesNotEndTheFile) {
+TEST(Sha1FailingFile, ContinuesAfterAShortRead) {
     const PlannedFile file(1000);
     EXPECT_EQ(file.digest({{1}, {63}, {64}, {65}, {500}}, {piece, piece, piece, piece, piece, piece, piece}),
               plainSha1(file.head(1000)));
 }
 
-// Memory
-// ----------------------------------------------------------------------------------------------------------------------
+// Memory --------------------------------------------------------------------------------------------------------------
 
-TEST(Sha1Memory, AFileOfAnySizeTakesOnePiece) {
+TEST(Sha1Memory, IsOnePieceForALargeFile) {
     const TemporaryFolder folder;
     const auto path = folder / "file";
-    writeFile(path, "a large file of zeros but for this");
+    writeFile(path, "a large file: zeros after this text");
     std::filesystem::resize_file(path, 64 << 20);
-    Bytes content = bytesOf("a large file of zeros but for this");
+    Bytes content = bytesOf("a large file: zeros after this text");
     content.resize(64 << 20);
     const auto expected = plainSha1(content);
     const Velmor::WideString name = wide(path);
 
     std::optional<Sha1::Digest> digest;
-    std::size_t taken = 0;
+    std::size_t allocated = 0;
     {
         const FailAllocation count(0, false, Allocations::All);
         digest = Sha1::FromFile(name);
-        taken = count.totalSize();
+        allocated = count.totalSize();
     }
     EXPECT_EQ(digest->asBytes(), expected);
-    EXPECT_GE(taken, piece) << "the buffer was not seen";
-    EXPECT_LE(taken, piece + (64u << 10)); // all that was ever taken, so one buffer
+    EXPECT_GE(allocated, piece) << "the allocation of the buffer was not counted";
+    EXPECT_LE(allocated, piece + (64u << 10)); // the sum of all allocations: one buffer
 }
 
-TEST(Sha1Memory, AHasherOwnsNone) {
+TEST(Sha1Memory, IsNotAllocatedByAHasher) {
     const Bytes bytes = Random(1).bytes(1000);
     const FailAllocation count(0, false, Allocations::All);
     Sha1 hasher;
@@ -179,7 +177,7 @@ TEST(Sha1Memory, AHasherOwnsNone) {
     EXPECT_EQ(count.seen(), 0u);
 }
 
-TEST(Sha1Memory, ExhaustionThrowsAndLosesNothing) {
+TEST(Sha1Memory, ExhaustionThrowsWithoutALeak) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     const Velmor::WideString path = wide(folder / "file");
@@ -187,8 +185,9 @@ TEST(Sha1Memory, ExhaustionThrowsAndLosesNothing) {
     const Bytes bytes(100, 'x');
     const Sha1::Digest digest = Sha1::FromData(bytes);
     const std::string text = digest.asString();
-    Sha1::Digest::fromString(""); // its one-time part is another matter
-    Sha1::FromFile(missing);      // opening reports once, with texts of its own
+    // The first calls allocate more: the shared invalid digest, and the one report of a failed open.
+    Sha1::Digest::fromString("");
+    Sha1::FromFile(missing);
 
     const auto throwsAtEachAllocation = [](const char* what, const auto& operation) {
         SCOPED_TRACE(what);
@@ -198,14 +197,14 @@ TEST(Sha1Memory, ExhaustionThrowsAndLosesNothing) {
             EXPECT_EQ(outcome.threw, outcome.failed) << "allocation " << n;
             EXPECT_EQ(outcome.kept, 0) << "allocation " << n;
             if (!outcome.failed) {
-                EXPECT_GT(n, 1u) << "nothing was made to fail";
+                EXPECT_GT(n, 1u) << "no allocation failed";
                 return;
             }
         }
     };
     std::size_t handles = 0;
     for (int round = 0; round < 2; ++round) {
-        handles = openHandles(); // the first exception of a process may open some that stay
+        handles = openHandles(); // the first exception of a process may open handles that stay open
         throwsAtEachAllocation("FromFile", [&] { Sha1::FromFile(path); });
         throwsAtEachAllocation("FromFile of a missing file", [&] { Sha1::FromFile(missing); });
     }
@@ -214,12 +213,12 @@ TEST(Sha1Memory, ExhaustionThrowsAndLosesNothing) {
     throwsAtEachAllocation("calculateDigest", [] { Sha1().calculateDigest(); });
     throwsAtEachAllocation("a copy", [&] { const Sha1::Digest copy(digest); });
     throwsAtEachAllocation("fromString", [&] { Sha1::Digest::fromString(text); });
-    throwsAtEachAllocation("fromString of no digest", [] { Sha1::Digest::fromString(""); });
+    throwsAtEachAllocation("fromString of an invalid text", [] { Sha1::Digest::fromString(""); });
     throwsAtEachAllocation("asWString", [&] { digest.asWString(); });
     throwsAtEachAllocation("asBase64WString", [&] { digest.asBase64WString(); });
 }
 
-TEST(Sha1Memory, AFailedAssignmentOfADigestChangesNothing) {
+TEST(Sha1Memory, AFailedAssignmentLeavesTheDigestUnchanged) {
     const Sha1::Digest source(std::vector<unsigned char>(100, 1));
     Sha1::Digest target(std::vector<unsigned char>(20, 2));
     EXPECT_TRUE(outcomeOf(1, false, [&] { target = source; }).threw);

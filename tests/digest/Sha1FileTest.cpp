@@ -2,8 +2,8 @@
 #include <Velmor/Platform.h>
 
 #include "PlainSha1.h"
-#include "RandomBytes.h"
 #include "Tools.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
@@ -35,12 +35,12 @@ void writeBytes(const std::filesystem::path& path, const Bytes& bytes) {
 
 } // namespace
 
-TEST(Sha1File, DigestIsThatOfTheContent) {
+TEST(Sha1File, HasTheDigestOfItsContent) {
     const TemporaryFolder folder;
     for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{3}, std::size_t{55}, std::size_t{56},
                                    std::size_t{63}, std::size_t{64}, std::size_t{65}, std::size_t{100000}, piece - 1, piece,
                                    piece + 1, piece + 63, 2 * piece - 1, 2 * piece, 2 * piece + 1, 5 * piece + 12345}) {
-        const Bytes content = Random(static_cast<std::uint32_t>(size)).bytes(size);
+        const Bytes content = Random(size).bytes(size);
         writeBytes(folder / "file", content);
         const Sha1::Digest digest = digestOf(folder / "file");
         EXPECT_EQ(digest.asBytes(), plainSha1(content)) << size;
@@ -48,20 +48,20 @@ TEST(Sha1File, DigestIsThatOfTheContent) {
     }
 }
 
-TEST(Sha1File, EmptyFileHasTheDigestOfTheEmptyMessage) {
+TEST(Sha1File, HasTheDigestOfTheEmptyMessageIfEmpty) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "");
     EXPECT_EQ(digestOf(folder / "file").asString(), "da39a3ee5e6b4b0d3255bfef95601890afd80709");
 }
 
-TEST(Sha1File, BytesThatTextFilesTreatSpeciallyCount) {
+TEST(Sha1File, IsReadAsBinary) {
     const TemporaryFolder folder;
-    const std::string content("\r\n\n\r\x1A behind\0 and on\r\n", 21);
+    const std::string content("\r\n\n\r\x1A after\0 and on\r\n", 21);
     writeFile(folder / "file", content);
     EXPECT_EQ(digestOf(folder / "file").asBytes(), plainSha1(bytesOf(content)));
 }
 
-TEST(Sha1File, NamesMayHoldAnyCharacter) {
+TEST(Sha1File, MayHaveAnyCharacterInItsName) {
     const TemporaryFolder folder;
     const auto path = folder / "Gr\xC3\xBC\xC3\x9F"
                                "e \xE6\xB8\xAC\xE8\xA9\xA6 \xF0\x9F\x98\x80.ifc";
@@ -69,7 +69,7 @@ TEST(Sha1File, NamesMayHoldAnyCharacter) {
     EXPECT_EQ(digestOf(path).asString(), "a9993e364706816aba3e25717850c26c9cd0d89d");
 }
 
-TEST(Sha1File, WhatCannotBeOpenedGivesTwentyZeros) {
+TEST(Sha1File, HasTwentyZeroBytesIfItCannotBeOpened) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     const std::unique_ptr<FileStream> holder(FileStream::createFileForWriting(wide(folder / "held")));
@@ -80,14 +80,14 @@ TEST(Sha1File, WhatCannotBeOpenedGivesTwentyZeros) {
         EXPECT_EQ(digestOf(path).asBytes(), twentyZeros) << path;
 }
 
-TEST(Sha1File, FileIsReadWhileOthersReadIt) {
+TEST(Sha1File, IsReadWhileAnotherStreamReadsIt) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "abc");
     const std::unique_ptr<FileStream> reader(FileStream::openFileForReading(wide(folder / "file")));
     EXPECT_EQ(digestOf(folder / "file").asString(), "a9993e364706816aba3e25717850c26c9cd0d89d");
 }
 
-TEST(Sha1File, FileIsClosedAfterwards) {
+TEST(Sha1File, IsClosedAfterReading) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "abc");
     digestOf(folder / "file");
@@ -99,10 +99,10 @@ TEST(Sha1File, FileIsClosedAfterwards) {
     }
     EXPECT_EQ(openHandles(), before);
     const std::unique_ptr<FileStream> writer(FileStream::createFileForWriting(wide(folder / "file")));
-    EXPECT_NE(writer->getHandle(), noHandle()) << "somebody still reads";
+    EXPECT_NE(writer->getHandle(), noHandle()) << "the file is still open for reading";
 }
 
-TEST(Sha1File, FileCanBeRemovedAtOnce) {
+TEST(Sha1File, CanBeRemovedAfterReading) {
     const TemporaryFolder folder;
     for (int i = 0; i < 20; ++i) {
         writeFile(folder / "file", "abc");
@@ -113,7 +113,7 @@ TEST(Sha1File, FileCanBeRemovedAtOnce) {
     }
 }
 
-TEST(Sha1File, FileIsLeftAsItIs) {
+TEST(Sha1File, IsNotChanged) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     const auto time = std::filesystem::last_write_time(folder / "file");
@@ -124,8 +124,8 @@ TEST(Sha1File, FileIsLeftAsItIs) {
 }
 
 #if defined(__linux__)
-TEST(Sha1File, FileThatOpensButCannotBeReadHasTheDigestOfTheEmptyMessage) {
-    // Nothing is mapped at the address 0.
+TEST(Sha1File, HasTheDigestOfTheEmptyMessageIfItCannotBeRead) {
+    // This file opens, but reading fails: no memory is mapped at address 0.
     EXPECT_EQ(digestOf("/proc/self/mem").asString(), "da39a3ee5e6b4b0d3255bfef95601890afd80709");
 }
 #endif
@@ -140,10 +140,10 @@ VELMOR_SCENARIO(DigestsOfFiles) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "content");
     digestOf(folder / "file");
-    Sha1::Digest::fromString("no digest");
+    Sha1::Digest::fromString("not a digest");
 }
 
-TEST(Sha1File, OnlyTheOpeningReports) {
+TEST(Sha1File, ReportsOnlyTheFailedOpen) {
     const ScenarioRun run = runUnderDebugger("DigestsOfMissingFiles");
     EXPECT_EQ(run.reports, std::vector<std::string>{"opening of file no-such-folder/first.ifc for reading failed."});
     EXPECT_EQ(run.breaks, 1);
@@ -156,7 +156,7 @@ TEST(Sha1File, OnlyTheOpeningReports) {
     EXPECT_EQ(silent.exitCode, 0u) << silent.error;
 }
 
-TEST(Sha1File, NothingIsPrintedWithoutADebugger) {
+TEST(Sha1File, PrintsNothingWithoutADebugger) {
     for (const char* scenario : {"DigestsOfMissingFiles", "DigestsOfFiles"}) {
         const ScenarioRun run = runAlone(scenario);
         EXPECT_EQ(run.output, "");

@@ -1,19 +1,15 @@
-// Every kernel that this processor runs, against published digests and against the standard's own steps, written once more
-// apart from the library; and how hashers come to their kernel.
-
-#include "digest/Sha1Kernels.h"
+// Every kernel of SHA-1 that this processor can run, compared to published digests and to the reference, and how the hashers
+// call their kernel.
 
 #include <Velmor/Digest.h>
 
 #include "PlainSha1.h"
-#include "RandomBytes.h"
 #include "Sha1Checks.h"
+#include "digest/Sha1Compression.h"
+#include "simd/ForcedKernel.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
-
-#if defined(VELMOR_SHA1_X86)
-    #include <cpuid.h>
-#endif
 
 #include <algorithm>
 #include <array>
@@ -23,115 +19,88 @@
 #include <vector>
 
 using namespace velmor_tests;
+using Velmor::Sha1;
+using Velmor::digest::blockSize;
+using Velmor::digest::compressDispatch;
+using Velmor::digest::Kernel;
+using Velmor::digest::State;
+using Velmor::simd::InstructionSet;
+using Velmor::simd::isSupported;
 
 namespace {
 
-using Velmor::Sha1;
-using Velmor::sha1::blockSize;
-using Velmor::sha1::Kernel;
-using Velmor::sha1::State;
+class Sha1Kernels : public testing::TestWithParam<Kernel> {};
 
-/// Makes all hashers use a kernel as long as it lives.
-class Forced {
-public:
-    explicit Forced(const Kernel& kernel) { Velmor::sha1::forceKernel(&kernel); }
-    ~Forced() { Velmor::sha1::forceKernel(nullptr); }
-    Forced(const Forced&) = delete;
-    Forced& operator=(const Forced&) = delete;
-};
+INSTANTIATE_TEST_SUITE_P(Sha1, Sha1Kernels, allKernels(compressDispatch), KernelName());
 
-class EveryKernel : public testing::TestWithParam<Kernel> {};
-
-INSTANTIATE_TEST_SUITE_P(Sha1, EveryKernel,
-                         testing::ValuesIn(Velmor::sha1::kernels().begin(), Velmor::sha1::kernels().end()),
-                         [](const testing::TestParamInfo<Kernel>& kernel) {
-                             std::string name = kernel.param.name;
-                             std::replace(name.begin(), name.end(), ' ', '_');
-                             return name;
-                         });
-
-TEST_P(EveryKernel, GivesThePublishedDigests) {
-    const Forced forced(GetParam());
+TEST_P(Sha1Kernels, ComputeThePublishedDigests) {
+    const ForcedKernel forced(compressDispatch, GetParam());
     checkPublishedDigests();
 }
 
-TEST_P(EveryKernel, MeetsTheVectorsOfShortMessages) {
-    const Forced forced(GetParam());
+TEST_P(Sha1Kernels, ComputeTheDigestsOfTheShortMessageVectors) {
+    const ForcedKernel forced(compressDispatch, GetParam());
     checkShortMessages();
 }
 
-TEST_P(EveryKernel, MeetsTheVectorsOfLongMessages) {
-    const Forced forced(GetParam());
+TEST_P(Sha1Kernels, ComputeTheDigestsOfTheLongMessageVectors) {
+    const ForcedKernel forced(compressDispatch, GetParam());
     checkLongMessages();
 }
 
-TEST_P(EveryKernel, MeetsTheCheckpointsOfTheMonteCarloTest) {
-    const Forced forced(GetParam());
+TEST_P(Sha1Kernels, ComputeTheCheckpointsOfTheMonteCarloVectors) {
+    const ForcedKernel forced(compressDispatch, GetParam());
     checkMonteCarlo();
 }
 
-TEST_P(EveryKernel, EveryLengthToFiveThousandEqualsThePlainOne) {
-    const Forced forced(GetParam());
+TEST_P(Sha1Kernels, EqualTheReferenceForEveryLengthUpTo5000) {
+    const ForcedKernel forced(compressDispatch, GetParam());
     checkEveryLength();
 }
 
-TEST_P(EveryKernel, CompressesAnyStateAndBlocksAsTheStandardDoes) {
-    for (std::uint32_t seed = 1; seed <= 2000; ++seed) {
+TEST_P(Sha1Kernels, EqualTheReferenceForRandomStatesAndBlocks) {
+    for (unsigned seed = 1; seed <= 2000; ++seed) {
         Random random(seed);
-        const std::size_t count = random.upTo(39);
-        // At any alignment, and exactly up to the end of the allocation.
-        const std::size_t offset = random.upTo(63);
+        const std::size_t count = random.below(40u);
+        // At any alignment, up to the end of the allocation.
+        const std::size_t offset = random.below(64u);
         const Bytes bytes = random.bytes(offset + count * blockSize);
         State state;
         for (std::uint32_t& word : state)
-            word = static_cast<std::uint32_t>(random.upTo(0xFFFFFFFF));
+            word = static_cast<std::uint32_t>(random.bits());
         const Words expected =
             plainBlocks(Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(offset), bytes.end()), std::to_array(state));
-        GetParam().compress(state, reinterpret_cast<const unsigned char*>(bytes.data()) + offset, count);
-        ASSERT_EQ(std::to_array(state), expected) << "seed " << seed << ", " << count << " blocks at " << offset;
+        GetParam().functions(state, reinterpret_cast<const unsigned char*>(bytes.data()) + offset, count);
+        ASSERT_EQ(std::to_array(state), expected) << count << " blocks at " << offset;
     }
 }
 
-TEST_P(EveryKernel, AnyPiecesGiveTheDigestOfTheWhole) {
-    const Forced forced(GetParam());
-    for (std::uint32_t seed = 1; seed <= 300; ++seed) {
+TEST_P(Sha1Kernels, EqualTheReferenceForRandomPieces) {
+    const ForcedKernel forced(compressDispatch, GetParam());
+    for (unsigned seed = 1; seed <= 300; ++seed) {
         Random random(seed);
-        const Bytes message = random.bytes(random.upTo(1999));
+        const Bytes message = random.bytes(random.below(2000u));
         Sha1 hasher;
         for (std::size_t done = 0; done < message.size();) {
-            const std::size_t piece = std::min(random.upTo(299), message.size() - done);
+            const std::size_t piece = std::min<std::size_t>(random.below(300u), message.size() - done);
             const auto begin = message.begin() + static_cast<std::ptrdiff_t>(done);
             hasher.appendData({begin, begin + static_cast<std::ptrdiff_t>(piece)});
             done += piece;
         }
-        ASSERT_EQ(hasher.calculateDigest().asBytes(), plainSha1(message))
-            << "seed " << seed << ", " << message.size() << " bytes";
+        ASSERT_EQ(hasher.calculateDigest().asBytes(), plainSha1(message)) << message.size() << " bytes";
     }
 }
 
-std::vector<std::string> names() {
-    std::vector<std::string> found;
-    for (const Kernel& kernel : Velmor::sha1::kernels())
-        found.emplace_back(kernel.name);
-    return found;
-}
-
-TEST(Sha1Kernels, AreThoseOfTheProcessor) {
+TEST(Sha1Dispatch, ListsTheKernelsOfTheProcessor) {
     std::vector<std::string> expected = {"plain"};
-#if defined(VELMOR_SHA1_X86)
-    unsigned a = 0;
-    unsigned b = 0;
-    unsigned c = 0;
-    unsigned d = 0;
-    if (__get_cpuid(1, &a, &b, &c, &d) && (c & bit_SSSE3))
+    if (isSupported(InstructionSet::Ssse3))
         expected.emplace_back("ssse3");
-    if (__get_cpuid_count(7, 0, &a, &b, &c, &d) && (b & bit_SHA))
+    if (isSupported(InstructionSet::ShaExtensions))
         expected.emplace_back("sha extensions");
-#endif
-    EXPECT_EQ(names(), expected);
+    EXPECT_EQ(kernelNames(compressDispatch), expected);
 }
 
-/// What the hashers ask of their kernel.
+/// The arguments of a call of a kernel.
 struct Call {
     const unsigned char* blocks;
     std::size_t count;
@@ -141,14 +110,15 @@ struct Call {
 
 std::vector<Call> calls;
 
-constexpr Kernel recording = {"recording", [](State&, const unsigned char* blocks, std::size_t count) {
-                                  calls.push_back({blocks, count});
-                              }};
+constexpr Kernel recordingKernel = {"recording", InstructionSet::Baseline,
+                                    [](State&, const unsigned char* blocks, std::size_t count) {
+                                        calls.push_back({blocks, count});
+                                    }};
 
-TEST(Sha1Kernels, AForcedOneServesAllHashersUntilItIsReleased) {
+TEST(Sha1Dispatch, CallsTheForcedKernelUntilItIsReleased) {
     calls.clear();
     {
-        const Forced forced(recording);
+        const ForcedKernel forced(compressDispatch, recordingKernel);
         Sha1::FromData({});
         EXPECT_EQ(calls.size(), 1u);
     }
@@ -156,16 +126,16 @@ TEST(Sha1Kernels, AForcedOneServesAllHashersUntilItIsReleased) {
     EXPECT_EQ(calls.size(), 1u);
 }
 
-TEST(Sha1Kernels, GetWholeBlocksWhereTheyLie) {
+TEST(Sha1Dispatch, CallsAKernelOnceForAllWholeBlocksWithoutCopyingThem) {
     calls.clear();
-    const Forced forced(recording);
+    const ForcedKernel forced(compressDispatch, recordingKernel);
     const std::vector<char> data(3 * blockSize + 10);
     const auto* const bytes = reinterpret_cast<const unsigned char*>(data.data());
     Sha1 hasher;
     hasher.appendData(data);
     EXPECT_EQ(calls, (std::vector<Call>{{bytes, 3}}));
 
-    // The ten bytes left over are completed to a block of the hasher's own; two more whole ones follow.
+    // The ten bytes that remain are completed to a block inside the hasher; two whole blocks follow.
     calls.clear();
     hasher.appendData(data);
     ASSERT_EQ(calls.size(), 2u);

@@ -1,8 +1,8 @@
 #include <Velmor/Digest.h>
 
 #include "PlainSha1.h"
-#include "RandomBytes.h"
 #include "Sha1Checks.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ Sha1 hasherOf(const Bytes& message) {
     return hasher;
 }
 
-/// A hasher's state as its fields lie in it.
+/// The fields of a hasher, read from its memory.
 struct State {
     std::uint32_t blockFill = 0;
     std::array<char, 64> block{};
@@ -42,55 +42,52 @@ struct State {
         std::memcpy(&totalLength, object + 88, 8);
     }
 
-    /// The bytes that wait in the block.
+    /// The bytes that have not been compressed.
     Bytes waiting() const { return Bytes(block.begin(), block.begin() + std::min<std::uint32_t>(blockFill, 64)); }
 };
 
-static_assert(sizeof(Sha1) == 96);
 static_assert(std::is_standard_layout_v<Sha1> && !std::is_polymorphic_v<Sha1>);
 static_assert(std::is_copy_constructible_v<Sha1> && std::is_copy_assignable_v<Sha1>);
 
 } // namespace
 
-// Digests
-// ---------------------------------------------------------------------------------------------------------------------
+// Digests -------------------------------------------------------------------------------------------------------------
 
-TEST(Sha1, GivesThePublishedDigests) {
+TEST(Sha1, ComputesThePublishedDigests) {
     checkPublishedDigests();
 }
 
-TEST(Sha1, MeetsTheVectorsOfShortMessages) {
+TEST(Sha1, ComputesTheDigestsOfTheShortMessageVectors) {
     checkShortMessages();
 }
 
-TEST(Sha1, MeetsTheVectorsOfLongMessages) {
+TEST(Sha1, ComputesTheDigestsOfTheLongMessageVectors) {
     checkLongMessages();
 }
 
-TEST(Sha1, MeetsTheCheckpointsOfTheMonteCarloTest) {
+TEST(Sha1, ComputesTheCheckpointsOfTheMonteCarloVectors) {
     checkMonteCarlo();
 }
 
-TEST(Sha1, EveryLengthToFiveThousandEqualsThePlainOne) {
+TEST(Sha1, EqualsTheReferenceForEveryLengthUpTo5000) {
     checkEveryLength();
 }
 
-TEST(Sha1, DigestHasTwentyBytes) {
+TEST(Sha1, ComputesDigestsOfTwentyBytes) {
     EXPECT_EQ(Sha1().calculateDigest().asBytes().size(), 20u);
     EXPECT_EQ(Sha1::FromData(Bytes(100, 'x')).asBytes().size(), 20u);
 }
 
-TEST(Sha1, ANewHasherHasTheDigestOfTheEmptyMessage) {
+TEST(Sha1, StartsWithTheEmptyMessage) {
     EXPECT_EQ(Sha1().calculateDigest(), Sha1::FromData(Bytes()));
 }
 
-// Pieces
-// ----------------------------------------------------------------------------------------------------------------------
+// Pieces --------------------------------------------------------------------------------------------------------------
 
-TEST(Sha1, PiecesOfAnySizeGiveTheDigestOfTheWhole) {
+TEST(Sha1, AcceptsPiecesOfAnySize) {
     for (const std::size_t size :
          {0u, 1u, 54u, 55u, 56u, 57u, 62u, 63u, 64u, 65u, 119u, 120u, 127u, 128u, 129u, 191u, 1000u}) {
-        const Bytes message = Random(static_cast<std::uint32_t>(size)).bytes(size);
+        const Bytes message = Random(size).bytes(size);
         const std::vector<unsigned char> expected = plainSha1(message);
         EXPECT_EQ(Sha1::FromData(message).asBytes(), expected) << size;
         for (const std::size_t piece : {0u, 1u, 2u, 3u, 31u, 63u, 64u, 65u, 127u, 128u, 129u})
@@ -98,7 +95,7 @@ TEST(Sha1, PiecesOfAnySizeGiveTheDigestOfTheWhole) {
     }
 }
 
-TEST(Sha1, EverySplitInTwoGivesTheDigestOfTheWhole) {
+TEST(Sha1, AcceptsEverySplitInTwoPieces) {
     const Bytes message = Random(2).bytes(200);
     const std::vector<unsigned char> expected = plainSha1(message);
     for (std::ptrdiff_t at = 0; at <= 200; ++at) {
@@ -109,14 +106,13 @@ TEST(Sha1, EverySplitInTwoGivesTheDigestOfTheWhole) {
     }
 }
 
-TEST(Sha1, RandomSplitsGiveTheDigestOfTheWhole) {
-    for (std::uint32_t seed = 1; seed <= 300; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+TEST(Sha1, AcceptsRandomPieces) {
+    for (unsigned seed = 1; seed <= 300; ++seed) {
         Random random(seed);
         const std::size_t longest = seed % 3 == 0 ? 10 : seed % 3 == 1 ? 200 : 5000;
         Sha1 hasher;
         Bytes whole;
-        for (std::size_t pieces = random.upTo(40); pieces > 0; --pieces) {
+        for (unsigned pieces = random.upTo(40u); pieces > 0; --pieces) {
             const Bytes piece = random.bytes(random.upTo(longest));
             hasher.appendData(piece);
             whole = whole + piece;
@@ -127,7 +123,7 @@ TEST(Sha1, RandomSplitsGiveTheDigestOfTheWhole) {
     }
 }
 
-TEST(Sha1, EmptyPiecesChangeNothing) {
+TEST(Sha1, IgnoresEmptyPieces) {
     Sha1 hasher;
     hasher.appendData({});
     hasher.appendData(bytesOf("ab"));
@@ -138,17 +134,16 @@ TEST(Sha1, EmptyPiecesChangeNothing) {
     EXPECT_EQ(hasher.calculateDigest().asString(), "a9993e364706816aba3e25717850c26c9cd0d89d");
 }
 
-TEST(Sha1, BytesOfEveryValueCount) {
+TEST(Sha1, AcceptsBytesOfEveryValue) {
     for (int value = 0; value < 256; ++value) {
         const Bytes message(70, static_cast<char>(value));
         EXPECT_EQ(Sha1::FromData(message).asBytes(), plainSha1(message)) << value;
     }
 }
 
-// Copies and moves
-// ------------------------------------------------------------------------------------------------------------
+// Copies and moves ----------------------------------------------------------------------------------------------------
 
-TEST(Sha1, ACopyContinuesByItself) {
+TEST(Sha1, CopiesAreIndependent) {
     const Bytes head = Random(3).bytes(100);
     for (const std::size_t size : {0u, 1u, 27u, 28u, 29u, 100u}) {
         const Bytes one = Random(4).bytes(size);
@@ -167,20 +162,20 @@ TEST(Sha1, ACopyContinuesByItself) {
     }
 }
 
-TEST(Sha1, AMovedFromHasherKeepsItsState) {
+TEST(Sha1, KeepsItsStateWhenMovedFrom) {
     const Bytes head = Random(6).bytes(100);
     const Bytes tail = Random(7).bytes(50);
     Sha1 source = hasherOf(head);
     Sha1 constructed(std::move(source));
     Sha1 assigned = hasherOf(tail);
-    assigned = std::move(source); // NOLINT(bugprone-use-after-move): it is as good as before
+    assigned = std::move(source); // NOLINT(bugprone-use-after-move): its state is kept
     source.appendData(tail);
     EXPECT_EQ(source.calculateDigest().asBytes(), plainSha1(head + tail));
     EXPECT_EQ(constructed.calculateDigest().asBytes(), plainSha1(head));
     EXPECT_EQ(assigned.calculateDigest().asBytes(), plainSha1(head));
 }
 
-TEST(Sha1, CopiesAndMovesTakeTheWholeState) {
+TEST(Sha1, CopiesAndMovesTheWholeState) {
     for (const std::size_t size : {0u, 5u, 63u, 64u, 100u}) {
         const Sha1 source = hasherOf(Random(8).bytes(size));
         const State expected(source);
@@ -200,7 +195,7 @@ TEST(Sha1, CopiesAndMovesTakeTheWholeState) {
     }
 }
 
-TEST(Sha1, AssigningAHasherToItselfChangesNothing) {
+TEST(Sha1, IsUnchangedBySelfAssignment) {
     Sha1 hasher = hasherOf(bytesOf("ab"));
     Sha1& same = hasher;
     hasher = same;
@@ -209,18 +204,17 @@ TEST(Sha1, AssigningAHasherToItselfChangesNothing) {
     EXPECT_EQ(hasher.calculateDigest().asString(), "a9993e364706816aba3e25717850c26c9cd0d89d");
 }
 
-TEST(Sha1, AFreshHasherAssignedBeginsTheNextMessage) {
-    Sha1 hasher = hasherOf(bytesOf("the message before"));
+TEST(Sha1, StartsANewMessageAfterAssignmentOfANewHasher) {
+    Sha1 hasher = hasherOf(bytesOf("the previous message"));
     hasher.calculateDigest();
     hasher = Sha1();
     hasher.appendData(bytesOf("abc"));
     EXPECT_EQ(hasher.calculateDigest().asString(), "a9993e364706816aba3e25717850c26c9cd0d89d");
 }
 
-// After the end
-// -------------------------------------------------------------------------------------------------------------
+// After the digest ----------------------------------------------------------------------------------------------------
 
-TEST(Sha1, ASecondDigestIsThatOfTheMessageWithItsPadding) {
+TEST(Sha1, ComputesASecondDigestOfThePaddedMessage) {
     for (const std::size_t size : {0u, 1u, 3u, 55u, 56u, 57u, 63u, 64u, 65u, 119u, 120u, 128u, 1000u}) {
         const Bytes message = Random(9).bytes(size);
         Sha1 hasher = hasherOf(message);
@@ -233,7 +227,7 @@ TEST(Sha1, ASecondDigestIsThatOfTheMessageWithItsPadding) {
     }
 }
 
-TEST(Sha1, BytesAfterTheDigestFollowThePadding) {
+TEST(Sha1, AppendsAfterThePaddingOnceTheDigestIsCalculated) {
     for (const std::size_t size : {0u, 3u, 55u, 56u, 63u, 64u, 65u, 100u})
         for (const std::size_t more : {1u, 63u, 64u, 65u, 200u}) {
             const Bytes message = Random(10).bytes(size);
@@ -245,17 +239,16 @@ TEST(Sha1, BytesAfterTheDigestFollowThePadding) {
         }
 }
 
-// The state
-// ---------------------------------------------------------------------------------------------------------------------
+// The state -----------------------------------------------------------------------------------------------------------
 
-TEST(Sha1, BeginsWithTheStandardsState) {
+TEST(Sha1, StartsWithTheInitialStateOfTheStandard) {
     const State state{Sha1()};
     EXPECT_EQ(state.blockFill, 0u);
     EXPECT_EQ(state.words, (Words{0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0}));
     EXPECT_EQ(state.totalLength, 0u);
 }
 
-TEST(Sha1, StateIsWhatWasCompressedAndWhatWaits) {
+TEST(Sha1, CompressesEveryWholeBlock) {
     const Bytes message = Random(12).bytes(300);
     for (std::size_t size = 0; size <= message.size(); ++size) {
         const Bytes head(message.begin(), message.begin() + static_cast<std::ptrdiff_t>(size));
@@ -267,7 +260,7 @@ TEST(Sha1, StateIsWhatWasCompressedAndWhatWaits) {
     }
 }
 
-TEST(Sha1, StateAfterTheDigestIsThatOfThePaddedMessage) {
+TEST(Sha1, HasTheStateOfThePaddedMessageAfterTheDigest) {
     for (std::size_t size = 0; size <= 130; ++size) {
         const Bytes message = Random(13).bytes(size);
         Sha1 hasher = hasherOf(message);
@@ -280,8 +273,8 @@ TEST(Sha1, StateAfterTheDigestIsThatOfThePaddedMessage) {
     }
 }
 
-TEST(Sha1, LengthInBitsIsKeptInSixtyFourBits) {
-    // Messages of these lengths would take hours to append: the length is put where the hasher keeps it.
+TEST(Sha1, ComputesTheLengthInBitsModulo2To64) {
+    // Appending messages of these lengths would take hours. The test writes the length into the hasher.
     const std::uint64_t lengths[] = {0x1FFFFFC0,         0x20000000,         0xFFFFFFC0,
                                      0x100000000,        0x123456789ABCDE40, 0x1FFFFFFFFFFFFFC0,
                                      0x2000000000000000, 0x2000000000000040, 0xFFFFFFFFFFFFFFC0};

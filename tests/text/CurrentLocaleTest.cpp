@@ -24,7 +24,7 @@
 #endif
 
 #if !defined(_WIN32)
-// The C library keeps the folders of LOCPATH for ever, which the leak check need not tell.
+// Not a leak: the C library never frees its list of the folders in LOCPATH.
 extern "C" const char* __lsan_default_suppressions();
 
 extern "C" const char* __lsan_default_suppressions() {
@@ -50,7 +50,7 @@ WideString units(std::initializer_list<unsigned> values) {
     return result;
 }
 
-// In any locale: ASCII ------------------------------------------------------------------------------------------------
+// ASCII, in any locale ------------------------------------------------------------------------------------------------
 
 TEST(FromCurrentLocale, ConvertsUpToTheFirstZeroByte) {
     EXPECT_EQ(StringOperations::ConvertFromCurrentLocale("ABC"), VELMOR_WIDE("ABC"));
@@ -61,7 +61,7 @@ TEST(FromCurrentLocale, ConvertsUpToTheFirstZeroByte) {
     EXPECT_EQ(StringOperations::ConvertFromCurrentLocale(std::string(100000, 'x')), WideString(100000, WideChar{'x'}));
 }
 
-/// What the buffer form leaves in a buffer of eight units.
+/// The contents of a buffer of eight units after a call of the buffer form.
 WideString fromIntoBuffer(const char* source, std::size_t length, std::size_t capacity) {
     std::array<WideChar, 8> buffer{};
     buffer.fill(untouched);
@@ -75,26 +75,26 @@ WideString filled(const std::string& text) {
     return result;
 }
 
-TEST(FromCurrentLocale, TheBufferFormDoesNotTerminate) {
+TEST(FromCurrentLocale, BufferFormDoesNotTerminate) {
     EXPECT_EQ(fromIntoBuffer("ABCD", 3, 8), filled("ABC"));
     EXPECT_EQ(fromIntoBuffer("ABCD", 3, 3), filled("ABC"));
     EXPECT_EQ(fromIntoBuffer("A\0B", 3, 8), filled("A\0B"s));
 }
 
-TEST(FromCurrentLocale, TheBufferFormStaysInItsBuffer) {
+TEST(FromCurrentLocale, BufferFormDoesNotWriteAfterItsBuffer) {
     const WideString two = fromIntoBuffer("ABCD", 4, 2);
     EXPECT_EQ(two.substr(2), filled("").substr(2));
     EXPECT_EQ(fromIntoBuffer("ABCD", 4, 0), filled(""));
     EXPECT_EQ(fromIntoBuffer("ABCD", 0, 8), filled(""));
 }
 
-TEST(FromCurrentLocale, TheBufferFormNarrowsItsLengths) {
+TEST(FromCurrentLocale, BufferFormNarrowsItsLengthsTo32Bits) {
     constexpr std::size_t wrapped = std::size_t{1} << 32;
     EXPECT_EQ(fromIntoBuffer("ABCD", wrapped + 2, 8), filled("AB"));
     EXPECT_EQ(fromIntoBuffer("ABCD", 2, wrapped + 8), filled("AB"));
     EXPECT_EQ(fromIntoBuffer("ABCD", wrapped, 8), filled(""));
-    EXPECT_EQ(fromIntoBuffer("ABCD", SIZE_MAX, 8), filled("ABCD\0"s)); // -1: with the terminator
-    EXPECT_EQ(fromIntoBuffer("ABCD", 4, SIZE_MAX), filled(""));        // a capacity of -1 is none
+    EXPECT_EQ(fromIntoBuffer("ABCD", SIZE_MAX, 8), filled("ABCD\0"s)); // -1: up to and including the terminator
+    EXPECT_EQ(fromIntoBuffer("ABCD", 4, SIZE_MAX), filled(""));        // a capacity of -1 is invalid
 }
 
 TEST(ToCurrentLocale, ConvertsItsWholeLength) {
@@ -104,15 +104,15 @@ TEST(ToCurrentLocale, ConvertsItsWholeLength) {
     EXPECT_EQ(StringOperations::ConvertToCurrentLocale(WideString(100000, WideChar{'x'})), std::string(100000, 'x'));
 }
 
-TEST(ToCurrentLocale, ALengthBeyondTheContainersIsRefusedByIt) {
+TEST(ToCurrentLocale, BufferFormThrowsForALengthAboveTheLimitOfAString) {
     const WideString text = VELMOR_WIDE("text");
     char buffer[4] = {'o', 'l', 'd', '!'};
-    volatile std::size_t length = WideString().max_size() + 1; // volatile: the compiler would warn
+    volatile std::size_t length = WideString().max_size() + 1; // volatile prevents a compiler warning
     EXPECT_THROW(StringOperations::ConvertToCurrentLocale(text.data(), length, buffer, sizeof buffer), std::length_error);
     EXPECT_EQ(std::string(buffer, sizeof buffer), "old!");
 }
 
-TEST(ToCurrentLocale, RefusesASingleByte) {
+TEST(ToCurrentLocale, IsEmptyForASingleByte) {
     EXPECT_EQ(StringOperations::ConvertToCurrentLocale(VELMOR_WIDE("A")), "");
     EXPECT_EQ(StringOperations::ConvertToCurrentLocale(units({0})), "");
     for (unsigned unit = 1; unit < 0x80; ++unit)
@@ -125,23 +125,23 @@ std::string toIntoBuffer(const WideString& source, std::size_t length, std::size
     return buffer;
 }
 
-TEST(ToCurrentLocale, TheBufferFormFillsUpWithZeros) {
+TEST(ToCurrentLocale, BufferFormFillsTheRestWithZeros) {
     const WideString text = VELMOR_WIDE("ABCD");
     EXPECT_EQ(toIntoBuffer(text, 4, 8), "ABCD\0\0\0\0"s);
     EXPECT_EQ(toIntoBuffer(text, 4, 5), "ABCD\0###"s);
-    EXPECT_EQ(toIntoBuffer(text, 4, 4), "ABCD####"); // no room for a terminator
+    EXPECT_EQ(toIntoBuffer(text, 4, 4), "ABCD####"); // no space for a terminator
     EXPECT_EQ(toIntoBuffer(text, 4, 3), "ABC#####");
     EXPECT_EQ(toIntoBuffer(text, 4, 1), "A#######");
     EXPECT_EQ(toIntoBuffer(text, 4, 0), "########");
     EXPECT_EQ(toIntoBuffer(text, 2, 6), "AB\0\0\0\0##"s);
     EXPECT_EQ(toIntoBuffer(text, 0, 6), "\0\0\0\0\0\0##"s);
-    EXPECT_EQ(toIntoBuffer(text, 1, 6), "\0\0\0\0\0\0##"s); // a single byte is refused here as well
+    EXPECT_EQ(toIntoBuffer(text, 1, 6), "\0\0\0\0\0\0##"s); // a single byte gives an empty text in this form too
     EXPECT_EQ(toIntoBuffer(units({'A', 0, 'B', 'C'}), 3, 6), "A\0B\0\0\0##"s);
 }
 
 #if defined(_WIN32)
 
-// Windows: the thread's code page is that of its locale ---------------------------------------------------------------
+// Windows: the code page of a thread is that of its locale ------------------------------------------------------------
 
 WideString decodedBy(unsigned codePage, const std::string& source) {
     std::array<wchar_t, 64> buffer{};
@@ -156,7 +156,7 @@ std::string encodedBy(unsigned codePage, const WideString& source) {
     return std::string(buffer.data(), static_cast<std::size_t>(length));
 }
 
-TEST(CurrentLocale, TheThreadsPageDecodesAndTheSystemsPageEncodes) {
+TEST(CurrentLocale, DecodesWithThePageOfTheThreadAndEncodesWithThatOfTheSystem) {
     const std::string bytes = "A\x82\xA0\xE9\x80\xC3\xA9 \xFF";
     const WideString text = units({0xE9, 0x20AC, 0x3042, 0x0416, 'A'});
     const LCID before = GetThreadLocale();
@@ -172,15 +172,15 @@ TEST(CurrentLocale, TheThreadsPageDecodesAndTheSystemsPageEncodes) {
     SetThreadLocale(before);
 }
 
-TEST(CurrentLocale, AnotherThreadKeepsItsPage) {
+TEST(CurrentLocale, IsSeparateForEachThread) {
     const LCID before = GetThreadLocale();
     ASSERT_TRUE(SetThreadLocale(0x411));
-    WideString there;
+    WideString otherThread;
     std::thread([&] {
         SetThreadLocale(0x419);
-        there = StringOperations::ConvertFromCurrentLocale("\xE9\xE9");
+        otherThread = StringOperations::ConvertFromCurrentLocale("\xE9\xE9");
     }).join();
-    EXPECT_EQ(there, decodedBy(1251, "\xE9\xE9"));
+    EXPECT_EQ(otherThread, decodedBy(1251, "\xE9\xE9"));
     EXPECT_EQ(StringOperations::ConvertFromCurrentLocale("\x82\xA0"), units({0x3042}));
     SetThreadLocale(before);
 }
@@ -220,8 +220,8 @@ WideString probeText() {
 
 const char* const probeBytes = "A\xE9\x80\xC3\xA9";
 
-/// Prints what both directions make of the probes, in the locale that the environment names, and, if it asks for it, with
-/// a locale of the thread.
+/// Prints the results of both directions for the probes, in the locale of the environment and, if VELMOR_TEST_THREAD names
+/// one, with a locale of the thread.
 VELMOR_SCENARIO(ConvertProbes) {
     if (variable("VELMOR_TEST_SETLOCALE") == "yes" && std::setlocale(LC_ALL, "") == nullptr)
         std::exit(1);
@@ -239,9 +239,9 @@ VELMOR_SCENARIO(ConvertProbes) {
     std::array<WideChar, 4> buffer{};
     StringOperations::ConvertFromCurrentLocale("\xE1\xE9", 2, buffer.data(), 4);
     std::printf("buffer %s\n", hex(WideString(buffer.data())).c_str());
-    const locale_t own = uselocale(LC_GLOBAL_LOCALE);
-    if (own != LC_GLOBAL_LOCALE)
-        freelocale(own);
+    const locale_t previous = uselocale(LC_GLOBAL_LOCALE);
+    if (previous != LC_GLOBAL_LOCALE)
+        freelocale(previous);
 }
 
 struct Probes {
@@ -252,7 +252,7 @@ struct Probes {
     std::string buffer; // E1 E9, decoded into a buffer
 };
 
-// As Windows answers for these code pages.
+// The results of Windows for these code pages.
 const Probes inUtf8{"C3A9C3A9E282ACE38182CEB1", "C3A9", "0041FFFD00E9", "FFFDFFFD", "FFFD"};
 const Probes inLatin1{"E9E93F3F3F", "", "004100E9008000C300A9", "008200A0", "00E100E9"};
 const Probes in1252{"E9E9803F61", "", "004100E920AC00C300A9", "201A00A0", "00E100E9"};
@@ -276,7 +276,7 @@ std::string convert(const std::string& all, const std::string& type, const std::
     return run.output;
 }
 
-TEST(CurrentLocale, ItsCharsetIsTheCodePage) {
+TEST(CurrentLocale, HasTheCharsetOfTheLocaleAsCodePage) {
     EXPECT_EQ(convert("de_DE.UTF-8", "", "", true), print(inUtf8, inUtf8));
     EXPECT_EQ(convert("de_DE.ISO-8859-1", "", "", true), print(inLatin1, inLatin1));
     EXPECT_EQ(convert("en_US.CP1252", "", "", true), print(in1252, in1252));
@@ -284,7 +284,7 @@ TEST(CurrentLocale, ItsCharsetIsTheCodePage) {
     EXPECT_EQ(convert("ja_JP.WINDOWS-31J", "", "", true), print(inJapanese, inJapanese));
 }
 
-TEST(CurrentLocale, IsUtf8InTheLocaleOfC) {
+TEST(CurrentLocale, IsUtf8InTheCLocale) {
     for (const char* const name : {"C", "POSIX"}) {
         EXPECT_EQ(convert(name, "", "", true), print(inUtf8, inUtf8)) << name;
         EXPECT_EQ(convert(name, "", "", false), print(inUtf8, inUtf8)) << name;
@@ -294,21 +294,21 @@ TEST(CurrentLocale, IsUtf8InTheLocaleOfC) {
     EXPECT_EQ(convert("C.UTF-8", "", "", false), print(inUtf8, inUtf8));
 }
 
-TEST(CurrentLocale, TheEnvironmentsVariablesCountInTheirOrder) {
+TEST(CurrentLocale, ReadsTheEnvironmentVariablesInOrder) {
     EXPECT_EQ(convert("", "", "en_US.CP1252", true), print(in1252, in1252));
     EXPECT_EQ(convert("", "el_GR.ISO-8859-7", "en_US.CP1252", true), print(inGreek, inGreek));
     EXPECT_EQ(convert("de_DE.ISO-8859-1", "el_GR.ISO-8859-7", "en_US.CP1252", true), print(inLatin1, inLatin1));
 }
 
-TEST(CurrentLocale, TheSystemsPageComesFromTheEnvironment) {
-    // The program need not have called setlocale(); with a locale of its own the thread does not follow the system's.
+TEST(CurrentLocale, HasTheSystemPageOfTheEnvironment) {
+    // The system page does not depend on setlocale(). A thread with a locale of its own does not use the system page.
     EXPECT_EQ(convert("en_US.CP1252", "", "", false, "C"), print(in1252, inUtf8));
     EXPECT_EQ(convert("en_US.CP1252", "", "", false, "de_DE.UTF-8"), print(in1252, inUtf8));
     EXPECT_EQ(convert("", "el_GR.ISO-8859-7", "", false, "ja_JP.WINDOWS-31J"), print(inGreek, inJapanese));
     EXPECT_EQ(convert("xx_XX.NOSUCH", "", "", false, "ja_JP.WINDOWS-31J"), print(inUtf8, inJapanese));
 }
 
-TEST(CurrentLocale, TheThreadsPageDecodesAndTheSystemsPageEncodes) {
+TEST(CurrentLocale, DecodesWithThePageOfTheThreadAndEncodesWithThatOfTheSystem) {
     EXPECT_EQ(convert("de_DE.UTF-8", "", "", true, "ja_JP.WINDOWS-31J"), print(inUtf8, inJapanese));
     EXPECT_EQ(convert("ja_JP.WINDOWS-31J", "", "", true, "de_DE.UTF-8"), print(inJapanese, inUtf8));
     EXPECT_EQ(convert("de_DE.ISO-8859-1", "", "", true, "en_US.CP1252"), print(inLatin1, in1252));
@@ -320,15 +320,15 @@ VELMOR_SCENARIO(ConvertOnTwoThreads) {
         std::exit(1);
     const locale_t japanese = newlocale(LC_ALL_MASK, "ja_JP.WINDOWS-31J", locale_t{});
     uselocale(japanese);
-    std::string there;
-    std::thread([&] { there = hex(StringOperations::ConvertFromCurrentLocale("\x82\xA0")); }).join();
-    const std::string here = hex(StringOperations::ConvertFromCurrentLocale("\x82\xA0"));
+    std::string otherThread;
+    std::thread([&] { otherThread = hex(StringOperations::ConvertFromCurrentLocale("\x82\xA0")); }).join();
+    const std::string thisThread = hex(StringOperations::ConvertFromCurrentLocale("\x82\xA0"));
     uselocale(LC_GLOBAL_LOCALE);
     freelocale(japanese);
-    std::printf("%s %s\n", here.c_str(), there.c_str());
+    std::printf("%s %s\n", thisThread.c_str(), otherThread.c_str());
 }
 
-TEST(CurrentLocale, AnotherThreadKeepsItsPage) {
+TEST(CurrentLocale, IsSeparateForEachThread) {
     const auto run =
         velmor_tests::runAlone("ConvertOnTwoThreads", {"LOCPATH=" VELMOR_TEST_LOCALES, "LC_ALL=de_DE.ISO-8859-1"});
     EXPECT_TRUE(run.exited);

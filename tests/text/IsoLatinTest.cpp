@@ -25,7 +25,7 @@ WideChar convert(unsigned charSet, unsigned byte) {
                                                        static_cast<char>(static_cast<unsigned char>(byte)));
 }
 
-TEST(IsoLatin, CodePagesHaveTheirWindowsNumbers) {
+TEST(IsoLatin, HasTheCodePageNumbersOfWindows) {
     EXPECT_EQ(StringOperations::ISO_8859_1, 28591u);
     EXPECT_EQ(StringOperations::ISO_8859_2, 28592u);
     EXPECT_EQ(StringOperations::ISO_8859_3, 28593u);
@@ -37,7 +37,7 @@ TEST(IsoLatin, CodePagesHaveTheirWindowsNumbers) {
     EXPECT_EQ(StringOperations::ISO_8859_9, 28599u);
 }
 
-TEST(IsoLatin, WellKnownBytes) {
+TEST(IsoLatin, ConvertsKnownBytes) {
     EXPECT_EQ(convert(28592, 0xA1), 0x0104);
     EXPECT_EQ(convert(28597, 0xA1), 0x02BD);
     EXPECT_EQ(convert(28597, 0xA2), 0x02BC);
@@ -57,14 +57,14 @@ TEST(IsoLatin, WellKnownBytes) {
     EXPECT_EQ(convert(28591, 0xE9), 0x00E9);
 }
 
-TEST(IsoLatin, TheLowerHalfIsAsciiUnderEveryCodePage) {
+TEST(IsoLatin, ConvertsTheLowerHalfAsAscii) {
     for (const unsigned charSet : {28591u, 28592u, 28593u, 28594u, 28595u, 28596u, 28597u, 28598u, 28599u, 0u, 1252u, 28590u,
                                    28600u, 65001u, 0xFFFFFFFFu})
         for (unsigned byte = 0; byte < 0x80; ++byte)
             EXPECT_EQ(convert(charSet, byte), byte) << charSet;
 }
 
-TEST(IsoLatin, UnknownCodePagesExtendTheSign) {
+TEST(IsoLatin, ExtendsTheSignForUnknownCodePages) {
     EXPECT_EQ(convert(1252, 0xE9), 0xFFE9);
     for (const unsigned charSet :
          {0u, 1u, 1252u, 28590u, 28600u, 28603u, 28605u, 65001u, 28591u + 0x10000u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
@@ -72,7 +72,7 @@ TEST(IsoLatin, UnknownCodePagesExtendTheSign) {
             EXPECT_EQ(convert(charSet, byte), 0xFF00 | byte) << charSet;
 }
 
-TEST(IsoLatin, Latin1AndTheC1RangeOfAllAreTheByte) {
+TEST(IsoLatin, ConvertsLatin1AndTheC1RangeToTheSameNumber) {
     for (unsigned byte = 0x80; byte < 0x100; ++byte)
         EXPECT_EQ(convert(28591, byte), byte);
     for (unsigned charSet = 28592; charSet <= 28599; ++charSet)
@@ -80,7 +80,8 @@ TEST(IsoLatin, Latin1AndTheC1RangeOfAllAreTheByte) {
             EXPECT_EQ(convert(charSet, byte), byte) << charSet;
 }
 
-/// Bytes that a code page leaves undefined, in ascending order, and the Private Use Area characters given to them in turn.
+/// The bytes that a code page leaves undefined, as ranges in ascending order. They map to consecutive characters of the
+/// Private Use Area.
 struct Undefined {
     unsigned charSet;
     unsigned firstCharacter;
@@ -104,7 +105,7 @@ const std::vector<Undefined>& undefinedBytes() {
     return all;
 }
 
-TEST(IsoLatin, UndefinedBytesAreNumberedThroughThePrivateUseArea) {
+TEST(IsoLatin, MapsUndefinedBytesToConsecutivePrivateUseCharacters) {
     for (const Undefined& page : undefinedBytes()) {
         unsigned character = page.firstCharacter;
         for (const auto& [first, last] : page.ranges)
@@ -122,7 +123,7 @@ bool isUndefined(unsigned charSet, unsigned byte) {
     return false;
 }
 
-TEST(IsoLatin, OnlyUndefinedBytesAreInThePrivateUseArea) {
+TEST(IsoLatin, MapsOnlyUndefinedBytesToThePrivateUseArea) {
     for (unsigned charSet = 28592; charSet <= 28599; ++charSet)
         for (unsigned byte = 0xA0; byte < 0x100; ++byte)
             EXPECT_EQ(convert(charSet, byte) >= 0xE000 && convert(charSet, byte) < 0xF900, isUndefined(charSet, byte))
@@ -130,7 +131,7 @@ TEST(IsoLatin, OnlyUndefinedBytesAreInThePrivateUseArea) {
 }
 
 #if defined(_WIN32)
-TEST(IsoLatin, AllBytesAreAsWindowsMapsThem) {
+TEST(IsoLatin, ConvertsEveryByteAsWindowsDoes) {
     for (unsigned charSet = 28591; charSet <= 28599; ++charSet)
         for (unsigned byte = 0; byte < 256; ++byte) {
             const char source = static_cast<char>(static_cast<unsigned char>(byte));
@@ -140,12 +141,13 @@ TEST(IsoLatin, AllBytesAreAsWindowsMapsThem) {
         }
 }
 #else
-TEST(IsoLatin, DefinedBytesAreAsTheStandardMapsThem) {
+TEST(IsoLatin, ConvertsDefinedBytesAsIconvDoes) {
     for (unsigned charSet = 28591; charSet <= 28599; ++charSet) {
         const iconv_t converter = iconv_open("UTF-16LE", ("ISO-8859-" + std::to_string(charSet - 28590)).c_str());
         ASSERT_NE(converter, reinterpret_cast<iconv_t>(-1));
         for (unsigned byte = 0xA0; byte < 256; ++byte) {
-            // Two characters of the 1987 Greek and one of the Hebrew page differ from today's standard.
+            // Two characters of the Greek page (edition of 1987) and one of the Hebrew page differ from the current
+            // standard.
             const bool isOlder = (charSet == 28597 && (byte == 0xA1 || byte == 0xA2)) || (charSet == 28598 && byte == 0xAF);
             if (isUndefined(charSet, byte) || isOlder)
                 continue;
@@ -184,7 +186,7 @@ TEST(TryConvertToIsoLatin1, ConvertsEveryByte) {
     EXPECT_EQ(output, expected);
 }
 
-TEST(TryConvertToIsoLatin1, ReplacesWhatTheOutputHeld) {
+TEST(TryConvertToIsoLatin1, ReplacesTheOldOutput) {
     std::string output = "something longer";
     EXPECT_TRUE(StringOperations::TryConvertToIsoLatin1(units({'a', 0xE9}), output));
     EXPECT_EQ(output, "a\xE9");
@@ -193,16 +195,16 @@ TEST(TryConvertToIsoLatin1, ReplacesWhatTheOutputHeld) {
     EXPECT_EQ(output, "abc");
 }
 
-TEST(TryConvertToIsoLatin1, AnEmptyInputEmptiesTheOutput) {
+TEST(TryConvertToIsoLatin1, ClearsTheOutputForAnEmptyInput) {
     std::string output = "old";
     EXPECT_TRUE(StringOperations::TryConvertToIsoLatin1(WideString(), output));
     EXPECT_EQ(output, "");
 }
 
-TEST(TryConvertToIsoLatin1, AFailureLeavesTheRestAsItWas) {
+TEST(TryConvertToIsoLatin1, LeavesTheRestOfTheOutputUnchangedOnFailure) {
     std::string output = "wxyz and more";
     EXPECT_FALSE(StringOperations::TryConvertToIsoLatin1(units({'a', 0x20AC, 'c', 'd'}), output));
-    EXPECT_EQ(output, "axyz"); // cut to the input's length first
+    EXPECT_EQ(output, "axyz"); // resized to the length of the input
     output = "w";
     EXPECT_FALSE(StringOperations::TryConvertToIsoLatin1(units({'a', 'b', 0x100, 'd'}), output));
     EXPECT_EQ(output, std::string("ab\0\0", 4));
@@ -214,22 +216,22 @@ TEST(TryConvertToIsoLatin1, AFailureLeavesTheRestAsItWas) {
     EXPECT_EQ(output, "keep");
 }
 
-TEST(TryConvertToIsoLatin1, AFailureAtEveryPlaceOfEveryLength) {
+TEST(TryConvertToIsoLatin1, FailsAtEveryPositionOfEveryLength) {
     for (std::size_t length = 1; length < 70; ++length) {
-        for (std::size_t place = 0; place < length; ++place) {
+        for (std::size_t position = 0; position < length; ++position) {
             WideString input(length, static_cast<WideChar>(0xE9));
-            input[place] = static_cast<WideChar>(0x1E9);
+            input[position] = static_cast<WideChar>(0x1E9);
             std::string output(40, 'o');
             ASSERT_FALSE(StringOperations::TryConvertToIsoLatin1(input, output));
             std::string expected(40, 'o');
             expected.resize(length);
-            std::fill_n(expected.begin(), place, '\xE9');
-            ASSERT_EQ(output, expected) << length << ", " << place;
+            std::fill_n(expected.begin(), position, '\xE9');
+            ASSERT_EQ(output, expected) << length << ", " << position;
         }
     }
 }
 
-TEST(TryConvertToIsoLatin1, TheLimitIs255) {
+TEST(TryConvertToIsoLatin1, AcceptsCharactersUpTo255) {
     for (unsigned unit = 0; unit < 65536; ++unit) {
         std::string output = "?";
         const bool converts = StringOperations::TryConvertToIsoLatin1(units({unit}), output);

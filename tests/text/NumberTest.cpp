@@ -1,11 +1,11 @@
 #include <Velmor/Text.h>
 
+#include "support/Random.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cstdint>
-#include <iostream>
-#include <random>
 #include <string>
 #include <type_traits>
 
@@ -14,6 +14,7 @@ namespace {
 using Velmor::StringOperations;
 using Velmor::WideChar;
 using Velmor::WideString;
+using velmor_tests::Random;
 
 static_assert(sizeof(StringOperations::CharSet_e) == 4);
 static_assert(std::is_empty_v<StringOperations>);
@@ -23,7 +24,7 @@ WideString wide(const std::string& text) {
     return WideString(text.begin(), text.end());
 }
 
-TEST(AsWString, ReadsItsNumberAsSigned) {
+TEST(AsWString, FormatsTheNumberAsSigned) {
     const auto expectText = [](unsigned value, const char* text) {
         EXPECT_EQ(StringOperations::AsWString(value), wide(text)) << value;
     };
@@ -38,7 +39,7 @@ TEST(AsWString, ReadsItsNumberAsSigned) {
     expectText(4294967295, "-1");
 }
 
-TEST(IntFromWString, ReadsTheNumberThatATextBeginsWith) {
+TEST(IntFromWString, ParsesTheNumberAtTheBeginning) {
     const auto expectNumber = [](const std::string& text, int number) {
         EXPECT_EQ(StringOperations::IntFromWString(wide(text)), number) << text;
     };
@@ -70,14 +71,14 @@ TEST(IntFromWString, ReadsTheNumberThatATextBeginsWith) {
         longText += '7';
         expectNumber(longText, 7);
     }
-    expectNumber(std::string("1\0002", 3), 1); // a zero unit is a character like another that is no digit
+    expectNumber(std::string("1\0002", 3), 1); // a zero unit ends the number
     expectNumber(std::string("\000"
                              "2",
                              2),
                  0);
 }
 
-TEST(IntFromWString, SaturatesAtTheEndsOfItsRange) {
+TEST(IntFromWString, IsLimitedToTheRangeOfInt) {
     const auto expectNumber = [](const std::string& text, int number) {
         EXPECT_EQ(StringOperations::IntFromWString(wide(text)), number) << text;
     };
@@ -99,7 +100,7 @@ TEST(IntFromWString, SaturatesAtTheEndsOfItsRange) {
     expectNumber("-" + std::string(10000, '9'), INT_MIN);
 }
 
-TEST(IntFromWString, KnowsTheSpacesAndDigitsOfOtherScripts) {
+TEST(IntFromWString, AcceptsSpacesAndDigitsOfOtherScripts) {
     EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("\uFF14\uFF12")), 42); // full-width
     EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("\u0664\u0662")), 42); // Arabic-Indic
     EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("-\u09EA2")), -42);    // Bengali, then ASCII
@@ -107,12 +108,12 @@ TEST(IntFromWString, KnowsTheSpacesAndDigitsOfOtherScripts) {
     EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("\u20075")), 5);
     EXPECT_EQ(StringOperations::IntFromWString(WideString{WideChar{0x85}, WideChar{'5'}}), 0);
     EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("\uFEFF5")), 0);
-    EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("\u00B2")), 0); // a superscript is no digit
+    EXPECT_EQ(StringOperations::IntFromWString(VELMOR_WIDE("\u00B2")), 0); // a superscript is not a digit
 }
 
-// FNV-1a over what every character gives alone, as a space, as a digit and before a sign; a program on Windows made it with
-// _wtoi.
-TEST(IntFromWString, EveryCharacterIsTakenAsOnWindows) {
+// The expected value is the FNV-1a hash of the results of _wtoi on Windows, for each character alone, before a digit,
+// between digits, and before a sign.
+TEST(IntFromWString, TreatsEveryCharacterAsWindowsDoes) {
     std::uint64_t hash = 0xCBF29CE484222325u;
     for (unsigned unit = 1; unit < 65536; ++unit) {
         const auto character = static_cast<WideChar>(unit);
@@ -127,17 +128,15 @@ TEST(IntFromWString, EveryCharacterIsTakenAsOnWindows) {
     EXPECT_EQ(hash, 0x9A9FB5C968C168EBu);
 }
 
-TEST(IntFromWString, NoLowByteOfACharacterCounts) {
+TEST(IntFromWString, DoesNotTruncateCharacters) {
     for (const unsigned base : {0x100u, 0x2000u, 0xFE00u})
         EXPECT_EQ(StringOperations::IntFromWString(WideString(1, static_cast<WideChar>(base + '7'))), 0) << base;
 }
 
-TEST(Numbers, ComeBackFromTheirText) {
-    const auto seed = std::random_device()();
-    std::cout << "seed " << seed << '\n';
-    std::mt19937 random(seed);
+TEST(Numbers, RoundTripThroughText) {
+    Random random;
     for (int i = 0; i < 20000; ++i) {
-        const auto value = static_cast<unsigned>(random()) >> random() % 32;
+        const unsigned value = static_cast<unsigned>(random.bits()) >> random.below(32u);
         const int number = static_cast<int>(value);
         const WideString text = StringOperations::AsWString(value);
         ASSERT_EQ(text, wide(std::to_string(number)));

@@ -1,7 +1,7 @@
-// What the text conversions report to a debugger: each of five messages once per process, and a break behind it.
+// The reports of the text conversions to a debugger: each of the five messages once per process, followed by a break.
 
+#include "PrivateStringOperations.h"
 #include "support/UnderDebugger.h"
-#include "text/PrivateStringOperations.h"
 
 #include <gmock/gmock.h>
 
@@ -30,7 +30,7 @@ const std::string textMessage = " StringOperations::ConvertFromUTF8, Invalid Con
 const std::string fromLocaleMessage = " StringOperations::ConvertFromCurrentLocale, Invalid Conversion.";
 const std::string toLocaleMessage = "StringOperations::ConvertToCurrentLocale, Invalid Conversion.";
 
-/// A copy that ends with the text: whoever reads on, steps outside a block.
+/// A heap block of exactly the size of the text, so that a sanitizer reports each read after it.
 std::unique_ptr<unsigned char[]> exactCopy(const std::string& text) {
     auto copy = std::make_unique<unsigned char[]>(text.size());
     std::copy(text.begin(), text.end(), copy.get());
@@ -46,7 +46,7 @@ std::size_t decode(const std::string& source, bool reserveTerminator = true) {
     return velmor_tests::decode(exactCopy(source).get(), source.size(), buffer, 64, reserveTerminator);
 }
 
-/// Ends the scenario with an error when something answered wrongly.
+/// Ends the scenario with an error if a condition is false.
 void require(bool condition, const char* what) {
     if (!condition) {
         std::fprintf(stderr, "wrong: %s\n", what);
@@ -60,18 +60,18 @@ void expectReports(const ScenarioRun& run, const std::vector<std::string>& repor
     EXPECT_EQ(run.reports, reports);
     EXPECT_EQ(run.breaks, static_cast<int>(reports.size()));
     for (std::size_t i = 0; i < run.reportsBeforeBreak.size(); ++i)
-        EXPECT_EQ(run.reportsBeforeBreak[i], i + 1); // each break right behind its report
+        EXPECT_EQ(run.reportsBeforeBreak[i], i + 1); // each break follows its report
 }
 
 VELMOR_SCENARIO(DecoderErrors) {
     require(decode("ab\xFFzz") == 0, "stray byte");
     require(decode("\x80") == 0, "continuation byte");
-    require(decode("other \xF0", false) == 0, "four-byte lead");
+    require(decode("other \xF0", false) == 0, "first byte of four");
     WideChar buffer[8];
     require(StringOperations::ConvertFromUTF8(exactCopy("q\xFF").get(), 2, buffer, 8) == 0, "public form");
 }
 
-TEST(TextReports, TheDecoderReportsItsWholeSourceOnce) {
+TEST(TextReports, ContainTheWholeSourceOfTheDecoder) {
     const ScenarioRun run = runUnderDebugger("DecoderErrors");
     expectReports(run, {decoderMessage + "ab\xFFzz"});
     EXPECT_EQ(run.output, decoderMessage + "ab\xFFzz");
@@ -83,16 +83,16 @@ VELMOR_SCENARIO(DecoderErrorInPublicForm) {
     require(decode("ab\xFFzz") == 0, "private form");
 }
 
-TEST(TextReports, ThePublicDecoderSharesTheFlag) {
+TEST(TextReports, AreMadeOnceForThePublicAndThePrivateDecoder) {
     expectReports(runUnderDebugger("DecoderErrorInPublicForm"), {decoderMessage + "q\xFF"});
 }
 
 VELMOR_SCENARIO(CounterErrors) {
     require(velmor_tests::count(exactCopy("abc\x80").get(), 4) == 0, "continuation byte");
-    require(velmor_tests::count(exactCopy("\xF8").get(), 1) == 0, "five-byte lead");
+    require(velmor_tests::count(exactCopy("\xF8").get(), 1) == 0, "first byte of five");
 }
 
-TEST(TextReports, TheCounterReportsItsSourceOnce) {
+TEST(TextReports, ContainTheSourceOfTheCounter) {
     const ScenarioRun run = runUnderDebugger("CounterErrors");
     expectReports(run, {counterMessage + "abc\x80"});
     EXPECT_EQ(run.output, counterMessage + "abc\x80");
@@ -105,7 +105,7 @@ VELMOR_SCENARIO(InvalidTexts) {
     require(StringOperations::ConvertFromUTF8(reinterpret_cast<const unsigned char*>("b\xFF")).empty(), "terminated");
 }
 
-TEST(TextReports, AnInvalidTextReportsTheCountAndItself) {
+TEST(TextReports, AreTwoForAnInvalidText) {
     const ScenarioRun run = runUnderDebugger("InvalidTexts");
     expectReports(run, {counterMessage + "\xF0\x9F\x98\x80", textMessage});
     EXPECT_EQ(run.output, counterMessage + "\xF0\x9F\x98\x80" + textMessage);
@@ -116,30 +116,30 @@ VELMOR_SCENARIO(InvalidTerminatedText) {
     require(fromUtf8("c\xFF").empty(), "with a length");
 }
 
-TEST(TextReports, TheTerminatedFormReportsTheSame) {
+TEST(TextReports, AreTwoForAnInvalidTerminatedText) {
     expectReports(runUnderDebugger("InvalidTerminatedText"), {counterMessage + "b\xFF", textMessage});
 }
 
 VELMOR_SCENARIO(CutOffTexts) {
     const WideString expected{WideChar{'A'}, WideChar{0}};
-    require(fromUtf8("A\xE2") == expected, "cut off after the lead");
-    require(fromUtf8("A\xC3") == expected, "two-byte lead at the end");
-    std::fputs("quiet so far\n", stdout);
-    require(fromUtf8("A\xE2\x82") == expected, "cut off after the first continuation byte");
+    require(fromUtf8("A\xE2") == expected, "cut off after the first byte");
+    require(fromUtf8("A\xC3") == expected, "first byte of two at the end");
+    std::fputs("no report so far\n", stdout);
+    require(fromUtf8("A\xE2\x82") == expected, "cut off after the second byte");
     require(fromUtf8("B\xE2\x82").size() == 2, "again");
 }
 
-TEST(TextReports, OnlyASequenceCutOffAfterItsFirstContinuationReachesTheDecodersReport) {
+TEST(TextReports, AreMadeForASequenceCutOffAfterItsSecondByte) {
     const ScenarioRun run = runUnderDebugger("CutOffTexts");
     expectReports(run, {decoderMessage + "A\xE2\x82"});
-    EXPECT_EQ(run.output, "quiet so far\n" + decoderMessage + "A\xE2\x82");
+    EXPECT_EQ(run.output, "no report so far\n" + decoderMessage + "A\xE2\x82");
 }
 
 VELMOR_SCENARIO(PercentInSource) {
     require(decode("50%d\xFF") == 0, "stray byte");
 }
 
-TEST(TextReports, APercentSignInTheSourceIsInterpretedOnStandardOutput) {
+TEST(TextReports, InterpretPercentSignsOfTheSourceOnStandardOutput) {
     const ScenarioRun run = runUnderDebugger("PercentInSource");
     expectReports(run, {decoderMessage + "50%d\xFF"});
     EXPECT_EQ(run.output, decoderMessage + "500\xFF");
@@ -151,7 +151,7 @@ VELMOR_SCENARIO(LongSource) {
     require(fromUtf8(source).empty(), "stray byte");
 }
 
-TEST(TextReports, ALongSourceIsCut) {
+TEST(TextReports, AreLimitedTo8191Characters) {
     const ScenarioRun run = runUnderDebugger("LongSource");
     expectReports(run, {(counterMessage + std::string(20000, 'x')).substr(0, 8191), textMessage});
 }
@@ -161,7 +161,7 @@ VELMOR_SCENARIO(InvalidInCurrentLocale) {
     require(StringOperations::ConvertFromCurrentLocale("\0"s).empty(), "zero byte");
 }
 
-TEST(TextReports, ATextOfTheCodePageThatIsEmptyBeforeItsZeroByteReportsOnce) {
+TEST(TextReports, AreMadeOnceForACodePageTextThatBeginsWithAZeroByte) {
     const ScenarioRun run = runUnderDebugger("InvalidInCurrentLocale");
     expectReports(run, {fromLocaleMessage});
     EXPECT_EQ(run.output, fromLocaleMessage);
@@ -177,7 +177,7 @@ VELMOR_SCENARIO(SingleBytesInCurrentLocale) {
     require(StringOperations::ConvertToCurrentLocale(WideString(2, WideChar{'A'})) == "AA", "two characters");
 }
 
-TEST(TextReports, ASingleByteOfTheCodePageIsRefusedAndReportedOnce) {
+TEST(TextReports, AreMadeOnceForASingleByteOfTheCodePage) {
     const ScenarioRun run = runUnderDebugger("SingleBytesInCurrentLocale");
     expectReports(run, {toLocaleMessage});
     EXPECT_EQ(run.output, toLocaleMessage);
@@ -190,7 +190,7 @@ VELMOR_SCENARIO(SingleByteIntoABuffer) {
     StringOperations::ConvertToCurrentLocale(WideString(1, WideChar{'A'}));
 }
 
-TEST(TextReports, TheBufferFormSharesTheFlag) {
+TEST(TextReports, AreMadeOnceForTheStringAndTheBufferForm) {
     expectReports(runUnderDebugger("SingleByteIntoABuffer"), {toLocaleMessage});
 }
 
@@ -203,7 +203,7 @@ VELMOR_SCENARIO(AllFiveMessages) {
     }
 }
 
-TEST(TextReports, EachMessageHasItsOwnFlag) {
+TEST(TextReports, AreMadeOncePerMessage) {
     const std::vector<std::string> all{toLocaleMessage, fromLocaleMessage, decoderMessage + "1\xFF",
                                        counterMessage + "2\xFF", textMessage};
     const ScenarioRun run = runUnderDebugger("AllFiveMessages");
@@ -211,7 +211,7 @@ TEST(TextReports, EachMessageHasItsOwnFlag) {
     EXPECT_EQ(run.output, all[0] + all[1] + all[2] + all[3] + all[4]);
 }
 
-TEST(TextReports, AreSilentWithoutADebugger) {
+TEST(TextReports, AreNotMadeWithoutADebugger) {
     const ScenarioRun run = runAlone("AllFiveMessages");
     EXPECT_TRUE(run.exited);
     EXPECT_EQ(run.exitCode, 0u);
@@ -219,10 +219,10 @@ TEST(TextReports, AreSilentWithoutADebugger) {
     EXPECT_EQ(run.error, "");
 }
 
-VELMOR_SCENARIO(HarmlessTexts) {
+VELMOR_SCENARIO(ValidTexts) {
     WideChar wide[4]{1, 1, 1, 1};
     char narrow[4]{'#', '#', '#', '#'};
-    const WideChar none[]{0};
+    const WideChar empty[]{0};
     std::string out;
     fromUtf8("");
     fromUtf8("\0\xFF"s);
@@ -236,15 +236,15 @@ VELMOR_SCENARIO(HarmlessTexts) {
     StringOperations::ConvertToUTF8(WideString(1, WideChar{0xD800}));
     StringOperations::ConvertFromCurrentLocale(std::string());
     StringOperations::ConvertToCurrentLocale(WideString());
-    StringOperations::ConvertToCurrentLocale(none, 0, narrow, 4);
+    StringOperations::ConvertToCurrentLocale(empty, 0, narrow, 4);
     StringOperations::ConvertFromCurrentLocale("\0"s.data(), 1, wide, 4);
     StringOperations::ConvertIsoLatinToWideChar(static_cast<StringOperations::CharSet_e>(1252), '\xE9');
     StringOperations::TryConvertToIsoLatin1(WideString(1, WideChar{0x20AC}), out);
     StringOperations::IntFromWString(WideString());
 }
 
-TEST(TextReports, WhatIsNoErrorIsNotReported) {
-    const ScenarioRun run = runUnderDebugger("HarmlessTexts");
+TEST(TextReports, AreNotMadeForValidTexts) {
+    const ScenarioRun run = runUnderDebugger("ValidTexts");
     expectReports(run, {});
     EXPECT_EQ(run.output, "");
 }
@@ -263,11 +263,11 @@ VELMOR_SCENARIO(ErrorsOnSeveralThreads) {
         thread.join();
 }
 
-TEST(TextReports, ErrorsOnSeveralThreadsAreHarmless) {
+TEST(TextReports, AreMadeForErrorsOnSeveralThreads) {
     const ScenarioRun run = runUnderDebugger("ErrorsOnSeveralThreads");
     EXPECT_TRUE(run.exited);
     EXPECT_GE(run.breaks, 3);
-    EXPECT_LE(run.breaks, 3 * 8); // threads that race may report twice
+    EXPECT_LE(run.breaks, 3 * 8); // threads that report at the same time may each report once
     EXPECT_TRUE(runAlone("ErrorsOnSeveralThreads").exited);
 }
 

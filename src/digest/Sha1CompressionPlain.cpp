@@ -1,12 +1,14 @@
-#include "digest/Sha1Kernels.h"
+#include "digest/Sha1Compression.h"
 
 #include <bit>
 
-namespace Velmor::sha1 {
+// FIPS 180-4 with its names: Ch, Parity and Maj of section 4.1.1, the constants of section 4.2.1 and the steps of
+// section 6.1.2. The message schedule has 16 words instead of 80 (section 6.1.3): step t replaces the word of step
+// t - 16.
+
+namespace Velmor::digest {
 
 namespace {
-
-// The names are those of FIPS 180-4, sections 4.1.1 and 6.1.2.
 
 using Word = std::uint32_t;
 
@@ -26,7 +28,7 @@ constexpr Word bigEndian(const unsigned char* bytes) {
     return Word{bytes[0]} << 24 | Word{bytes[1]} << 16 | Word{bytes[2]} << 8 | Word{bytes[3]};
 }
 
-/// One block, with the words of the message schedule as far as they are still called for (section 6.1.3).
+/// The compression of one block.
 struct Block {
     Word w[16];
     Word a, b, c, d, e;
@@ -49,7 +51,7 @@ struct Block {
 
 } // namespace
 
-void compressPlain(State& state, const unsigned char* blocks, std::size_t count) {
+void plain::compress(State& state, const unsigned char* blocks, std::size_t count) {
     for (; count > 0; --count, blocks += blockSize) {
         Block block;
         for (int t = 0; t < 16; ++t)
@@ -71,4 +73,4 @@ void compressPlain(State& state, const unsigned char* blocks, std::size_t count)
     }
 }
 
-} // namespace Velmor::sha1
+} // namespace Velmor::digest
