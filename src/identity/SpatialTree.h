@@ -12,7 +12,7 @@ struct SpatialNode {
     std::uint32_t id; ///< Ordinal of the node.
     SpatialNode* high;
     SpatialNode* low;
-    double key[identity::spatialHashDimension];
+    double key[spatialHashDimension];
 };
 
 inline constexpr std::uint32_t spatialChunkSize = 1024;
