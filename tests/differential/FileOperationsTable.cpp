@@ -64,9 +64,8 @@ std::string shown(const WideString& text) {
             units = 2;
         }
         std::size_t run = 1;
-        while (units == 1 && i + run < text.size() && text[i + run] == text[i]) {
+        while (units == 1 && i + run < text.size() && text[i + run] == text[i])
             ++run;
-        }
         if (run > 12) {
             out += "{";
             appendCharacter(out, c);
@@ -119,9 +118,8 @@ public:
 
 private:
     void end() {
-        if (any_) {
+        if (any_)
             print(title_ + " " + std::to_string(first_) + "-" + std::to_string(last_) + ": " + line_);
-        }
     }
 
     std::string title_;
@@ -287,16 +285,12 @@ WideString pathOfLength(const WideString& head, std::size_t length) {
 }
 
 void printPaths() {
-    for (const Texts& texts : {heads, bodies}) {
-        for (const WideString& text : texts) {
+    for (const Texts& texts : {heads, bodies})
+        for (const WideString& text : texts)
             print("slash " + shown(text) + " " + shown(withEndingSlash(text)));
-        }
-    }
-    for (const WideString& head : heads) {
-        for (const WideString& body : bodies) {
+    for (const WideString& head : heads)
+        for (const WideString& body : bodies)
             printPath(head + body);
-        }
-    }
 
     // Around the limits, which are those of the result: what vanishes from the path does not count.
     for (const WideChar* head : {VELMOR_WIDE("C:\\"), VELMOR_WIDE("\\\\server\\share\\"), VELMOR_WIDE("\\\\?\\C:\\")}) {
@@ -311,9 +305,8 @@ void printPaths() {
                 printPath(pathOfLength(head, units - 1) + VELMOR_WIDE("\\"));
             }
         }
-        for (const std::size_t length : {300u, 1000u, 5000u, 32000u}) {
+        for (const std::size_t length : {300u, 1000u, 5000u, 32000u})
             printPath(pathOfLength(head, length));
-        }
     }
 
     const Texts pieces{
@@ -325,9 +318,8 @@ void printPaths() {
     Sequence random(1);
     for (int i = 0; i < 1500; ++i) {
         WideString path = random.of(heads);
-        for (std::size_t count = random.below(9); count > 0; --count) {
+        for (std::size_t count = random.below(9); count > 0; --count)
             path += random.of(pieces);
-        }
         printPath(path);
     }
 }
@@ -362,22 +354,18 @@ void printMatches() {
         WideString(VELMOR_WIDE("*.ifc\0|*.dwg"), 12),
         WideString(1, WideChar{0}),
     };
-    for (const WideString& list : lists) {
-        for (const WideString& name : names) {
+    for (const WideString& list : lists)
+        for (const WideString& name : names)
             print("match " + shown(name) + " " + shown(list) + " " + (matches(name, list) ? "true" : "false"));
-        }
-    }
     Sequence random(2);
     const WideString letters = VELMOR_WIDE("aAbB.*|z{@\u00E9");
     for (int i = 0; i < 1500; ++i) {
         WideString name;
-        for (std::size_t count = random.below(5); count > 0; --count) {
+        for (std::size_t count = random.below(5); count > 0; --count)
             name += random.of(letters);
-        }
         WideString list;
-        for (std::size_t count = random.below(8); count > 0; --count) {
+        for (std::size_t count = random.below(8); count > 0; --count)
             list += random.of(letters);
-        }
         print("match " + shown(name) + " " + shown(list) + " " + (matches(name, list) ? "true" : "false"));
     }
 }
@@ -412,9 +400,8 @@ void printFileTimes() {
         }
     }
     Sequence random(3);
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 1000; ++i)
         printFileTime(random.next() >> random.below(12));
-    }
 }
 
 void printSystemTime(const SystemTime_s& time) {
@@ -448,9 +435,8 @@ void printSystemTimes() {
                                             2000, 2023, 2024, 9999, 30827, 30828, 0x7FFF, 0x8000, 0xFFFF};
     for (int i = 0; i < 1500; ++i) {
         SystemTime_s time{};
-        for (const auto field : fields) {
+        for (const auto field : fields)
             time.*field = random.of(values);
-        }
         if (i % 2 == 0) {
             time.minute = static_cast<std::uint16_t>(time.minute % 26);
             time.second = static_cast<std::uint16_t>(time.second % 62);
@@ -527,9 +513,8 @@ public:
     void printCuts(const char* what, const PortableExecutable& program) {
         const std::string content = bytesOf(program);
         Runs runs(std::string("cut ") + what);
-        for (std::size_t length = 0; length <= content.size(); ++length) {
+        for (std::size_t length = 0; length <= content.size(); ++length)
             runs.add(length, shown(of(content.substr(0, length), length < content.size())));
-        }
     }
 
     /// The file with one of its bits turned, for some bits of each byte: the answers, where "=" is the whole file's and "-"
@@ -540,9 +525,8 @@ public:
         Runs runs(std::string("flip ") + what);
         std::string damaged = content;
         for (std::size_t at = 0; at < resourceSectionBegin + resourceSectionSize; ++at) {
-            if (isDoubtful(program, at)) {
+            if (isDoubtful(program, at))
                 continue;
-            }
             std::string line;
             for (const int bit : bits) {
                 damaged[at] = static_cast<char>(content[at] ^ 1 << bit);

@@ -24,9 +24,8 @@ WideString fileWithoutPath(const WideString& path) {
 
 std::optional<WideString> fileWithoutExtension(const WideString& path) {
     // Defined exactly where there is a folder: both need a file part within the same buffer.
-    if (FileOperations::GetFullFolder(path).empty()) {
+    if (FileOperations::GetFullFolder(path).empty())
         return std::nullopt;
-    }
     return FileOperations::GetFileWithoutExtenstion(path);
 }
 

@@ -61,9 +61,8 @@ std::wstring fileWithoutPath(const std::wstring& path) {
 
 std::optional<std::wstring> fileWithoutExtension(const std::wstring& path) {
     const FullPath full(path, longest);
-    if (!full.isAccepted() || !full.file) {
+    if (!full.isAccepted() || !full.file)
         return std::nullopt;
-    }
     const std::wstring file = full.file;
     return file.substr(0, file.find(L'.'));
 }
@@ -81,9 +80,8 @@ Velmor::SystemTime_s systemTime(std::uint64_t fileTime) {
     time.dwLowDateTime = static_cast<DWORD>(fileTime);
     time.dwHighDateTime = static_cast<DWORD>(fileTime >> 32);
     SYSTEMTIME parts{};
-    if (!FileTimeToSystemTime(&time, &parts)) {
+    if (!FileTimeToSystemTime(&time, &parts))
         return {};
-    }
     return {parts.wYear, parts.wMonth, parts.wDay, parts.wHour, parts.wMinute, parts.wSecond};
 }
 
@@ -96,19 +94,16 @@ std::wstring timeString(const Velmor::SystemTime_s& time) {
 }
 
 Version productVersion(const std::filesystem::path& file, bool damaged) {
-    if (damaged) {
+    if (damaged)
         return {false, {}};
-    }
     const DWORD size = GetFileVersionInfoSizeW(file.c_str(), nullptr);
-    if (size == 0) {
+    if (size == 0)
         return {false, {}};
-    }
     std::vector<char> block(size);
     void* root = nullptr;
     UINT rootSize = 0;
-    if (!GetFileVersionInfoW(file.c_str(), 0, size, block.data()) || !VerQueryValueA(block.data(), "\\", &root, &rootSize)) {
+    if (!GetFileVersionInfoW(file.c_str(), 0, size, block.data()) || !VerQueryValueA(block.data(), "\\", &root, &rootSize))
         return {false, {}};
-    }
     VS_FIXEDFILEINFO fixed{};
     std::memcpy(&fixed, root, sizeof fixed);
     return {true,

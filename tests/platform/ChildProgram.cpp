@@ -42,9 +42,8 @@ void publish(const std::filesystem::path& folder, const char* name) {
 }
 
 void describe(const std::vector<std::string>& arguments) {
-    for (const std::string& argument : arguments) {
+    for (const std::string& argument : arguments)
         tell("argument", argument);
-    }
     tell("folder", narrow(std::filesystem::current_path()));
 #if defined(_WIN32)
     tell("process", std::to_string(GetCurrentProcessId()));
@@ -62,15 +61,13 @@ void describe(const std::vector<std::string>& arguments) {
 #if !defined(_WIN32)
 void tellDescriptors() {
     std::vector<std::filesystem::path> links;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
         links.push_back(entry.path());
-    }
     for (const auto& link : links) {
         std::error_code gone;
         const auto target = std::filesystem::read_symlink(link, gone);
-        if (!gone) { // the one that read the folder is closed by now
+        if (!gone) // the one that read the folder is closed by now
             tell(std::stoi(link.filename()) <= 2 ? "standard" : "handle", link.filename().string() + " " + target.string());
-        }
     }
 }
 #endif
@@ -121,9 +118,8 @@ void perform(const std::filesystem::path& folder, const std::vector<std::string>
     } else if (name == "ready") {
         publish(folder, "ready");
     } else if (name == "wait") {
-        if (!eventually([&] { return std::filesystem::exists(folder / "proceed"); })) {
+        if (!eventually([&] { return std::filesystem::exists(folder / "proceed"); }))
             end(folder, childWaitedInVain);
-        }
     } else if (name == "exit") {
         end(folder, static_cast<unsigned>(std::stoul(rest(step))));
 #if !defined(_WIN32)
@@ -137,14 +133,12 @@ void perform(const std::filesystem::path& folder, const std::vector<std::string>
 
 int run(const std::vector<std::string>& arguments) {
     const std::string script = variable(childFolderVariable).value_or("");
-    if (script.empty()) {
+    if (script.empty())
         return static_cast<int>(std::strtoul(arguments.back().c_str(), nullptr, 10));
-    }
     const std::filesystem::path folder = pathOf(script);
     std::istringstream steps(readFile(folder / "script"));
-    for (std::string line; std::getline(steps, line);) {
+    for (std::string line; std::getline(steps, line);)
         perform(folder, arguments, line);
-    }
     end(folder, 0);
 }
 
@@ -155,9 +149,8 @@ int main(int argumentCount, char** argumentValues) {
 #if defined(_WIN32)
     static_cast<void>(argumentValues);
     LPWSTR* values = CommandLineToArgvW(GetCommandLineW(), &argumentCount);
-    for (int i = 0; i < argumentCount; ++i) {
+    for (int i = 0; i < argumentCount; ++i)
         arguments.push_back(narrow(std::wstring(values[i])));
-    }
     LocalFree(values);
 #else
     arguments.assign(argumentValues, argumentValues + argumentCount);

@@ -51,11 +51,9 @@ struct Report {
 
     std::vector<std::string> values(const std::string& key) const {
         std::vector<std::string> found;
-        for (const std::string& line : lines) {
-            if (line.starts_with(key + "=")) {
+        for (const std::string& line : lines)
+            if (line.starts_with(key + "="))
                 found.push_back(line.substr(key.size() + 1));
-            }
-        }
         return found;
     }
 
@@ -73,9 +71,8 @@ inline HANDLE startProcess(const std::filesystem::path& program, const Velmor::W
                            bool inheritHandles) {
     for (;;) {
         const HANDLE process = Velmor::ProcessOperations::createProcess(wide(program), commandLine, inheritHandles);
-        if (process != noHandle()) {
+        if (process != noHandle())
             return process;
-        }
         if (!systemStumbled() || ++stumbles > 20) {
             ADD_FAILURE() << "cannot start " << program;
             return process;
@@ -98,9 +95,8 @@ public:
                    const Velmor::WideString& commandLine = VELMOR_WIDE("child"),
                    const std::filesystem::path& program = childProgram()) {
         std::string text;
-        for (const std::string& step : script) {
+        for (const std::string& step : script)
             text += step + "\n";
-        }
         writeFile(folder_ / "script", text);
         Velmor::EnvironmentVariables::SetString(wide(childFolderVariable), wide(folder_.path()));
         handle_ = startProcess(program, commandLine, inheritHandles);
@@ -149,9 +145,8 @@ private:
             << "the child tells nothing";
         Report report;
         std::istringstream text(content.value_or(std::string()));
-        for (std::string line; std::getline(text, line);) {
+        for (std::string line; std::getline(text, line);)
             report.lines.push_back(line);
-        }
         return report;
     }
 

@@ -38,12 +38,11 @@ constexpr char separator = '\x1E';
 
 std::vector<std::string> split(const std::string& text) {
     std::vector<std::string> parts(1);
-    for (const char c : text) {
+    for (const char c : text)
         if (c == separator)
             parts.emplace_back();
         else
             parts.back().push_back(c);
-    }
     return parts;
 }
 
@@ -569,11 +568,9 @@ TEST(ReportDiagnostic, HostileTextsDoNoHarm) {
     const ScenarioRun run = runUnderDebugger("ReportHostileTexts");
     expectHarmless(run, texts);
     const std::vector<std::string> outputs = split(run.output);
-    for (std::size_t i = 0; i < texts.size() && i < outputs.size(); ++i) {
-        if (texts[i].rfind("before ", 0) == 0) {
+    for (std::size_t i = 0; i < texts.size() && i < outputs.size(); ++i)
+        if (texts[i].rfind("before ", 0) == 0)
             EXPECT_THAT(outputs[i], StartsWith("before ")) << texts[i];
-        }
-    }
 }
 
 VELMOR_SCENARIO(ReportLongHostileTexts) {

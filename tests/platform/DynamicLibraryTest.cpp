@@ -83,17 +83,15 @@ bool isLoaded(const std::filesystem::path& path) {
     return GetModuleHandleW(path.filename().c_str()) != nullptr;
 #else
     void* module = dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD);
-    if (module != nullptr) {
+    if (module != nullptr)
         dlclose(module);
-    }
     return module != nullptr;
 #endif
 }
 
 void demand(bool condition) {
-    if (!condition) {
+    if (!condition)
         std::_Exit(1);
-    }
 }
 
 /// Makes the protected constructor callable.
@@ -274,9 +272,8 @@ TEST(DynamicLibrary, SymbolsAreFoundByName) {
     ASSERT_NE(data, nullptr);
     EXPECT_EQ(*static_cast<const int*>(data), 4711);
     EXPECT_EQ(library->getSymbolAddress("velmorModuleVariant"), library->getSymbolAddress("velmorModuleVariant"));
-    for (const char* missing : {"velmorNoSuchSymbol", "VelmorModuleVariant", "velmorModule", ""}) {
+    for (const char* missing : {"velmorNoSuchSymbol", "VelmorModuleVariant", "velmorModule", ""})
         EXPECT_EQ(library->getSymbolAddress(missing), nullptr) << missing;
-    }
 }
 
 TEST(DynamicLibrary, SymbolsOfADependencyAreNotTheModules) {
@@ -316,13 +313,11 @@ TEST(DynamicLibrary, DependenciesLeaveWithTheirModule) {
     copy("foundation", "velmor_foundation", folder.path());
     Library library = load("velmor_dependent", folder.path());
     ASSERT_TRUE(library->isValid());
-    for (const char* module : {"velmor_dependent", "velmor_dependency", "velmor_foundation"}) {
+    for (const char* module : {"velmor_dependent", "velmor_dependency", "velmor_foundation"})
         EXPECT_TRUE(isLoaded(folder / file(module).c_str())) << module;
-    }
     library.reset();
-    for (const char* module : {"velmor_dependent", "velmor_dependency", "velmor_foundation"}) {
+    for (const char* module : {"velmor_dependent", "velmor_dependency", "velmor_foundation"})
         EXPECT_FALSE(isLoaded(folder / file(module).c_str())) << module;
-    }
 }
 
 TEST(DynamicLibrary, ProtectedConstructorTakesAHandle) {
@@ -354,9 +349,8 @@ TEST(DynamicLibrary, RoundsLeakNothing) {
     };
     round();
     const std::size_t before = openHandles();
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 100; ++i)
         round();
-    }
     EXPECT_EQ(openHandles(), before);
 }
 
@@ -420,9 +414,8 @@ TEST(DynamicLibrary, NameThatDoesNotConvertIsReportedEmpty) {
     const ScenarioRun run = runUnderDebugger("LoadMissingModuleOfOneCharacter");
     ASSERT_EQ(run.reports.size(), 3u);
     EXPECT_EQ(run.reports[0], "StringOperations::ConvertToCurrentLocale, Invalid Conversion.");
-    for (const std::size_t i : {1u, 2u}) {
+    for (const std::size_t i : {1u, 2u})
         EXPECT_TRUE(run.reports[i].starts_with("LoadLibraryEx() failed with GetLastError ")) << run.reports[i];
-    }
     EXPECT_EQ(run.breaks, 1); // the conversion's own
     EXPECT_EQ(run.exitCode, 0u);
 }

@@ -195,9 +195,8 @@ TEST(EnvironmentVariables, VariablesInATextAreExpanded) {
         {"%VELMOR_A=%", "%VELMOR_A=%"},
         {"$VELMOR_A ${VELMOR_A} `x` ~ *", "$VELMOR_A ${VELMOR_A} `x` ~ *"},
     };
-    for (const auto& c : cases) {
+    for (const auto& c : cases)
         EXPECT_EQ(expand(c.text), c.expanded) << c.text;
-    }
 }
 
 TEST(EnvironmentVariables, LongestExpansionPassesWhole) {
@@ -446,9 +445,8 @@ TEST(EnvironmentVariables, EachAccessIsOneStep) {
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(torn, 0);
 }
 

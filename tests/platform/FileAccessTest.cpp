@@ -69,9 +69,8 @@ TEST(FileOperationsAccess, OwnFilesAndFoldersMayBeReadAndWritten) {
 TEST(FileOperationsAccess, WhatIsMissingMayBeNeitherReadNorWritten) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "x");
-    for (const auto& path : {folder / "missing", folder / "missing" / "below", folder / "file" / "below"}) {
+    for (const auto& path : {folder / "missing", folder / "missing" / "below", folder / "file" / "below"})
         EXPECT_EQ(accessOf(path), none) << path;
-    }
     EXPECT_EQ(accessOf(WideString()), none);
     EXPECT_EQ(accessOf(wide(narrow(folder.path()) + "/" + std::string(300, 'n'))), none);
     EXPECT_FALSE(std::filesystem::exists(folder / "missing")); // asking creates nothing
@@ -110,9 +109,8 @@ void allow(const std::filesystem::path& path, DWORD rights) {
     alignas(ACL) char buffer[256];
     ACL* list = reinterpret_cast<ACL*>(buffer);
     ASSERT_TRUE(InitializeAcl(list, sizeof buffer, ACL_REVISION));
-    if (rights != 0) {
+    if (rights != 0)
         ASSERT_TRUE(AddAccessAllowedAce(list, ACL_REVISION, rights, everybody));
-    }
     SECURITY_DESCRIPTOR descriptor;
     ASSERT_TRUE(InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION));
     ASSERT_TRUE(SetSecurityDescriptorDacl(&descriptor, TRUE, list, FALSE));
@@ -154,9 +152,8 @@ constexpr uid_t stranger = 65534;
 
 /// Gives a file to the user that `asUser` becomes, with that mode.
 void give(const std::filesystem::path& path, mode_t mode) {
-    if (geteuid() == 0) {
+    if (geteuid() == 0)
         ASSERT_EQ(chown(path.c_str(), stranger, stranger), 0);
-    }
     ASSERT_EQ(chmod(path.c_str(), mode), 0);
 }
 
@@ -164,16 +161,14 @@ void give(const std::filesystem::path& path, mode_t mode) {
 /// tells what went wrong by its answer, which is empty when all is well.
 std::string asUser(const std::function<std::string()>& function) {
     int ends[2];
-    if (pipe(ends) != 0) {
+    if (pipe(ends) != 0)
         return "no pipe";
-    }
     const pid_t child = fork();
     if (child == 0) {
         std::string answer = "cannot become another user";
         if (geteuid() != 0 || (setgroups(0, nullptr) == 0 && setresgid(stranger, stranger, stranger) == 0 &&
-                               setresuid(stranger, stranger, stranger) == 0)) {
+                               setresuid(stranger, stranger, stranger) == 0))
             answer = function();
-        }
         answer.insert(answer.begin(), '+');
         const bool told = write(ends[1], answer.data(), answer.size()) == static_cast<ssize_t>(answer.size());
         _exit(told ? 0 : 1);
@@ -181,14 +176,12 @@ std::string asUser(const std::function<std::string()>& function) {
     close(ends[1]);
     std::string answer;
     char buffer[4096];
-    for (ssize_t count; (count = read(ends[0], buffer, sizeof buffer)) > 0;) {
+    for (ssize_t count; (count = read(ends[0], buffer, sizeof buffer)) > 0;)
         answer.append(buffer, static_cast<std::size_t>(count));
-    }
     close(ends[0]);
     int status = -1;
-    if (child < 0 || waitpid(child, &status, 0) != child || status != 0 || answer.empty()) {
+    if (child < 0 || waitpid(child, &status, 0) != child || status != 0 || answer.empty())
         return "the child failed, status " + std::to_string(status);
-    }
     return answer.substr(1);
 }
 
@@ -264,9 +257,8 @@ TEST(FileOperationsAccess, FolderMustBeSearchable) {
     }
     EXPECT_EQ(asUser([&] { return differences(expectations); }), "");
     // The tests' user must be able to remove them.
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
         EXPECT_EQ(chmod(entry.path().c_str(), 0700), 0);
-    }
 }
 
 TEST(FileOperationsAccess, AnswerIsWhatOpeningForWritingFinds) {
@@ -276,9 +268,8 @@ TEST(FileOperationsAccess, AnswerIsWhatOpeningForWritingFinds) {
         ASSERT_EQ(chmod((folder / "file").c_str(), mode), 0);
         const int descriptor = open((folder / "file").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
         EXPECT_EQ(accessOf(folder / "file"), (Access{true, descriptor >= 0})) << mode; // root may write to all of them
-        if (descriptor >= 0) {
+        if (descriptor >= 0)
             close(descriptor);
-        }
         std::filesystem::remove(folder / "file");
     }
 }
@@ -290,9 +281,8 @@ TEST(FileOperationsAccess, FilesOfTheSystemMayBeWrittenAsTheySay) {
 }
 
 TEST(FileOperationsAccess, FilesOfOthersMayBeWrittenAsTheySay) {
-    if (geteuid() != 0) {
+    if (geteuid() != 0)
         GTEST_SKIP() << "only root can make files of another user";
-    }
     const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
     std::vector<Expectation> expectations{{folder.path(), readOnly}};
@@ -318,9 +308,8 @@ TEST(FileOperationsAccess, FilesOfOthersMayBeWrittenAsTheySay) {
 }
 
 TEST(FileOperationsAccess, EffectiveUserCounts) {
-    if (geteuid() != 0) {
+    if (geteuid() != 0)
         GTEST_SKIP() << "only root can be one user and act as another";
-    }
     const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
     writeFile(folder / "file", "x");

@@ -133,9 +133,8 @@ TEST(FileOperationsFailures, BlockOfAVersionThatCannotBeReadIsKept) {
         EXPECT_NE(versionBlock, nullptr);
         EXPECT_EQ(freed, fails ? 0u : 1u); // left behind on failure, on purpose
         EXPECT_EQ(kept, fails ? 1 : 0);
-        if (fails) {
+        if (fails)
             std::free(versionBlock);
-        }
     }
 }
 

@@ -59,9 +59,8 @@ void expectReports(const ScenarioRun& run, const std::vector<std::string>& repor
     EXPECT_EQ(run.exitCode, 0u) << run.error;
     EXPECT_EQ(run.reports, reports);
     EXPECT_EQ(run.breaks, static_cast<int>(reports.size()));
-    for (std::size_t i = 0; i < run.reportsBeforeBreak.size(); ++i) {
+    for (std::size_t i = 0; i < run.reportsBeforeBreak.size(); ++i)
         EXPECT_EQ(run.reportsBeforeBreak[i], i + 1); // each break right behind its report
-    }
 }
 
 constexpr const char* pathVariable = "VELMOR_TEST_PATH";
@@ -69,12 +68,10 @@ constexpr const char* pathVariable = "VELMOR_TEST_PATH";
 /// The path that a test told its scenario: "drive 300", "own 300" or the path itself.
 WideString toldPath() {
     const std::string telling = velmor_tests::variable(pathVariable).value_or("");
-    if (telling.starts_with("drive ")) {
+    if (telling.starts_with("drive "))
         return drivePath(std::stoul(telling.substr(6)));
-    }
-    if (telling.starts_with("own ")) {
+    if (telling.starts_with("own "))
         return ownPath(std::stoul(telling.substr(4)));
-    }
     return wide(telling);
 }
 
@@ -86,21 +83,18 @@ std::vector<std::string> withPath(const std::string& telling) {
 // ------------------------------------------------------------------------------------------------------
 
 VELMOR_SCENARIO(FullPathTwice) {
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 2; ++i)
         require(FileOperations::GetFullPath(toldPath()).empty(), "GetFullPath");
-    }
 }
 
 VELMOR_SCENARIO(FullFolderTwice) {
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 2; ++i)
         require(FileOperations::GetFullFolder(toldPath()).empty(), "GetFullFolder");
-    }
 }
 
 VELMOR_SCENARIO(FileWithoutPathTwice) {
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 2; ++i)
         require(FileOperations::GetFileWithoutPath(toldPath()).empty(), "GetFileWithoutPath");
-    }
 }
 
 struct Case {
@@ -116,12 +110,10 @@ TEST(FileOperationsReports, PathFunctionsReportWhatTheyRefuse) {
     };
     for (const std::string kind : {"drive ", "own "}) {
         // One that does not fit and needs at most 520 units: empty, and no fault of the path's as a whole.
-        for (const char* length : {"260", "261", "300", "518", "519"}) {
+        for (const char* length : {"260", "261", "300", "518", "519"})
             cases.push_back({kind + length, {}, {invalidDirectory}, {invalidPath}});
-        }
-        for (const char* length : {"520", "521", "1000"}) {
+        for (const char* length : {"520", "521", "1000"})
             cases.push_back({kind + length, {invalidDirectory}, {invalidDirectory}, {pathFailed}});
-        }
     }
     for (const Case& c : cases) {
         SCOPED_TRACE(c.path);
@@ -198,9 +190,8 @@ VELMOR_SCENARIO(FullPathInAFolderThatIsGone) {
         const velmor_tests::TemporaryFolder folder;
         std::filesystem::current_path(folder.path());
     }
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 2; ++i)
         require(FileOperations::GetFullPath(wide("name")).empty(), "GetFullPath");
-    }
 }
 
 TEST(FileOperationsReports, APathThatStartsNowhereIsReported) {
@@ -254,9 +245,8 @@ TEST(FileOperationsReports, FileWithoutExtensionReportsNoMissingFile) {
 // ----------------------------------------------------------------------------------------------------------------------
 
 VELMOR_SCENARIO(DeleteTwice) {
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 2; ++i)
         require(!FileOperations::Delete(toldPath()), "Delete");
-    }
     require(!FileOperations::Delete(wide("another missing file")), "Delete");
 }
 

@@ -25,9 +25,8 @@ using velmor_tests::wide;
 std::string askAll(const std::filesystem::path& folder, int number) {
     std::string wrong;
     const auto expect = [&](bool holds, const char* what) {
-        if (!holds) {
+        if (!holds)
             wrong.append(what).append(1, '\n');
-        }
     };
     const WideString base = wide(folder);
     const WideString slash = FileOperations::InsertEndingDirectorySlash(base);
@@ -85,14 +84,12 @@ TEST(FileOperationsThreads, AllOperationsMayRunAtOnce) {
     for (int number = 0; number < threadCount; ++number) {
         threads.emplace_back([&, number] {
             const auto index = static_cast<std::size_t>(number);
-            for (int round = 0; round < 50; ++round) {
+            for (int round = 0; round < 50; ++round)
                 wrong[index] += askAll(folders[index]->path(), number);
-            }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(wrong, std::vector<std::string>(threadCount));
 }
 

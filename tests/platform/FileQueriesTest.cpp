@@ -51,12 +51,10 @@ TEST(FileOperationsQueries, ExistsForFilesAndFolders) {
     std::filesystem::create_directory(folder / "folder");
     const std::string base = narrow(folder.path());
     for (const char* path : {"", "/", "\\", "/file", "\\file", "/folder", "\\folder", "/folder/", "\\folder\\", "/folder/.",
-                             "\\folder\\..\\file", "/folder/../folder"}) {
+                             "\\folder\\..\\file", "/folder/../folder"})
         EXPECT_TRUE(FileOperations::Exists(wide(base + path))) << path;
-    }
-    for (const WideString& path : pathsToNothing(folder)) {
+    for (const WideString& path : pathsToNothing(folder))
         EXPECT_FALSE(FileOperations::Exists(path)) << narrow(path);
-    }
 }
 
 TEST(FileOperationsQueries, IsDirectoryForFoldersOnly) {
@@ -64,14 +62,12 @@ TEST(FileOperationsQueries, IsDirectoryForFoldersOnly) {
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "folder");
     const std::string base = narrow(folder.path());
-    for (const char* path : {"", "/", "\\", "/folder", "\\folder", "/folder/", "\\folder\\", "/folder/."}) {
+    for (const char* path : {"", "/", "\\", "/folder", "\\folder", "/folder/", "\\folder\\", "/folder/."})
         EXPECT_TRUE(FileOperations::IsDirectory(wide(base + path))) << path;
-    }
     EXPECT_FALSE(FileOperations::IsDirectory(wide(base + "/file")));
     EXPECT_FALSE(FileOperations::IsDirectory(wide(base + "\\file")));
-    for (const WideString& path : pathsToNothing(folder)) {
+    for (const WideString& path : pathsToNothing(folder))
         EXPECT_FALSE(FileOperations::IsDirectory(path)) << narrow(path);
-    }
 }
 
 TEST(FileOperationsQueries, PathEndsAtItsFirstZero) {
@@ -137,9 +133,8 @@ TEST(FileOperationsActions, DeleteRefusesWhatIsNoFile) {
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "folder");
     EXPECT_FALSE(FileOperations::Delete(wide(folder / "folder")));
-    for (const WideString& path : pathsToNothing(folder)) {
+    for (const WideString& path : pathsToNothing(folder))
         EXPECT_FALSE(FileOperations::Delete(path)) << narrow(path);
-    }
     EXPECT_EQ(velmor_tests::entries(folder.path()), 2u);
 }
 
@@ -153,9 +148,8 @@ TEST(FileOperationsActions, DeleteDirectoryRemovesEmptyFoldersOnly) {
     EXPECT_FALSE(FileOperations::DeleteDirectory(wide(folder / "full")));
     EXPECT_FALSE(FileOperations::DeleteDirectory(wide(folder / "with file")));
     EXPECT_FALSE(FileOperations::DeleteDirectory(wide(folder / "file")));
-    for (const WideString& path : pathsToNothing(folder)) {
+    for (const WideString& path : pathsToNothing(folder))
         EXPECT_FALSE(FileOperations::DeleteDirectory(path)) << narrow(path);
-    }
     EXPECT_TRUE(std::filesystem::exists(folder / "full" / "empty"));
     EXPECT_TRUE(std::filesystem::exists(folder / "with file" / "file"));
     EXPECT_TRUE(std::filesystem::exists(folder / "file"));
@@ -206,13 +200,11 @@ TEST(FileOperationsQueries, FileSizeOfAnythingElseIsZero) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "folder");
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 20; ++i)
         writeFile(folder / "folder" / std::to_string(i), "x");
-    }
     EXPECT_EQ(FileOperations::GetFileSize(wide(folder / "folder")), 0);
-    for (const WideString& path : pathsToNothing(folder)) {
+    for (const WideString& path : pathsToNothing(folder))
         EXPECT_EQ(FileOperations::GetFileSize(path), 0) << narrow(path);
-    }
 }
 
 #if defined(_WIN32)
@@ -286,9 +278,8 @@ TEST(FileOperationsQueries, LastWriteTimeIsOfTheWriting) {
 TEST(FileOperationsQueries, LastWriteTimeOfNothingIsZero) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "x");
-    for (const WideString& path : pathsToNothing(folder)) {
+    for (const WideString& path : pathsToNothing(folder))
         EXPECT_EQ(FileOperations::GetFileLastWriteTime(path), 0u) << narrow(path);
-    }
 }
 
 #if !defined(_WIN32)
@@ -327,9 +318,8 @@ TEST(FileOperationsQueries, LastWriteTimeBeyondTheRangeIsItsNearestEnd) {
         }
     }
     std::filesystem::remove(path);
-    if (path.is_absolute()) {
+    if (path.is_absolute())
         EXPECT_GT(beyond, 4) << "a file system in memory keeps such times";
-    }
 }
 
 TEST(FileOperationsQueries, LinksAreWhatTheyLeadTo) {
@@ -382,9 +372,8 @@ TEST(FileOperationsQueries, FreeBytesOfWhatIsNoFolderAreZero) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     EXPECT_EQ(FileOperations::GetFreeBytesAvailable(wide(folder / "file")), 0);
-    for (const WideString& path : pathsToNothing(folder)) {
+    for (const WideString& path : pathsToNothing(folder))
         EXPECT_EQ(FileOperations::GetFreeBytesAvailable(path), 0) << narrow(path);
-    }
 }
 
 } // namespace

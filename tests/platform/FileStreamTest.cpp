@@ -72,11 +72,9 @@ struct OwnTemporaryFolder {
     /// Names of the temporary files that the folder shows; the folders of the suite's children may be there, too.
     std::vector<std::string> names() const {
         std::vector<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
-            if (!entry.is_directory()) {
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+            if (!entry.is_directory())
                 found.push_back(narrow(entry.path().filename()));
-            }
-        }
         return found;
     }
 };
@@ -90,9 +88,8 @@ std::filesystem::path pathOfTemporary([[maybe_unused]] const OwnTemporaryFolder&
 #else
     std::string target = std::filesystem::read_symlink("/proc/self/fd/" + number(stream->getHandle())).string();
     const std::string deleted = " (deleted)";
-    if (target.ends_with(deleted)) {
+    if (target.ends_with(deleted))
         target.resize(target.size() - deleted.size());
-    }
     return target;
 #endif
 }
@@ -278,9 +275,8 @@ TEST(FileStream, LeavesNoHandleBehind) {
     };
     round();
     const std::size_t before = openHandles();
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 200; ++i)
         round();
-    }
     EXPECT_EQ(openHandles(), before);
 }
 
@@ -324,9 +320,8 @@ TEST(FileStream, BytesPassUnchanged) {
 TEST(FileStream, LargeBlocksPassAtOnce) {
     const TemporaryFolder folder;
     std::string bytes(8u << 20, '\0');
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
+    for (std::size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = static_cast<char>(i * 2654435761u >> 13);
-    }
     ASSERT_TRUE(put(createFile(folder / "file"), bytes));
     EXPECT_TRUE(take(openFile(folder / "file"), bytes.size()) == bytes);
 }
@@ -573,11 +568,9 @@ TEST(FileStream, ClosedFileIsFreeWhileAChildIsBeingStarted) {
         Stream stream = writing ? createFile(folder / "file") : openFile(folder / "file");
         ASSERT_TRUE(holdsFile(stream));
         const pid_t child = fork(); // as it is for a moment, before its program runs: with a copy of every descriptor
-        if (child == 0) {
-            for (;;) {
+        if (child == 0)
+            for (;;)
                 pause();
-            }
-        }
         ASSERT_GT(child, 0);
         stream.reset();
         EXPECT_TRUE(holdsFile(createFile(folder / "file"))) << writing;
@@ -614,9 +607,8 @@ TEST(FileStream, OneOfManyCompetingWritersHoldsTheFile) {
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(faults, 0);
     EXPECT_GT(wins, 0);
 }
@@ -659,9 +651,8 @@ TEST(FileStream, TemporaryFolderIsTmpUnlessTheUserSaysOtherwise) {
 TEST(FileStream, TemporaryFolderMustLeaveRoomForAName) {
     const TemporaryFolder folder;
     std::string path = narrow(folder.path());
-    while (path.size() < 248 - 100) {
+    while (path.size() < 248 - 100)
         path += "/" + std::string(50, 'd');
-    }
     path += "/" + std::string(245 - path.size(), 'e');
     for (const std::string& fits : {path, path + "e"}) {
         std::filesystem::create_directories(fits);
@@ -694,9 +685,8 @@ TEST(FileStream, TemporaryFilesAreDifferentFiles) {
         handles.insert(stream->getHandle());
     }
     EXPECT_EQ(handles.size(), 50u);
-    for (const std::string& name : temporaries.names()) {
+    for (const std::string& name : temporaries.names())
         EXPECT_TRUE(isNameOfTemporary(name)) << name;
-    }
     streams.clear();
     EXPECT_TRUE(temporaries.names().empty());
 }
@@ -791,9 +781,8 @@ TEST(FileStream, InheritingChildSharesHandleAndPosition) {
 TEST(FileStream, ChildWithoutInheritanceGetsNoFile) {
     // Handles of high values, which a child that is just starting has not given to anything of its own.
     std::vector<Stream> streams;
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 200; ++i)
         streams.push_back(createTemporary());
-    }
     const std::string handle = number(streams.back()->getHandle());
     Child child({"is-file " + handle}, false);
     EXPECT_EQ(child.report().value("is-file"), "no");
@@ -803,9 +792,8 @@ TEST(FileStream, OpenedAndCreatedFilesAreNeverInherited) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "");
     std::vector<Stream> streams;
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 200; ++i)
         streams.push_back(createTemporary());
-    }
     const Stream reader = openFile(folder / "file");
     const Stream writer = createFile(folder / "other");
     const Stream temporary = createTemporary();
@@ -881,16 +869,14 @@ VELMOR_SCENARIO(OpenAndCreateMissingFiles) {
 VELMOR_SCENARIO(CreateTemporaryInMissingFolder) {
     for (int i = 0; i < 3; ++i) {
         const Stream stream = createTemporary();
-        if (stream == nullptr || holdsFile(stream)) {
+        if (stream == nullptr || holdsFile(stream))
             std::_Exit(1);
-        }
     }
 }
 
 VELMOR_SCENARIO(WriteToNoHandle) {
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 2; ++i)
         put(Stream(new FileStream), "text");
-    }
 }
 
 VELMOR_SCENARIO(WriteToAReader) {
@@ -980,9 +966,8 @@ TEST(FileStream, FailedWriteIsReportedOnceWithTheSystemsCode) {
 VELMOR_SCENARIO(WriteToAFullDisk) {
     const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
     const Stream stream(FileStream::createFromHandle(reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(full))));
-    if (full < 0 || put(stream, "text")) {
+    if (full < 0 || put(stream, "text"))
         std::_Exit(1);
-    }
 }
 
 TEST(FileStream, FullDiskIsReportedAsSuch) {

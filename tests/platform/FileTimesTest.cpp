@@ -57,16 +57,14 @@ TEST(FileOperationsTimes, KnownTimes) {
         {128'884'604'056'543'210, {2009, 6, 2, 23, 53, 25}},
         {0x7FFF'FFFF'FFFF'FFFF, {30828, 9, 14, 2, 48, 5}}, // the last one
     };
-    for (const auto& [time, expected] : cases) {
+    for (const auto& [time, expected] : cases)
         EXPECT_EQ(FileOperations::ConvertToSystemTime(time), expected) << time;
-    }
 }
 
 TEST(FileOperationsTimes, RejectedTimesAreAllZero) {
     for (const std::uint64_t time :
-         {0x8000'0000'0000'0000u, 0x8000'0000'0000'0001u, 0xC000'0000'0000'0000u, 0xFFFF'FFFF'FFFF'FFFFu}) {
+         {0x8000'0000'0000'0000u, 0x8000'0000'0000'0001u, 0xC000'0000'0000'0000u, 0xFFFF'FFFF'FFFF'FFFFu})
         EXPECT_EQ(FileOperations::ConvertToSystemTime(time), SystemTime_s{}) << time;
-    }
 }
 
 /// The parts by the calendar of the standard library.
@@ -122,9 +120,8 @@ std::string dateByRule(const SystemTime_s& time) {
 }
 
 std::string timeByRule(const SystemTime_s& time) {
-    if (isRefused(time)) {
+    if (isRefused(time))
         return "";
-    }
     const auto twoDigits = [](unsigned value) { return std::string(value < 10 ? "0" : "") + std::to_string(value); };
     return twoDigits(time.minute) + ":" + twoDigits(time.second) + ":00";
 }
@@ -147,9 +144,8 @@ TEST(FileOperationsTimes, TextsOfEveryMinuteAndSecond) {
     for (std::uint16_t minute = 0; minute < 100; ++minute) {
         for (std::uint16_t sec = 0; sec < 100; ++sec) {
             expectTexts({2020, 2, 29, 12, minute, sec});
-            if (HasFatalFailure()) {
+            if (HasFatalFailure())
                 return;
-            }
         }
     }
 }
@@ -162,9 +158,8 @@ TEST(FileOperationsTimes, TextsDependOnMinuteAndSecondOnly) {
             SystemTime_s time{2020, 2, 1, 1, 1, 1};
             time.*field = static_cast<std::uint16_t>(value);
             expectTexts(time);
-            if (HasFatalFailure()) {
+            if (HasFatalFailure())
                 return;
-            }
         }
     }
 }
@@ -176,9 +171,8 @@ TEST(FileOperationsTimes, TextsOfRandomTimes) {
     const auto any = [&] { return static_cast<std::uint16_t>(random() % 2 == 0 ? random() : random() % 64); };
     for (int i = 0; i < 5'000; ++i) {
         expectTexts({any(), any(), any(), any(), any(), any()});
-        if (HasFatalFailure()) {
+        if (HasFatalFailure())
             return;
-        }
     }
 }
 

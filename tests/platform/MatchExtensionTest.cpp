@@ -74,21 +74,18 @@ TEST(FileOperationsMatching, MatchesNamesAgainstLists) {
         {"model.ifc", "*.*", false},
         {"model.*", "*.*", true},
     };
-    for (const Case& c : cases) {
+    for (const Case& c : cases)
         EXPECT_EQ(FileOperations::MatchExtension(wide(c.name), wide(c.list)), c.expected) << c.name << " in " << c.list;
-    }
 }
 
 TEST(FileOperationsMatching, EmptyListMatchesEverything) {
-    for (const char* name : {"", "a", "model.ifc", "|"}) {
+    for (const char* name : {"", "a", "model.ifc", "|"})
         EXPECT_TRUE(FileOperations::MatchExtension(wide(name), WideString())) << name;
-    }
 }
 
 TEST(FileOperationsMatching, EmptyNameMatchesNoListButTheEmptyOne) {
-    for (const char* list : {"*", "*.ifc", "*.ifc|*.dwg", "|", "x|"}) {
+    for (const char* list : {"*", "*.ifc", "*.ifc|*.dwg", "|", "x|"})
         EXPECT_FALSE(FileOperations::MatchExtension(WideString(), wide(list))) << list;
-    }
 }
 
 TEST(FileOperationsMatching, EmptyTokenEndsTheSearch) {
@@ -97,9 +94,8 @@ TEST(FileOperationsMatching, EmptyTokenEndsTheSearch) {
         {"a.dwg", "*.ifc||*.dwg", false}, {"a.ifc", "*.ifc||*.dwg", true}, {"a.dwg", "*.dwg|", true},
         {"a.dxf", "*.dwg|", false},       {"a.dwg", "*.ifc|*.dwg|", true}, {"x", "|*.dwg", false},
     };
-    for (const Case& c : cases) {
+    for (const Case& c : cases)
         EXPECT_EQ(FileOperations::MatchExtension(wide(c.name), wide(c.list)), c.expected) << c.name << " in " << c.list;
-    }
 }
 
 TEST(FileOperationsMatching, OnlyAsciiLettersAreFolded) {
@@ -109,9 +105,8 @@ TEST(FileOperationsMatching, OnlyAsciiLettersAreFolded) {
         {"m.\u00E9", "*.\u00E9", true}, {"m.\u0131", "*.I", false},      {"m.\u017F", "*.S", false},
         {"m.\u212A", "*.K", false},     {"m.\uFF41", "*.\uFF21", false}, {"m.1", "*.\u0011", false},
     };
-    for (const Case& c : cases) {
+    for (const Case& c : cases)
         EXPECT_EQ(FileOperations::MatchExtension(wide(c.name), wide(c.list)), c.expected) << c.name << " in " << c.list;
-    }
 }
 
 TEST(FileOperationsMatching, ListEndsAtItsFirstZeroAndANameDoesNot) {
@@ -139,9 +134,8 @@ TEST(FileOperationsMatching, LongTextsAreComparedToTheEnd) {
     name[19999] = VELMOR_WIDE('b'); // where the token's asterisk is
     EXPECT_TRUE(FileOperations::MatchExtension(name, token));
     WideString list;
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 20000; ++i)
         list += wide("*.x|");
-    }
     EXPECT_FALSE(FileOperations::MatchExtension(wide("a.ifc"), list));
     EXPECT_TRUE(FileOperations::MatchExtension(wide("a.ifc"), list + wide("*.ifc")));
 }
@@ -161,9 +155,8 @@ TEST(FileOperationsMatching, TokenEndsAtABarOrWithTheText) {
 }
 
 TEST(FileOperationsMatching, UpperCaseIsOfAsciiLettersOnly) {
-    for (int c = -300; c < 0x20000; ++c) {
+    for (int c = -300; c < 0x20000; ++c)
         ASSERT_EQ(upper(c), c >= 'a' && c <= 'z' ? c - 32 : c) << c;
-    }
     EXPECT_EQ(upper(std::numeric_limits<int>::max()), std::numeric_limits<int>::max());
     EXPECT_EQ(upper(std::numeric_limits<int>::min()), std::numeric_limits<int>::min());
 }
@@ -199,9 +192,8 @@ TEST(FileOperationsMatching, AgreesWithThePlainTellingOnRandomTexts) {
     const WideString letters = wide("aAbBzZ.*|@[`{1\u00E9\u00C9");
     const auto text = [&](std::size_t longest) {
         WideString out;
-        for (std::size_t count = random() % (longest + 1); count > 0; --count) {
+        for (std::size_t count = random() % (longest + 1); count > 0; --count)
             out += letters[random() % letters.size()];
-        }
         return out;
     };
     std::size_t matched = 0;
@@ -210,15 +202,13 @@ TEST(FileOperationsMatching, AgreesWithThePlainTellingOnRandomTexts) {
         // The more of the list is taken from the name, the more often they match.
         const WideString name = text(6);
         WideString list = text(8);
-        if (random() % 2 == 0 && !name.empty()) {
+        if (random() % 2 == 0 && !name.empty())
             list += WideString(random() % 2, VELMOR_WIDE('|')) + VELMOR_WIDE('*') + name.substr(random() % name.size());
-        }
         const bool expected = velmor_tests::plainMatchOfList(name, list);
         ASSERT_EQ(FileOperations::MatchExtension(name, list), expected) << narrow(name) << " in " << narrow(list);
         matched += expected;
-        if (!list.empty()) {
+        if (!list.empty())
             ASSERT_EQ(matchesToken(name, list), velmor_tests::plainMatch(name, list)) << narrow(name) << " " << narrow(list);
-        }
     }
     EXPECT_GT(matched, count / 10u);
     EXPECT_LT(matched, count / 10u * 9u);

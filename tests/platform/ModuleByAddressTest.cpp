@@ -174,10 +174,8 @@ TEST(FileOperationsModules, OtherAddressesLieInNone) {
     const int local = 1;
     EXPECT_EQ(module(heap.get()), "");
     EXPECT_EQ(module(&local), "");
-    for (const std::uintptr_t value :
-         {std::uintptr_t{1}, std::uintptr_t{4096}, ~std::uintptr_t{0}, ~std::uintptr_t{0} / 2}) {
+    for (const std::uintptr_t value : {std::uintptr_t{1}, std::uintptr_t{4096}, ~std::uintptr_t{0}, ~std::uintptr_t{0} / 2})
         EXPECT_EQ(module(reinterpret_cast<const void*>(value)), "") << value;
-    }
 }
 
 TEST(FileOperationsModules, MappedFileIsNoModule) {

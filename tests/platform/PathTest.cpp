@@ -44,9 +44,8 @@ void expectSplit(const Split& split) {
     EXPECT_EQ(narrow(FileOperations::GetFullPath(path)), split.full);
     EXPECT_EQ(narrow(FileOperations::GetFullFolder(path)), split.folder);
     EXPECT_EQ(narrow(FileOperations::GetFileWithoutPath(path)), split.file);
-    if (*split.folder != 0) {
+    if (*split.folder != 0)
         EXPECT_EQ(narrow(FileOperations::GetFileWithoutExtenstion(path)), split.stem);
-    }
 }
 
 /// A path of that many units below a drive, with the file "n.e".
@@ -90,9 +89,8 @@ TEST(FileOperationsPaths, DrivePathsAreNormalisedByWindowsRules) {
         {"C:\\Gr\u00FC\u00DFe\\\u6E2C\u8A66.\U0001F600", "C:\\Gr\u00FC\u00DFe\\\u6E2C\u8A66.\U0001F600",
          "C:\\Gr\u00FC\u00DFe\\", "\u6E2C\u8A66.\U0001F600", "\u6E2C\u8A66"},
     };
-    for (const Split& split : splits) {
+    for (const Split& split : splits)
         expectSplit(split);
-    }
 }
 
 TEST(FileOperationsPaths, PathEndsAtItsFirstZero) {
@@ -162,9 +160,8 @@ TEST(FileOperationsPaths, SystemsPathsAreMadeAbsoluteWithSlashes) {
         {"/Gr\u00FC\u00DFe/\u6E2C\u8A66.\U0001F600", "/Gr\u00FC\u00DFe/\u6E2C\u8A66.\U0001F600", "/Gr\u00FC\u00DFe/",
          "\u6E2C\u8A66.\U0001F600", "\u6E2C\u8A66"},
     };
-    for (const Split& split : splits) {
+    for (const Split& split : splits)
         expectSplit(split);
-    }
 }
 
 TEST(FileOperationsPaths, WithoutACurrentFolderRelativePathsAreInvalid) {
@@ -213,12 +210,10 @@ TEST(FileOperationsPaths, FullPathFitsUpTo259Units) {
             const WideString path = make(length);
             EXPECT_TRUE(FileOperations::GetFullPath(path) == (length <= 259 ? path : WideString())) << length;
         }
-        for (std::size_t length = 515; length <= 525; ++length) {
+        for (std::size_t length = 515; length <= 525; ++length)
             EXPECT_TRUE(FileOperations::GetFullPath(make(length)).empty()) << length;
-        }
-        for (const std::size_t length : {300u, 1000u, 20000u}) {
+        for (const std::size_t length : {300u, 1000u, 20000u})
             EXPECT_TRUE(FileOperations::GetFullPath(make(length)).empty()) << length;
-        }
     }
 }
 
@@ -229,38 +224,32 @@ TEST(FileOperationsPaths, FullFolderNeedsAPathOfUpTo259Units) {
             EXPECT_TRUE(FileOperations::GetFullFolder(path) == (length <= 259 ? path.substr(0, length - 3) : WideString()))
                 << length;
         }
-        for (const std::size_t length : {300u, 518u, 519u, 520u, 521u, 522u, 1000u}) {
+        for (const std::size_t length : {300u, 518u, 519u, 520u, 521u, 522u, 1000u})
             EXPECT_TRUE(FileOperations::GetFullFolder(make(length)).empty()) << length;
-        }
     }
 }
 
 TEST(FileOperationsPaths, FileWithoutPathNeedsAPathOfUpTo257Units) {
     for (const auto& make : {driveLongPath, nativeLongPath}) {
-        for (std::size_t length = 250; length <= 262; ++length) {
+        for (std::size_t length = 250; length <= 262; ++length)
             EXPECT_EQ(narrow(FileOperations::GetFileWithoutPath(make(length))), length <= 257 ? "n.e" : "") << length;
-        }
-        for (const std::size_t length : {300u, 518u, 519u, 520u, 521u, 522u, 1000u}) {
+        for (const std::size_t length : {300u, 518u, 519u, 520u, 521u, 522u, 1000u})
             EXPECT_TRUE(FileOperations::GetFileWithoutPath(make(length)).empty()) << length;
-        }
     }
 }
 
 TEST(FileOperationsPaths, FileWithoutExtensionNeedsAPathOfUpTo259Units) {
-    for (const auto& make : {driveLongPath, nativeLongPath}) {
-        for (std::size_t length = 250; length <= 259; ++length) {
+    for (const auto& make : {driveLongPath, nativeLongPath})
+        for (std::size_t length = 250; length <= 259; ++length)
             EXPECT_EQ(narrow(FileOperations::GetFileWithoutExtenstion(make(length))), "n") << length;
-        }
-    }
 }
 
 TEST(FileOperationsPaths, LimitsCountTheNormalisedPath) {
     const std::string vanishing = "\\gone\\..";
     const std::string folder = "C:\\" + std::string(200, 'f');
     std::string path = folder;
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 100; ++i)
         path += vanishing;
-    }
     path += "\\n.e";
     ASSERT_GT(path.size(), 520u);
     EXPECT_EQ(narrow(FileOperations::GetFullPath(wide(path))), folder + "\\n.e");
@@ -281,17 +270,15 @@ TEST(FileOperationsPaths, LimitsCountUtf16Units) {
     for (const std::string& character : {std::string("\U0001F600"), std::string("\u6E2C")}) {
         const std::size_t units = wide(character).size();
         std::string path = "C:\\";
-        while (wide(path).size() + units <= 259) {
+        while (wide(path).size() + units <= 259)
             path += character;
-        }
         EXPECT_EQ(narrow(FileOperations::GetFullPath(wide(path))), path);
         path += character;
         EXPECT_EQ(narrow(FileOperations::GetFullPath(wide(path))), "");
 #if !defined(_WIN32)
         std::string native = "/";
-        while (wide(native).size() + units <= 259) {
+        while (wide(native).size() + units <= 259)
             native += character;
-        }
         EXPECT_EQ(narrow(FileOperations::GetFullPath(wide(native))), native);
         EXPECT_EQ(narrow(FileOperations::GetFullPath(wide(native + character))), "");
 #endif
@@ -317,9 +304,8 @@ TEST(FileOperationsPaths, EndingSlashIsABackslashUnlessThereIsOne) {
         {"\u00E9", "\u00E9\\"},
         {"..", "..\\"},
     };
-    for (const auto& [path, expected] : cases) {
+    for (const auto& [path, expected] : cases)
         EXPECT_EQ(narrow(FileOperations::InsertEndingDirectorySlash(wide(path))), expected) << path;
-    }
 }
 
 TEST(FileOperationsPaths, EndingSlashFollowsTheWholeText) {

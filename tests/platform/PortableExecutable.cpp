@@ -52,9 +52,8 @@ std::string versionBlock(const VersionResource& resource) {
     block.put16(0); // the length, known below
     block.put16(resource.valueLength);
     block.put16(0); // binary
-    for (const char c : resource.key) {
+    for (const char c : resource.key)
         block.put16(static_cast<unsigned char>(c));
-    }
     block.put16(0);
     block.fillTo(4);
     block.put32(resource.signature);
@@ -120,13 +119,11 @@ struct Section {
 std::string bytesOf(const PortableExecutable& program) {
     const std::uint32_t resourceAddress = sectionAlignment * (program.otherSections ? 2 : 1);
     std::vector<Section> sections;
-    if (program.otherSections) {
+    if (program.otherSections)
         sections.push_back({".text", std::string(5, '\xC3'), 0x60000020});
-    }
     sections.push_back({".rsrc", resourceSection(program, resourceAddress), 0x40000040});
-    if (program.otherSections) {
+    if (program.otherSections)
         sections.push_back({".data", std::string(700, 'd'), 0xC0000040});
-    }
     const auto sectionCount = static_cast<std::uint32_t>(sections.size());
 
     Bytes out;
@@ -193,9 +190,8 @@ LibraryFile libraryFile() {
     const std::string resources = readFile(pathOf(folder + "Velmor-3.91.dll.resources"));
     const auto number = [&](std::size_t at, std::size_t size) {
         std::size_t value = 0;
-        for (std::size_t i = size; i > 0; --i) {
+        for (std::size_t i = size; i > 0; --i)
             value = value << 8 | static_cast<unsigned char>(headers.at(at + i - 1));
-        }
         return value;
     };
     const std::size_t header = number(60, 4);

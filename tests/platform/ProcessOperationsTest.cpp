@@ -132,9 +132,8 @@ TEST(ProcessOperations, ProgramThatCannotRunGivesNoHandle) {
     };
     round();
     const std::size_t before = openHandles();
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 10; ++i)
         round();
-    }
     EXPECT_EQ(openHandles(), before);
 #if !defined(_WIN32)
     EXPECT_FALSE(hasChildren());
@@ -148,11 +147,9 @@ TEST(ProcessOperations, NamesMayHoldAnyCharacter) {
                                    std::string(programEnding))
                                       .c_str();
     std::filesystem::copy_file(childProgram(), program);
-    for (const auto& entry : std::filesystem::directory_iterator(programFolder())) {
-        if (entry.path().extension() == ".dll") { // what the program needs stands beside it
+    for (const auto& entry : std::filesystem::directory_iterator(programFolder()))
+        if (entry.path().extension() == ".dll") // what the program needs stands beside it
             std::filesystem::copy_file(entry.path(), folder.path() / entry.path().filename());
-        }
-    }
     Child child({"describe"}, false, wide("caf\xC3\xA9 \xE6\xB8\xAC\xE8\xA9\xA6 \xF0\x9F\x98\x80"), program);
     EXPECT_EQ(child.report().values("argument"),
               (std::vector<std::string>{"caf\xC3\xA9", "\xE6\xB8\xAC\xE8\xA9\xA6", "\xF0\x9F\x98\x80"}));
@@ -234,14 +231,12 @@ TEST(ProcessOperations, CommandLineIsSplitByTheSystemsRules) {
         EXPECT_EQ(report.lines.size() > c.arguments.size(), true) << c.line;
         // A line end within an argument is one in the report, too.
         std::string expected;
-        for (const std::string& argument : c.arguments) {
+        for (const std::string& argument : c.arguments)
             expected += "argument=" + argument + "\n";
-        }
         std::string seen;
         for (const std::string& line : report.lines) {
-            if (line.starts_with("folder=")) {
+            if (line.starts_with("folder="))
                 break;
-            }
             seen += line + "\n";
         }
         EXPECT_EQ(seen, expected) << c.line;
@@ -300,9 +295,8 @@ TEST(ProcessOperations, ChildIsDetachedAndOfLowerPriority) {
 TEST(ProcessOperations, RunningProcessHasNotEnded) {
     Child child({"ready", "wait", "exit 5"});
     child.ready();
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; ++i)
         EXPECT_TRUE(isUnanswered(child.handle()));
-    }
     child.proceed();
     EXPECT_EQ(child.join(), 5u);
 }
@@ -352,15 +346,12 @@ TEST(ProcessOperations, KilledProcessHasEnded) {
 
 TEST(ProcessOperations, ManyChildrenKeepTheirOwnExitCodes) {
     std::vector<HANDLE> processes;
-    for (unsigned code = 0; code < 20; ++code) {
+    for (unsigned code = 0; code < 20; ++code)
         processes.push_back(startEnding(code));
-    }
-    for (unsigned code = 20; code-- > 0;) {
+    for (unsigned code = 20; code-- > 0;)
         EXPECT_EQ(join(processes[code]), code);
-    }
-    for (const HANDLE process : processes) {
+    for (const HANDLE process : processes)
         ProcessOperations::closeProcess(process);
-    }
 }
 
 TEST(ProcessOperations, TerminationGivesTheExitCode) {
@@ -411,9 +402,8 @@ TEST(ProcessOperations, TerminationAfterTheEndKeepsTheExitCode) {
         Child child({"describe", "ready", "exit 7"});
         const std::string id = child.ready().value("process");
         awaitEnd(child.handle(), id);
-        if (askedBefore) {
+        if (askedBefore)
             EXPECT_EQ(child.join(), 7u);
-        }
         ProcessOperations::terminateProcess(child.handle(), 42);
         EXPECT_EQ(child.join(), 7u);
     }
@@ -441,11 +431,10 @@ TEST(ProcessOperations, ClosingAnEndedProcessLeavesNoZombie) {
     for (const bool asked : {false, true}) {
         Child child({"describe", "ready"});
         const std::string id = child.ready().value("process");
-        if (asked) {
+        if (asked)
             child.join();
-        } else {
+        else
             awaitEnd(child.handle(), id);
-        }
         child.close();
         EXPECT_TRUE(eventually([&] { return !std::filesystem::exists("/proc/" + id); }));
     }
@@ -525,17 +514,15 @@ constexpr std::size_t leakOfOneProcess = 0;
 /// for what that leaves open is not the library's.
 template <typename Round>
 void expectLeakOfRounds(unsigned count, Round round) {
-    for (unsigned i = 0; i < 4; ++i) {
+    for (unsigned i = 0; i < 4; ++i)
         round(i);
-    }
     unsigned stumblesBefore = 0;
     std::size_t before = 0;
     do {
         stumblesBefore = stumbles;
         before = openHandles();
-        for (unsigned i = 0; i < count; ++i) {
+        for (unsigned i = 0; i < count; ++i)
             round(i);
-        }
     } while (stumbles != stumblesBefore);
     const std::size_t after = before + count * leakOfOneProcess;
     EXPECT_TRUE(eventually([&] { return openHandles() == after; }, std::chrono::seconds(10)))
@@ -569,17 +556,15 @@ TEST(ProcessOperations, ThreadsMayStartChildrenAtOnce) {
             for (unsigned i = 0; i < 10; ++i) {
                 const HANDLE process = startEnding(number + 1, i % 2 == 0);
                 unsigned exitCode = 0;
-                while (!ProcessOperations::hasEnded(process, &exitCode)) {
+                while (!ProcessOperations::hasEnded(process, &exitCode))
                     ThreadOperations::usleep(2);
-                }
                 ProcessOperations::closeProcess(process);
                 sum += exitCode;
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(sums, (std::vector<unsigned>{10, 20, 30, 40}));
 }
 

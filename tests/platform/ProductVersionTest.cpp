@@ -45,9 +45,8 @@ struct Version {
 
 std::ostream& operator<<(std::ostream& out, const Version& version) {
     out << (version.known ? "true" : "false");
-    for (const unsigned number : version.numbers) {
+    for (const unsigned number : version.numbers)
         out << ' ' << number;
-    }
     return out;
 }
 
@@ -213,9 +212,8 @@ TEST(ProductVersion, LeavesNoHandleBehind) {
     };
     round();
     const std::size_t before = velmor_tests::openHandles();
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 100; ++i)
         round();
-    }
     EXPECT_EQ(velmor_tests::openHandles(), before);
 }
 
@@ -246,9 +244,8 @@ TEST(ProductVersion, FileCutAnywhereIsRefused) {
         PortableExecutable program;
         program.wide = wideForm;
         const std::string whole = bytesOf(program);
-        for (std::size_t length = 0; length < whole.size(); length += thorough ? 1 : 3) {
+        for (std::size_t length = 0; length < whole.size(); length += thorough ? 1 : 3)
             ASSERT_EQ(maker.of(whole.substr(0, length)), unknown) << length;
-        }
         ASSERT_EQ(maker.of(whole), (Version{true, {3, 91, 0, 0}}));
         ASSERT_EQ(maker.of(whole + "more"), (Version{true, {3, 91, 0, 0}}));
     }
@@ -266,9 +263,8 @@ TEST(ProductVersion, DamagedFilesAreRefusedOrAnsweredAsWhole) {
         ASSERT_NE(numbers, std::string::npos);
         int refused = 0;
         for (std::size_t at = 0; at <= endOfContent(file); ++at) {
-            if (at >= numbers && at < numbers + 8) {
+            if (at >= numbers && at < numbers + 8)
                 continue; // the numbers themselves
-            }
             const char sound = file[at];
             for (const int change : thorough ? std::vector{1, 2, 4, 8, 16, 32, 64, 128, 255} : std::vector{2, 64}) {
                 file[at] = static_cast<char>(sound ^ change);
@@ -292,9 +288,8 @@ TEST(ProductVersion, RandomlyDamagedFilesDoNoHarm) {
         program.wide = random() % 2 == 0;
         program.otherSections = random() % 2 == 0;
         std::string file = bytesOf(program);
-        if (random() % 4 == 0) {
+        if (random() % 4 == 0)
             file.resize(random() % file.size());
-        }
         for (std::size_t changes = random() % 8; changes > 0 && !file.empty(); --changes) {
             constexpr unsigned char values[]{0, 1, 0x7F, 0x80, 0xFF};
             const std::size_t at = random() % std::min<std::size_t>(file.size(), 1400);
@@ -315,9 +310,8 @@ public:
         file.seekp(static_cast<std::streamoff>(at));
         file.put(byte);
         file.close();
-        if (!file) {
+        if (!file)
             throw std::runtime_error("cannot change the copy");
-        }
     }
     void cut(std::size_t length) const { std::filesystem::resize_file(path_, length); }
 
@@ -332,14 +326,11 @@ void expectCutsAreRefused(const velmor_tests::LibraryFile& library) {
     const LibraryCopy copy(library.content);
     ASSERT_EQ(copy.version(), own);
     std::set<std::size_t, std::greater<>> lengths{0, 1, library.content.size() - 1};
-    for (std::size_t length = 0; length < library.content.size(); length += thorough ? 97 : 9973) {
+    for (std::size_t length = 0; length < library.content.size(); length += thorough ? 97 : 9973)
         lengths.insert(length);
-    }
-    for (const std::size_t end : {library.headersSize, library.resourcesBegin + library.resourcesSize}) {
-        for (std::size_t back = 0; back <= 1024; back += thorough ? 1 : 61) {
+    for (const std::size_t end : {library.headersSize, library.resourcesBegin + library.resourcesSize})
+        for (std::size_t back = 0; back <= 1024; back += thorough ? 1 : 61)
             lengths.insert(end - back);
-        }
-    }
     for (const std::size_t length : lengths) { // the longest first
         copy.cut(length);
         ASSERT_EQ(copy.version(), unknown) << length;
@@ -354,9 +345,8 @@ void expectFlipsAreRefusedOrAnsweredAsWhole(const velmor_tests::LibraryFile& lib
     int refused = 0;
     const auto flipAll = [&](std::size_t begin, std::size_t size) {
         for (std::size_t at = begin; at < begin + size; at += thorough ? 1 : 5) {
-            if (at >= numbers && at < numbers + 8) {
+            if (at >= numbers && at < numbers + 8)
                 continue; // the numbers themselves
-            }
             const char sound = library.content[at];
             for (const int change : thorough ? std::vector{1, 4, 32, 128, 255} : std::vector{64}) {
                 copy.put(at, static_cast<char>(sound ^ change));

@@ -33,9 +33,8 @@ using velmor_tests::writeFile;
 
 std::vector<std::string> scan(const WideString& folder) {
     std::vector<std::string> names;
-    for (const WideString& name : FileOperations::ScanFilesInDirectory(folder)) {
+    for (const WideString& name : FileOperations::ScanFilesInDirectory(folder))
         names.push_back(narrow(name));
-    }
     return names;
 }
 
@@ -153,9 +152,8 @@ TEST(FileOperationsScan, NamesMayHoldAnyCharacter) {
     const TemporaryFolder folder;
     const std::string names[]{"Gr\u00FC\u00DFe.ifc", "\u6E2C\u8A66", "\U0001F600.dwg",
                               "with blank",          "semi;colon",   "percent%s"};
-    for (const std::string& name : names) {
+    for (const std::string& name : names)
         writeFile(folder / name.c_str(), "x");
-    }
     EXPECT_THAT(scan(folder.path()), testing::UnorderedElementsAreArray(names));
 }
 
@@ -167,15 +165,12 @@ TEST(FileOperationsScan, ManyFilesComeInTheSystemsOrder) {
         writeFile(folder / name.c_str(), "");
         expected.insert(name);
     }
-    for (int i = 0; i < 50; ++i) {
+    for (int i = 0; i < 50; ++i)
         std::filesystem::create_directory(folder / ("folder " + std::to_string(i)).c_str());
-    }
     std::vector<std::string> inOrder;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
-        if (!entry.is_directory()) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+        if (!entry.is_directory())
             inOrder.push_back(narrow(entry.path().filename()));
-        }
-    }
     const std::vector<std::string> names = scan(folder.path());
     EXPECT_EQ(names, inOrder);
     EXPECT_EQ(std::set<std::string>(names.begin(), names.end()), expected);
@@ -192,9 +187,8 @@ TEST(FileOperationsScan, LeavesNoHandleBehind) {
     };
     round();
     const std::size_t before = velmor_tests::openHandles();
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 300; ++i)
         round();
-    }
     EXPECT_EQ(velmor_tests::openHandles(), before);
 }
 
@@ -224,9 +218,8 @@ TEST(FileOperationsScan, NamesThatAreNoTextCanBeUsed) {
 TEST(FileOperationsScan, NamesOfTheSystemNeedNotBeWindowsNames) {
     const TemporaryFolder folder;
     const std::string names[]{"a*b?", "q\"uote", "back\\slash", "colon:", "new\nline", "trailing. "};
-    for (const std::string& name : names) {
+    for (const std::string& name : names)
         writeFile(folder.path() / name, "x");
-    }
     EXPECT_THAT(scan(folder.path()), testing::UnorderedElementsAreArray(names));
     std::filesystem::create_directory(folder.path() / "we*rd?");
     writeFile(folder.path() / "we*rd?" / "file", "x");

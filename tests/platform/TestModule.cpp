@@ -25,9 +25,8 @@ struct PathAtLoad {
 
     PathAtLoad() {
         const char* path = std::getenv("PATH");
-        if (path != nullptr) {
+        if (path != nullptr)
             std::strncpy(text, path, sizeof text - 1);
-        }
     }
 } pathAtLoad;
 

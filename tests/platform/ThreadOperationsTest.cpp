@@ -140,14 +140,12 @@ TEST(ThreadOperations, ThreadGetsTheArgumentAsItWasAtTheCall) {
 
 TEST(ThreadOperations, LargeArgumentsPass) {
     std::vector<unsigned char> block(5u << 20);
-    for (std::size_t i = 0; i < block.size(); ++i) {
+    for (std::size_t i = 0; i < block.size(); ++i)
         block[i] = static_cast<unsigned char>(i * 2654435761u >> 11);
-    }
     const auto sum = [](void* data, std::uint64_t size) -> unsigned {
         unsigned total = 0;
-        for (std::uint64_t i = 0; i < size; ++i) {
+        for (std::uint64_t i = 0; i < size; ++i)
             total = total * 31 + static_cast<unsigned char*>(data)[i];
-        }
         return total & 0xFFFF;
     };
     const unsigned expected = sum(block.data(), block.size());
@@ -346,11 +344,10 @@ TEST(ThreadOperations, PriorityIsLoweredOnRequest) {
 #if defined(_WIN32)
         EXPECT_EQ(priority, lower ? THREAD_PRIORITY_BELOW_NORMAL : THREAD_PRIORITY_NORMAL);
 #else
-        if (lower) {
+        if (lower)
             EXPECT_LT(priority, ownPriority());
-        } else {
+        else
             EXPECT_EQ(priority, ownPriority());
-        }
 #endif
     }
 }
@@ -447,9 +444,8 @@ TEST(ThreadOperations, WithoutMemoryForItsCopyTheThreadGetsNull) {
 // ----------------------------------------------------------------------------------------------------------------------
 
 TEST(ThreadOperations, RoundsLeakNothing) {
-    for (unsigned i = 0; i < 4; ++i) {
+    for (unsigned i = 0; i < 4; ++i)
         joinAndClose(startEnding(i));
-    }
     const std::size_t before = openHandles();
 #if !defined(_WIN32)
     const std::size_t threads = threadsOfTheProcess();
@@ -458,9 +454,8 @@ TEST(ThreadOperations, RoundsLeakNothing) {
         unsigned* thread = startEnding(i % 200);
         EXPECT_EQ(joinAndClose(thread), i % 200);
     }
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 200; ++i)
         ThreadOperations::closeThread(startEnding(0)); // closed while it may still run
-    }
     EXPECT_TRUE(eventually([&] { return openHandles() == before; })) << openHandles() << " handles, before " << before;
 #if !defined(_WIN32)
     EXPECT_TRUE(eventually([&] { return threadsOfTheProcess() == threads; }));
@@ -479,9 +474,8 @@ TEST(ThreadOperations, ManyThreadsRunAtOnce) {
         EXPECT_FALSE(ThreadOperations::hasEnded(thread, &exitCode));
     }
     go.raise();
-    for (unsigned code = 50; code-- > 0;) {
+    for (unsigned code = 50; code-- > 0;)
         EXPECT_EQ(joinAndClose(threads[code]), code);
-    }
 }
 
 TEST(ThreadOperations, ThreadsMayStartThreadsAtOnce) {
@@ -492,16 +486,14 @@ TEST(ThreadOperations, ThreadsMayStartThreadsAtOnce) {
             for (unsigned i = 0; i < 50; ++i) {
                 unsigned* thread = startEnding(number * 50 + i);
                 unsigned exitCode = 0;
-                while (!ThreadOperations::hasEnded(thread, &exitCode)) {
+                while (!ThreadOperations::hasEnded(thread, &exitCode))
                     ThreadOperations::usleep(1);
-                }
                 ThreadOperations::closeThread(thread);
                 sum += exitCode;
             }
         });
     }
-    for (std::thread& starter : starters) {
+    for (std::thread& starter : starters)
         starter.join();
-    }
     EXPECT_EQ(sum, 199u * 200 / 2);
 }

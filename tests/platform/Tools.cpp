@@ -54,17 +54,15 @@ std::filesystem::path pathOf(const std::string& utf8) {
 
 std::optional<std::string> tryReadFile(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file) {
+    if (!file)
         return std::nullopt;
-    }
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
 std::size_t entries(const std::filesystem::path& folder) {
     std::size_t count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) {
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder))
         ++count;
-    }
     return count;
 }
 
@@ -74,9 +72,8 @@ std::optional<std::string> variable(const char* name) {
     std::wstring value(32768, L'\0');
     SetLastError(ERROR_SUCCESS);
     value.resize(GetEnvironmentVariableW(wideName.c_str(), value.data(), static_cast<DWORD>(value.size())));
-    if (value.empty() && GetLastError() == ERROR_ENVVAR_NOT_FOUND) {
+    if (value.empty() && GetLastError() == ERROR_ENVVAR_NOT_FOUND)
         return std::nullopt;
-    }
     return narrow(value);
 #else
     const char* value = std::getenv(name);
@@ -88,11 +85,10 @@ void setVariable(const char* name, const std::optional<std::string>& value) {
 #if defined(_WIN32)
     SetEnvironmentVariableW(wide(name).c_str(), value ? wide(*value).c_str() : nullptr);
 #else
-    if (value) {
+    if (value)
         setenv(name, value->c_str(), 1);
-    } else {
+    else
         unsetenv(name);
-    }
 #endif
 }
 
@@ -137,9 +133,8 @@ HANDLE openHandle(const std::filesystem::path& path) {
 std::optional<std::string> readHandle(HANDLE handle, std::size_t size) {
     std::string text(size, '\0');
     DWORD count = 0;
-    if (!ReadFile(handle, text.data(), static_cast<DWORD>(size), &count, nullptr)) {
+    if (!ReadFile(handle, text.data(), static_cast<DWORD>(size), &count, nullptr))
         return std::nullopt;
-    }
     text.resize(count);
     return text;
 }
@@ -179,9 +174,8 @@ HANDLE openHandle(const std::filesystem::path& path) {
 std::optional<std::string> readHandle(HANDLE handle, std::size_t size) {
     std::string text(size, '\0');
     const ssize_t count = ::read(descriptor(handle), text.data(), size);
-    if (count < 0) {
+    if (count < 0)
         return std::nullopt;
-    }
     text.resize(static_cast<std::size_t>(count));
     return text;
 }

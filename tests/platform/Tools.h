@@ -110,9 +110,8 @@ template <typename Condition>
 bool eventually(Condition condition, std::chrono::seconds time = std::chrono::seconds(60)) {
     const auto end = std::chrono::steady_clock::now() + time;
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
+        if (std::chrono::steady_clock::now() > end)
             return false;
-        }
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return true;
