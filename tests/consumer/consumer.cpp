@@ -1,4 +1,4 @@
-// Uses a class of each family through the installed package: values, texts and memory cross the library's boundary.
+// Uses one class of each family in the installed package. Values, texts and memory are passed to and from the library.
 
 #include <Velmor/Velmor.h>
 
@@ -38,9 +38,9 @@ bool platformWorks() {
 
 int main() {
     if (!identityWorks() || !versionWorks() || !textWorks() || !platformWorks()) {
-        std::puts("the package does not work");
+        std::puts("the package failed");
         return 1;
     }
-    std::puts("an identity crosses the boundary");
+    std::puts("the package works");
     return 0;
 }

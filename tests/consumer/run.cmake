@@ -1,4 +1,4 @@
-# Installs a build, configures and builds the consumer against the package, and runs it.
+# Installs a build, builds the consumer with the installed package, and runs it.
 #   cmake -DBUILD=<build folder> -DSOURCE=<this folder> -DWORK=<scratch folder> [-DTOOLCHAIN=<file>] [-DEMULATOR=<program>]
 #         -DCOMPILER=<c++ compiler> -DFLAGS=<c++ flags> -P run.cmake
 cmake_minimum_required(VERSION 3.25)
@@ -28,6 +28,6 @@ else()
     step(${WORK}/build/consumer)
 endif()
 string(STRIP "${output}" output)
-if(NOT output STREQUAL "an identity crosses the boundary")
+if(NOT output STREQUAL "the package works")
     message(FATAL_ERROR "the consumer printed: ${output}")
 endif()

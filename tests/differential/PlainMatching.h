@@ -1,6 +1,6 @@
 #pragma once
 
-// The matching of names against filter lists, told once more as plainly as can be.
+// A simple model of the matching of names against filter lists.
 
 #include <Velmor/WideText.h>
 
@@ -8,42 +8,37 @@
 
 namespace velmor_tests {
 
-/// An ASCII small letter as its capital; anything else as it is.
+/// Converts ASCII lower case letters to upper case.
 inline char32_t plainUpper(char32_t c) {
     return c >= U'a' && c <= U'z' ? c - 32 : c;
 }
 
-/// Whether a name matches one token that is not empty: compared from the end, up to the first character of either.
+/// Whether a name matches a token that is not empty. The comparison runs from the end and excludes the first character of
+/// the shorter text.
 inline bool plainMatch(const Velmor::WideString& name, const Velmor::WideString& token) {
-    if (name.empty()) {
+    if (name.empty())
         return false;
-    }
     const std::size_t compared = (name.size() < token.size() ? name.size() : token.size()) - 1;
-    for (std::size_t back = 1; back <= compared; ++back) {
-        if (plainUpper(name[name.size() - back]) != plainUpper(token[token.size() - back])) {
+    for (std::size_t fromEnd = 1; fromEnd <= compared; ++fromEnd)
+        if (plainUpper(name[name.size() - fromEnd]) != plainUpper(token[token.size() - fromEnd]))
             return false;
-        }
-    }
     return true;
 }
 
-/// Whether a name matches a token of a list; an empty token ends the list, an empty list matches all.
+/// Whether a name matches a token of a list. An empty token ends the list; an empty list matches every name.
 inline bool plainMatchOfList(const Velmor::WideString& name, const Velmor::WideString& list) {
-    if (list.empty()) {
+    if (list.empty())
         return true;
-    }
-    // The list is text up to its first zero.
+    // The list ends at its first NUL.
     const Velmor::WideString text = list.c_str();
     std::size_t begin = 0;
     while (begin < text.size()) {
         const std::size_t bar = text.find(VELMOR_WIDE('|'), begin);
         const std::size_t end = bar == Velmor::WideString::npos ? text.size() : bar;
-        if (end == begin) {
+        if (end == begin)
             return false;
-        }
-        if (plainMatch(name, text.substr(begin, end - begin))) {
+        if (plainMatch(name, text.substr(begin, end - begin)))
             return true;
-        }
         begin = end + 1;
     }
     return false;

@@ -1,4 +1,4 @@
-# Runs a program that prints a table and compares what it prints with a file; or writes the file.
+# Runs a program that prints a table, and compares its output with a file or writes the file.
 #   cmake -DPROGRAM=<program> -DEXPECTED=<file> [-DEMULATOR=<program>] [-DWRITE=ON] -P run.cmake
 cmake_minimum_required(VERSION 3.25)
 

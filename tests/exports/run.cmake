@@ -1,4 +1,4 @@
-# Compares what a built library exports with the list of classes and functions that it is to export.
+# Compares the exported symbols of a built library with the list of classes and functions in expected.txt.
 #   cmake -DLIBRARY=<file> -DLIST=<expected.txt> -DNM=<nm> -DOBJDUMP=<objdump> -DFILT=<c++filt> -P run.cmake
 cmake_minimum_required(VERSION 3.25)
 
@@ -17,14 +17,14 @@ list(JOIN rows "\n" mangled)
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/exports.txt "${mangled}\n")
 execute_process(COMMAND ${FILT} INPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/exports.txt OUTPUT_VARIABLE names
     COMMAND_ERROR_IS_FATAL ANY)
-# One list for both systems: types that differ between them go by the names that the headers give them.
+# One list for both systems: types that differ by system have the names of the headers.
 string(REGEX REPLACE "char16_t|wchar_t" "WideChar" names "${names}")
 string(REPLACE "std::__cxx11::basic_string<WideChar, std::char_traits<WideChar>, std::allocator<WideChar> >" "WideString"
     names "${names}")
 string(REGEX REPLACE "long( long)?\\)" "int64_t)" names "${names}")
 string(REGEX MATCHALL "[^\n]+" names "${names}")
 
-# "Velmor::Signal::wait()" belongs to the class Velmor::Signal; a free function is named with its arguments.
+# "Velmor::Signal::wait()" belongs to the entry Velmor::Signal. The entry of a free function has its argument types.
 file(STRINGS ${LIST} expected REGEX "^[^#]")
 set(found)
 foreach(name IN LISTS names)

@@ -1,5 +1,5 @@
-// The child of the suites. It works off the script in the folder that a variable names, one step a line, and leaves what it
-// found there as lines "key=value". Without a script it ends with the number that its last argument is.
+// The child program of the suites. A variable names the folder with its script, which has one step per line. The child
+// writes its report there, as lines "key=value". Without a script its exit code is the number in its last argument.
 
 #include <Velmor/Platform.h>
 
@@ -13,8 +13,9 @@
 #include <vector>
 
 #if defined(_WIN32)
-    #include <shellapi.h>
     #include <windows.h>
+    // Needs windows.h.
+    #include <shellapi.h>
 #else
     #include <sys/resource.h>
     #include <unistd.h>
@@ -25,9 +26,9 @@ using namespace velmor_tests;
 namespace {
 
 std::string report;
-std::vector<std::unique_ptr<Velmor::FileStream>> streams; // what the library opened stays open to the end
+std::vector<std::unique_ptr<Velmor::FileStream>> streams; // files that the library opened; they stay open until the end
 
-void tell(const std::string& key, const std::string& value) {
+void add(const std::string& key, const std::string& value) {
     report += key + "=" + value + "\n";
 }
 
@@ -42,35 +43,32 @@ void publish(const std::filesystem::path& folder, const char* name) {
 }
 
 void describe(const std::vector<std::string>& arguments) {
-    for (const std::string& argument : arguments) {
-        tell("argument", argument);
-    }
-    tell("folder", narrow(std::filesystem::current_path()));
+    for (const std::string& argument : arguments)
+        add("argument", argument);
+    add("folder", narrow(std::filesystem::current_path()));
 #if defined(_WIN32)
-    tell("process", std::to_string(GetCurrentProcessId()));
-    tell("class", std::to_string(GetPriorityClass(GetCurrentProcess())));
+    add("process", std::to_string(GetCurrentProcessId()));
+    add("class", std::to_string(GetPriorityClass(GetCurrentProcess())));
     const HANDLE console =
         CreateFileW(L"CONOUT$", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
-    tell("console", console == noHandle() && GetConsoleWindow() == nullptr ? "no" : "yes");
+    add("console", console == noHandle() && GetConsoleWindow() == nullptr ? "no" : "yes");
 #else
-    tell("process", std::to_string(getpid()));
-    tell("session", std::to_string(getsid(0)));
-    tell("nice", std::to_string(getpriority(PRIO_PROCESS, 0)));
+    add("process", std::to_string(getpid()));
+    add("session", std::to_string(getsid(0)));
+    add("nice", std::to_string(getpriority(PRIO_PROCESS, 0)));
 #endif
 }
 
 #if !defined(_WIN32)
-void tellDescriptors() {
+void describeDescriptors() {
     std::vector<std::filesystem::path> links;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
         links.push_back(entry.path());
-    }
     for (const auto& link : links) {
-        std::error_code gone;
-        const auto target = std::filesystem::read_symlink(link, gone);
-        if (!gone) { // the one that read the folder is closed by now
-            tell(std::stoi(link.filename()) <= 2 ? "standard" : "handle", link.filename().string() + " " + target.string());
-        }
+        std::error_code error;
+        const auto target = std::filesystem::read_symlink(link, error);
+        if (!error) // the descriptor that read the folder is closed now
+            add(std::stoi(link.filename()) <= 2 ? "standard" : "handle", link.filename().string() + " " + target.string());
     }
 }
 #endif
@@ -88,48 +86,58 @@ std::string rest(std::istringstream& step) {
     return text;
 }
 
-void keep(const char* key, Velmor::FileStream* stream) {
-    tell(key, stream->getHandle() == noHandle() ? "refused" : "done");
+void addStream(const char* key, Velmor::FileStream* stream) {
+    add(key, stream->getHandle() == noHandle() ? "refused" : "done");
     streams.emplace_back(stream);
+}
+
+/// Performs a step about the state of the process: its description, its variables or its handles.
+/// @return whether the step is one of these.
+bool performInspection(const std::string& name, std::istringstream& step, const std::vector<std::string>& arguments) {
+    if (name == "describe") {
+        describe(arguments);
+    } else if (name == "variable") {
+        const auto value = variable(rest(step).c_str());
+        add("variable", value ? "'" + *value + "'" : "missing");
+    } else if (name == "is-file") {
+        add("is-file", isOpenFile(nextHandle(step)) ? "yes" : "no");
+    } else if (name == "read") {
+        const HANDLE handle = nextHandle(step);
+        std::size_t size = 0;
+        step >> size;
+        add("read", readHandle(handle, size).value_or("failed"));
+    } else if (name == "write") {
+        const HANDLE handle = nextHandle(step);
+        add("write", writeHandle(handle, rest(step)) ? "done" : "failed");
+#if !defined(_WIN32)
+    } else if (name == "descriptors") {
+        describeDescriptors();
+#endif
+    } else {
+        return false;
+    }
+    return true;
 }
 
 void perform(const std::filesystem::path& folder, const std::vector<std::string>& arguments, const std::string& line) {
     std::istringstream step(line);
     std::string name;
     step >> name;
-    if (name == "describe") {
-        describe(arguments);
-    } else if (name == "variable") {
-        const auto value = variable(rest(step).c_str());
-        tell("variable", value ? "'" + *value + "'" : "missing");
-    } else if (name == "is-file") {
-        tell("is-file", isOpenFile(nextHandle(step)) ? "yes" : "no");
-    } else if (name == "read") {
-        const HANDLE handle = nextHandle(step);
-        std::size_t size = 0;
-        step >> size;
-        tell("read", readHandle(handle, size).value_or("failed"));
-    } else if (name == "write") {
-        const HANDLE handle = nextHandle(step);
-        tell("write", writeHandle(handle, rest(step)) ? "done" : "failed");
-    } else if (name == "open") {
-        keep("open", Velmor::FileStream::openFileForReading(wide(rest(step))));
+    if (performInspection(name, step, arguments))
+        return;
+    if (name == "open") {
+        addStream("open", Velmor::FileStream::openFileForReading(wide(rest(step))));
     } else if (name == "create") {
-        keep("create", Velmor::FileStream::createFileForWriting(wide(rest(step))));
+        addStream("create", Velmor::FileStream::createFileForWriting(wide(rest(step))));
     } else if (name == "temporary") {
-        keep("temporary", Velmor::FileStream::createTemporaryFile());
+        addStream("temporary", Velmor::FileStream::createTemporaryFile());
     } else if (name == "ready") {
         publish(folder, "ready");
     } else if (name == "wait") {
-        if (!eventually([&] { return std::filesystem::exists(folder / "proceed"); })) {
-            end(folder, childWaitedInVain);
-        }
+        if (!eventually([&] { return std::filesystem::exists(folder / "proceed"); }))
+            end(folder, childWaitTimedOut);
     } else if (name == "exit") {
         end(folder, static_cast<unsigned>(std::stoul(rest(step))));
-#if !defined(_WIN32)
-    } else if (name == "descriptors") {
-        tellDescriptors();
-#endif
     } else {
         end(folder, childUnknownStep);
     }
@@ -137,14 +145,12 @@ void perform(const std::filesystem::path& folder, const std::vector<std::string>
 
 int run(const std::vector<std::string>& arguments) {
     const std::string script = variable(childFolderVariable).value_or("");
-    if (script.empty()) {
+    if (script.empty())
         return static_cast<int>(std::strtoul(arguments.back().c_str(), nullptr, 10));
-    }
     const std::filesystem::path folder = pathOf(script);
     std::istringstream steps(readFile(folder / "script"));
-    for (std::string line; std::getline(steps, line);) {
+    for (std::string line; std::getline(steps, line);)
         perform(folder, arguments, line);
-    }
     end(folder, 0);
 }
 
@@ -155,9 +161,8 @@ int main(int argumentCount, char** argumentValues) {
 #if defined(_WIN32)
     static_cast<void>(argumentValues);
     LPWSTR* values = CommandLineToArgvW(GetCommandLineW(), &argumentCount);
-    for (int i = 0; i < argumentCount; ++i) {
+    for (int i = 0; i < argumentCount; ++i)
         arguments.push_back(narrow(std::wstring(values[i])));
-    }
     LocalFree(values);
 #else
     arguments.assign(argumentValues, argumentValues + argumentCount);

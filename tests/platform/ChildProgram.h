@@ -1,6 +1,6 @@
 #pragma once
 
-// Starts the child program of the suites with a script, and reads what it reports. The steps of a script:
+// Starts the child program of the suites with a script, and reads its report. The steps of a script:
 //
 //     describe             argument=..., folder=..., process=id; Linux: session=, nice=; Windows: class=, console=yes|no
 //     descriptors          (Linux) standard=NUMBER TARGET for 0 to 2, handle=NUMBER TARGET for the others
@@ -8,12 +8,12 @@
 //     is-file HANDLE       is-file=yes|no
 //     read HANDLE SIZE     read=TEXT or read=failed, without the library
 //     write HANDLE TEXT    write=done|failed, without the library
-//     open PATH            open=done|refused, with the library, kept open
-//     create PATH          create=done|refused, likewise
-//     temporary            temporary=done|refused, likewise
-//     ready                makes the report so far readable
-//     wait                 waits until the parent lets it proceed
-//     exit CODE            ends
+//     open PATH            open=done|refused, with the library; the file stays open until the end
+//     create PATH          create=done|refused, in the same way
+//     temporary            temporary=done|refused, in the same way
+//     ready                publishes the report so far
+//     wait                 waits until the parent lets the child proceed
+//     exit CODE            ends with this exit code
 
 #include <Velmor/Platform.h>
 
@@ -40,26 +40,24 @@ inline std::filesystem::path childProgram() {
     return programFolder() / (std::string("platform_child") + programEnding);
 }
 
-/// A handle as the scripts write it.
+/// A handle in decimal, as in the scripts.
 inline std::string number(HANDLE handle) {
     return std::to_string(reinterpret_cast<std::intptr_t>(handle));
 }
 
-/// What a child told.
+/// The lines that a child reported.
 struct Report {
     std::vector<std::string> lines;
 
     std::vector<std::string> values(const std::string& key) const {
         std::vector<std::string> found;
-        for (const std::string& line : lines) {
-            if (line.starts_with(key + "=")) {
+        for (const std::string& line : lines)
+            if (line.starts_with(key + "="))
                 found.push_back(line.substr(key.size() + 1));
-            }
-        }
         return found;
     }
 
-    /// The one value of a key.
+    /// The value of a key that occurs once.
     std::string value(const std::string& key) const {
         const auto found = values(key);
         EXPECT_EQ(found.size(), 1u) << "for " << key;
@@ -67,40 +65,40 @@ struct Report {
     }
 };
 
-/// Starts a process that must start; tries again where the system stumbles, and counts that.
-inline std::atomic<unsigned> stumbles = 0;
+/// How often startProcess() has tried again.
+inline std::atomic<unsigned> startRetries = 0;
+
+/// Starts a process, and tries again after an internal error of the system.
 inline HANDLE startProcess(const std::filesystem::path& program, const Velmor::WideString& commandLine,
                            bool inheritHandles) {
     for (;;) {
         const HANDLE process = Velmor::ProcessOperations::createProcess(wide(program), commandLine, inheritHandles);
-        if (process != noHandle()) {
+        if (process != noHandle())
             return process;
-        }
-        if (!systemStumbled() || ++stumbles > 20) {
+        if (!failedInsideTheSystem() || ++startRetries > 20) {
             ADD_FAILURE() << "cannot start " << program;
             return process;
         }
     }
 }
 
-/// Waits until a process has ended, and gives its exit code.
+/// Waits until a process has ended, and returns its exit code.
 inline unsigned join(HANDLE process) {
     unsigned exitCode = 0xDEADBEEF;
     EXPECT_TRUE(eventually([&] { return Velmor::ProcessOperations::hasEnded(process, &exitCode); }))
-        << "the child does not end";
+        << "the child has not ended";
     return exitCode;
 }
 
-/// A running child. Its end lets it proceed, waits for it and closes its handle.
+/// A running child. The destructor lets it proceed, waits for its end and closes its handle.
 class Child {
 public:
     explicit Child(std::initializer_list<std::string> script, bool inheritHandles = false,
                    const Velmor::WideString& commandLine = VELMOR_WIDE("child"),
                    const std::filesystem::path& program = childProgram()) {
         std::string text;
-        for (const std::string& step : script) {
+        for (const std::string& step : script)
             text += step + "\n";
-        }
         writeFile(folder_ / "script", text);
         Velmor::EnvironmentVariables::SetString(wide(childFolderVariable), wide(folder_.path()));
         handle_ = startProcess(program, commandLine, inheritHandles);
@@ -120,22 +118,22 @@ public:
 
     HANDLE handle() const { return handle_; }
 
-    /// Waits until the child is ready.
+    /// Waits for the report that the child publishes in the step "ready".
     Report ready() { return published("ready"); }
 
-    /// Lets the child go on from its wait.
+    /// Ends the step "wait" of the child.
     void proceed() { writeFile(folder_ / "proceed", ""); }
 
     /// Waits for the end of the child.
     unsigned join() { return velmor_tests::join(handle_); }
 
-    /// Lets the child go on, and waits for what it told when it was done with its script.
+    /// Lets the child proceed, and waits for its report at the end of the script.
     Report report() {
         proceed();
         return published("report");
     }
 
-    /// Closes the handle; the child runs on.
+    /// Closes the handle. The child continues to run.
     void close() {
         Velmor::ProcessOperations::closeProcess(handle_);
         handle_ = noHandle();
@@ -143,15 +141,14 @@ public:
 
 private:
     Report published(const char* name) {
-        // It appears with its whole content, but on Windows the child still has it open for a moment.
+        // The file appears with its whole content, but on Windows the child may still have it open.
         std::optional<std::string> content;
         EXPECT_TRUE(eventually([&] { return (content = tryReadFile(folder_ / name)).has_value(); }))
-            << "the child tells nothing";
+            << "the child has not reported";
         Report report;
         std::istringstream text(content.value_or(std::string()));
-        for (std::string line; std::getline(text, line);) {
+        for (std::string line; std::getline(text, line);)
             report.lines.push_back(line);
-        }
         return report;
     }
 

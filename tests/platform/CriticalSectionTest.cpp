@@ -20,7 +20,7 @@ using Lock = CriticalSection::Lock;
 static_assert(sizeof(CriticalSection) == 16 && sizeof(Lock) == 8);
 static_assert(!std::is_polymorphic_v<CriticalSection> && !std::is_polymorphic_v<Lock>);
 
-/// Reaches the protected members.
+/// Makes the protected members public.
 class OpenSection : public CriticalSection {
 public:
     using CriticalSection::Enter;
@@ -40,37 +40,37 @@ void* ownedSection(const CriticalSection& section) {
     return word<0>(&section);
 }
 
-/// The bookkeeping of the section, while other threads may be writing it.
+/// The current lock of the section. Other threads may write it at the same time.
 void* currentLock(CriticalSection& section) {
     char* const place = reinterpret_cast<char*>(&section) + sizeof(void*);
     return std::atomic_ref<Lock*>(*reinterpret_cast<Lock**>(place)).load();
 }
 
-/// An address to be used as a guard's; nobody looks behind it.
+/// An address for a guard. It is never dereferenced.
 Lock* someLock(int number) {
     static std::array<void*, 8> places{};
     return reinterpret_cast<Lock*>(&places[static_cast<std::size_t>(number)]);
 }
 
-TEST(CriticalSection, HoldsTheSystemsLockAndNoCurrentLockAtFirst) {
+TEST(CriticalSection, HasASystemLockAndNoCurrentLockInitially) {
     CriticalSection section;
     EXPECT_NE(ownedSection(section), nullptr);
     EXPECT_EQ(currentLock(section), nullptr);
 }
 
-TEST(CriticalSection, EachHasALockOfItsOwn) {
+TEST(CriticalSection, EachSectionHasItsOwnSystemLock) {
     const CriticalSection first;
     const CriticalSection second;
     EXPECT_NE(ownedSection(first), ownedSection(second));
 }
 
-TEST(CriticalSection, AGuardHoldsTheAddressOfItsSection) {
+TEST(CriticalSection, GuardStoresTheAddressOfItsSection) {
     CriticalSection section;
     const Lock lock(&section);
     EXPECT_EQ(word<0>(&lock), &section);
 }
 
-TEST(CriticalSection, TheGuardIsTheCurrentLockInItsScope) {
+TEST(CriticalSection, GuardIsTheCurrentLockInItsScope) {
     CriticalSection section;
     {
         const Lock lock(&section);
@@ -84,7 +84,7 @@ TEST(CriticalSection, TheGuardIsTheCurrentLockInItsScope) {
     EXPECT_EQ(currentLock(section), nullptr);
 }
 
-TEST(CriticalSection, AThreadMayLockItAgain) {
+TEST(CriticalSection, IsRecursive) {
     CriticalSection section;
     const Lock outer(&section);
     {
@@ -93,51 +93,51 @@ TEST(CriticalSection, AThreadMayLockItAgain) {
         const Lock innermost(&section);
         EXPECT_EQ(currentLock(section), &innermost);
     }
-    EXPECT_EQ(currentLock(section), nullptr); // on purpose: the outer guard is not remembered
+    EXPECT_EQ(currentLock(section), nullptr); // the outer guard is not restored
 }
 
-TEST(CriticalSection, EachGuardLeavesOnce) {
+TEST(CriticalSection, IsHeldUntilTheLastGuardIsDestroyed) {
     CriticalSection section;
-    std::atomic<bool> got{false};
+    std::atomic<bool> entered{false};
     std::optional<Lock> outer(std::in_place, &section);
     std::optional<Lock> inner(std::in_place, &section);
     std::thread other([&] {
         const Lock lock(&section);
-        got = true;
+        entered = true;
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(60));
-    EXPECT_FALSE(got);
+    EXPECT_FALSE(entered);
     inner.reset();
     std::this_thread::sleep_for(std::chrono::milliseconds(60));
-    EXPECT_FALSE(got);
+    EXPECT_FALSE(entered);
     outer.reset();
     other.join();
-    EXPECT_TRUE(got);
+    EXPECT_TRUE(entered);
 }
 
-TEST(CriticalSection, AWaitingGuardIsTheCurrentLockAlready) {
+TEST(CriticalSection, WaitingGuardIsTheCurrentLock) {
     CriticalSection section;
     std::optional<Lock> holder(std::in_place, &section);
     std::atomic<void*> waiting{nullptr};
-    std::atomic<bool> got{false};
+    std::atomic<bool> entered{false};
     std::thread other([&] {
         alignas(Lock) std::array<char, sizeof(Lock)> place{};
         waiting = place.data();
         Lock* const lock = new (place.data()) Lock(&section);
-        got = true;
+        entered = true;
         lock->~Lock();
     });
     while (currentLock(section) == &*holder)
         std::this_thread::yield();
     EXPECT_EQ(currentLock(section), waiting.load());
-    EXPECT_FALSE(got);
+    EXPECT_FALSE(entered);
     holder.reset();
     other.join();
-    EXPECT_TRUE(got);
+    EXPECT_TRUE(entered);
     EXPECT_EQ(currentLock(section), nullptr);
 }
 
-TEST(CriticalSection, AGuardWithoutASectionDoesNothing) {
+TEST(CriticalSection, GuardWithoutSectionHasNoEffect) {
     CriticalSection section;
     const Lock lock(&section);
     {
@@ -148,7 +148,7 @@ TEST(CriticalSection, AGuardWithoutASectionDoesNothing) {
     EXPECT_EQ(currentLock(section), &lock);
 }
 
-TEST(CriticalSection, EnterStoresTheGuardAndHoldsTheSection) {
+TEST(CriticalSection, EnterStoresTheGuard) {
     OpenSection section;
     section.Enter(someLock(0));
     EXPECT_EQ(currentLock(section), someLock(0));
@@ -161,7 +161,7 @@ TEST(CriticalSection, EnterStoresTheGuardAndHoldsTheSection) {
     section.Leave(nullptr);
 }
 
-TEST(CriticalSection, LeaveDoesNotLookAtItsArgument) {
+TEST(CriticalSection, LeaveIgnoresItsArgument) {
     OpenSection section;
     for (Lock* const argument : {someLock(0), someLock(1), static_cast<Lock*>(nullptr)}) {
         section.Enter(someLock(0));
@@ -173,18 +173,18 @@ TEST(CriticalSection, LeaveDoesNotLookAtItsArgument) {
 
 TEST(CriticalSection, EnterAndLeaveExcludeOtherThreads) {
     OpenSection section;
-    std::atomic<bool> got{false};
+    std::atomic<bool> entered{false};
     section.Enter(someLock(2));
     std::thread other([&] {
         section.Enter(someLock(3));
-        got = true;
+        entered = true;
         section.Leave(someLock(3));
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(60));
-    EXPECT_FALSE(got);
+    EXPECT_FALSE(entered);
     section.Leave(someLock(2));
     other.join();
-    EXPECT_TRUE(got);
+    EXPECT_TRUE(entered);
 }
 
 TEST(CriticalSection, SectionsAreIndependent) {
@@ -202,15 +202,15 @@ TEST(CriticalSection, ExcludesManyThreads) {
     CriticalSection section;
     long sum = 0; // not atomic: the section protects it
     int inside = 0;
-    bool alone = true;
+    bool exclusive = true;
     std::vector<std::thread> threads;
     for (int i = 0; i < threadCount; ++i)
         threads.emplace_back([&] {
             for (int j = 0; j < rounds; ++j) {
                 const Lock lock(&section);
-                alone = alone && ++inside == 1;
+                exclusive = exclusive && ++inside == 1;
                 {
-                    const Lock again(&section);
+                    const Lock inner(&section);
                     ++sum;
                 }
                 --inside;
@@ -219,11 +219,11 @@ TEST(CriticalSection, ExcludesManyThreads) {
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(sum, long{threadCount} * rounds);
-    EXPECT_TRUE(alone);
+    EXPECT_TRUE(exclusive);
     EXPECT_EQ(currentLock(section), nullptr);
 }
 
-TEST(CriticalSection, ManyLiveAtOnce) {
+TEST(CriticalSection, ManySectionsMayExist) {
     std::vector<std::unique_ptr<CriticalSection>> sections;
     std::vector<std::unique_ptr<Lock>> locks;
     for (int i = 0; i < 1000; ++i)

@@ -1,4 +1,4 @@
-// Whether the user may see a file and may write to it.
+// Whether the user may read the attributes of a file, and may write to the file.
 
 #include <Velmor/Platform.h>
 
@@ -54,7 +54,7 @@ Access accessOf(const std::filesystem::path& path) {
     return accessOf(wide(path));
 }
 
-TEST(FileOperationsAccess, OwnFilesAndFoldersMayBeReadAndWritten) {
+TEST(FileOperationsAccess, OwnFilesAndFoldersAreReadableAndWritable) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     std::filesystem::create_directory(folder / "Gr\u00FC\u00DFe");
@@ -66,29 +66,28 @@ TEST(FileOperationsAccess, OwnFilesAndFoldersMayBeReadAndWritten) {
     EXPECT_EQ(accessOf(wide(base + "\\Gr\u00FC\u00DFe\\")), both);
 }
 
-TEST(FileOperationsAccess, WhatIsMissingMayBeNeitherReadNorWritten) {
+TEST(FileOperationsAccess, MissingFilesAreNeitherReadableNorWritable) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "x");
-    for (const auto& path : {folder / "missing", folder / "missing" / "below", folder / "file" / "below"}) {
+    for (const auto& path : {folder / "missing", folder / "missing" / "child", folder / "file" / "child"})
         EXPECT_EQ(accessOf(path), none) << path;
-    }
     EXPECT_EQ(accessOf(WideString()), none);
     EXPECT_EQ(accessOf(wide(narrow(folder.path()) + "/" + std::string(300, 'n'))), none);
-    EXPECT_FALSE(std::filesystem::exists(folder / "missing")); // asking creates nothing
+    EXPECT_FALSE(std::filesystem::exists(folder / "missing")); // the query does not create the file
 }
 
-TEST(FileOperationsAccess, BothAnswersComeFromOneQuestion) {
+TEST(FileOperationsAccess, PrivateFunctionSetsBothResults) {
     const TemporaryFolder folder;
-    const auto ask = reach(velmor_tests::PrivateAccess());
+    const auto query = reach(velmor_tests::PrivateAccess());
     bool read = false;
     bool write = false;
-    ask(wide(folder.path()), &read, &write);
+    query(wide(folder.path()), &read, &write);
     EXPECT_EQ((Access{read, write}), both);
-    ask(wide(folder / "missing"), &read, &write); // both are set in any case
+    query(wide(folder / "missing"), &read, &write); // sets both results on failure too
     EXPECT_EQ((Access{read, write}), none);
 }
 
-TEST(FileOperationsAccess, LeavesNoHandleBehind) {
+TEST(FileOperationsAccess, LeaksNoHandle) {
     const TemporaryFolder folder;
     accessOf(folder.path());
     accessOf(folder / "missing");
@@ -102,22 +101,22 @@ TEST(FileOperationsAccess, LeavesNoHandleBehind) {
 
 #if defined(_WIN32)
 
-/// Allows everybody these rights to a file, and nobody any other.
+/// Grants these rights to everyone, and no other rights.
 void allow(const std::filesystem::path& path, DWORD rights) {
     SID_IDENTIFIER_AUTHORITY world = SECURITY_WORLD_SID_AUTHORITY;
-    PSID everybody = nullptr;
-    ASSERT_TRUE(AllocateAndInitializeSid(&world, 1, SECURITY_WORLD_RID, 0, 0, 0, 0, 0, 0, 0, &everybody));
+    PSID everyone = nullptr;
+    ASSERT_TRUE(AllocateAndInitializeSid(&world, 1, SECURITY_WORLD_RID, 0, 0, 0, 0, 0, 0, 0, &everyone));
     alignas(ACL) char buffer[256];
     ACL* list = reinterpret_cast<ACL*>(buffer);
     ASSERT_TRUE(InitializeAcl(list, sizeof buffer, ACL_REVISION));
     if (rights != 0) {
-        ASSERT_TRUE(AddAccessAllowedAce(list, ACL_REVISION, rights, everybody));
+        ASSERT_TRUE(AddAccessAllowedAce(list, ACL_REVISION, rights, everyone));
     }
     SECURITY_DESCRIPTOR descriptor;
     ASSERT_TRUE(InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION));
     ASSERT_TRUE(SetSecurityDescriptorDacl(&descriptor, TRUE, list, FALSE));
     ASSERT_TRUE(SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, &descriptor));
-    FreeSid(everybody);
+    FreeSid(everyone);
 }
 
 TEST(FileOperationsAccess, SecurityDescriptorDecides) {
@@ -140,7 +139,7 @@ TEST(FileOperationsAccess, SecurityDescriptorDecides) {
     }
 }
 
-TEST(FileOperationsAccess, ThreadIsItselfAgain) {
+TEST(FileOperationsAccess, RevertsTheImpersonation) {
     const TemporaryFolder folder;
     accessOf(folder.path());
     HANDLE token = nullptr;
@@ -150,46 +149,43 @@ TEST(FileOperationsAccess, ThreadIsItselfAgain) {
 
 #else
 
-constexpr uid_t stranger = 65534;
+constexpr uid_t otherUser = 65534;
 
-/// Gives a file to the user that `asUser` becomes, with that mode.
-void give(const std::filesystem::path& path, mode_t mode) {
+/// Makes the user of `asUser` the owner of a file, and sets its mode.
+void setOwner(const std::filesystem::path& path, mode_t mode) {
     if (geteuid() == 0) {
-        ASSERT_EQ(chown(path.c_str(), stranger, stranger), 0);
+        ASSERT_EQ(chown(path.c_str(), otherUser, otherUser), 0);
     }
     ASSERT_EQ(chmod(path.c_str(), mode), 0);
 }
 
-/// Runs something in a child process that is no superuser: as the user of the tests or, when that is root, as a stranger. It
-/// tells what went wrong by its answer, which is empty when all is well.
+/// Runs a function in a child process without superuser rights: as the user of the tests or, if that is root, as another
+/// user.
+/// @return the result of the function, or the failure of the child.
 std::string asUser(const std::function<std::string()>& function) {
     int ends[2];
-    if (pipe(ends) != 0) {
-        return "no pipe";
-    }
+    if (pipe(ends) != 0)
+        return "pipe failed";
     const pid_t child = fork();
     if (child == 0) {
-        std::string answer = "cannot become another user";
-        if (geteuid() != 0 || (setgroups(0, nullptr) == 0 && setresgid(stranger, stranger, stranger) == 0 &&
-                               setresuid(stranger, stranger, stranger) == 0)) {
-            answer = function();
-        }
-        answer.insert(answer.begin(), '+');
-        const bool told = write(ends[1], answer.data(), answer.size()) == static_cast<ssize_t>(answer.size());
-        _exit(told ? 0 : 1);
+        std::string result = "cannot become another user";
+        if (geteuid() != 0 || (setgroups(0, nullptr) == 0 && setresgid(otherUser, otherUser, otherUser) == 0 &&
+                               setresuid(otherUser, otherUser, otherUser) == 0))
+            result = function();
+        result.insert(result.begin(), '+');
+        const bool written = write(ends[1], result.data(), result.size()) == static_cast<ssize_t>(result.size());
+        _exit(written ? 0 : 1);
     }
     close(ends[1]);
-    std::string answer;
+    std::string result;
     char buffer[4096];
-    for (ssize_t count; (count = read(ends[0], buffer, sizeof buffer)) > 0;) {
-        answer.append(buffer, static_cast<std::size_t>(count));
-    }
+    for (ssize_t count; (count = read(ends[0], buffer, sizeof buffer)) > 0;)
+        result.append(buffer, static_cast<std::size_t>(count));
     close(ends[0]);
     int status = -1;
-    if (child < 0 || waitpid(child, &status, 0) != child || status != 0 || answer.empty()) {
+    if (child < 0 || waitpid(child, &status, 0) != child || status != 0 || result.empty())
         return "the child failed, status " + std::to_string(status);
-    }
-    return answer.substr(1);
+    return result.substr(1);
 }
 
 struct Expectation {
@@ -197,7 +193,7 @@ struct Expectation {
     Access access;
 };
 
-/// What is not as expected, a line each.
+/// The files whose access differs from the expected access, one per line.
 std::string differences(const std::vector<Expectation>& expectations) {
     std::string out;
     for (const Expectation& expected : expectations) {
@@ -210,23 +206,24 @@ std::string differences(const std::vector<Expectation>& expectations) {
     return out;
 }
 
-TEST(FileOperationsAccess, ModeDecidesForTheOwner) {
+TEST(FileOperationsAccess, OwnerHasTheAccessOfTheFileMode) {
     const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
     std::vector<Expectation> expectations;
-    // To see a file's attributes nothing is needed of the file itself.
-    for (const auto& [mode, access] : std::vector<std::pair<mode_t, Access>>{{0600, both},
-                                                                             {0400, readOnly},
-                                                                             {0200, both},
-                                                                             {0000, readOnly},
-                                                                             {0444, readOnly},
-                                                                             {0222, both},
-                                                                             {0466, readOnly}, // what others may is nothing
-                                                                             {0100, readOnly},
-                                                                             {0700, both}}) {
+    // The attributes of a file are readable in every mode of the file.
+    for (const auto& [mode, access] :
+         std::vector<std::pair<mode_t, Access>>{{0600, both},
+                                                {0400, readOnly},
+                                                {0200, both},
+                                                {0000, readOnly},
+                                                {0444, readOnly},
+                                                {0222, both},
+                                                {0466, readOnly}, // the rights of others do not apply to the owner
+                                                {0100, readOnly},
+                                                {0700, both}}) {
         const auto path = folder / ("file" + std::to_string(mode)).c_str();
         writeFile(path, "x");
-        give(path, mode);
+        setOwner(path, mode);
         expectations.push_back({path, access});
     }
     for (const auto& [mode, access] : std::vector<std::pair<mode_t, Access>>{{0700, both},
@@ -239,13 +236,13 @@ TEST(FileOperationsAccess, ModeDecidesForTheOwner) {
                                                                              {0600, readOnly}}) {
         const auto path = folder / ("folder" + std::to_string(mode)).c_str();
         std::filesystem::create_directory(path);
-        give(path, mode);
+        setOwner(path, mode);
         expectations.push_back({path, access});
     }
     EXPECT_EQ(asUser([&] { return differences(expectations); }), "");
 }
 
-TEST(FileOperationsAccess, FolderMustBeSearchable) {
+TEST(FileOperationsAccess, FileInAFolderThatIsNotSearchableIsNotAccessible) {
     const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
     std::vector<Expectation> expectations;
@@ -254,45 +251,42 @@ TEST(FileOperationsAccess, FolderMustBeSearchable) {
         const auto path = folder / std::to_string(mode).c_str();
         std::filesystem::create_directory(path);
         writeFile(path / "file", "x");
-        std::filesystem::create_directory(path / "below");
-        give(path / "file", 0600);
-        give(path / "below", 0700);
-        give(path, mode);
+        std::filesystem::create_directory(path / "folder");
+        setOwner(path / "file", 0600);
+        setOwner(path / "folder", 0700);
+        setOwner(path, mode);
         expectations.push_back({path / "file", access});
-        expectations.push_back({path / "below", access});
+        expectations.push_back({path / "folder", access});
         expectations.push_back({path / "missing", none});
     }
     EXPECT_EQ(asUser([&] { return differences(expectations); }), "");
-    // The tests' user must be able to remove them.
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+    // Makes the folders removable for the user of the tests.
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
         EXPECT_EQ(chmod(entry.path().c_str(), 0700), 0);
-    }
 }
 
-TEST(FileOperationsAccess, AnswerIsWhatOpeningForWritingFinds) {
+TEST(FileOperationsAccess, WriteAccessAgreesWithOpeningTheFile) {
     const TemporaryFolder folder;
     for (const mode_t mode : {0600u, 0400u, 0200u, 0000u, 0444u, 0666u}) {
         writeFile(folder / "file", "x");
         ASSERT_EQ(chmod((folder / "file").c_str(), mode), 0);
         const int descriptor = open((folder / "file").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
-        EXPECT_EQ(accessOf(folder / "file"), (Access{true, descriptor >= 0})) << mode; // root may write to all of them
-        if (descriptor >= 0) {
+        EXPECT_EQ(accessOf(folder / "file"), (Access{true, descriptor >= 0})) << mode; // root can write to all of them
+        if (descriptor >= 0)
             close(descriptor);
-        }
         std::filesystem::remove(folder / "file");
     }
 }
 
-TEST(FileOperationsAccess, FilesOfTheSystemMayBeWrittenAsTheySay) {
+TEST(FileOperationsAccess, SystemFilesHaveTheAccessOfTheirMode) {
     const std::vector<Expectation> expectations{
         {"/", readOnly}, {"/etc/passwd", readOnly}, {"/usr", readOnly}, {"/tmp", both}, {"/dev/null", both}};
     EXPECT_EQ(asUser([&] { return differences(expectations); }), "");
 }
 
-TEST(FileOperationsAccess, FilesOfOthersMayBeWrittenAsTheySay) {
-    if (geteuid() != 0) {
-        GTEST_SKIP() << "only root can make files of another user";
-    }
+TEST(FileOperationsAccess, FilesOfOtherUsersHaveTheAccessOfTheirMode) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can create files of another user";
     const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
     std::vector<Expectation> expectations{{folder.path(), readOnly}};
@@ -317,23 +311,22 @@ TEST(FileOperationsAccess, FilesOfOthersMayBeWrittenAsTheySay) {
     EXPECT_EQ(asUser([&] { return differences(expectations); }), "");
 }
 
-TEST(FileOperationsAccess, EffectiveUserCounts) {
-    if (geteuid() != 0) {
-        GTEST_SKIP() << "only root can be one user and act as another";
-    }
+TEST(FileOperationsAccess, AccessIsThatOfTheEffectiveUser) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can change the effective user";
     const TemporaryFolder folder;
     ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
     writeFile(folder / "file", "x");
     ASSERT_EQ(chmod((folder / "file").c_str(), 0644), 0);
-    for (const bool acting : {true, false}) {
+    for (const bool effective : {true, false}) {
         const pid_t child = fork();
         if (child == 0) {
-            const bool changed = acting ? setresuid(0, stranger, 0) == 0 : setresuid(stranger, 0, 0) == 0;
-            _exit(!changed ? 2 : accessOf(folder / "file") == Access{true, !acting} ? 0 : 1);
+            const bool changed = effective ? setresuid(0, otherUser, 0) == 0 : setresuid(otherUser, 0, 0) == 0;
+            _exit(!changed ? 2 : accessOf(folder / "file") == Access{true, !effective} ? 0 : 1);
         }
         int status = -1;
         ASSERT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_EQ(status, 0) << acting;
+        EXPECT_EQ(status, 0) << effective;
     }
 }
 

@@ -1,4 +1,4 @@
-// What the file operations do when the system gives them no memory, or no name for a module that it knows.
+// File operations if memory is exhausted or a call of the system fails.
 
 #include <Velmor/Platform.h>
 
@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-// The library's question for the name of a module comes here (see CMakeLists.txt), and finds none.
+// Replaces os::getModuleFileName (see CMakeLists.txt); always fails.
 #if defined(_WIN32)
     #define VELMOR_WRAPPED __wrap__ZN6Velmor2os17getModuleFileNameEPvPwj
     #define VELMOR_VERSION(kind) __##kind##__ZN6Velmor2os18getFileVersionInfoEPKwjPv
@@ -26,15 +26,15 @@
 #endif
 #define VELMOR_QUERY(kind) __##kind##__ZN6Velmor2os19queryProductVersionEPKvjPjS3_
 
-static int namesAsked = 0;
+static int nameQueries = 0;
 
 extern "C" unsigned VELMOR_WRAPPED(void*, Velmor::WideChar*, unsigned);
 extern "C" unsigned VELMOR_WRAPPED(void*, Velmor::WideChar*, unsigned) {
-    ++namesAsked;
+    ++nameQueries;
     return 0;
 }
 
-// So do the questions for the version resource and for what stands in it; they go on to the system unless they are to fail.
+// Replace os::getFileVersionInfo and os::queryProductVersion; the calls fail as the test specifies.
 enum class Failing { nothing, reading, query };
 static Failing failing = Failing::nothing;
 static void* versionBlock = nullptr;
@@ -63,34 +63,34 @@ using velmor_tests::runUnderDebugger;
 using velmor_tests::ScenarioRun;
 using velmor_tests::wide;
 
-TEST(FileOperationsFailures, ModuleWithoutANameIsEmpty) {
-    const int before = namesAsked;
-    EXPECT_TRUE(FileOperations::GetModuleByAddress(&namesAsked).empty());
-    EXPECT_EQ(namesAsked, before + 1);
+TEST(FileOperationsFailures, ReturnsEmptyTextForAModuleWithoutName) {
+    const int before = nameQueries;
+    EXPECT_TRUE(FileOperations::GetModuleByAddress(&nameQueries).empty());
+    EXPECT_EQ(nameQueries, before + 1);
 }
 
-VELMOR_SCENARIO(ModuleWithoutANameTwice) {
-    FileOperations::GetModuleByAddress(&namesAsked);
-    FileOperations::GetModuleByAddress(&namesAsked);
+VELMOR_SCENARIO(QueryAModuleWithoutNameTwice) {
+    FileOperations::GetModuleByAddress(&nameQueries);
+    FileOperations::GetModuleByAddress(&nameQueries);
 }
 
 TEST(FileOperationsFailures, ModuleWithoutANameIsReportedOnce) {
-    const ScenarioRun run = runUnderDebugger("ModuleWithoutANameTwice");
+    const ScenarioRun run = runUnderDebugger("QueryAModuleWithoutNameTwice");
     EXPECT_EQ(run.reports, std::vector<std::string>{"Invalid module"});
     EXPECT_EQ(run.breaks, 1);
     EXPECT_EQ(run.reportsBeforeBreak, std::vector<std::size_t>{1});
     EXPECT_EQ(run.exitCode, 0u);
-    EXPECT_EQ(runAlone("ModuleWithoutANameTwice").output, "");
+    EXPECT_EQ(runAlone("QueryAModuleWithoutNameTwice").output, "");
 }
 
-TEST(FileOperationsFailures, AddressInNoModuleAsksForNoName) {
+TEST(FileOperationsFailures, DoesNotQueryTheNameForAnAddressOutsideOfModules) {
     const int local = 0;
-    const int before = namesAsked;
+    const int before = nameQueries;
     EXPECT_TRUE(FileOperations::GetModuleByAddress(&local).empty());
-    EXPECT_EQ(namesAsked, before);
+    EXPECT_EQ(nameQueries, before);
 }
 
-TEST(FileOperationsFailures, WithoutMemoryThereIsNoVersion) {
+TEST(FileOperationsFailures, GetProductVersionFailsIfTheAllocationFails) {
     const velmor_tests::TemporaryFolder folder;
     const auto path = folder / "program.dll";
     velmor_tests::writeFile(path, bytesOf(velmor_tests::PortableExecutable()));
@@ -111,7 +111,7 @@ TEST(FileOperationsFailures, WithoutMemoryThereIsNoVersion) {
     EXPECT_EQ(numbers, (std::array<unsigned, 4>{3, 91, 0, 0}));
 }
 
-TEST(FileOperationsFailures, BlockOfAVersionThatCannotBeReadIsKept) {
+TEST(FileOperationsFailures, GetProductVersionDoesNotFreeTheBlockOnFailure) {
     const velmor_tests::TemporaryFolder folder;
     velmor_tests::writeFile(folder / "program.dll", bytesOf(velmor_tests::PortableExecutable()));
     const auto path = wide(folder / "program.dll");
@@ -123,7 +123,7 @@ TEST(FileOperationsFailures, BlockOfAVersionThatCannotBeReadIsKept) {
         failing = step;
         const long before = velmor_tests::liveAllocations();
         const bool known = FileOperations::GetProductVersion(path, &major, &minor, &build, &revision);
-        const long kept = velmor_tests::liveAllocations() - before;
+        const long leaked = velmor_tests::liveAllocations() - before;
         failing = Failing::nothing;
         ASSERT_TRUE(blockWatch);
         const unsigned freed = blockWatch->times();
@@ -131,11 +131,10 @@ TEST(FileOperationsFailures, BlockOfAVersionThatCannotBeReadIsKept) {
         EXPECT_EQ(known, !fails);
         EXPECT_EQ(numbers, fails ? (std::array<unsigned, 4>{}) : (std::array<unsigned, 4>{3, 91, 0, 0}));
         EXPECT_NE(versionBlock, nullptr);
-        EXPECT_EQ(freed, fails ? 0u : 1u); // left behind on failure, on purpose
-        EXPECT_EQ(kept, fails ? 1 : 0);
-        if (fails) {
+        EXPECT_EQ(freed, fails ? 0u : 1u);
+        EXPECT_EQ(leaked, fails ? 1 : 0);
+        if (fails)
             std::free(versionBlock);
-        }
     }
 }
 

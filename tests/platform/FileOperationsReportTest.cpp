@@ -1,4 +1,4 @@
-// What the file operations report to a debugger: each message of each function once per process, and a break behind it.
+// Reports of the file operations to an attached debugger: each message of each function once per process, then a break.
 
 #include <Velmor/Platform.h>
 #include <Velmor/Text.h>
@@ -33,13 +33,13 @@ const std::string pathFailed = "Invalid pathName, GetFullPathName failed.";
 const std::string invalidPath = "Invalid pathName.";
 const std::string cacheFile = "Invalid cache file name; filename = ";
 
-/// A path with a drive whose full form has that many units, and which names a file.
+/// A path of a file with a drive. Its full path has the given length in units.
 WideString drivePath(std::size_t length) {
     return wide("C:\\" + std::string(length - 5, 'f') + "\\n");
 }
 
-/// The same of the system's own kind.
-WideString ownPath(std::size_t length) {
+/// A path of a file in the native form of the system. Its full path has the given length in units.
+WideString nativePath(std::size_t length) {
 #if defined(_WIN32)
     return drivePath(length);
 #else
@@ -49,7 +49,7 @@ WideString ownPath(std::size_t length) {
 
 void require(bool condition, const char* what) {
     if (!condition) {
-        std::fprintf(stderr, "wrong: %s\n", what);
+        std::fprintf(stderr, "wrong result: %s\n", what);
         std::exit(1);
     }
 }
@@ -59,48 +59,41 @@ void expectReports(const ScenarioRun& run, const std::vector<std::string>& repor
     EXPECT_EQ(run.exitCode, 0u) << run.error;
     EXPECT_EQ(run.reports, reports);
     EXPECT_EQ(run.breaks, static_cast<int>(reports.size()));
-    for (std::size_t i = 0; i < run.reportsBeforeBreak.size(); ++i) {
-        EXPECT_EQ(run.reportsBeforeBreak[i], i + 1); // each break right behind its report
-    }
+    for (std::size_t i = 0; i < run.reportsBeforeBreak.size(); ++i)
+        EXPECT_EQ(run.reportsBeforeBreak[i], i + 1); // each break directly after its report
 }
 
 constexpr const char* pathVariable = "VELMOR_TEST_PATH";
 
-/// The path that a test told its scenario: "drive 300", "own 300" or the path itself.
-WideString toldPath() {
-    const std::string telling = velmor_tests::variable(pathVariable).value_or("");
-    if (telling.starts_with("drive ")) {
-        return drivePath(std::stoul(telling.substr(6)));
-    }
-    if (telling.starts_with("own ")) {
-        return ownPath(std::stoul(telling.substr(4)));
-    }
-    return wide(telling);
+/// The path that the test passes to the scenario: "drive 300", "native 300" or a path.
+WideString pathOfScenario() {
+    const std::string text = velmor_tests::setting(pathVariable);
+    if (text.starts_with("drive "))
+        return drivePath(std::stoul(text.substr(6)));
+    if (text.starts_with("native "))
+        return nativePath(std::stoul(text.substr(7)));
+    return wide(text);
 }
 
-std::vector<std::string> withPath(const std::string& telling) {
-    return {std::string(pathVariable) + "=" + telling};
+std::vector<std::string> withPath(const std::string& text) {
+    return {std::string(pathVariable) + "=" + text};
 }
 
-// Which paths are reported
-// ------------------------------------------------------------------------------------------------------
+// ---- Paths ----
 
 VELMOR_SCENARIO(FullPathTwice) {
-    for (int i = 0; i < 2; ++i) {
-        require(FileOperations::GetFullPath(toldPath()).empty(), "GetFullPath");
-    }
+    for (int i = 0; i < 2; ++i)
+        require(FileOperations::GetFullPath(pathOfScenario()).empty(), "GetFullPath");
 }
 
 VELMOR_SCENARIO(FullFolderTwice) {
-    for (int i = 0; i < 2; ++i) {
-        require(FileOperations::GetFullFolder(toldPath()).empty(), "GetFullFolder");
-    }
+    for (int i = 0; i < 2; ++i)
+        require(FileOperations::GetFullFolder(pathOfScenario()).empty(), "GetFullFolder");
 }
 
 VELMOR_SCENARIO(FileWithoutPathTwice) {
-    for (int i = 0; i < 2; ++i) {
-        require(FileOperations::GetFileWithoutPath(toldPath()).empty(), "GetFileWithoutPath");
-    }
+    for (int i = 0; i < 2; ++i)
+        require(FileOperations::GetFileWithoutPath(pathOfScenario()).empty(), "GetFileWithoutPath");
 }
 
 struct Case {
@@ -110,18 +103,16 @@ struct Case {
     std::vector<std::string> fileWithoutPath;
 };
 
-TEST(FileOperationsReports, PathFunctionsReportWhatTheyRefuse) {
+TEST(FileOperationsReports, PathFunctionsReportInvalidPaths) {
     std::vector<Case> cases{
         {"", {invalidDirectory}, {invalidDirectory}, {pathFailed}},
     };
-    for (const std::string kind : {"drive ", "own "}) {
-        // One that does not fit and needs at most 520 units: empty, and no fault of the path's as a whole.
-        for (const char* length : {"260", "261", "300", "518", "519"}) {
+    for (const std::string kind : {"drive ", "native "}) {
+        // A path that does not fit the buffer but needs at most 520 units: the result is empty without a report.
+        for (const char* length : {"260", "261", "300", "518", "519"})
             cases.push_back({kind + length, {}, {invalidDirectory}, {invalidPath}});
-        }
-        for (const char* length : {"520", "521", "1000"}) {
+        for (const char* length : {"520", "521", "1000"})
             cases.push_back({kind + length, {invalidDirectory}, {invalidDirectory}, {pathFailed}});
-        }
     }
     for (const Case& c : cases) {
         SCOPED_TRACE(c.path);
@@ -131,7 +122,7 @@ TEST(FileOperationsReports, PathFunctionsReportWhatTheyRefuse) {
     }
 }
 
-TEST(FileOperationsReports, FolderIsNoFile) {
+TEST(FileOperationsReports, PathOfAFolderIsReported) {
     for (const char* path : {"C:\\x\\", "C:\\", "\\\\server\\share\\", "x/"}) {
         SCOPED_TRACE(path);
         expectReports(runUnderDebugger("FullFolderTwice", withPath(path)), {invalidDirectory});
@@ -139,8 +130,8 @@ TEST(FileOperationsReports, FolderIsNoFile) {
     }
 }
 
-TEST(FileOperationsReports, FileNameHasABufferOf258Units) {
-    for (const char* kind : {"drive ", "own "}) {
+TEST(FileOperationsReports, FileWithoutPathReportsPathsOver257Units) {
+    for (const char* kind : {"drive ", "native "}) {
         for (const char* length : {"258", "259"}) {
             SCOPED_TRACE(std::string(kind) + length);
             expectReports(runUnderDebugger("FileWithoutPathTwice", withPath(std::string(kind) + length)), {invalidPath});
@@ -149,7 +140,7 @@ TEST(FileOperationsReports, FileNameHasABufferOf258Units) {
 }
 
 VELMOR_SCENARIO(PathsThatFit) {
-    for (const auto& path : {drivePath, ownPath}) {
+    for (const auto& path : {drivePath, nativePath}) {
         require(!FileOperations::GetFullPath(path(259)).empty(), "GetFullPath");
         require(!FileOperations::GetFullFolder(path(259)).empty(), "GetFullFolder");
         require(!FileOperations::GetFileWithoutPath(path(257)).empty(), "GetFileWithoutPath");
@@ -158,11 +149,11 @@ VELMOR_SCENARIO(PathsThatFit) {
     require(!FileOperations::GetFullPath(wide("C:\\x\\")).empty(), "GetFullPath of a folder");
     for (const std::size_t length : {260u, 300u, 519u}) {
         require(FileOperations::GetFullPath(drivePath(length)).empty(), "GetFullPath too long");
-        require(FileOperations::GetFullPath(ownPath(length)).empty(), "GetFullPath too long");
+        require(FileOperations::GetFullPath(nativePath(length)).empty(), "GetFullPath too long");
     }
 }
 
-TEST(FileOperationsReports, GoodPathsAndFullPathsUpTo519UnitsAreNotReported) {
+TEST(FileOperationsReports, ValidPathsAndFullPathsUpTo519UnitsAreNotReported) {
     expectReports(runUnderDebugger("PathsThatFit"), {});
 }
 
@@ -180,10 +171,10 @@ VELMOR_SCENARIO(EveryPathFunction) {
 TEST(FileOperationsReports, EachFunctionAndMessageHasItsOwnFlag) {
     const ScenarioRun run = runUnderDebugger("EveryPathFunction");
     expectReports(run, {invalidDirectory, invalidDirectory, pathFailed, invalidPath});
-    EXPECT_EQ(run.output, run.channel); // standard output sees them, too
+    EXPECT_EQ(run.output, run.channel); // standard output has the same text
 }
 
-TEST(FileOperationsReports, NothingIsReportedWithoutADebugger) {
+TEST(FileOperationsReports, IsSilentWithoutADebugger) {
     const ScenarioRun run = runAlone("EveryPathFunction");
     EXPECT_TRUE(run.exited);
     EXPECT_EQ(run.exitCode, 0u);
@@ -192,37 +183,35 @@ TEST(FileOperationsReports, NothingIsReportedWithoutADebugger) {
 }
 
 #if !defined(_WIN32)
-// A relative path has no full form when nobody knows the folder that it starts from.
-VELMOR_SCENARIO(FullPathInAFolderThatIsGone) {
+// A relative path has no full path if the current folder does not exist.
+VELMOR_SCENARIO(FullPathInARemovedFolder) {
     {
         const velmor_tests::TemporaryFolder folder;
         std::filesystem::current_path(folder.path());
     }
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 2; ++i)
         require(FileOperations::GetFullPath(wide("name")).empty(), "GetFullPath");
-    }
 }
 
-TEST(FileOperationsReports, APathThatStartsNowhereIsReported) {
-    expectReports(runUnderDebugger("FullPathInAFolderThatIsGone"), {invalidDirectory});
+TEST(FileOperationsReports, RelativePathInARemovedFolderIsReported) {
+    expectReports(runUnderDebugger("FullPathInARemovedFolder"), {invalidDirectory});
 }
 #endif
 
-// The file name of a cache
-// ------------------------------------------------------------------------------------------------------
+// ---- GetFileWithoutExtenstion ----
 
-// What becomes of the call is not defined: it may end the scenario in any way. What is reported before, is.
+// The call has no defined result and may end the process. The report precedes this.
 VELMOR_SCENARIO(FileWithoutExtensionTwice) {
     for (int i = 0; i < 2; ++i) {
         try {
-            FileOperations::GetFileWithoutExtenstion(toldPath());
+            FileOperations::GetFileWithoutExtenstion(pathOfScenario());
         } catch (...) {
         }
     }
 }
 
 TEST(FileOperationsReports, FileWithoutExtensionReportsAPathOutOfRange) {
-    // Of the wide path the message shows what comes before its first zero byte, on purpose: the first of ASCII characters.
+    // The message has the bytes of the wide path up to the first zero byte: one character of an ASCII path.
     for (const char* path : {"drive 520", "drive 1000"}) {
         const ScenarioRun run = runUnderDebugger("FileWithoutExtensionTwice", withPath(path));
         EXPECT_EQ(run.reports, std::vector<std::string>{cacheFile + "C"}) << path;
@@ -234,7 +223,7 @@ TEST(FileOperationsReports, FileWithoutExtensionReportsAPathOutOfRange) {
 }
 
 TEST(FileOperationsReports, FileWithoutExtensionReportsTheBytesOfUtf16) {
-    // U+2D2E is the bytes ".-", U+4142 is "BA"; the letter behind them ends with a zero byte.
+    // U+2D2E has the bytes ".-" and U+4142 the bytes "BA"; the second byte of the letter after them is zero.
     std::string path = "\u2D2E\u4142z";
     path += std::string(600, 'f');
     const ScenarioRun run = runUnderDebugger("FileWithoutExtensionTwice", withPath(path));
@@ -242,7 +231,7 @@ TEST(FileOperationsReports, FileWithoutExtensionReportsTheBytesOfUtf16) {
     EXPECT_EQ(run.breaks, 1);
 }
 
-TEST(FileOperationsReports, FileWithoutExtensionReportsNoMissingFile) {
+TEST(FileOperationsReports, FileWithoutExtensionDoesNotReportAMissingFilePart) {
     for (const char* path : {"C:\\x\\", "drive 300", "drive 519"}) {
         const ScenarioRun run = runUnderDebugger("FileWithoutExtensionTwice", withPath(path));
         EXPECT_EQ(run.reports, std::vector<std::string>{}) << path;
@@ -250,40 +239,37 @@ TEST(FileOperationsReports, FileWithoutExtensionReportsNoMissingFile) {
     }
 }
 
-// Deleting
-// ----------------------------------------------------------------------------------------------------------------------
+// ---- Delete ----
 
 VELMOR_SCENARIO(DeleteTwice) {
-    for (int i = 0; i < 2; ++i) {
-        require(!FileOperations::Delete(toldPath()), "Delete");
-    }
+    for (int i = 0; i < 2; ++i)
+        require(!FileOperations::Delete(pathOfScenario()), "Delete");
     require(!FileOperations::Delete(wide("another missing file")), "Delete");
 }
 
-TEST(FileOperationsReports, DeletingReportsTheFirstFailure) {
+TEST(FileOperationsReports, DeleteReportsTheFirstFailure) {
     const TemporaryFolder folder;
     for (const std::string& path : {std::string("missing file"), narrow(folder / "missing"), narrow(folder.path()),
                                     std::string(), narrow(folder / "Gr\u00FC\u00DFe")}) {
         SCOPED_TRACE(path);
-        const std::string shown = StringOperations::ConvertToCurrentLocale(wide(path));
+        const std::string converted = StringOperations::ConvertToCurrentLocale(wide(path));
         const ScenarioRun run = runUnderDebugger("DeleteTwice", withPath(path));
-        expectReports(run, {"Unable to delete file " + shown + "\n"});
+        expectReports(run, {"Unable to delete file " + converted + "\n"});
         EXPECT_EQ(run.output, run.channel);
     }
     EXPECT_EQ(runAlone("DeleteTwice", withPath("missing")).output, "");
 }
 
-// What is never reported
-// --------------------------------------------------------------------------------------------------------
+// ---- Failures without a report ----
 
-VELMOR_SCENARIO(QuietFailures) {
+VELMOR_SCENARIO(FailWithoutReport) {
     const TemporaryFolder folder;
     velmor_tests::writeFile(folder / "file", "x");
     const WideString missing = wide(folder / "missing");
     const WideString file = wide(folder / "file");
     require(!FileOperations::Exists(missing), "Exists");
     require(!FileOperations::IsDirectory(missing), "IsDirectory");
-    require(!FileOperations::MakeDirectory(wide(folder / "missing" / "below")), "MakeDirectory");
+    require(!FileOperations::MakeDirectory(wide(folder / "missing" / "child")), "MakeDirectory");
     require(!FileOperations::MakeDirectory(wide(folder.path())), "MakeDirectory");
     require(!FileOperations::DeleteDirectory(missing), "DeleteDirectory");
     require(!FileOperations::DeleteDirectory(file), "DeleteDirectory");
@@ -305,8 +291,8 @@ VELMOR_SCENARIO(QuietFailures) {
     require(FileOperations::Delete(file), "Delete");
 }
 
-TEST(FileOperationsReports, OtherFailuresAreQuiet) {
-    expectReports(runUnderDebugger("QuietFailures"), {});
+TEST(FileOperationsReports, OtherFailuresAreNotReported) {
+    expectReports(runUnderDebugger("FailWithoutReport"), {});
 }
 
 } // namespace

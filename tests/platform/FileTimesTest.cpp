@@ -1,8 +1,9 @@
-// File times by their parts, and the two texts made of such parts, with their shifted assignment.
+// Conversion of file times to their parts, and of the parts to text.
 
 #include <Velmor/Platform.h>
 
 #include "Tools.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,6 @@
 #include <cstdint>
 #include <limits>
 #include <ostream>
-#include <random>
 #include <string>
 #include <tuple>
 
@@ -36,11 +36,12 @@ void PrintTo(const SystemTime_s& time, std::ostream* out) {
 namespace {
 
 using velmor_tests::narrow;
+using velmor_tests::Random;
 
 constexpr std::uint64_t second = 10'000'000;
 constexpr std::uint64_t day = 86'400 * second;
 
-TEST(FileOperationsTimes, KnownTimes) {
+TEST(FileOperationsTimes, ConvertsKnownTimes) {
     const std::pair<std::uint64_t, SystemTime_s> cases[]{
         {0, {1601, 1, 1, 0, 0, 0}},
         {1, {1601, 1, 1, 0, 0, 0}},
@@ -51,25 +52,23 @@ TEST(FileOperationsTimes, KnownTimes) {
         {116'444'736'000'000'000, {1970, 1, 1, 0, 0, 0}},
         {116'444'735'999'999'999, {1969, 12, 31, 23, 59, 59}},
         {125'911'584'000'000'000, {2000, 1, 1, 0, 0, 0}},
-        {125'962'560'000'000'000, {2000, 2, 29, 0, 0, 0}}, // a year divisible by 400 leaps
+        {125'962'560'000'000'000, {2000, 2, 29, 0, 0, 0}}, // a year divisible by 400 is a leap year
         {132'223'104'000'000'000, {2020, 1, 1, 0, 0, 0}},
         {132'275'014'210'000'000, {2020, 3, 1, 1, 57, 1}},
         {128'884'604'056'543'210, {2009, 6, 2, 23, 53, 25}},
-        {0x7FFF'FFFF'FFFF'FFFF, {30828, 9, 14, 2, 48, 5}}, // the last one
+        {0x7FFF'FFFF'FFFF'FFFF, {30828, 9, 14, 2, 48, 5}}, // the last valid time
     };
-    for (const auto& [time, expected] : cases) {
+    for (const auto& [time, expected] : cases)
         EXPECT_EQ(FileOperations::ConvertToSystemTime(time), expected) << time;
-    }
 }
 
-TEST(FileOperationsTimes, RejectedTimesAreAllZero) {
+TEST(FileOperationsTimes, InvalidTimesAreAllZero) {
     for (const std::uint64_t time :
-         {0x8000'0000'0000'0000u, 0x8000'0000'0000'0001u, 0xC000'0000'0000'0000u, 0xFFFF'FFFF'FFFF'FFFFu}) {
+         {0x8000'0000'0000'0000u, 0x8000'0000'0000'0001u, 0xC000'0000'0000'0000u, 0xFFFF'FFFF'FFFF'FFFFu})
         EXPECT_EQ(FileOperations::ConvertToSystemTime(time), SystemTime_s{}) << time;
-    }
 }
 
-/// The parts by the calendar of the standard library.
+/// The parts, calculated by the calendar of the standard library.
 SystemTime_s byCalendar(std::uint64_t time) {
     const std::chrono::sys_days midnight =
         std::chrono::sys_days(std::chrono::year(1601) / 1 / 1) + std::chrono::days(static_cast<std::int64_t>(time / day));
@@ -83,7 +82,7 @@ SystemTime_s byCalendar(std::uint64_t time) {
             static_cast<std::uint16_t>(seconds % 60)};
 }
 
-TEST(FileOperationsTimes, EveryDayOf1200YearsIsTheCalendars) {
+TEST(FileOperationsTimes, EveryDayOf1200YearsMatchesTheCalendar) {
     for (std::uint64_t number = 0; number < 1200 * 365 + 291; ++number) {
         ASSERT_EQ(FileOperations::ConvertToSystemTime(number * day), byCalendar(number * day)) << number;
         const std::uint64_t last = number * day + day - 1;
@@ -91,7 +90,7 @@ TEST(FileOperationsTimes, EveryDayOf1200YearsIsTheCalendars) {
     }
 }
 
-TEST(FileOperationsTimes, EverySecondOfADayIsTheClocks) {
+TEST(FileOperationsTimes, EverySecondOfADayMatchesTheCalendar) {
     for (std::uint64_t number = 0; number < 86'400; ++number) {
         const std::uint64_t time = 132'223'104'000'000'000 + number * second;
         ASSERT_EQ(FileOperations::ConvertToSystemTime(time), byCalendar(time)) << number;
@@ -99,62 +98,60 @@ TEST(FileOperationsTimes, EverySecondOfADayIsTheClocks) {
     }
 }
 
-TEST(FileOperationsTimes, RandomTimesAreTheCalendars) {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937_64 random(seed);
+TEST(FileOperationsTimes, RandomTimesMatchTheCalendar) {
+    Random random;
     for (int i = 0; i < 100'000; ++i) {
-        const std::uint64_t time = random() >> 1;
+        const std::uint64_t time = random.bits() >> 1;
         ASSERT_EQ(FileOperations::ConvertToSystemTime(time), byCalendar(time)) << time;
     }
 }
 
-// The texts. Day stands as the day of the week, hour as the day, minute as the hour and second as the minute, on purpose;
-// and both pictures are a time's. No letter of "ddd',' MMM dd yy" is one of a time, so it comes out as it stands. Only the
-// parts of a time are looked at: a minute that is no hour (over 23), or a second that is no minute (over 59), is refused.
+// The texts. The day is used as the day of the week, the hour as the day, the minute as the hour and the second as the
+// minute. Both texts are formatted as a time, and the picture "ddd',' MMM dd yy" has no letters of a time format, so its
+// letters are copied. Only the time is validated: the conversion fails for a minute over 23 or a second over 59.
 
-bool isRefused(const SystemTime_s& time) {
+bool isInvalid(const SystemTime_s& time) {
     return time.minute > 23 || time.second > 59;
 }
 
-std::string dateByRule(const SystemTime_s& time) {
-    return isRefused(time) ? "" : "ddd, MMM dd yy";
+std::string expectedDate(const SystemTime_s& time) {
+    return isInvalid(time) ? "" : "ddd, MMM dd yy";
 }
 
-std::string timeByRule(const SystemTime_s& time) {
-    if (isRefused(time)) {
+std::string expectedTime(const SystemTime_s& time) {
+    if (isInvalid(time))
         return "";
-    }
     const auto twoDigits = [](unsigned value) { return std::string(value < 10 ? "0" : "") + std::to_string(value); };
     return twoDigits(time.minute) + ":" + twoDigits(time.second) + ":00";
 }
 
 void expectTexts(const SystemTime_s& time) {
-    ASSERT_EQ(narrow(FileOperations::ConvertSystemTimeToDateString(time)), dateByRule(time)) << testing::PrintToString(time);
-    ASSERT_EQ(narrow(FileOperations::ConvertSystemTimeToTimeString(time)), timeByRule(time)) << testing::PrintToString(time);
+    ASSERT_EQ(narrow(FileOperations::ConvertSystemTimeToDateString(time)), expectedDate(time))
+        << testing::PrintToString(time);
+    ASSERT_EQ(narrow(FileOperations::ConvertSystemTimeToTimeString(time)), expectedTime(time))
+        << testing::PrintToString(time);
 }
 
 TEST(FileOperationsTimes, TextsOfATimeAreShifted) {
     const SystemTime_s time{2020, 11, 21, 15, 7, 42};
     EXPECT_EQ(narrow(FileOperations::ConvertSystemTimeToDateString(time)), "ddd, MMM dd yy");
     EXPECT_EQ(narrow(FileOperations::ConvertSystemTimeToTimeString(time)), "07:42:00");
-    // Half past three in the afternoon: thirty is no hour.
+    // 15:30: 30 is not a valid hour.
     EXPECT_EQ(narrow(FileOperations::ConvertSystemTimeToDateString({2020, 11, 21, 15, 30, 0})), "");
     EXPECT_EQ(narrow(FileOperations::ConvertSystemTimeToTimeString({2020, 11, 21, 15, 30, 0})), "");
 }
 
-TEST(FileOperationsTimes, TextsOfEveryMinuteAndSecond) {
+TEST(FileOperationsTimes, FormatsEveryMinuteAndSecond) {
     for (std::uint16_t minute = 0; minute < 100; ++minute) {
         for (std::uint16_t sec = 0; sec < 100; ++sec) {
             expectTexts({2020, 2, 29, 12, minute, sec});
-            if (HasFatalFailure()) {
+            if (HasFatalFailure())
                 return;
-            }
         }
     }
 }
 
-TEST(FileOperationsTimes, TextsDependOnMinuteAndSecondOnly) {
+TEST(FileOperationsTimes, TextsDependOnlyOnMinuteAndSecond) {
     constexpr std::uint16_t SystemTime_s::*fields[]{&SystemTime_s::year, &SystemTime_s::month,  &SystemTime_s::day,
                                                     &SystemTime_s::hour, &SystemTime_s::minute, &SystemTime_s::second};
     for (const auto field : fields) {
@@ -162,23 +159,19 @@ TEST(FileOperationsTimes, TextsDependOnMinuteAndSecondOnly) {
             SystemTime_s time{2020, 2, 1, 1, 1, 1};
             time.*field = static_cast<std::uint16_t>(value);
             expectTexts(time);
-            if (HasFatalFailure()) {
+            if (HasFatalFailure())
                 return;
-            }
         }
     }
 }
 
-TEST(FileOperationsTimes, TextsOfRandomTimes) {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
-    const auto any = [&] { return static_cast<std::uint16_t>(random() % 2 == 0 ? random() : random() % 64); };
+TEST(FileOperationsTimes, FormatsRandomTimes) {
+    Random random;
+    const auto any = [&] { return static_cast<std::uint16_t>(random.oneIn(2) ? random.bits() : random.below(64u)); };
     for (int i = 0; i < 5'000; ++i) {
         expectTexts({any(), any(), any(), any(), any(), any()});
-        if (HasFatalFailure()) {
+        if (HasFatalFailure())
             return;
-        }
     }
 }
 

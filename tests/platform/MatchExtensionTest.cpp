@@ -1,17 +1,16 @@
-// Names matched against filter lists: from the end, blind to the first character of either, all on purpose.
+// Matching of names against filter lists. The comparison runs from the end and ignores the first character of both texts.
 
 #include <Velmor/Platform.h>
 
 #include "PrivateFileOperations.h"
 #include "Tools.h"
+#include "differential/PlainMatching.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
-#include <differential/PlainMatching.h>
-
 #include <limits>
 #include <memory>
-#include <random>
 #include <string>
 
 namespace {
@@ -20,6 +19,7 @@ using Velmor::FileOperations;
 using Velmor::WideChar;
 using Velmor::WideString;
 using velmor_tests::narrow;
+using velmor_tests::Random;
 using velmor_tests::wide;
 
 bool matchesToken(const WideString& name, const WideString& token) {
@@ -50,7 +50,7 @@ TEST(FileOperationsMatching, MatchesNamesAgainstLists) {
         {"model.dwg", "*.ifc|*.ifczip", false},
         {"modelifc", "*.ifc", false},
         {"model.ifc.bak", "*.ifc", false},
-        // The name runs out first, and then it matches.
+        // A name shorter than the token matches if the compared part is equal.
         {"ifc", "*.ifc", true},
         {"fc", "*.ifc", true},
         {"xfc", "*.ifc", true},
@@ -58,11 +58,11 @@ TEST(FileOperationsMatching, MatchesNamesAgainstLists) {
         {".ifc", "*.ifc", true},
         {"xifc", "*.ifc", true},
         {"zip", "*.ifczip", true},
-        // One character matches every token.
+        // A name of one character matches every token.
         {"a", "*.ifc", true},
         {"?", "*.ifc", true},
         {"a", "b", true},
-        // The token's first character is never compared, nor is the name's.
+        // The first characters of the token and of the name are not compared.
         {"model.ifc", "Q.ifc", true},
         {"model.ifc", "*ifc", true},
         {"ab", "cb", true},
@@ -74,21 +74,18 @@ TEST(FileOperationsMatching, MatchesNamesAgainstLists) {
         {"model.ifc", "*.*", false},
         {"model.*", "*.*", true},
     };
-    for (const Case& c : cases) {
+    for (const Case& c : cases)
         EXPECT_EQ(FileOperations::MatchExtension(wide(c.name), wide(c.list)), c.expected) << c.name << " in " << c.list;
-    }
 }
 
 TEST(FileOperationsMatching, EmptyListMatchesEverything) {
-    for (const char* name : {"", "a", "model.ifc", "|"}) {
+    for (const char* name : {"", "a", "model.ifc", "|"})
         EXPECT_TRUE(FileOperations::MatchExtension(wide(name), WideString())) << name;
-    }
 }
 
-TEST(FileOperationsMatching, EmptyNameMatchesNoListButTheEmptyOne) {
-    for (const char* list : {"*", "*.ifc", "*.ifc|*.dwg", "|", "x|"}) {
+TEST(FileOperationsMatching, EmptyNameMatchesOnlyTheEmptyList) {
+    for (const char* list : {"*", "*.ifc", "*.ifc|*.dwg", "|", "x|"})
         EXPECT_FALSE(FileOperations::MatchExtension(WideString(), wide(list))) << list;
-    }
 }
 
 TEST(FileOperationsMatching, EmptyTokenEndsTheSearch) {
@@ -97,24 +94,22 @@ TEST(FileOperationsMatching, EmptyTokenEndsTheSearch) {
         {"a.dwg", "*.ifc||*.dwg", false}, {"a.ifc", "*.ifc||*.dwg", true}, {"a.dwg", "*.dwg|", true},
         {"a.dxf", "*.dwg|", false},       {"a.dwg", "*.ifc|*.dwg|", true}, {"x", "|*.dwg", false},
     };
-    for (const Case& c : cases) {
+    for (const Case& c : cases)
         EXPECT_EQ(FileOperations::MatchExtension(wide(c.name), wide(c.list)), c.expected) << c.name << " in " << c.list;
-    }
 }
 
-TEST(FileOperationsMatching, OnlyAsciiLettersAreFolded) {
+TEST(FileOperationsMatching, IgnoresTheCaseOfAsciiLettersOnly) {
     const Case cases[]{
         {"m.az", "*.AZ", true},         {"m.AZ", "*.az", true},          {"m.@", "*.`", false},
         {"m.[", "*.{", false},          {"m.\u00E9", "*.\u00C9", false}, {"m.\u00C9", "*.\u00E9", false},
         {"m.\u00E9", "*.\u00E9", true}, {"m.\u0131", "*.I", false},      {"m.\u017F", "*.S", false},
         {"m.\u212A", "*.K", false},     {"m.\uFF41", "*.\uFF21", false}, {"m.1", "*.\u0011", false},
     };
-    for (const Case& c : cases) {
+    for (const Case& c : cases)
         EXPECT_EQ(FileOperations::MatchExtension(wide(c.name), wide(c.list)), c.expected) << c.name << " in " << c.list;
-    }
 }
 
-TEST(FileOperationsMatching, ListEndsAtItsFirstZeroAndANameDoesNot) {
+TEST(FileOperationsMatching, NulEndsTheListButNotTheName) {
     WideString list = wide("*.ifc");
     list += WideChar{0};
     list += wide("|*.dwg");
@@ -129,47 +124,44 @@ TEST(FileOperationsMatching, ListEndsAtItsFirstZeroAndANameDoesNot) {
     EXPECT_TRUE(FileOperations::MatchExtension(name, wide("*.ifc")));
 }
 
-TEST(FileOperationsMatching, LongTextsAreComparedToTheEnd) {
+TEST(FileOperationsMatching, ComparesLongTextsCompletely) {
     const WideString token = VELMOR_WIDE('*') + WideString(50000, VELMOR_WIDE('a'));
     EXPECT_TRUE(FileOperations::MatchExtension(WideString(70000, VELMOR_WIDE('A')), token));
     WideString name(70000, VELMOR_WIDE('a'));
     name[20000] = VELMOR_WIDE('b');
     EXPECT_FALSE(FileOperations::MatchExtension(name, token));
     name[20000] = VELMOR_WIDE('a');
-    name[19999] = VELMOR_WIDE('b'); // where the token's asterisk is
+    name[19999] = VELMOR_WIDE('b'); // compared with the asterisk of the token
     EXPECT_TRUE(FileOperations::MatchExtension(name, token));
     WideString list;
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 20000; ++i)
         list += wide("*.x|");
-    }
     EXPECT_FALSE(FileOperations::MatchExtension(wide("a.ifc"), list));
     EXPECT_TRUE(FileOperations::MatchExtension(wide("a.ifc"), list + wide("*.ifc")));
 }
 
-// The pieces
-// ----------------------------------------------------------------------------------------------------------------------
+// ---- The private functions ----
 
-TEST(FileOperationsMatching, TokenEndsAtABarOrWithTheText) {
+TEST(FileOperationsMatching, TokenEndsAtABarOrAtTheEndOfTheText) {
     EXPECT_EQ(tokenLength(WideString()), 0u);
     EXPECT_EQ(tokenLength(wide("|")), 0u);
     EXPECT_EQ(tokenLength(wide("|*.ifc")), 0u);
     EXPECT_EQ(tokenLength(wide("*.ifc")), 5u);
     EXPECT_EQ(tokenLength(wide("*.ifc|*.dwg")), 5u);
     EXPECT_EQ(tokenLength(WideString(1000, VELMOR_WIDE('x')) + wide("|")), 1000u);
-    EXPECT_EQ(tokenLength(WideString(1, WideChar{0x017C})), 1u); // its low byte is the bar's
+    EXPECT_EQ(tokenLength(WideString(1, WideChar{0x017C})), 1u); // its low byte equals the bar
     EXPECT_EQ(tokenLength(WideString(1, WideChar{0x7C00})), 1u);
 }
 
-TEST(FileOperationsMatching, UpperCaseIsOfAsciiLettersOnly) {
-    for (int c = -300; c < 0x20000; ++c) {
+TEST(FileOperationsMatching, ConvertsOnlyAsciiLettersToUpperCase) {
+    for (int c = -300; c < 0x20000; ++c)
         ASSERT_EQ(upper(c), c >= 'a' && c <= 'z' ? c - 32 : c) << c;
-    }
     EXPECT_EQ(upper(std::numeric_limits<int>::max()), std::numeric_limits<int>::max());
     EXPECT_EQ(upper(std::numeric_limits<int>::min()), std::numeric_limits<int>::min());
 }
 
-TEST(FileOperationsMatching, TokenIsComparedWithinItsLength) {
-    // Blocks of the exact size: whoever reads on, steps outside.
+TEST(FileOperationsMatching, DoesNotReadTheTokenAfterItsLength) {
+    // Blocks of the exact size: a sanitizer detects a read after the end.
     const auto exact = [](const WideString& text) {
         auto copy = std::make_unique<WideChar[]>(text.size());
         text.copy(copy.get(), text.size());
@@ -184,35 +176,32 @@ TEST(FileOperationsMatching, TokenIsComparedWithinItsLength) {
     EXPECT_FALSE(match("", "*.ifc"));
     EXPECT_TRUE(match("model.ifc", "*"));
     EXPECT_FALSE(match("model.ifc", "*.dwg"));
-    // A bar is a character like any other here.
+    // A bar is an ordinary character here.
     EXPECT_TRUE(match("model|ifc", "*|ifc"));
     EXPECT_FALSE(match("model.ifc", "*|ifc"));
-    // Only the told length counts.
+    // Only the given length is compared.
     EXPECT_TRUE(matchesToken(wide("model.ifc"), wide("*.ifczip").substr(0, 5)));
     EXPECT_FALSE(matchesToken(wide("model.ifc"), wide("*.ifczip")));
 }
 
-TEST(FileOperationsMatching, AgreesWithThePlainTellingOnRandomTexts) {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
+TEST(FileOperationsMatching, MatchesThePlainModelForRandomTexts) {
+    Random random;
     const WideString letters = wide("aAbBzZ.*|@[`{1\u00E9\u00C9");
     const auto text = [&](std::size_t longest) {
         WideString out;
-        for (std::size_t count = random() % (longest + 1); count > 0; --count) {
-            out += letters[random() % letters.size()];
-        }
+        for (std::size_t count = random.upTo(longest); count > 0; --count)
+            out += letters[random.below(letters.size())];
         return out;
     };
     std::size_t matched = 0;
     const int count = 100'000;
     for (int i = 0; i < count; ++i) {
-        // The more of the list is taken from the name, the more often they match.
+        // Half of the lists end with a part of the name, so that enough cases match.
         const WideString name = text(6);
         WideString list = text(8);
-        if (random() % 2 == 0 && !name.empty()) {
-            list += WideString(random() % 2, VELMOR_WIDE('|')) + VELMOR_WIDE('*') + name.substr(random() % name.size());
-        }
+        if (random.oneIn(2) && !name.empty())
+            list +=
+                WideString(random.below(2u), VELMOR_WIDE('|')) + VELMOR_WIDE('*') + name.substr(random.below(name.size()));
         const bool expected = velmor_tests::plainMatchOfList(name, list);
         ASSERT_EQ(FileOperations::MatchExtension(name, list), expected) << narrow(name) << " in " << narrow(list);
         matched += expected;

@@ -1,4 +1,4 @@
-// The file name of the module that an address lies in.
+// The file name of the module that contains an address.
 
 #include <Velmor/Platform.h>
 
@@ -57,13 +57,13 @@ void copyModule(const std::filesystem::path& path) {
     std::filesystem::copy_file(programPath().parent_path() / "modules" / "first" / name, path);
 }
 
-/// Copies the test module to a place and loads it from there.
+/// Copies the test module to this path and loads the copy.
 Library loadCopy(const std::filesystem::path& path) {
     copyModule(path);
     return Library(DynamicLibrary::loadDynamicLibrary(wide(path), wide(path.parent_path())));
 }
 
-TEST(FileOperationsModules, AddressesOfTheProgramLieInItsFile) {
+TEST(FileOperationsModules, ReturnsTheProgramForItsAddresses) {
     const std::string program = narrow(programPath());
     EXPECT_TRUE(std::filesystem::path(program).is_absolute());
     EXPECT_EQ(module(addressOf(&functionOfTheProgram)), program);
@@ -72,7 +72,7 @@ TEST(FileOperationsModules, AddressesOfTheProgramLieInItsFile) {
     EXPECT_EQ(module(constantOfTheProgram), program);
 }
 
-TEST(FileOperationsModules, AddressesOfTheLibraryLieInItsFile) {
+TEST(FileOperationsModules, ReturnsTheLibraryForItsAddresses) {
     const auto path = velmor_tests::pathOf(module(addressOf(&FileOperations::GetModuleByAddress)));
     EXPECT_TRUE(path.is_absolute());
     EXPECT_EQ(narrow(path.stem()), std::string(velmor_tests::programEnding).empty() ? "libVelmor-3.91" : "Velmor-3.91");
@@ -80,7 +80,7 @@ TEST(FileOperationsModules, AddressesOfTheLibraryLieInItsFile) {
     EXPECT_TRUE(std::filesystem::equivalent(path.parent_path(), programPath().parent_path())) << path;
 }
 
-TEST(FileOperationsModules, AddressesOfALoadedModuleLieInItsFile) {
+TEST(FileOperationsModules, ReturnsALoadedModuleForItsAddresses) {
     const TemporaryFolder folder;
     const auto path = folder / (std::string("Gr\u00FC\u00DFe \u6E2C") + velmor_tests::moduleEnding).c_str();
     const Library library = loadCopy(path);
@@ -90,17 +90,17 @@ TEST(FileOperationsModules, AddressesOfALoadedModuleLieInItsFile) {
     EXPECT_EQ(module(static_cast<const char*>(library->getSymbolAddress("velmorModuleVariant")) + 1), narrow(path));
 }
 
-TEST(FileOperationsModules, UnloadedModuleIsGone) {
+TEST(FileOperationsModules, ReturnsEmptyTextForAnUnloadedModule) {
     const TemporaryFolder folder;
     Library library = loadCopy(folder / (std::string("module") + velmor_tests::moduleEnding).c_str());
     ASSERT_TRUE(library->isValid());
     const void* address = library->getSymbolAddress("velmorModuleVariant");
     ASSERT_NE(module(address), "");
-    library.reset(); // asking has not kept it
+    library.reset(); // the query has not added a reference
     EXPECT_EQ(module(address), "");
 }
 
-/// A module that was loaded by a relative name, from a folder that the program has left since.
+/// A module that was loaded by a relative name. The current folder is a different one now.
 class RelativelyLoaded {
 public:
     RelativelyLoaded() {
@@ -113,7 +113,7 @@ public:
     }
 
     const std::filesystem::path& path() const { return path_; }
-    const std::string& nameInside() const { return nameInside_; } ///< As it was told before the folder was left.
+    const std::string& nameInside() const { return nameInside_; } ///< The name before the change of the folder.
     std::string name() const { return module(library_->getSymbolAddress("velmorModuleVariant")); }
 
 private:
@@ -123,18 +123,18 @@ private:
     std::string nameInside_;
 };
 
-TEST(FileOperationsModules, NameOfAModuleIsFullHoweverItWasLoaded) {
+TEST(FileOperationsModules, NameIsAbsoluteAfterALoadByARelativeName) {
     const RelativelyLoaded loaded;
     EXPECT_EQ(loaded.nameInside(), narrow(loaded.path()));
 }
 
-TEST(FileOperationsModules, NameOfAModuleStaysWhereverTheProgramGoes) {
+TEST(FileOperationsModules, NameDoesNotChangeWithTheCurrentFolder) {
     const RelativelyLoaded loaded;
     EXPECT_EQ(loaded.name(), narrow(loaded.path()));
 }
 
 #if !defined(_WIN32)
-TEST(FileOperationsModules, NameOfADeletedModuleStays) {
+TEST(FileOperationsModules, NameDoesNotChangeWhenTheFileIsDeleted) {
     const RelativelyLoaded loaded;
     std::filesystem::remove(loaded.path());
     EXPECT_EQ(loaded.name(), narrow(loaded.path()));
@@ -142,17 +142,18 @@ TEST(FileOperationsModules, NameOfADeletedModuleStays) {
     EXPECT_EQ(loaded.name(), narrow(loaded.path()));
 }
 
-VELMOR_SCENARIO(NameOfTheDeletedProgram) {
+VELMOR_SCENARIO(PrintTheNameOfTheDeletedProgram) {
     std::filesystem::remove(programPath());
     std::printf("%s\n", module(&dataOfTheProgram).c_str());
 }
 
-TEST(FileOperationsModules, NameOfTheDeletedProgramStays) {
+TEST(FileOperationsModules, NameDoesNotChangeWhenTheProgramIsDeleted) {
     const TemporaryFolder folder;
     for (const char* name : {"program", "program (deleted)"}) {
         const auto copy = folder / name;
         std::filesystem::copy_file(programPath(), copy);
-        const std::string command = "\"" + narrow(copy) + "\" " + velmor_tests::scenarioArgument + "NameOfTheDeletedProgram";
+        const std::string command =
+            "\"" + narrow(copy) + "\" " + velmor_tests::scenarioArgument + "PrintTheNameOfTheDeletedProgram";
         FILE* const output = popen(command.c_str(), "r");
         ASSERT_NE(output, nullptr);
         char line[1000]{};
@@ -164,23 +165,21 @@ TEST(FileOperationsModules, NameOfTheDeletedProgramStays) {
 }
 #endif
 
-TEST(FileOperationsModules, NullIsTheProgram) {
-    // Where Win32 is asked for the module of no name, it takes the program's.
+TEST(FileOperationsModules, ReturnsTheProgramForNull) {
+    // GetModuleHandleEx returns the program for a null name.
     EXPECT_EQ(module(nullptr), narrow(programPath()));
 }
 
-TEST(FileOperationsModules, OtherAddressesLieInNone) {
+TEST(FileOperationsModules, ReturnsEmptyTextForOtherAddresses) {
     const auto heap = std::make_unique<int>(1);
     const int local = 1;
     EXPECT_EQ(module(heap.get()), "");
     EXPECT_EQ(module(&local), "");
-    for (const std::uintptr_t value :
-         {std::uintptr_t{1}, std::uintptr_t{4096}, ~std::uintptr_t{0}, ~std::uintptr_t{0} / 2}) {
+    for (const std::uintptr_t value : {std::uintptr_t{1}, std::uintptr_t{4096}, ~std::uintptr_t{0}, ~std::uintptr_t{0} / 2})
         EXPECT_EQ(module(reinterpret_cast<const void*>(value)), "") << value;
-    }
 }
 
-TEST(FileOperationsModules, MappedFileIsNoModule) {
+TEST(FileOperationsModules, ReturnsEmptyTextForAMappedFile) {
     const TemporaryFolder folder;
     const auto path = folder / "data";
     velmor_tests::writeFile(path, std::string(100'000, 'x'));
@@ -203,7 +202,7 @@ TEST(FileOperationsModules, MappedFileIsNoModule) {
 #endif
 }
 
-TEST(FileOperationsModules, ModulesOfTheSystemHaveTheirs) {
+TEST(FileOperationsModules, ReturnsModulesOfTheSystem) {
 #if defined(_WIN32)
     const auto path = velmor_tests::pathOf(module(addressOf(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "Sleep"))));
     EXPECT_EQ(narrow(path.stem()), "kernel32");
@@ -215,7 +214,7 @@ TEST(FileOperationsModules, ModulesOfTheSystemHaveTheirs) {
     EXPECT_TRUE(std::filesystem::exists(path)) << path;
 }
 
-TEST(FileOperationsModules, NameIsCutAtTheBuffersEnd) {
+TEST(FileOperationsModules, NameIsCutAt259Units) {
     const TemporaryFolder folder;
     auto path = folder.path();
     for (int i = 0; i < 3; ++i) {
@@ -227,7 +226,7 @@ TEST(FileOperationsModules, NameIsCutAtTheBuffersEnd) {
     const Library library = loadCopy(path);
     ASSERT_TRUE(library->isValid());
     const auto name = FileOperations::GetModuleByAddress(library->getSymbolAddress("velmorModuleVariant"));
-    EXPECT_EQ(name.size(), 259u); // 260 units, one of them for the end of the text
+    EXPECT_EQ(name.size(), 259u); // a buffer of 260 units, with the terminating NUL
     EXPECT_TRUE(name == wide(path).substr(0, name.size())) << narrow(name);
 }
 

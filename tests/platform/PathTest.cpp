@@ -1,5 +1,4 @@
-// Paths made absolute and split. What every system treats alike is asked in the table of tests/differential as well; here
-// are the statements one by one, and the paths of each system itself.
+// Absolute paths and their parts. tests/differential has more cases for paths that all systems treat in the same way.
 
 #include <Velmor/Platform.h>
 
@@ -33,7 +32,7 @@ static_assert(std::is_move_assignable_v<FileOperations>);
 struct Split {
     const char* path;
     const char* full;
-    const char* folder; ///< Empty: there is no file part.
+    const char* folder; ///< Empty if the path has no file part.
     const char* file;
     const char* stem;
 };
@@ -49,14 +48,14 @@ void expectSplit(const Split& split) {
     }
 }
 
-/// A path of that many units below a drive, with the file "n.e".
+/// A path with a drive, of the given length in units, to the file "n.e".
 WideString driveLongPath(std::size_t length) {
     const std::string path = "C:\\" + std::string(length - 7, 'f') + "\\n.e";
     EXPECT_EQ(path.size(), length);
     return wide(path);
 }
 
-/// The same below the root that paths without a drive have.
+/// A path of the given length in the native form of the system, to the file "n.e".
 WideString nativeLongPath(std::size_t length) {
 #if defined(_WIN32)
     return driveLongPath(length);
@@ -65,7 +64,7 @@ WideString nativeLongPath(std::size_t length) {
 #endif
 }
 
-TEST(FileOperationsPaths, DrivePathsAreNormalisedByWindowsRules) {
+TEST(FileOperationsPaths, NormalizesDrivePathsByTheRulesOfWindows) {
     const Split splits[]{
         {"C:\\x\\y.txt", "C:\\x\\y.txt", "C:\\x\\", "y.txt", "y"},
         {"C:/x/y.txt", "C:\\x\\y.txt", "C:\\x\\", "y.txt", "y"},
@@ -90,12 +89,11 @@ TEST(FileOperationsPaths, DrivePathsAreNormalisedByWindowsRules) {
         {"C:\\Gr\u00FC\u00DFe\\\u6E2C\u8A66.\U0001F600", "C:\\Gr\u00FC\u00DFe\\\u6E2C\u8A66.\U0001F600",
          "C:\\Gr\u00FC\u00DFe\\", "\u6E2C\u8A66.\U0001F600", "\u6E2C\u8A66"},
     };
-    for (const Split& split : splits) {
+    for (const Split& split : splits)
         expectSplit(split);
-    }
 }
 
-TEST(FileOperationsPaths, PathEndsAtItsFirstZero) {
+TEST(FileOperationsPaths, PathEndsAtItsFirstNul) {
     WideString path = wide("C:\\x\\y.txt");
     path += WideChar{0};
     path += wide("\\z");
@@ -105,7 +103,7 @@ TEST(FileOperationsPaths, PathEndsAtItsFirstZero) {
     EXPECT_EQ(narrow(FileOperations::GetFileWithoutExtenstion(path)), "y");
 }
 
-TEST(FileOperationsPaths, EmptyPathGivesNothing) {
+TEST(FileOperationsPaths, ReturnsEmptyTextForAnEmptyPath) {
     for (const WideString& path : {WideString(), WideString(1, WideChar{0})}) {
         EXPECT_EQ(narrow(FileOperations::GetFullPath(path)), "");
         EXPECT_EQ(narrow(FileOperations::GetFullFolder(path)), "");
@@ -113,7 +111,7 @@ TEST(FileOperationsPaths, EmptyPathGivesNothing) {
     }
 }
 
-TEST(FileOperationsPaths, RelativePathsStartInTheCurrentFolder) {
+TEST(FileOperationsPaths, RelativePathsAreRelativeToTheCurrentFolder) {
     std::string current = narrow(std::filesystem::current_path());
     const std::string separator(1, static_cast<char>(std::filesystem::path::preferred_separator));
     const std::string above = narrow(std::filesystem::current_path().parent_path());
@@ -132,7 +130,7 @@ TEST(FileOperationsPaths, RelativePathsStartInTheCurrentFolder) {
 }
 
 #if !defined(_WIN32)
-TEST(FileOperationsPaths, SystemsPathsAreMadeAbsoluteWithSlashes) {
+TEST(FileOperationsPaths, NormalizesNativePathsWithSlashes) {
     const Split splits[]{
         {"/x/y.txt", "/x/y.txt", "/x/", "y.txt", "y"},
         {"\\x\\y.txt", "/x/y.txt", "/x/", "y.txt", "y"},
@@ -162,12 +160,11 @@ TEST(FileOperationsPaths, SystemsPathsAreMadeAbsoluteWithSlashes) {
         {"/Gr\u00FC\u00DFe/\u6E2C\u8A66.\U0001F600", "/Gr\u00FC\u00DFe/\u6E2C\u8A66.\U0001F600", "/Gr\u00FC\u00DFe/",
          "\u6E2C\u8A66.\U0001F600", "\u6E2C\u8A66"},
     };
-    for (const Split& split : splits) {
+    for (const Split& split : splits)
         expectSplit(split);
-    }
 }
 
-TEST(FileOperationsPaths, WithoutACurrentFolderRelativePathsAreInvalid) {
+TEST(FileOperationsPaths, RelativePathsAreInvalidWithoutACurrentFolder) {
     const pid_t child = fork();
     if (child == 0) {
         {
@@ -187,7 +184,7 @@ TEST(FileOperationsPaths, WithoutACurrentFolderRelativePathsAreInvalid) {
     EXPECT_EQ(status, 0);
 }
 
-TEST(FileOperationsPaths, LinksAreNotFollowed) {
+TEST(FileOperationsPaths, DoesNotFollowLinks) {
     const velmor_tests::TemporaryFolder folder;
     std::filesystem::create_directories(folder / "real" / "deep");
     std::filesystem::create_directory_symlink(folder / "real" / "deep", folder / "link");
@@ -195,8 +192,8 @@ TEST(FileOperationsPaths, LinksAreNotFollowed) {
     EXPECT_EQ(narrow(FileOperations::GetFullPath(wide(base + "/link/../x"))), base + "/x");
 }
 
-TEST(FileOperationsPaths, NamesThatAreNoTextPass) {
-    // A byte that is no part of UTF-8 stands for itself behind U+DC00.
+TEST(FileOperationsPaths, NamesMayHaveBytesThatAreNotUtf8) {
+    // A byte that is not part of valid UTF-8 is represented by U+DC00 plus its value.
     const WideString path = wide("/x/") + WideString{WideChar{0xDCFF}, WideChar{'.'}, WideChar{0xDC80}};
     EXPECT_TRUE(FileOperations::GetFullPath(path) == path);
     EXPECT_TRUE(FileOperations::GetFileWithoutPath(path) == path.substr(3));
@@ -204,69 +201,61 @@ TEST(FileOperationsPaths, NamesThatAreNoTextPass) {
 }
 #endif
 
-// The limits: a buffer of 260 units (258 for the file name), and a return value of at most 520 that is the size of the
-// buffer in bytes. All on purpose; what is reported is told in FileOperationsReportTest.cpp.
+// The limits: a buffer of 260 units (258 for the file name), and a maximum return value of 520, the size of the buffer in
+// bytes. FileOperationsReportTest.cpp tests the reports.
 
-TEST(FileOperationsPaths, FullPathFitsUpTo259Units) {
+TEST(FileOperationsPaths, FullPathHasAtMost259Units) {
     for (const auto& make : {driveLongPath, nativeLongPath}) {
         for (std::size_t length = 250; length <= 262; ++length) {
             const WideString path = make(length);
             EXPECT_TRUE(FileOperations::GetFullPath(path) == (length <= 259 ? path : WideString())) << length;
         }
-        for (std::size_t length = 515; length <= 525; ++length) {
+        for (std::size_t length = 515; length <= 525; ++length)
             EXPECT_TRUE(FileOperations::GetFullPath(make(length)).empty()) << length;
-        }
-        for (const std::size_t length : {300u, 1000u, 20000u}) {
+        for (const std::size_t length : {300u, 1000u, 20000u})
             EXPECT_TRUE(FileOperations::GetFullPath(make(length)).empty()) << length;
-        }
     }
 }
 
-TEST(FileOperationsPaths, FullFolderNeedsAPathOfUpTo259Units) {
+TEST(FileOperationsPaths, FullFolderIsEmptyForPathsOver259Units) {
     for (const auto& make : {driveLongPath, nativeLongPath}) {
         for (std::size_t length = 250; length <= 262; ++length) {
             const WideString path = make(length);
             EXPECT_TRUE(FileOperations::GetFullFolder(path) == (length <= 259 ? path.substr(0, length - 3) : WideString()))
                 << length;
         }
-        for (const std::size_t length : {300u, 518u, 519u, 520u, 521u, 522u, 1000u}) {
+        for (const std::size_t length : {300u, 518u, 519u, 520u, 521u, 522u, 1000u})
             EXPECT_TRUE(FileOperations::GetFullFolder(make(length)).empty()) << length;
-        }
     }
 }
 
-TEST(FileOperationsPaths, FileWithoutPathNeedsAPathOfUpTo257Units) {
+TEST(FileOperationsPaths, FileWithoutPathIsEmptyForPathsOver257Units) {
     for (const auto& make : {driveLongPath, nativeLongPath}) {
-        for (std::size_t length = 250; length <= 262; ++length) {
+        for (std::size_t length = 250; length <= 262; ++length)
             EXPECT_EQ(narrow(FileOperations::GetFileWithoutPath(make(length))), length <= 257 ? "n.e" : "") << length;
-        }
-        for (const std::size_t length : {300u, 518u, 519u, 520u, 521u, 522u, 1000u}) {
+        for (const std::size_t length : {300u, 518u, 519u, 520u, 521u, 522u, 1000u})
             EXPECT_TRUE(FileOperations::GetFileWithoutPath(make(length)).empty()) << length;
-        }
     }
 }
 
-TEST(FileOperationsPaths, FileWithoutExtensionNeedsAPathOfUpTo259Units) {
-    for (const auto& make : {driveLongPath, nativeLongPath}) {
-        for (std::size_t length = 250; length <= 259; ++length) {
+TEST(FileOperationsPaths, FileWithoutExtensionWorksForPathsUpTo259Units) {
+    for (const auto& make : {driveLongPath, nativeLongPath})
+        for (std::size_t length = 250; length <= 259; ++length)
             EXPECT_EQ(narrow(FileOperations::GetFileWithoutExtenstion(make(length))), "n") << length;
-        }
-    }
 }
 
-TEST(FileOperationsPaths, LimitsCountTheNormalisedPath) {
-    const std::string vanishing = "\\gone\\..";
+TEST(FileOperationsPaths, LimitsApplyToTheNormalizedPath) {
+    const std::string removed = "\\x\\..";
     const std::string folder = "C:\\" + std::string(200, 'f');
     std::string path = folder;
-    for (int i = 0; i < 100; ++i) {
-        path += vanishing;
-    }
+    for (int i = 0; i < 100; ++i)
+        path += removed;
     path += "\\n.e";
     ASSERT_GT(path.size(), 520u);
     EXPECT_EQ(narrow(FileOperations::GetFullPath(wide(path))), folder + "\\n.e");
     EXPECT_EQ(narrow(FileOperations::GetFileWithoutPath(wide(path))), "n.e");
 
-    // What is added to a relative path counts.
+    // The current folder, which is added to a relative path, counts too.
     const std::size_t current = wide(std::filesystem::current_path()).size();
     ASSERT_LT(current, 250u);
     const auto relative = [&](std::size_t full) { return WideString(full - current - 1, VELMOR_WIDE('r')); };
@@ -276,32 +265,29 @@ TEST(FileOperationsPaths, LimitsCountTheNormalisedPath) {
     EXPECT_EQ(FileOperations::GetFileWithoutPath(relative(258)).size(), 0u);
 }
 
-TEST(FileOperationsPaths, LimitsCountUtf16Units) {
-    // A character of two units: the second of four bytes in UTF-8, the first of three.
+TEST(FileOperationsPaths, LimitsAreInUtf16Units) {
+    // One character of two UTF-16 units, and one of three UTF-8 bytes.
     for (const std::string& character : {std::string("\U0001F600"), std::string("\u6E2C")}) {
         const std::size_t units = wide(character).size();
         std::string path = "C:\\";
-        while (wide(path).size() + units <= 259) {
+        while (wide(path).size() + units <= 259)
             path += character;
-        }
         EXPECT_EQ(narrow(FileOperations::GetFullPath(wide(path))), path);
         path += character;
         EXPECT_EQ(narrow(FileOperations::GetFullPath(wide(path))), "");
 #if !defined(_WIN32)
         std::string native = "/";
-        while (wide(native).size() + units <= 259) {
+        while (wide(native).size() + units <= 259)
             native += character;
-        }
         EXPECT_EQ(narrow(FileOperations::GetFullPath(wide(native))), native);
         EXPECT_EQ(narrow(FileOperations::GetFullPath(wide(native + character))), "");
 #endif
     }
 }
 
-// The ending separator
-// ------------------------------------------------------------------------------------------------------------
+// ---- InsertEndingDirectorySlash ----
 
-TEST(FileOperationsPaths, EndingSlashIsABackslashUnlessThereIsOne) {
+TEST(FileOperationsPaths, AppendsABackslashUnlessThePathEndsWithASeparator) {
     const std::pair<const char*, const char*> cases[]{
         {"", ""},
         {"C:\\data", "C:\\data\\"},
@@ -317,18 +303,17 @@ TEST(FileOperationsPaths, EndingSlashIsABackslashUnlessThereIsOne) {
         {"\u00E9", "\u00E9\\"},
         {"..", "..\\"},
     };
-    for (const auto& [path, expected] : cases) {
+    for (const auto& [path, expected] : cases)
         EXPECT_EQ(narrow(FileOperations::InsertEndingDirectorySlash(wide(path))), expected) << path;
-    }
 }
 
-TEST(FileOperationsPaths, EndingSlashFollowsTheWholeText) {
-    // The path is a text with a length here: a zero within it does not end it, and there is no limit.
+TEST(FileOperationsPaths, AppendsTheBackslashAfterTheWholeText) {
+    // A NUL does not end the path here, and its length is not limited.
     WideString path = wide("a");
     path += WideChar{0};
     EXPECT_TRUE(FileOperations::InsertEndingDirectorySlash(path) == path + VELMOR_WIDE('\\'));
-    const WideString longOne(100000, VELMOR_WIDE('d'));
-    EXPECT_TRUE(FileOperations::InsertEndingDirectorySlash(longOne) == longOne + VELMOR_WIDE('\\'));
+    const WideString longPath(100000, VELMOR_WIDE('d'));
+    EXPECT_TRUE(FileOperations::InsertEndingDirectorySlash(longPath) == longPath + VELMOR_WIDE('\\'));
 }
 
 } // namespace

@@ -8,7 +8,7 @@
 namespace velmor_tests {
 namespace {
 
-/// Bytes that are written in order, numbers with their low byte first.
+/// A sequence of bytes; numbers are little-endian.
 class Bytes {
 public:
     std::size_t size() const { return text_.size(); }
@@ -49,12 +49,11 @@ std::uint32_t low(const VersionNumbers& version) {
 /// A VS_VERSIONINFO block.
 std::string versionBlock(const VersionResource& resource) {
     Bytes block;
-    block.put16(0); // the length, known below
+    block.put16(0); // the length, set below
     block.put16(resource.valueLength);
     block.put16(0); // binary
-    for (const char c : resource.key) {
+    for (const char c : resource.key)
         block.put16(static_cast<unsigned char>(c));
-    }
     block.put16(0);
     block.fillTo(4);
     block.put32(resource.signature);
@@ -68,18 +67,18 @@ std::string versionBlock(const VersionResource& resource) {
     block.put32(0x00040004); // for Windows NT
     block.put32(2);          // a library
     block.zeros(12);
-    block.put(std::string(resource.behind.begin(), resource.behind.end()));
+    block.put(std::string(resource.children.begin(), resource.children.end()));
     block.set16(0, static_cast<std::uint32_t>(block.size()));
     return block.text();
 }
 
 void putDirectory(Bytes& out, std::size_t entries) {
     out.zeros(12);
-    out.put16(0); // with names
+    out.put16(0); // number of named entries
     out.put16(static_cast<std::uint32_t>(entries));
 }
 
-/// A resource section: type, id, then one leaf for each language.
+/// A resource section: the directories of type, id and language, then the data entries and the blocks.
 std::string resourceSection(const PortableExecutable& program, std::uint32_t address) {
     const std::size_t count = program.resources.size();
     const std::size_t leaves = 24 + 24 + 16 + 8 * count;
@@ -115,35 +114,36 @@ struct Section {
     std::uint32_t flags;
 };
 
-} // namespace
-
-std::string bytesOf(const PortableExecutable& program) {
-    const std::uint32_t resourceAddress = sectionAlignment * (program.otherSections ? 2 : 1);
+std::vector<Section> sectionsOf(const PortableExecutable& program, std::uint32_t resourceAddress) {
     std::vector<Section> sections;
-    if (program.otherSections) {
+    if (program.otherSections)
         sections.push_back({".text", std::string(5, '\xC3'), 0x60000020});
-    }
     sections.push_back({".rsrc", resourceSection(program, resourceAddress), 0x40000040});
-    if (program.otherSections) {
+    if (program.otherSections)
         sections.push_back({".data", std::string(700, 'd'), 0xC0000040});
-    }
-    const auto sectionCount = static_cast<std::uint32_t>(sections.size());
+    return sections;
+}
 
-    Bytes out;
+/// The MS-DOS header, the signature and the COFF file header.
+void putFileHeaders(Bytes& out, const PortableExecutable& program, std::uint32_t sectionCount) {
     out.put("MZ");
     out.zeros(58);
-    out.put32(64); // where the other headers begin
+    out.put32(64); // offset of the signature
     out.put(std::string("PE\0\0", 4));
     out.put16(program.wide ? 0x8664 : 0x014C);
     out.put16(sectionCount);
     out.zeros(12);
     out.put16(program.wide ? 240 : 224);
     out.put16(program.wide ? 0x2022 : 0x2102); // a library
+}
+
+/// The optional header up to its data directories.
+void putOptionalHeader(Bytes& out, const PortableExecutable& program, std::uint32_t sectionCount) {
     out.put16(program.wide ? 0x020B : 0x010B);
     out.zeros(18);                                        // linker, sizes, entry
-    out.put32(sectionAlignment);                          // where the code begins
-    program.wide ? out.put32(0x80000000u) : out.put32(0); // where the data begins; with the wide form, the base's low half
-    program.wide ? out.put32(1) : out.put32(0x10000000u); // the base
+    out.put32(sectionAlignment);                          // base of the code
+    program.wide ? out.put32(0x80000000u) : out.put32(0); // base of the data; in PE32+ the low half of the image base
+    program.wide ? out.put32(1) : out.put32(0x10000000u); // the image base; in PE32+ its high half
     out.put32(sectionAlignment);
     out.put32(fileAlignment);
     out.put16(4);
@@ -152,37 +152,56 @@ std::string bytesOf(const PortableExecutable& program) {
     out.put16(4);
     out.put16(0);
     out.zeros(4);
-    out.put32(sectionAlignment * (sectionCount + 1)); // the image
-    out.put32(fileAlignment);                         // the headers
+    out.put32(sectionAlignment * (sectionCount + 1)); // size of the image
+    out.put32(fileAlignment);                         // size of the headers
     out.zeros(4);
     out.put16(2);
     out.put16(0);
     out.zeros(program.wide ? 32 : 16);
     out.put32(0);
-    out.put32(16);
-    out.zeros(16);
-    if (program.resourceDirectory) {
-        out.put32(resourceAddress);
-        out.put32(static_cast<std::uint32_t>(sections[program.otherSections ? 1 : 0].content.size()));
-    } else {
-        out.zeros(8);
-    }
-    out.zeros(13 * 8);
+    out.put32(16); // number of data directories
+}
+
+/// Appends the section headers to `out`.
+/// @return the content of the sections.
+Bytes putSections(Bytes& out, const std::vector<Section>& sections) {
     Bytes raw;
-    for (std::uint32_t i = 0; i < sectionCount; ++i) {
-        const Section& section = sections[i];
+    std::uint32_t address = sectionAlignment;
+    for (const Section& section : sections) {
         const std::size_t begin = fileAlignment + raw.size();
         raw.put(section.content);
         raw.fillTo(fileAlignment);
         out.put(section.name);
         out.zeros(8 - section.name.size());
         out.put32(static_cast<std::uint32_t>(section.content.size()));
-        out.put32(sectionAlignment * (i + 1));
+        out.put32(address);
         out.put32(static_cast<std::uint32_t>(fileAlignment + raw.size() - begin));
         out.put32(static_cast<std::uint32_t>(begin));
         out.zeros(12);
         out.put32(section.flags);
+        address += sectionAlignment;
     }
+    return raw;
+}
+
+} // namespace
+
+std::string bytesOf(const PortableExecutable& program) {
+    const std::uint32_t resourceAddress = sectionAlignment * (program.otherSections ? 2 : 1);
+    const std::vector<Section> sections = sectionsOf(program, resourceAddress);
+    const auto sectionCount = static_cast<std::uint32_t>(sections.size());
+    Bytes out;
+    putFileHeaders(out, program, sectionCount);
+    putOptionalHeader(out, program, sectionCount);
+    out.zeros(16); // the directories of exports and imports
+    if (program.resourceDirectory) {
+        out.put32(resourceAddress);
+        out.put32(static_cast<std::uint32_t>(sections[program.otherSections ? 1 : 0].content.size()));
+    } else {
+        out.zeros(8);
+    }
+    out.zeros(13 * 8); // the other directories
+    const Bytes raw = putSections(out, sections);
     out.fillTo(fileAlignment);
     return out.text() + raw.text();
 }
@@ -193,9 +212,8 @@ LibraryFile libraryFile() {
     const std::string resources = readFile(pathOf(folder + "Velmor-3.91.dll.resources"));
     const auto number = [&](std::size_t at, std::size_t size) {
         std::size_t value = 0;
-        for (std::size_t i = size; i > 0; --i) {
+        for (std::size_t i = size; i > 0; --i)
             value = value << 8 | static_cast<unsigned char>(headers.at(at + i - 1));
-        }
         return value;
     };
     const std::size_t header = number(60, 4);
@@ -213,7 +231,7 @@ LibraryFile libraryFile() {
     return file;
 }
 
-std::size_t productVersionPlace(const std::string& file) {
+std::size_t productVersionOffset(const std::string& file) {
     const std::size_t signature = file.find("\xBD\x04\xEF\xFE");
     return signature == std::string::npos ? signature : signature + 16;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-// Small program files, made by hand, with a version resource.
+// Builds small program files with a version resource.
 
 #include <array>
 #include <cstddef>
@@ -18,27 +18,26 @@ struct VersionResource {
     VersionNumbers product{3, 91, 0, 0};
     VersionNumbers file{7, 6, 5, 4};
     std::uint16_t language = 0x0409;
-    std::uint32_t signature = 0xFEEF04BD; ///< Of the fixed part.
-    std::uint16_t valueLength = 52;       ///< What the block says of the fixed part's length.
+    std::uint32_t signature = 0xFEEF04BD; ///< Signature of the fixed part.
+    std::uint16_t valueLength = 52;       ///< The length of the fixed part in the header of the block.
     std::string key = "VS_VERSION_INFO";  ///< Name of the block.
-    std::vector<std::uint8_t> behind;     ///< What follows the fixed part within the block.
+    std::vector<std::uint8_t> children;   ///< The bytes after the fixed part in the block.
 };
 
-/// A program file: headers, a section of code before and one of data behind the resources if asked for.
+/// A program file: headers and a resource section, optionally between a code section and a data section.
 struct PortableExecutable {
     bool wide = true;                          ///< 64-bit (PE32+), else 32-bit.
-    std::vector<VersionResource> resources{1}; ///< One of each language; in ascending order of the languages.
-    std::uint32_t type = 16;                   ///< Of the resources; 16 is the version's.
-    std::uint32_t id = 1;                      ///< Of the resources; 1 is the version's.
+    std::vector<VersionResource> resources{1}; ///< One for each language, in ascending order of the languages.
+    std::uint32_t type = 16;                   ///< Resource type; 16 is RT_VERSION.
+    std::uint32_t id = 1;                      ///< Resource id; 1 is VS_VERSION_INFO.
     bool otherSections = false;
-    bool resourceDirectory = true; ///< Whether the headers tell of the resources.
+    bool resourceDirectory = true; ///< Whether the headers have an entry for the resources.
 };
 
 /// The bytes of the file.
 std::string bytesOf(const PortableExecutable& program);
 
-/// A file of Velmor-3.91.dll itself: its headers and its resources, which are kept in data/, and zeros in the place of all
-/// else.
+/// The file of Velmor-3.91.dll: its headers and resources, which are stored in data/, and zeros instead of the rest.
 struct LibraryFile {
     std::string content;
     std::size_t headersSize;
@@ -47,8 +46,8 @@ struct LibraryFile {
 };
 LibraryFile libraryFile();
 
-/// Finds the eight bytes of the product version's numbers: by the signature of the fixed part that they stand in.
-/// @return `std::string::npos` if there are none.
-std::size_t productVersionPlace(const std::string& file);
+/// Finds the eight bytes of the product version by the signature of the fixed part.
+/// @return `std::string::npos` if the file has no fixed part.
+std::size_t productVersionOffset(const std::string& file);
 
 } // namespace velmor_tests

@@ -1,6 +1,7 @@
 #pragma once
 
-// The private statics of FileOperations, for the suites: access is not checked in an explicit instantiation's arguments.
+// Access to the private static functions of FileOperations: C++ does not check access in the arguments of an explicit
+// instantiation.
 
 #include <Velmor/Platform.h>
 

@@ -1,4 +1,4 @@
-// The files of one folder.
+// The list of the files in a folder.
 
 #include <Velmor/Platform.h>
 
@@ -33,9 +33,8 @@ using velmor_tests::writeFile;
 
 std::vector<std::string> scan(const WideString& folder) {
     std::vector<std::string> names;
-    for (const WideString& name : FileOperations::ScanFilesInDirectory(folder)) {
+    for (const WideString& name : FileOperations::ScanFilesInDirectory(folder))
         names.push_back(narrow(name));
-    }
     return names;
 }
 
@@ -43,7 +42,7 @@ std::vector<std::string> scan(const std::filesystem::path& folder) {
     return scan(wide(folder));
 }
 
-/// Goes to another current folder, and back.
+/// Changes the current folder, and restores it.
 class CurrentFolder {
 public:
     explicit CurrentFolder(const std::filesystem::path& folder) : old_(std::filesystem::current_path()) {
@@ -57,17 +56,17 @@ private:
     std::filesystem::path old_;
 };
 
-TEST(FileOperationsScan, GivesBareNamesOfFilesAndNoFolders) {
+TEST(FileOperationsScan, ReturnsTheNamesOfFilesWithoutFolders) {
     const TemporaryFolder folder;
     writeFile(folder / "model.ifc", "x");
     writeFile(folder / "empty", "");
-    writeFile(folder / "no ending.", "x");
+    writeFile(folder / "final dot.", "x");
     std::filesystem::create_directory(folder / "folder.ifc");
     writeFile(folder / "folder.ifc" / "deep.ifc", "x");
 #if defined(_WIN32)
-    EXPECT_THAT(scan(folder.path()), UnorderedElementsAre("model.ifc", "empty", "no ending")); // Win32 cuts the dot
+    EXPECT_THAT(scan(folder.path()), UnorderedElementsAre("model.ifc", "empty", "final dot")); // Win32 removes the dot
 #else
-    EXPECT_THAT(scan(folder.path()), UnorderedElementsAre("model.ifc", "empty", "no ending."));
+    EXPECT_THAT(scan(folder.path()), UnorderedElementsAre("model.ifc", "empty", "final dot."));
 #endif
     EXPECT_THAT(scan(folder / "folder.ifc"), ElementsAre("deep.ifc"));
 }
@@ -85,81 +84,80 @@ TEST(FileOperationsScan, HiddenAndSystemFilesAreIncluded) {
     EXPECT_THAT(scan(folder.path()), UnorderedElementsAre(".hidden", "..two", "system"));
 }
 
-TEST(FileOperationsScan, EmptyFolderHasNone) {
+TEST(FileOperationsScan, EmptyFolderHasNoFiles) {
     const TemporaryFolder folder;
     EXPECT_THAT(scan(folder.path()), IsEmpty());
     std::filesystem::create_directory(folder / "a");
     EXPECT_THAT(scan(folder.path()), IsEmpty());
 }
 
-TEST(FileOperationsScan, WhatIsNoFolderHasNone) {
+TEST(FileOperationsScan, MissingFolderHasNoFiles) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "x");
-    for (const auto& path : {folder / "missing", folder / "file", folder / "file" / "below", folder / "missing" / "below"}) {
+    for (const auto& path : {folder / "missing", folder / "file", folder / "file" / "child", folder / "missing" / "child"}) {
         EXPECT_THAT(scan(path), IsEmpty()) << path;
         EXPECT_THAT(scan(narrow(path) + "/"), IsEmpty()) << path;
     }
     EXPECT_THAT(scan(wide(std::string(5000, 'x'))), IsEmpty());
 }
 
-TEST(FileOperationsScan, NameEndsAtItsFirstZero) {
-    // The asterisk lies behind the zero then: what is found is the one thing that the name leads to, if it is a file.
+TEST(FileOperationsScan, FolderNameEndsAtItsFirstNul) {
+    // The asterisk is after the NUL, so the pattern is the name itself; the result is that name if it is a file.
     const TemporaryFolder folder;
     writeFile(folder / "file", "x");
-    std::filesystem::create_directory(folder / "below");
-    writeFile(folder / "below" / "deep", "x");
-    const auto cut = [](const std::string& name, const char* behind) { return wide(name) + WideChar{0} + wide(behind); };
+    std::filesystem::create_directory(folder / "child");
+    writeFile(folder / "child" / "deep", "x");
+    const auto withNul = [](const std::string& name, const char* tail) { return wide(name) + WideChar{0} + wide(tail); };
     const std::string base = narrow(folder.path());
-    for (const char* behind : {"", "more", "*", "/", "\\*"}) {
-        EXPECT_THAT(scan(cut(base, behind)), IsEmpty()) << behind;
-        EXPECT_THAT(scan(cut(base + "/", behind)), IsEmpty()) << behind;
-        EXPECT_THAT(scan(cut(base + "\\below", behind)), IsEmpty()) << behind;
-        EXPECT_THAT(scan(cut(base + "/missing", behind)), IsEmpty()) << behind;
-        EXPECT_THAT(scan(cut(base + "/file", behind)), ElementsAre("file")) << behind;
-        EXPECT_THAT(scan(cut(base + "\\below\\deep", behind)), ElementsAre("deep")) << behind;
-        EXPECT_THAT(scan(cut(base + "/*", behind)), ElementsAre("file")) << behind;
+    for (const char* tail : {"", "more", "*", "/", "\\*"}) {
+        EXPECT_THAT(scan(withNul(base, tail)), IsEmpty()) << tail;
+        EXPECT_THAT(scan(withNul(base + "/", tail)), IsEmpty()) << tail;
+        EXPECT_THAT(scan(withNul(base + "\\child", tail)), IsEmpty()) << tail;
+        EXPECT_THAT(scan(withNul(base + "/missing", tail)), IsEmpty()) << tail;
+        EXPECT_THAT(scan(withNul(base + "/file", tail)), ElementsAre("file")) << tail;
+        EXPECT_THAT(scan(withNul(base + "\\child\\deep", tail)), ElementsAre("deep")) << tail;
+        EXPECT_THAT(scan(withNul(base + "/*", tail)), ElementsAre("file")) << tail;
         const CurrentFolder current(folder.path());
-        EXPECT_THAT(scan(cut("", behind)), IsEmpty()) << behind;
-        EXPECT_THAT(scan(cut("below", behind)), IsEmpty()) << behind;
-        EXPECT_THAT(scan(cut("file", behind)), ElementsAre("file")) << behind;
+        EXPECT_THAT(scan(withNul("", tail)), IsEmpty()) << tail;
+        EXPECT_THAT(scan(withNul("child", tail)), IsEmpty()) << tail;
+        EXPECT_THAT(scan(withNul("file", tail)), ElementsAre("file")) << tail;
     }
 }
 
-TEST(FileOperationsScan, EndingSeparatorsMakeNoDifference) {
+TEST(FileOperationsScan, FolderMayEndWithASeparator) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "x");
-    std::filesystem::create_directory(folder / "below");
-    writeFile(folder / "below" / "deep", "x");
+    std::filesystem::create_directory(folder / "child");
+    writeFile(folder / "child" / "deep", "x");
     for (const char* ending : {"", "\\", "/"}) {
         EXPECT_THAT(scan(wide(narrow(folder.path()) + ending)), ElementsAre("file")) << ending;
-        EXPECT_THAT(scan(wide(narrow(folder.path()) + "/below" + ending)), ElementsAre("deep")) << ending;
-        EXPECT_THAT(scan(wide(narrow(folder.path()) + "\\below" + ending)), ElementsAre("deep")) << ending;
+        EXPECT_THAT(scan(wide(narrow(folder.path()) + "/child" + ending)), ElementsAre("deep")) << ending;
+        EXPECT_THAT(scan(wide(narrow(folder.path()) + "\\child" + ending)), ElementsAre("deep")) << ending;
     }
 }
 
 TEST(FileOperationsScan, EmptyNameIsTheCurrentFolder) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "x");
-    std::filesystem::create_directory(folder / "below");
-    writeFile(folder / "below" / "deep", "x");
+    std::filesystem::create_directory(folder / "child");
+    writeFile(folder / "child" / "deep", "x");
     const CurrentFolder current(folder.path());
     EXPECT_THAT(scan(WideString()), ElementsAre("file"));
     EXPECT_THAT(scan(wide(".")), ElementsAre("file"));
-    EXPECT_THAT(scan(wide("below")), ElementsAre("deep"));
-    EXPECT_THAT(scan(wide("below\\..")), ElementsAre("file"));
+    EXPECT_THAT(scan(wide("child")), ElementsAre("deep"));
+    EXPECT_THAT(scan(wide("child\\..")), ElementsAre("file"));
 }
 
-TEST(FileOperationsScan, NamesMayHoldAnyCharacter) {
+TEST(FileOperationsScan, NamesMayHaveAnyCharacter) {
     const TemporaryFolder folder;
     const std::string names[]{"Gr\u00FC\u00DFe.ifc", "\u6E2C\u8A66", "\U0001F600.dwg",
                               "with blank",          "semi;colon",   "percent%s"};
-    for (const std::string& name : names) {
+    for (const std::string& name : names)
         writeFile(folder / name.c_str(), "x");
-    }
     EXPECT_THAT(scan(folder.path()), testing::UnorderedElementsAreArray(names));
 }
 
-TEST(FileOperationsScan, ManyFilesComeInTheSystemsOrder) {
+TEST(FileOperationsScan, ReturnsManyFilesInTheOrderOfTheSystem) {
     const TemporaryFolder folder;
     std::set<std::string> expected;
     for (int i = 0; i < 1000; ++i) {
@@ -167,22 +165,19 @@ TEST(FileOperationsScan, ManyFilesComeInTheSystemsOrder) {
         writeFile(folder / name.c_str(), "");
         expected.insert(name);
     }
-    for (int i = 0; i < 50; ++i) {
+    for (int i = 0; i < 50; ++i)
         std::filesystem::create_directory(folder / ("folder " + std::to_string(i)).c_str());
-    }
     std::vector<std::string> inOrder;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
-        if (!entry.is_directory()) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+        if (!entry.is_directory())
             inOrder.push_back(narrow(entry.path().filename()));
-        }
-    }
     const std::vector<std::string> names = scan(folder.path());
     EXPECT_EQ(names, inOrder);
     EXPECT_EQ(std::set<std::string>(names.begin(), names.end()), expected);
     EXPECT_EQ(names.size(), 1000u);
 }
 
-TEST(FileOperationsScan, LeavesNoHandleBehind) {
+TEST(FileOperationsScan, LeaksNoHandle) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "x");
     const auto round = [&] {
@@ -192,16 +187,15 @@ TEST(FileOperationsScan, LeavesNoHandleBehind) {
     };
     round();
     const std::size_t before = velmor_tests::openHandles();
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 300; ++i)
         round();
-    }
     EXPECT_EQ(velmor_tests::openHandles(), before);
 }
 
 #if !defined(_WIN32)
-TEST(FileOperationsScan, NamesThatAreNoTextCanBeUsed) {
+TEST(FileOperationsScan, NamesMayHaveBytesThatAreNotUtf8) {
     const TemporaryFolder folder;
-    const std::string bytes = "m\xFF\xC3.ifc"; // two bytes that are no part of UTF-8
+    const std::string bytes = "m\xFF\xC3.ifc"; // two bytes that are not part of valid UTF-8
     const std::filesystem::path path = folder.path() / bytes;
     writeFile(path, "four");
     const std::vector<WideString> names = FileOperations::ScanFilesInDirectory(wide(folder.path()));
@@ -213,20 +207,19 @@ TEST(FileOperationsScan, NamesThatAreNoTextCanBeUsed) {
     EXPECT_TRUE(FileOperations::Delete(full));
     EXPECT_FALSE(std::filesystem::exists(path));
 
-    const std::filesystem::path below = folder.path() / "f\x80";
-    std::filesystem::create_directory(below);
-    writeFile(below / "file", "x");
-    const WideString wideBelow = wide(folder.path()) + VELMOR_WIDE('/') + WideString{WideChar{'f'}, WideChar{0xDC80}};
-    EXPECT_TRUE(FileOperations::IsDirectory(wideBelow));
-    EXPECT_THAT(scan(wideBelow), ElementsAre("file"));
+    const std::filesystem::path child = folder.path() / "f\x80";
+    std::filesystem::create_directory(child);
+    writeFile(child / "file", "x");
+    const WideString wideChild = wide(folder.path()) + VELMOR_WIDE('/') + WideString{WideChar{'f'}, WideChar{0xDC80}};
+    EXPECT_TRUE(FileOperations::IsDirectory(wideChild));
+    EXPECT_THAT(scan(wideChild), ElementsAre("file"));
 }
 
-TEST(FileOperationsScan, NamesOfTheSystemNeedNotBeWindowsNames) {
+TEST(FileOperationsScan, NamesMayBeInvalidOnWindows) {
     const TemporaryFolder folder;
     const std::string names[]{"a*b?", "q\"uote", "back\\slash", "colon:", "new\nline", "trailing. "};
-    for (const std::string& name : names) {
+    for (const std::string& name : names)
         writeFile(folder.path() / name, "x");
-    }
     EXPECT_THAT(scan(folder.path()), testing::UnorderedElementsAreArray(names));
     std::filesystem::create_directory(folder.path() / "we*rd?");
     writeFile(folder.path() / "we*rd?" / "file", "x");
@@ -234,13 +227,13 @@ TEST(FileOperationsScan, NamesOfTheSystemNeedNotBeWindowsNames) {
     writeFile(folder.path() / "we-rd-" / "other", "x");
     EXPECT_THAT(scan(folder.path() / "we*rd?"), ElementsAre("file"));
     EXPECT_THAT(scan(folder.path() / "*"), IsEmpty());
-    // Only as a name of its own is an asterisk more than a letter.
+    // An asterisk is a wildcard only as the whole name.
     EXPECT_THAT(scan(wide(folder.path() / "a*b?") + WideChar{0}), ElementsAre("a*b?"));
     writeFile(folder.path() / "ends in *", "x");
     EXPECT_THAT(scan(wide(folder.path() / "ends in *") + WideChar{0}), ElementsAre("ends in *"));
 }
 
-TEST(FileOperationsScan, LinksAreWhatTheyLeadTo) {
+TEST(FileOperationsScan, FollowsLinks) {
     const TemporaryFolder folder;
     std::filesystem::create_directory(folder / "folder");
     writeFile(folder / "folder" / "file", "x");

@@ -1,5 +1,7 @@
 #include <Velmor/Platform.h>
 
+#include "Tools.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -12,47 +14,41 @@
 #if defined(_WIN32)
     #include <windows.h>
 #else
-    #include <filesystem>
+    #include <pthread.h>
+    #include <signal.h>
 #endif
 
 namespace {
 
 using Velmor::Signal;
+using velmor_tests::eventually;
+using velmor_tests::openHandles;
 
 static_assert(sizeof(Signal) == 8);
 static_assert(!std::is_polymorphic_v<Signal>);
 
-/// The handles that the process has open.
-std::size_t openHandles() {
-#if defined(_WIN32)
-    DWORD count = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &count);
-    return count;
-#else
-    const std::filesystem::directory_iterator entries("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
-#endif
-}
-
-/// A thread that waits for a signal, and what is known of it.
+/// A thread that waits for a signal.
 class Waiter {
 public:
     explicit Waiter(Signal& signal)
         : thread_([this, &signal] {
+              started_ = true;
               signal.wait();
               returned_ = true;
           }) {}
 
+    bool started() const { return started_; }
     bool returned() const { return returned_; }
     std::thread::native_handle_type thread() { return thread_.native_handle(); }
     void join() { thread_.join(); }
 
 private:
+    std::atomic<bool> started_{false};
     std::atomic<bool> returned_{false};
     std::thread thread_;
 };
 
-TEST(Signal, WaitReturnsOnlyWhenRaised) {
+TEST(Signal, WaitReturnsOnlyAfterRaise) {
     Signal signal;
     Waiter waiter(signal);
     std::this_thread::sleep_for(std::chrono::milliseconds(80));
@@ -72,7 +68,7 @@ TEST(Signal, StaysRaised) {
     EXPECT_TRUE(waiter.returned());
 }
 
-TEST(Signal, MayBeRaisedAgain) {
+TEST(Signal, RepeatedRaiseHasNoEffect) {
     Signal signal;
     signal.raise();
     signal.raise();
@@ -82,7 +78,7 @@ TEST(Signal, MayBeRaisedAgain) {
     signal.wait();
 }
 
-TEST(Signal, ReleasesEveryWaiter) {
+TEST(Signal, RaiseReleasesAllWaiters) {
     Signal signal;
     std::vector<std::unique_ptr<Waiter>> waiters;
     for (int i = 0; i < 16; ++i)
@@ -95,7 +91,7 @@ TEST(Signal, ReleasesEveryWaiter) {
         waiter->join();
 }
 
-TEST(Signal, ShowsTheWaiterWhatWasDoneBefore) {
+TEST(Signal, RaiseSynchronizesWithWait) {
     for (int i = 0; i < 200; ++i) {
         Signal signal;
         int value = 0; // not atomic: the signal orders the accesses
@@ -109,7 +105,7 @@ TEST(Signal, ShowsTheWaiterWhatWasDoneBefore) {
     }
 }
 
-TEST(Signal, MayBeRaisedByManyThreads) {
+TEST(Signal, ManyThreadsMayRaiseIt) {
     Signal signal;
     std::vector<std::thread> threads;
     for (int i = 0; i < 8; ++i)
@@ -122,14 +118,14 @@ TEST(Signal, MayBeRaisedByManyThreads) {
         thread.join();
 }
 
-TEST(Signal, MayBeDestroyedAsSoonAsWaitReturns) {
+TEST(Signal, MayBeDestroyedWhenWaitReturns) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 1000; ++i) {
         auto signal = std::make_unique<Signal>();
         Signal* const raised = signal.get();
         std::thread thread([raised] { raised->raise(); });
         signal->wait();
-        signal.reset(); // the other thread may still be on its way out of raise()
+        signal.reset(); // the other thread may still be in raise()
         thread.join();
     }
 }
@@ -141,7 +137,7 @@ void CALLBACK interruption(ULONG_PTR) {
     ++interruptions;
 }
 
-/// Queues a call to the waiting thread, which an alertable wait would take up.
+/// Queues a call to the waiting thread. Only an alertable wait would execute it.
 void interrupt(Waiter& waiter) {
     const HANDLE thread = static_cast<HANDLE>(pthread_gethandle(waiter.thread()));
     ASSERT_NE(QueueUserAPC(&interruption, thread, 0), 0u);
@@ -163,11 +159,13 @@ void interrupt(Waiter& waiter) {
 constexpr int interruptionsWhileWaiting = 1;
 #endif
 
-TEST(Signal, NothingElseEndsAWait) {
+TEST(Signal, InterruptionsDoNotEndAWait) {
     Signal signal;
     Waiter waiter(signal);
-    std::this_thread::sleep_for(std::chrono::milliseconds(40));
+    ASSERT_TRUE(eventually([&] { return waiter.started(); }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(40)); // usually the thread waits now
     interrupt(waiter);
+    EXPECT_TRUE(eventually([] { return interruptions == interruptionsWhileWaiting; }));
     std::this_thread::sleep_for(std::chrono::milliseconds(60));
     EXPECT_FALSE(waiter.returned());
     EXPECT_EQ(interruptions, interruptionsWhileWaiting);
@@ -175,7 +173,7 @@ TEST(Signal, NothingElseEndsAWait) {
     waiter.join();
 }
 
-TEST(Signal, AreIndependent) {
+TEST(Signal, SignalsAreIndependent) {
     Signal first;
     Signal second;
     first.raise();
@@ -187,7 +185,7 @@ TEST(Signal, AreIndependent) {
     waiter.join();
 }
 
-TEST(Signal, PassesBetweenTwoThreads) {
+TEST(Signal, TwoThreadsMayAlternate) {
     for (int i = 0; i < 200; ++i) {
         Signal there;
         Signal back;
@@ -201,7 +199,7 @@ TEST(Signal, PassesBetweenTwoThreads) {
     }
 }
 
-TEST(Signal, TwoHundredRoundsLeaveNoHandle) {
+TEST(Signal, LeaksNoHandle) {
     const auto round = [] {
         Signal signal;
         Waiter waiter(signal);

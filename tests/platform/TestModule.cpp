@@ -1,5 +1,5 @@
-// A module for the suite of DynamicLibrary. It is built in two variants of the same file name, and remembers the search path
-// that it was loaded with.
+// A module for the suite of DynamicLibrary, built in two variants with the same file name. It stores the search path at the
+// time of loading.
 
 #include "TestModule.h"
 
@@ -25,9 +25,8 @@ struct PathAtLoad {
 
     PathAtLoad() {
         const char* path = std::getenv("PATH");
-        if (path != nullptr) {
+        if (path != nullptr)
             std::strncpy(text, path, sizeof text - 1);
-        }
     }
 } pathAtLoad;
 
@@ -39,7 +38,7 @@ VELMOR_TEST_MODULE int velmorModuleVariant() {
     return VELMOR_MODULE_VARIANT;
 }
 
-/// How often it was called since the module was loaded.
+/// Counts its own calls since the module was loaded.
 VELMOR_TEST_MODULE int velmorModuleCalls() {
     return ++calls;
 }
@@ -47,7 +46,7 @@ VELMOR_TEST_MODULE int velmorModuleCalls() {
 VELMOR_TEST_MODULE int velmorModuleData;
 int velmorModuleData = 4711;
 
-/// "PATH" at the time of loading: UTF-16 on Windows, UTF-8 elsewhere.
+/// "PATH" at the time of loading: UTF-16 on Windows, UTF-8 on other systems.
 VELMOR_TEST_MODULE const void* velmorModulePath() {
 #if defined(_WIN32)
     return pathAtLoad;
@@ -57,7 +56,7 @@ VELMOR_TEST_MODULE const void* velmorModulePath() {
 }
 
 #if defined(_WIN32)
-/// Refuses to be loaded as often as a variable says, and counts it down.
+/// Fails to load as often as VELMOR_MODULE_REFUSALS specifies, and decrements the variable each time.
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
     if (reason == DLL_PROCESS_ATTACH) {
         GetEnvironmentVariableW(L"PATH", pathAtLoad, sizeof pathAtLoad / sizeof *pathAtLoad);

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the test modules export.
+// Marks the exported symbols of the test modules.
 
 #if defined(_WIN32)
     #define VELMOR_TEST_MODULE extern "C" __declspec(dllexport)

@@ -1,4 +1,4 @@
-// Three modules for the suite of DynamicLibrary, each needing the next one: dependent, dependency, foundation.
+// Three modules for the suite of DynamicLibrary. Each depends on the next one: dependent, dependency, foundation.
 
 #include "TestModule.h"
 
@@ -10,23 +10,23 @@
 
 #if defined(VELMOR_TEST_DEPENDENT)
 
-VELMOR_TEST_IMPORT int velmorDependencyAnswer();
+VELMOR_TEST_IMPORT int velmorDependencyValue();
 
-VELMOR_TEST_MODULE int velmorDependentAnswer() {
-    return velmorDependencyAnswer() + 1;
+VELMOR_TEST_MODULE int velmorDependentValue() {
+    return velmorDependencyValue() + 1;
 }
 
 #elif defined(VELMOR_TEST_DEPENDENCY)
 
-VELMOR_TEST_IMPORT int velmorFoundationAnswer();
+VELMOR_TEST_IMPORT int velmorFoundationValue();
 
-VELMOR_TEST_MODULE int velmorDependencyAnswer() {
-    return velmorFoundationAnswer() + 10;
+VELMOR_TEST_MODULE int velmorDependencyValue() {
+    return velmorFoundationValue() + 10;
 }
 
 #else
 
-VELMOR_TEST_MODULE int velmorFoundationAnswer() {
+VELMOR_TEST_MODULE int velmorFoundationValue() {
     return 100;
 }
 

@@ -1,19 +1,12 @@
 #include <Velmor/Platform.h>
 
 #include "ChildProgram.h"
-#include "Tools.h"
+#include "Threads.h"
 
 #include <gtest/gtest.h>
 
-#include <support/FailingAllocation.h>
-#include <support/UnderDebugger.h>
-
 #include <atomic>
 #include <chrono>
-#include <cstddef>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -24,7 +17,6 @@
 #if defined(_WIN32)
     #include <windows.h>
 #else
-    #include <pthread.h>
     #include <sys/resource.h>
     #include <sys/syscall.h>
     #include <unistd.h>
@@ -41,29 +33,7 @@ namespace {
 static_assert(std::is_empty_v<ThreadOperations>);
 static_assert(std::is_copy_assignable_v<ThreadOperations> && std::is_move_assignable_v<ThreadOperations>);
 
-constexpr unsigned untouched = 0xDEADBEEF;
-constexpr unsigned stillActive = 259;
-
-/// Waits until a thread has ended, and gives its exit code.
-unsigned joinThread(unsigned* thread) {
-    unsigned exitCode = untouched;
-    EXPECT_TRUE(eventually([&] { return ThreadOperations::hasEnded(thread, &exitCode); })) << "the thread does not end";
-    return exitCode;
-}
-
-unsigned joinAndClose(unsigned* thread) {
-    const unsigned exitCode = joinThread(thread);
-    ThreadOperations::closeThread(thread);
-    return exitCode;
-}
-
-/// A thread that ends at once with a number.
-unsigned* startEnding(unsigned exitCode) {
-    return ThreadOperations::createThread([](void* data, std::uint64_t) { return *static_cast<unsigned*>(data); }, &exitCode,
-                                          sizeof exitCode, false);
-}
-
-/// A thread that waits for a signal and ends with a number.
+/// The argument of a thread that waits for a signal and ends with this exit code.
 struct Waiting {
     Signal* go;
     unsigned exitCode;
@@ -96,8 +66,7 @@ std::size_t threadsOfTheProcess() {
 
 } // namespace
 
-// The argument
-// ----------------------------------------------------------------------------------------------------------------
+// ---- The argument ----
 
 namespace {
 
@@ -115,39 +84,37 @@ unsigned lookAtArgument(void* data, std::uint64_t size) {
     *argument->seenText = argument->text;
     *argument->seenSize = size;
     *argument->seenData = data;
-    std::memset(argument->text, 0, sizeof argument->text); // the copy is the thread's own
+    std::memset(argument->text, 0, sizeof argument->text); // changes only the thread's copy
     return 1;
 }
 
 } // namespace
 
-TEST(ThreadOperations, ThreadGetsTheArgumentAsItWasAtTheCall) {
+TEST(ThreadOperations, ThreadReceivesACopyOfTheArgument) {
     Signal go;
     std::string text;
     std::uint64_t size = 0;
     const void* data = nullptr;
-    Argument argument{&go, "as it was", &text, &size, &data};
+    Argument argument{&go, "argument", &text, &size, &data};
     unsigned* thread = ThreadOperations::createThread(&lookAtArgument, &argument, sizeof argument, false);
     ASSERT_NE(thread, nullptr);
     std::memset(&argument, 0xCC, sizeof argument);
     go.raise();
     EXPECT_EQ(joinAndClose(thread), 1u);
-    EXPECT_EQ(text, "as it was");
+    EXPECT_EQ(text, "argument");
     EXPECT_EQ(size, sizeof argument);
     EXPECT_NE(data, &argument);
     EXPECT_EQ(static_cast<unsigned char>(argument.text[0]), 0xCC);
 }
 
-TEST(ThreadOperations, LargeArgumentsPass) {
+TEST(ThreadOperations, CopiesLargeArguments) {
     std::vector<unsigned char> block(5u << 20);
-    for (std::size_t i = 0; i < block.size(); ++i) {
+    for (std::size_t i = 0; i < block.size(); ++i)
         block[i] = static_cast<unsigned char>(i * 2654435761u >> 11);
-    }
     const auto sum = [](void* data, std::uint64_t size) -> unsigned {
         unsigned total = 0;
-        for (std::uint64_t i = 0; i < size; ++i) {
+        for (std::uint64_t i = 0; i < size; ++i)
             total = total * 31 + static_cast<unsigned char*>(data)[i];
-        }
         return total & 0xFFFF;
     };
     const unsigned expected = sum(block.data(), block.size());
@@ -156,14 +123,14 @@ TEST(ThreadOperations, LargeArgumentsPass) {
     EXPECT_EQ(joinAndClose(thread), expected);
 }
 
-TEST(ThreadOperations, EmptyArgumentPassesItsSize) {
+TEST(ThreadOperations, EmptyArgumentHasSizeZero) {
     const auto function = [](void*, std::uint64_t size) -> unsigned { return size == 0 ? 7 : 8; };
     const char nothing = 0;
     EXPECT_EQ(joinAndClose(ThreadOperations::createThread(function, &nothing, 0, false)), 7u);
     EXPECT_EQ(joinAndClose(ThreadOperations::createThread(function, nullptr, 0, true)), 7u);
 }
 
-TEST(ThreadOperations, ThreadIsAnotherOne) {
+TEST(ThreadOperations, FunctionRunsOnAnotherThread) {
     static std::thread::id id;
     id = std::this_thread::get_id();
     EXPECT_EQ(
@@ -172,8 +139,7 @@ TEST(ThreadOperations, ThreadIsAnotherOne) {
         1u);
 }
 
-// Ends
-// ------------------------------------------------------------------------------------------------------------------------
+// ---- Ends ----
 
 TEST(ThreadOperations, RunningThreadHasNotEnded) {
     Signal go;
@@ -181,13 +147,13 @@ TEST(ThreadOperations, RunningThreadHasNotEnded) {
     for (int i = 0; i < 3; ++i) {
         unsigned exitCode = untouched;
         EXPECT_FALSE(ThreadOperations::hasEnded(thread, &exitCode));
-        EXPECT_EQ(exitCode, stillActive); // the process form leaves the code alone; this one does not
+        EXPECT_EQ(exitCode, stillActive); // the function for processes does not change the code
     }
     go.raise();
     EXPECT_EQ(joinAndClose(thread), 5u);
 }
 
-TEST(ThreadOperations, ExitCodeIsAnsweredAgainAndAgain) {
+TEST(ThreadOperations, ReturnsTheExitCodeEachTime) {
     for (const unsigned code : {0u, 1u, 255u, 256u, 258u, 260u, 65536u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
         unsigned* thread = startEnding(code);
         ASSERT_NE(thread, nullptr);
@@ -220,12 +186,12 @@ TEST(ThreadOperations, ExitCode259LooksLikeRunning) {
     ThreadOperations::closeThread(thread);
 }
 
-TEST(ThreadOperations, WhatAThreadWroteIsSeenAfterItsEnd) {
+TEST(ThreadOperations, EndOfTheThreadSynchronizesItsWrites) {
     int value = 0;
     int* argument = &value;
     unsigned* thread = ThreadOperations::createThread(
         [](void* data, std::uint64_t) -> unsigned {
-            **static_cast<int**>(data) = 42; // no lock: the end of the thread orders it
+            **static_cast<int**>(data) = 42; // not atomic: hasEnded() synchronizes with the end of the thread
             return 0;
         },
         &argument, sizeof argument, false);
@@ -235,7 +201,6 @@ TEST(ThreadOperations, WhatAThreadWroteIsSeenAfterItsEnd) {
 }
 
 TEST(ThreadOperations, TerminationDoesNothing) {
-    // That is meant: threads are never ended from outside.
     Signal go;
     unsigned* thread = startWaiting(go, 5);
     ThreadOperations::terminateThread(thread, 42);
@@ -249,8 +214,8 @@ TEST(ThreadOperations, TerminationDoesNothing) {
     ThreadOperations::terminateThread(nullptr, 42);
 }
 
-TEST(ThreadOperations, ClosedThreadRunsOn) {
-    static Signal& go = *new Signal; // never destroyed: nothing tells when the thread has left them
+TEST(ThreadOperations, ClosedThreadContinuesToRun) {
+    static Signal& go = *new Signal; // never destroyed: the thread may use them until its end
     static Signal& done = *new Signal;
     Signal* signals[] = {&go, &done};
     unsigned* thread = ThreadOperations::createThread(
@@ -266,74 +231,70 @@ TEST(ThreadOperations, ClosedThreadRunsOn) {
     done.wait();
 }
 
-// Handles that are none
-// -------------------------------------------------------------------------------------------------------
+// ---- Invalid handles ----
 
 namespace {
 
-bool isAnsweredAsEnded(void* handle) {
+bool isReportedAsEnded(void* handle) {
     unsigned exitCode = untouched;
     return ThreadOperations::hasEnded(static_cast<unsigned*>(handle), &exitCode) && exitCode == 0;
 }
 
 } // namespace
 
-TEST(ThreadOperations, HandleOfNoThreadHasEndedWithZero) {
-    EXPECT_TRUE(isAnsweredAsEnded(nullptr));
-    EXPECT_TRUE(isAnsweredAsEnded(noHandle()));
-    static unsigned here = 5;
-    void* freed = std::malloc(64);
-    volatile const auto address = reinterpret_cast<std::uintptr_t>(freed); // a number from here on
-    std::free(freed);
-    for (const std::uintptr_t wild : {std::uintptr_t{0x12345678}, std::uintptr_t{0x7FFFFFFC}, std::uintptr_t{0x80000000},
-                                      reinterpret_cast<std::uintptr_t>(&here), std::uintptr_t{address}}) {
-        EXPECT_TRUE(isAnsweredAsEnded(reinterpret_cast<void*>(wild))) << wild;
-        ThreadOperations::closeThread(reinterpret_cast<unsigned*>(wild));
-        ThreadOperations::terminateThread(reinterpret_cast<unsigned*>(wild), 1);
+TEST(ThreadOperations, InvalidHandleIsReportedAsEndedWithZero) {
+    EXPECT_TRUE(isReportedAsEnded(nullptr));
+    EXPECT_TRUE(isReportedAsEnded(noHandle()));
+    unsigned local = 5;
+    std::vector<HANDLE> handles = invalidHandles();
+    handles.push_back(&local);
+    for (const HANDLE handle : handles) {
+        EXPECT_TRUE(isReportedAsEnded(handle)) << handle;
+        ThreadOperations::closeThread(static_cast<unsigned*>(handle));
+        ThreadOperations::terminateThread(static_cast<unsigned*>(handle), 1);
     }
-    EXPECT_EQ(here, 5u);
+    EXPECT_EQ(local, 5u);
 }
 
-TEST(ThreadOperations, ClosedHandleHasEndedWithZero) {
+TEST(ThreadOperations, ClosedHandleIsReportedAsEndedWithZero) {
     unsigned* thread = startEnding(5);
     EXPECT_EQ(joinAndClose(thread), 5u);
-    EXPECT_TRUE(isAnsweredAsEnded(thread));
+    EXPECT_TRUE(isReportedAsEnded(thread));
     ThreadOperations::closeThread(thread);
-    EXPECT_TRUE(isAnsweredAsEnded(thread));
+    EXPECT_TRUE(isReportedAsEnded(thread));
 
-    static Signal& go = *new Signal; // never destroyed: nothing tells when the thread has left it
+    static Signal& go = *new Signal; // never destroyed: the thread may use it until its end
     unsigned* running = startWaiting(go, 5);
     ThreadOperations::closeThread(running);
-    EXPECT_TRUE(isAnsweredAsEnded(running));
+    EXPECT_TRUE(isReportedAsEnded(running));
     go.raise();
 }
 
-TEST(ThreadOperations, OtherHandlesHaveEndedWithZero) {
+TEST(ThreadOperations, HandleOfAnotherKindIsReportedAsEndedWithZero) {
     const std::unique_ptr<FileStream> file(FileStream::createTemporaryFile());
-    EXPECT_TRUE(isAnsweredAsEnded(file->getHandle()));
+    EXPECT_TRUE(isReportedAsEnded(file->getHandle()));
     EXPECT_TRUE(file->write(4, "text"));
 
     const HANDLE process = startProcess(childProgram(), wide("child 5"), false);
     ASSERT_NE(process, noHandle());
-    EXPECT_TRUE(isAnsweredAsEnded(process));
+    EXPECT_TRUE(isReportedAsEnded(process));
     unsigned exitCode = untouched;
     EXPECT_TRUE(eventually([&] { return ProcessOperations::hasEnded(process, &exitCode); }));
     EXPECT_EQ(exitCode, 5u);
-    EXPECT_TRUE(isAnsweredAsEnded(process));
+    EXPECT_TRUE(isReportedAsEnded(process));
     ProcessOperations::closeProcess(process);
 }
 
-// Priority and sleep
-// ----------------------------------------------------------------------------------------------------------
+// ---- Priority and sleep ----
 
-TEST(ThreadOperations, PriorityIsLoweredOnRequest) {
+TEST(ThreadOperations, LowersThePriorityOnRequest) {
     for (const bool lower : {false, true}) {
         static std::atomic<int> priority;
         Signal go;
         Signal* argument = &go;
         unsigned* thread = ThreadOperations::createThread(
             [](void* data, std::uint64_t) -> unsigned {
-                (*static_cast<Signal**>(data))->wait(); // the thread may begin before its priority is set
+                (*static_cast<Signal**>(data))->wait(); // the thread may start before its priority is set
                 priority = ownPriority();
                 return 0;
             },
@@ -346,110 +307,28 @@ TEST(ThreadOperations, PriorityIsLoweredOnRequest) {
 #if defined(_WIN32)
         EXPECT_EQ(priority, lower ? THREAD_PRIORITY_BELOW_NORMAL : THREAD_PRIORITY_NORMAL);
 #else
-        if (lower) {
+        if (lower)
             EXPECT_LT(priority, ownPriority());
-        } else {
+        else
             EXPECT_EQ(priority, ownPriority());
-        }
 #endif
     }
 }
 
-TEST(ThreadOperations, SleepCountsInMilliseconds) {
-    // Milliseconds are meant, despite the name.
+TEST(ThreadOperations, UsleepSleepsForMilliseconds) {
     const auto start = std::chrono::steady_clock::now();
     ThreadOperations::usleep(0);
     ThreadOperations::usleep(200);
     const auto time = std::chrono::steady_clock::now() - start;
     EXPECT_GE(time, std::chrono::milliseconds(190));
-    EXPECT_LT(time, std::chrono::seconds(30));
+    EXPECT_LT(time, std::chrono::seconds(150)); // a loaded machine may be slow, but 200 would be seconds
 }
 
-// Memory
-// ----------------------------------------------------------------------------------------------------------------------
+// ---- Leaks and many threads ----
 
-TEST(ThreadOperations, WithoutMemoryForItsStartThereIsNoThread) {
-    static std::atomic<bool> ran;
-    ran = false;
-    const auto function = [](void*, std::uint64_t) -> unsigned {
-        ran = true;
-        return 0;
-    };
-    unsigned* thread = nullptr;
-    {
-        const FailAllocation fail(1);
-        thread = ThreadOperations::createThread(function, nullptr, 0, false);
-        EXPECT_TRUE(fail.happened());
-    }
-    EXPECT_EQ(thread, nullptr);
-    ThreadOperations::usleep(20);
-    EXPECT_FALSE(ran);
-}
-
-TEST(ThreadOperations, WithoutMemoryForItsSignalThereIsNoThread) {
-    static std::atomic<bool> ran;
-    ran = false;
-    const auto function = [](void*, std::uint64_t) -> unsigned {
-        ran = true;
-        return 0;
-    };
-    unsigned* thread = nullptr;
-    std::size_t failedSize = 0;
-    {
-        const FailAllocation fail(2, false, Allocations::All); // the second, behind the block for the new thread
-        thread = ThreadOperations::createThread(function, nullptr, 0, false);
-        failedSize = fail.failedSize();
-    }
-    EXPECT_EQ(failedSize, sizeof(Signal));
-    EXPECT_EQ(thread, nullptr);
-    ThreadOperations::usleep(20);
-    EXPECT_FALSE(ran);
-}
-
-#if !defined(_WIN32)
-VELMOR_SCENARIO(StartAThreadThatTheSystemRefuses) {
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, std::size_t{1} << 47); // all the addresses that there are
-    if (pthread_setattr_default_np(&attributes) != 0)
-        std::_Exit(1);
-    std::puts("waiting");
-    std::fflush(stdout);
-    ThreadOperations::createThread([](void*, std::uint64_t) -> unsigned { return 0; }, nullptr, 0, false);
-    std::_Exit(2);
-}
-
-TEST(ThreadOperations, ThreadThatCannotBeStartedIsWaitedForForEver) {
-    // That is meant: callers rely on the thread.
-    const ScenarioRun run = runAlone("StartAThreadThatTheSystemRefuses", {}, std::chrono::seconds(3));
-    EXPECT_EQ(run.output, "waiting\n");
-    EXPECT_FALSE(run.exited);
-}
-#endif
-
-VELMOR_SCENARIO(ThreadWithoutMemoryForItsCopy) {
-    static const char little[8] = "little";
-    unsigned* thread = ThreadOperations::createThread(
-        [](void* data, std::uint64_t size) -> unsigned { return data == nullptr && size == std::uint64_t{1} << 62 ? 7 : 8; },
-        little, std::uint64_t{1} << 62, false);
-    std::printf("%u", joinAndClose(thread));
-}
-
-TEST(ThreadOperations, WithoutMemoryForItsCopyTheThreadGetsNull) {
-    const ScenarioRun run = runAlone("ThreadWithoutMemoryForItsCopy", {"ASAN_OPTIONS=allocator_may_return_null=1",
-                                                                       "TSAN_OPTIONS=allocator_may_return_null=1"});
-    EXPECT_TRUE(run.exited);
-    EXPECT_EQ(run.exitCode, 0u);
-    EXPECT_EQ(run.output, "7");
-}
-
-// Rounds
-// ----------------------------------------------------------------------------------------------------------------------
-
-TEST(ThreadOperations, RoundsLeakNothing) {
-    for (unsigned i = 0; i < 4; ++i) {
+TEST(ThreadOperations, LeaksNothing) {
+    for (unsigned i = 0; i < 4; ++i)
         joinAndClose(startEnding(i));
-    }
     const std::size_t before = openHandles();
 #if !defined(_WIN32)
     const std::size_t threads = threadsOfTheProcess();
@@ -458,16 +337,15 @@ TEST(ThreadOperations, RoundsLeakNothing) {
         unsigned* thread = startEnding(i % 200);
         EXPECT_EQ(joinAndClose(thread), i % 200);
     }
-    for (int i = 0; i < 200; ++i) {
-        ThreadOperations::closeThread(startEnding(0)); // closed while it may still run
-    }
+    for (int i = 0; i < 200; ++i)
+        ThreadOperations::closeThread(startEnding(0)); // may still run when it is closed
     EXPECT_TRUE(eventually([&] { return openHandles() == before; })) << openHandles() << " handles, before " << before;
 #if !defined(_WIN32)
     EXPECT_TRUE(eventually([&] { return threadsOfTheProcess() == threads; }));
 #endif
 }
 
-TEST(ThreadOperations, ManyThreadsRunAtOnce) {
+TEST(ThreadOperations, ManyThreadsRunConcurrently) {
     Signal go;
     std::vector<unsigned*> threads;
     for (unsigned code = 0; code < 50; ++code) {
@@ -479,12 +357,11 @@ TEST(ThreadOperations, ManyThreadsRunAtOnce) {
         EXPECT_FALSE(ThreadOperations::hasEnded(thread, &exitCode));
     }
     go.raise();
-    for (unsigned code = 50; code-- > 0;) {
+    for (unsigned code = 50; code-- > 0;)
         EXPECT_EQ(joinAndClose(threads[code]), code);
-    }
 }
 
-TEST(ThreadOperations, ThreadsMayStartThreadsAtOnce) {
+TEST(ThreadOperations, ThreadsMayStartThreadsConcurrently) {
     std::vector<std::thread> starters;
     std::atomic<unsigned> sum{0};
     for (unsigned number = 0; number < 4; ++number) {
@@ -492,16 +369,14 @@ TEST(ThreadOperations, ThreadsMayStartThreadsAtOnce) {
             for (unsigned i = 0; i < 50; ++i) {
                 unsigned* thread = startEnding(number * 50 + i);
                 unsigned exitCode = 0;
-                while (!ThreadOperations::hasEnded(thread, &exitCode)) {
+                while (!ThreadOperations::hasEnded(thread, &exitCode))
                     ThreadOperations::usleep(1);
-                }
                 ThreadOperations::closeThread(thread);
                 sum += exitCode;
             }
         });
     }
-    for (std::thread& starter : starters) {
+    for (std::thread& starter : starters)
         starter.join();
-    }
     EXPECT_EQ(sum, 199u * 200 / 2);
 }

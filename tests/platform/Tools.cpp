@@ -1,9 +1,6 @@
 #include "Tools.h"
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 
 #if defined(_WIN32)
     #include <windows.h>
@@ -14,105 +11,34 @@
 
 namespace velmor_tests {
 
-namespace {
-
-std::u8string asUtf8(const std::string& bytes) {
-    return std::u8string(bytes.begin(), bytes.end());
-}
-
-std::string asBytes(const std::u8string& text) {
-    return std::string(text.begin(), text.end());
-}
-
-#if !defined(_WIN32)
-int descriptor(HANDLE handle) {
-    return static_cast<int>(reinterpret_cast<std::intptr_t>(handle));
-}
-#endif
-
-} // namespace
-
-Velmor::WideString wide(const std::filesystem::path& path) {
-    return path.string<Velmor::WideChar>();
-}
-
-Velmor::WideString wide(const char* utf8) {
-    return wide(pathOf(utf8));
-}
-
-std::string narrow(const Velmor::WideString& text) {
-    return narrow(std::filesystem::path(text));
-}
-
-std::string narrow(const std::filesystem::path& path) {
-    return asBytes(path.u8string());
-}
-
-std::filesystem::path pathOf(const std::string& utf8) {
-    return std::filesystem::path(asUtf8(utf8));
-}
-
-std::optional<std::string> tryReadFile(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        return std::nullopt;
-    }
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
 std::size_t entries(const std::filesystem::path& folder) {
     std::size_t count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) {
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder))
         ++count;
-    }
     return count;
 }
 
-std::optional<std::string> variable(const char* name) {
-#if defined(_WIN32)
-    const std::wstring wideName = wide(name);
-    std::wstring value(32768, L'\0');
-    SetLastError(ERROR_SUCCESS);
-    value.resize(GetEnvironmentVariableW(wideName.c_str(), value.data(), static_cast<DWORD>(value.size())));
-    if (value.empty() && GetLastError() == ERROR_ENVVAR_NOT_FOUND) {
-        return std::nullopt;
-    }
-    return narrow(value);
-#else
-    const char* value = std::getenv(name);
-    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
-#endif
-}
-
-void setVariable(const char* name, const std::optional<std::string>& value) {
-#if defined(_WIN32)
-    SetEnvironmentVariableW(wide(name).c_str(), value ? wide(*value).c_str() : nullptr);
-#else
-    if (value) {
-        setenv(name, value->c_str(), 1);
-    } else {
-        unsetenv(name);
-    }
-#endif
-}
-
-VariableSetting::VariableSetting(const char* name, const std::optional<std::string>& value)
-    : name_(name), old_(variable(name)) {
-    setVariable(name, value);
-}
-
-VariableSetting::~VariableSetting() {
-    setVariable(name_, old_);
+std::vector<HANDLE> invalidHandles() {
+    static int variable = 0;
+    void* freed = std::malloc(64);
+    volatile const auto address =
+        reinterpret_cast<std::uintptr_t>(freed); // volatile: g++ reports a use after free otherwise
+    std::free(freed);
+    std::vector<HANDLE> handles{&variable};
+    for (const std::uintptr_t value : {std::uintptr_t{0x12345678}, std::uintptr_t{0x7FFFFFFC}, std::uintptr_t{0x80000000},
+                                       std::uintptr_t{0x7FFFFFFFFFFFFFFC}, std::uintptr_t{address}})
+        handles.push_back(reinterpret_cast<HANDLE>(value));
+    return handles;
 }
 
 #if defined(_WIN32)
 
-bool systemStumbled() {
+bool failedInsideTheSystem() {
     return GetLastError() == ERROR_INTERNAL_ERROR;
 }
 
 std::size_t openHandles() {
-    // Handle values are multiples of four and are given from the lowest free one on; none of the suites opens 16384.
+    // Handle values are multiples of four, and the system assigns the lowest free one. No suite opens 16384 handles.
     std::size_t count = 0;
     for (std::uintptr_t value = 4; value < 0x10000; value += 4) {
         DWORD flags = 0;
@@ -137,9 +63,8 @@ HANDLE openHandle(const std::filesystem::path& path) {
 std::optional<std::string> readHandle(HANDLE handle, std::size_t size) {
     std::string text(size, '\0');
     DWORD count = 0;
-    if (!ReadFile(handle, text.data(), static_cast<DWORD>(size), &count, nullptr)) {
+    if (!ReadFile(handle, text.data(), static_cast<DWORD>(size), &count, nullptr))
         return std::nullopt;
-    }
     text.resize(count);
     return text;
 }
@@ -155,12 +80,20 @@ void closeHandle(HANDLE handle) {
 
 #else
 
-bool systemStumbled() {
+namespace {
+
+int descriptor(HANDLE handle) {
+    return static_cast<int>(reinterpret_cast<std::intptr_t>(handle));
+}
+
+} // namespace
+
+bool failedInsideTheSystem() {
     return false;
 }
 
 std::size_t openHandles() {
-    return entries("/proc/self/fd") - 1; // without the one that reads the folder
+    return entries("/proc/self/fd") - 1; // without the descriptor that reads the folder
 }
 
 bool isOpenFile(HANDLE handle) {
@@ -179,9 +112,8 @@ HANDLE openHandle(const std::filesystem::path& path) {
 std::optional<std::string> readHandle(HANDLE handle, std::size_t size) {
     std::string text(size, '\0');
     const ssize_t count = ::read(descriptor(handle), text.data(), size);
-    if (count < 0) {
+    if (count < 0)
         return std::nullopt;
-    }
     text.resize(static_cast<std::size_t>(count));
     return text;
 }

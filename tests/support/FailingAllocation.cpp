@@ -1,5 +1,5 @@
-// The linker leads every malloc, calloc, realloc and free of the suite's own code here (--wrap); `operator new` and
-// `operator delete` are replaced, but for their forms with an alignment.
+// The linker redirects every malloc, calloc, realloc and free in the suite's code to this file (--wrap). `operator new` and
+// `operator delete` are replaced, except their forms with an alignment.
 
 #include "support/FailingAllocation.h"
 
@@ -25,9 +25,9 @@ void __wrap_free(void* block);
 namespace velmor_tests {
 namespace {
 
-// What is armed on the calling thread. To ask for it may not allocate, which rules out thread_local in mingw's programs.
+// The FailAllocation of the calling thread. Reading it must not allocate; thread_local of mingw does.
 #if defined(_WIN32)
-DWORD slot = TLS_OUT_OF_INDEXES; // for which TlsGetValue gives null
+DWORD slot = TLS_OUT_OF_INDEXES; // TlsGetValue returns null for it
 
 FailAllocation* armed() {
     const DWORD error = GetLastError(); // TlsGetValue resets it
@@ -53,9 +53,9 @@ void arm(FailAllocation* failure) {
 }
 #endif
 
-bool refused(std::size_t size, Allocations kind) {
+bool shouldFail(std::size_t size, Allocations kind) {
     FailAllocation* const failure = armed();
-    return failure != nullptr && failure->refuses(size, kind);
+    return failure != nullptr && failure->shouldFail(size, kind);
 }
 
 std::atomic<long> live{0};
@@ -70,14 +70,14 @@ WatchFree* watch = nullptr;
 
 void release(void* block) {
     if (watch != nullptr)
-        watch->given(block);
+        watch->noteFree(block);
     if (block != nullptr)
         live.fetch_sub(1, std::memory_order_relaxed);
     __real_free(block);
 }
 
 void* allocateForNew(std::size_t size) noexcept {
-    return refused(size, Allocations::All) ? nullptr : counted(__real_malloc(size != 0 ? size : 1));
+    return shouldFail(size, Allocations::All) ? nullptr : counted(__real_malloc(size != 0 ? size : 1));
 }
 
 void* orThrow(void* block) {
@@ -109,7 +109,7 @@ std::size_t FailAllocation::failedSize() const {
     return failedSize_;
 }
 
-bool FailAllocation::refuses(std::size_t size, Allocations kind) {
+bool FailAllocation::shouldFail(std::size_t size, Allocations kind) {
     if (kind == Allocations::All && which_ == Allocations::CHeap)
         return false;
     ++seen_;
@@ -142,7 +142,7 @@ unsigned WatchFree::seenBefore() const {
     return seenBefore_;
 }
 
-void WatchFree::given(const void* block) {
+void WatchFree::noteFree(const void* block) {
     if (block != block_)
         return;
     if (times_++ == 0 && armed() != nullptr)
@@ -158,21 +158,21 @@ long liveAllocations() {
 using velmor_tests::Allocations;
 
 void* __wrap_malloc(std::size_t size) {
-    return velmor_tests::refused(size, Allocations::CHeap) ? nullptr : velmor_tests::counted(__real_malloc(size));
+    return velmor_tests::shouldFail(size, Allocations::CHeap) ? nullptr : velmor_tests::counted(__real_malloc(size));
 }
 
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-    return velmor_tests::refused(count * size, Allocations::CHeap) ? nullptr
-                                                                   : velmor_tests::counted(__real_calloc(count, size));
+    return velmor_tests::shouldFail(count * size, Allocations::CHeap) ? nullptr
+                                                                      : velmor_tests::counted(__real_calloc(count, size));
 }
 
 void* __wrap_realloc(void* block, std::size_t size) {
-    if (velmor_tests::refused(size, Allocations::CHeap))
+    if (velmor_tests::shouldFail(size, Allocations::CHeap))
         return nullptr;
     void* const result = __real_realloc(block, size);
     if (block == nullptr)
         return velmor_tests::counted(result);
-    if (result == nullptr && size == 0) // then the block has been given back
+    if (result == nullptr && size == 0) // realloc has freed the block
         velmor_tests::live.fetch_sub(1, std::memory_order_relaxed);
     return result;
 }
@@ -181,7 +181,7 @@ void __wrap_free(void* block) {
     velmor_tests::release(block);
 }
 
-// The forms that do not throw as well: those of a sanitizer's runtime would not call the others.
+// The nothrow forms are replaced too: those of a sanitizer's runtime do not call the throwing forms.
 
 void* operator new(std::size_t size) {
     return velmor_tests::orThrow(velmor_tests::allocateForNew(size));

@@ -1,22 +1,22 @@
 #pragma once
 
-// Lets chosen allocations of the statically linked library fail, and counts what it holds (INTERNAL suites only; see
-// velmor_add_suite).
+// Makes chosen allocations of the statically linked library fail, and counts the blocks that are not yet freed (INTERNAL
+// suites only; see velmor_add_suite).
 
 #include <cstddef>
 
 namespace velmor_tests {
 
-/// Which allocations count.
+/// Which allocations are counted and may fail.
 enum class Allocations {
     CHeap, ///< malloc, calloc and realloc.
-    All    ///< These, and `operator new`, which then throws or, in its form that does not, gives null.
+    All    ///< Also `operator new`, which then throws; its nothrow form returns null.
 };
 
-/// While an object of this type lives, the n-th allocation of the calling thread from its construction on fails (n = 1: the
-/// next one), and, if asked, every later one too. Only calls made by code linked into the suite count: the library's and
-/// the suite's own, but no malloc inside a shared library; `operator new` counts wherever it is called.
-/// Objects do not nest. Make it just before the call under test: the suite's own allocations count as well.
+/// Makes the n-th allocation of the calling thread fail (n = 1: the next one), and with `andAllLater` also all later ones,
+/// until the object is destroyed. Calls in code that is linked into the suite count: the library and the suite itself.
+/// malloc inside a shared library does not count; `operator new` counts everywhere.
+/// Objects do not nest. Create one directly before the call under test: allocations of the test count too.
 class FailAllocation {
 public:
     explicit FailAllocation(unsigned n, bool andAllLater = false, Allocations which = Allocations::CHeap);
@@ -24,20 +24,20 @@ public:
     FailAllocation(const FailAllocation&) = delete;
     FailAllocation& operator=(const FailAllocation&) = delete;
 
-    /// Number of allocations seen so far, failed ones included.
+    /// Number of allocations so far, including those that failed.
     unsigned seen() const;
 
-    /// Whether an allocation was made to fail.
+    /// Whether an allocation failed.
     bool happened() const;
 
-    /// Size in bytes of the first allocation that was made to fail.
+    /// Size in bytes of the first allocation that failed.
     std::size_t failedSize() const;
 
-    /// Size in bytes of all allocations seen so far, whether they have been given back or not.
+    /// Sum of the sizes in bytes of all allocations so far, including freed and failed ones.
     std::size_t totalSize() const;
 
-    /// Counts an allocation of the given size and tells whether it fails; for the allocation functions themselves.
-    bool refuses(std::size_t size, Allocations kind);
+    /// Counts an allocation and returns whether it must fail. Called by the allocation functions.
+    bool shouldFail(std::size_t size, Allocations kind);
 
 private:
     unsigned first_;
@@ -49,7 +49,7 @@ private:
     std::size_t totalSize_ = 0;
 };
 
-/// While an object of this type lives, notes when one block is given back. Objects do not nest; one thread at a time.
+/// Counts how often one block is freed. Objects do not nest. Not thread-safe.
 class WatchFree {
 public:
     explicit WatchFree(const void* block);
@@ -57,14 +57,14 @@ public:
     WatchFree(const WatchFree&) = delete;
     WatchFree& operator=(const WatchFree&) = delete;
 
-    /// How often it was given back. A later block in the same place counts as the same one.
+    /// How often the block was freed. A later block at the same address counts as the same block.
     unsigned times() const;
 
-    /// How many allocations the living `FailAllocation` had seen when it was given back first; 0 if there was none.
+    /// `FailAllocation::seen()` at the time the block was first freed; 0 if no `FailAllocation` existed.
     unsigned seenBefore() const;
 
-    /// Takes note of a block that is given back; for the allocation functions themselves.
-    void given(const void* block);
+    /// Called by the functions that free a block.
+    void noteFree(const void* block);
 
 private:
     const void* block_;
@@ -72,8 +72,8 @@ private:
     unsigned seenBefore_ = 0;
 };
 
-/// Number of blocks that code linked into the suite has taken, from the C heap or by `operator new`, and not given back.
-/// Compare two of these: the suite's own blocks and those of the runtime's start are in it.
+/// Number of blocks that code in the suite has allocated, on the C heap or with `operator new`, and not freed.
+/// Compare two values: the number includes blocks of the suite and of the runtime's start.
 long liveAllocations();
 
 } // namespace velmor_tests

@@ -16,13 +16,13 @@ using velmor_tests::FailAllocation;
 using velmor_tests::liveAllocations;
 using velmor_tests::WatchFree;
 
-// The compiler may neither see that a block is unused nor what its size is.
+// Volatile, so that the compiler cannot remove an allocation or derive its size.
 void* volatile block = nullptr;
 volatile std::size_t size = 40;
 
-void* used(void* taken) {
-    block = taken;
-    return taken;
+void* used(void* allocated) {
+    block = allocated;
+    return allocated;
 }
 
 bool allocates() {
@@ -32,7 +32,7 @@ bool allocates() {
     return result;
 }
 
-TEST(FailAllocation, FailsTheNextOneOnly) {
+TEST(FailAllocation, FailsOnlyTheNextAllocation) {
     bool first = true;
     bool second = false;
     unsigned seen = 0;
@@ -54,7 +54,7 @@ TEST(FailAllocation, FailsTheNextOneOnly) {
     EXPECT_TRUE(allocates());
 }
 
-TEST(FailAllocation, FailsTheThirdAndAllLater) {
+TEST(FailAllocation, FailsTheThirdAndAllLaterAllocations) {
     bool results[5];
     {
         FailAllocation failure(3, true);
@@ -71,7 +71,8 @@ TEST(FailAllocation, CountsCallocAndRealloc) {
     void* grown = nullptr;
     std::size_t zeroedSize = 0;
     std::size_t grownSize = 0;
-    void* const kept = std::malloc(size);
+    void* const original = used(std::malloc(size));
+    void* volatile const freedLater = original; // g++ reports a use after realloc otherwise
     {
         FailAllocation failure(1);
         block = zeroed = std::calloc(3, size);
@@ -79,7 +80,7 @@ TEST(FailAllocation, CountsCallocAndRealloc) {
     }
     {
         FailAllocation failure(1);
-        block = grown = std::realloc(kept, 2 * size);
+        block = grown = std::realloc(original, 2 * size);
         grownSize = failure.failedSize();
     }
     EXPECT_EQ(zeroed, nullptr);
@@ -87,10 +88,10 @@ TEST(FailAllocation, CountsCallocAndRealloc) {
     EXPECT_EQ(grown, nullptr);
     EXPECT_EQ(grownSize, 80u);
     if (grown == nullptr)
-        std::free(kept);
+        std::free(freedLater);
 }
 
-TEST(FailAllocation, LeavesOtherThreadsAlone) {
+TEST(FailAllocation, DoesNotAffectOtherThreads) {
     std::atomic<bool> armed{false};
     std::atomic<bool> done{false};
     bool failed = false;
@@ -110,7 +111,7 @@ TEST(FailAllocation, LeavesOtherThreadsAlone) {
     EXPECT_TRUE(failed);
 }
 
-TEST(FailAllocation, DoesNotCountOperatorNewUnlessAsked) {
+TEST(FailAllocation, DoesNotCountOperatorNewByDefault) {
     unsigned seen = 1;
     {
         FailAllocation failure(1, true);
@@ -123,7 +124,7 @@ TEST(FailAllocation, DoesNotCountOperatorNewUnlessAsked) {
 }
 
 template <class Allocate>
-bool givesBlock(Allocate allocate) {
+bool returnsBlock(Allocate allocate) {
     try {
         block = allocate();
         return block != nullptr;
@@ -132,90 +133,90 @@ bool givesBlock(Allocate allocate) {
     }
 }
 
-bool newGivesBlock() {
-    const bool result = givesBlock([] { return operator new(size); });
+bool newReturnsBlock() {
+    const bool result = returnsBlock([] { return operator new(size); });
     operator delete(result ? block : nullptr);
     return result;
 }
 
-bool nothrowNewGivesBlock() {
-    void* const taken = used(operator new(size, std::nothrow));
-    operator delete(taken, std::nothrow);
-    return taken != nullptr;
+bool nothrowNewReturnsBlock() {
+    void* const allocated = used(operator new(size, std::nothrow));
+    operator delete(allocated, std::nothrow);
+    return allocated != nullptr;
 }
 
-bool nothrowArrayNewGivesBlock() {
-    void* const taken = used(operator new[](size, std::nothrow));
-    operator delete[](taken, std::nothrow);
-    return taken != nullptr;
+bool nothrowArrayNewReturnsBlock() {
+    void* const allocated = used(operator new[](size, std::nothrow));
+    operator delete[](allocated, std::nothrow);
+    return allocated != nullptr;
 }
 
-bool arrayNewGivesBlock() {
-    const bool result = givesBlock([] { return operator new[](size); });
+bool arrayNewReturnsBlock() {
+    const bool result = returnsBlock([] { return operator new[](size); });
     operator delete[](result ? block : nullptr);
     return result;
 }
 
-TEST(FailAllocation, FailsOperatorNewWhenAsked) {
+TEST(FailAllocation, FailsOperatorNewOfAllAllocations) {
     bool plain = true;
     bool array = true;
     unsigned seen = 0;
     std::size_t failedSize = 0;
     {
         FailAllocation failure(1, false, Allocations::All);
-        plain = newGivesBlock();
+        plain = newReturnsBlock();
         seen = failure.seen();
         failedSize = failure.failedSize();
     }
     {
         FailAllocation failure(1, false, Allocations::All);
-        array = arrayNewGivesBlock();
+        array = arrayNewReturnsBlock();
     }
     EXPECT_FALSE(plain);
     EXPECT_FALSE(array);
-    EXPECT_GE(seen, 1u); // a runtime that is linked into the suite takes the exception from the C heap
+    EXPECT_GE(seen, 1u); // a statically linked runtime allocates the exception on the C heap
     EXPECT_EQ(failedSize, 40u);
-    EXPECT_TRUE(newGivesBlock() && arrayNewGivesBlock());
+    EXPECT_TRUE(newReturnsBlock() && arrayNewReturnsBlock());
 }
 
-TEST(FailAllocation, FailsOperatorNewThatDoesNotThrowWhenAsked) {
-    for (bool (*const gives)() : {nothrowNewGivesBlock, nothrowArrayNewGivesBlock}) {
-        bool asked = true;
-        bool unasked = false;
+TEST(FailAllocation, FailsNothrowNewOfAllAllocations) {
+    for (bool (*const returnsBlock)() : {nothrowNewReturnsBlock, nothrowArrayNewReturnsBlock}) {
+        bool withAll = true;
+        bool withCHeap = false;
         unsigned seen = 0;
         std::size_t failedSize = 0;
         {
             const FailAllocation failure(1, true, Allocations::All);
-            asked = gives();
+            withAll = returnsBlock();
             seen = failure.seen();
             failedSize = failure.failedSize();
         }
         {
             const FailAllocation failure(1, true);
-            unasked = gives();
+            withCHeap = returnsBlock();
         }
-        EXPECT_FALSE(asked);
+        EXPECT_FALSE(withAll);
         EXPECT_EQ(seen, 1u);
         EXPECT_EQ(failedSize, 40u);
-        EXPECT_TRUE(unasked);
-        EXPECT_TRUE(gives());
+        EXPECT_TRUE(withCHeap);
+        EXPECT_TRUE(returnsBlock());
     }
 }
 
-TEST(FailAllocation, CountsBothHeapsInOneRow) {
+TEST(FailAllocation, CountsMallocAndNewTogether) {
     bool results[4];
     {
         FailAllocation failure(3, false, Allocations::All);
         results[0] = allocates();
-        results[1] = newGivesBlock();
+        results[1] = newReturnsBlock();
         results[2] = allocates();
-        results[3] = newGivesBlock();
+        results[3] = newReturnsBlock();
     }
     EXPECT_TRUE(results[0] && results[1] && results[3]);
     EXPECT_FALSE(results[2]);
 }
 
-TEST(LiveAllocations, CountsEveryBlockUntilItIsGivenBack) {
+TEST(LiveAllocations, CountsEveryBlockUntilItIsFreed) {
     const auto since = [start = liveAllocations()] { return liveAllocations() - start; };
     void* const allocated = used(std::malloc(size));
     const long afterMalloc = since();
@@ -250,40 +251,41 @@ TEST(LiveAllocations, CountsEveryBlockUntilItIsGivenBack) {
     EXPECT_EQ(afterArrayDelete, 0);
 }
 
-TEST(LiveAllocations, CountsBlocksOfTheFormsThatDoNotThrow) {
+TEST(LiveAllocations, CountsBlocksOfNothrowNew) {
     const auto since = [start = liveAllocations()] { return liveAllocations() - start; };
     void* const one = used(operator new(size, std::nothrow));
     void* const array = used(operator new[](size, std::nothrow));
-    const long taken = since();
+    const long allocated = since();
     operator delete(one);
     operator delete[](array, std::nothrow);
     const long released = since();
-    EXPECT_EQ(taken, 2);
+    EXPECT_EQ(allocated, 2);
     EXPECT_EQ(released, 0);
 }
 
-TEST(LiveAllocations, DoesNotCountWhatFailed) {
-    try { // what the runtime keeps for its first exception
+TEST(LiveAllocations, DoesNotCountFailedAllocations) {
+    try { // the runtime allocates a block for its first exception and keeps it
         throw std::bad_alloc();
     } catch (const std::bad_alloc&) {
     }
     const long before = liveAllocations();
-    void* const kept = used(std::malloc(size));
+    void* const original = used(std::malloc(size));
+    void* volatile const freedLater = original; // g++ reports a use after realloc otherwise
     void* grown = nullptr;
     {
         FailAllocation failure(1, true, Allocations::All);
         allocates();
-        block = grown = std::realloc(kept, 2 * size);
-        newGivesBlock();
+        block = grown = std::realloc(original, 2 * size);
+        newReturnsBlock();
     }
     const long after = liveAllocations();
-    std::free(grown != nullptr ? grown : kept);
+    std::free(grown != nullptr ? grown : freedLater);
     EXPECT_EQ(grown, nullptr);
     EXPECT_EQ(after, before + 1);
     EXPECT_EQ(liveAllocations(), before);
 }
 
-TEST(FailingAllocation, AddsUpTheSizesThatWereAskedFor) {
+TEST(FailAllocation, SumsTheRequestedSizes) {
     const FailAllocation count(2, false, Allocations::All);
     void* const first = used(std::malloc(100));
     void* const refused = used(std::malloc(20));
@@ -293,7 +295,7 @@ TEST(FailingAllocation, AddsUpTheSizesThatWereAskedFor) {
     EXPECT_EQ(count.totalSize(), 121u);
 }
 
-TEST(WatchFree, TellsWhenABlockIsGivenBack) {
+TEST(WatchFree, CountsHowOftenABlockIsFreed) {
     void* const watched = used(std::calloc(1, 10));
     void* const other = used(std::malloc(10));
     const WatchFree watch(watched);

@@ -1,4 +1,4 @@
-// main() of every suite: runs one scenario when the command line names it, else the tests.
+// main() of every suite: runs one scenario if the command line names it, otherwise the tests.
 
 #include "support/ScenarioProcess.h"
 
@@ -11,7 +11,7 @@
 #endif
 
 #if defined(_WIN32)
-// A crash ends the program with the exception's code: no box waits for a click, no post-mortem debugger adds to the output.
+// A crash ends the program with the exception code, without a dialog box and without output of a post-mortem debugger.
 static LONG WINAPI endWithExceptionCode(EXCEPTION_POINTERS*) {
     return EXCEPTION_EXECUTE_HANDLER;
 }

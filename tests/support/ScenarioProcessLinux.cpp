@@ -1,5 +1,5 @@
-// The debugger is a ptrace tracer: it follows the system calls, because the debugger channel is a write() to descriptor -1,
-// which fails, disturbs nothing, and shows a tracer its text.
+// The debugger is a ptrace tracer. The debugger channel is a write() to descriptor -1: the call fails and has no effect, but
+// a tracer of the system calls sees its text.
 
 #include "support/ScenarioProcess.h"
 
@@ -32,7 +32,7 @@ namespace {
     std::abort();
 }
 
-/// Two ends, closed on exec.
+/// Both ends are closed on exec.
 class Pipe {
 public:
     Pipe() {
@@ -60,7 +60,7 @@ private:
     std::array<int, 2> ends_{-1, -1};
 };
 
-/// Kills the scenario's process group, unless its process was waited for and the number may be another's by now.
+/// Kills the scenario's process group. After the process has been waited for, its id may belong to another process.
 class Killer {
 public:
     explicit Killer(pid_t group) : group_(group) {}
@@ -83,7 +83,8 @@ private:
     bool waitedFor_ = false;
 };
 
-/// Collects both outputs until they close, or until the process has ended and they are drained; ends it when time is up.
+/// Collects both outputs until they close, or until the process has ended and they are empty. Kills the process at the
+/// time limit.
 void collect(int output, int error, int ended, Killer& killer, std::chrono::seconds limit, ScenarioRun& run) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     std::array<pollfd, 3> watched{pollfd{output, POLLIN, 0}, pollfd{error, POLLIN, 0}, pollfd{ended, POLLIN, 0}};
@@ -122,7 +123,7 @@ void collect(int output, int error, int ended, Killer& killer, std::chrono::seco
         run.error += limitReached;
 }
 
-/// The environment of the scenario: this process's, with the given variables in place of their namesakes.
+/// The environment of this process, with the given variables added or replaced.
 std::vector<std::string> makeEnvironment(const std::vector<std::string>& variables, bool underDebugger) {
     std::vector<std::string> result;
     for (char** entry = environ; *entry != nullptr; ++entry) {
@@ -133,7 +134,7 @@ std::vector<std::string> makeEnvironment(const std::vector<std::string>& variabl
     }
     result.insert(result.end(), variables.begin(), variables.end());
     if (underDebugger) {
-        // The leak check traces the process itself, which a process under a tracer does not allow.
+        // The leak check traces its own process, which fails if another tracer is attached.
         const auto options = std::find_if(result.begin(), result.end(),
                                           [](const std::string& entry) { return entry.rfind("ASAN_OPTIONS=", 0) == 0; });
         if (options != result.end())
@@ -152,7 +153,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
     return result;
 }
 
-/// A text of the tracee's memory, as much of it as can be read.
+/// Text in the memory of the tracee, as far as it is readable.
 std::string readMemory(pid_t process, std::uint64_t address, std::uint64_t length) {
     std::string text(static_cast<std::size_t>(std::min<std::uint64_t>(length, 1 << 20)), '\0');
     const iovec local{text.data(), text.size()};
@@ -162,7 +163,7 @@ std::string readMemory(pid_t process, std::uint64_t address, std::uint64_t lengt
     return text;
 }
 
-void noteSystemCall(pid_t thread, ScenarioRun& run) {
+void recordSystemCall(pid_t thread, ScenarioRun& run) {
     __ptrace_syscall_info call{};
     if (ptrace(PTRACE_GET_SYSCALL_INFO, thread, sizeof call, &call) <= 0)
         return;
@@ -170,13 +171,13 @@ void noteSystemCall(pid_t thread, ScenarioRun& run) {
         run.reports.push_back(readMemory(thread, call.entry.args[1], call.entry.args[2]));
 }
 
-/// Looks at a stopped thread of the scenario and lets it go on.
+/// Handles a stop of a thread of the scenario and resumes the thread.
 void resume(pid_t thread, int status, ScenarioRun& run) {
     const int signal = WSTOPSIG(status);
-    const bool isEvent = status >> 16 != 0; // a new thread, or our own interruption
+    const bool isEvent = status >> 16 != 0; // a new thread, or the interruption by PTRACE_INTERRUPT
     int delivered = 0;
     if (signal == (SIGTRAP | 0x80)) // PTRACE_O_TRACESYSGOOD
-        noteSystemCall(thread, run);
+        recordSystemCall(thread, run);
     else if (!isEvent && signal == SIGTRAP)
         countBreak(run);
     else if (!isEvent)
@@ -225,27 +226,27 @@ ScenarioRun runScenarioProcess(const std::string& scenario, const std::vector<st
         fail("fork");
     if (child == 0)
         becomeScenario(program.c_str(), arguments.data(), variables.data(), output, error, go);
-    setpgid(child, child); // also here: whoever comes first
+    setpgid(child, child); // in both processes, because either may run first
     output.closeWriting();
     error.closeWriting();
     if (underDebugger) {
-        // Only threads are followed: a debugger of this process alone.
+        // The tracer follows new threads, but no child processes.
         const long options = PTRACE_O_TRACESYSGOOD | PTRACE_O_TRACECLONE | PTRACE_O_EXITKILL;
         if (ptrace(PTRACE_SEIZE, child, nullptr, reinterpret_cast<void*>(options)) != 0 ||
             ptrace(PTRACE_INTERRUPT, child, nullptr, nullptr) != 0)
             fail("ptrace");
     }
-    // A byte, not the end of the pipe: a child of another thread may hold a copy of this end as well.
+    // The scenario waits for a byte and not for the end of the pipe: a child of another thread may hold a copy of this end.
     if (write(go.writing(), "", 1) != 1)
         fail("write");
 
     Killer killer(child);
-    ScenarioRun run;  // of the tracer, this thread
-    ScenarioRun told; // the texts, of the collector
-    std::thread collector([&] { collect(output.reading(), error.reading(), ended.reading(), killer, limit, told); });
+    ScenarioRun run;       // written by the tracer, this thread
+    ScenarioRun collected; // the texts, written by the collector
+    std::thread collector([&] { collect(output.reading(), error.reading(), ended.reading(), killer, limit, collected); });
     int status = 0;
     for (;;) {
-        // The group is the scenario's own: children that the suite itself has started stay out of this.
+        // Only processes of the scenario's group; the suite may have other children.
         const pid_t who = waitpid(-child, &status, __WALL);
         if (who < 0 && errno != EINTR)
             fail("waitpid");
@@ -258,8 +259,8 @@ ScenarioRun runScenarioProcess(const std::string& scenario, const std::vector<st
     ended.closeWriting();
     collector.join();
 
-    run.output = std::move(told.output);
-    run.error = std::move(told.error);
+    run.output = std::move(collected.output);
+    run.error = std::move(collected.error);
     run.exited = WIFEXITED(status);
     run.exitCode = static_cast<unsigned>(run.exited ? WEXITSTATUS(status) : WTERMSIG(status));
     return run;

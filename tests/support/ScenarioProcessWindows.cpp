@@ -1,6 +1,7 @@
 // The debugger is a WaitForDebugEvent loop.
 
 #include "support/ScenarioProcess.h"
+#include "support/Utf16.h"
 
 #include <windows.h>
 
@@ -20,22 +21,7 @@ using Clock = std::chrono::steady_clock;
     std::abort();
 }
 
-std::wstring widen(const std::string& text) {
-    const int size = static_cast<int>(text.size());
-    std::wstring wide(text.size(), L'\0');
-    wide.resize(static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), size, wide.data(), size)));
-    return wide;
-}
-
-std::string narrow(const std::wstring& text) {
-    const int size = static_cast<int>(text.size());
-    std::string utf8(text.size() * 3, '\0');
-    utf8.resize(static_cast<std::size_t>(
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), size, utf8.data(), size * 3, nullptr, nullptr)));
-    return utf8;
-}
-
-/// Closes a handle at the end of its scope, or before.
+/// Owns a handle and closes it.
 class Owned {
 public:
     Owned() = default;
@@ -56,7 +42,7 @@ private:
     HANDLE handle_ = nullptr;
 };
 
-/// A pipe whose writing end the scenario inherits.
+/// The scenario inherits the writing end.
 struct Pipe {
     Owned reading;
     Owned writing;
@@ -68,8 +54,8 @@ struct Pipe {
     }
 };
 
-/// Collects a pipe until it closes, or until the process has ended and it is drained: a process that the scenario has
-/// started may hold the other end for long.
+/// Collects the content of a pipe until it closes, or until the process has ended and the pipe is empty: a process that the
+/// scenario has started may keep the other end open.
 void collect(HANDLE pipe, HANDLE ended, std::string& text) {
     std::vector<char> block(1 << 16);
     for (;;) {
@@ -96,25 +82,25 @@ bool startsWithIgnoringCase(const std::wstring& text, const std::wstring& prefix
            });
 }
 
-/// The environment block of the scenario: this process's, with the given variables in place of their namesakes.
+/// The environment block of this process, with the given variables added or replaced.
 std::wstring makeEnvironment(const std::vector<std::string>& variables) {
     std::wstring block;
     wchar_t* const all = GetEnvironmentStringsW();
     for (const wchar_t* entry = all; *entry != L'\0'; entry += std::wcslen(entry) + 1) {
         const auto replaces = [&](const std::string& variable) {
-            return startsWithIgnoringCase(entry, widen(variablePrefix(variable)));
+            return startsWithIgnoringCase(entry, wide(variablePrefix(variable)));
         };
         if (std::none_of(variables.begin(), variables.end(), replaces))
             block.append(entry).push_back(L'\0');
     }
     FreeEnvironmentStringsW(all);
     for (const std::string& variable : variables)
-        block.append(widen(variable)).push_back(L'\0');
+        block.append(wide(variable)).push_back(L'\0');
     block.push_back(L'\0');
     return block;
 }
 
-/// The text of the debugger channel, out of the scenario's memory.
+/// Reads the text of a report from the memory of the scenario.
 std::string readReport(HANDLE process, const OUTPUT_DEBUG_STRING_INFO& info) {
     const std::size_t unit = info.fUnicode ? sizeof(wchar_t) : 1;
     std::string bytes(info.nDebugStringLength * unit, '\0');
@@ -128,16 +114,16 @@ std::string readReport(HANDLE process, const OUTPUT_DEBUG_STRING_INFO& info) {
     return narrow(text.substr(0, text.find(L'\0')));
 }
 
-/// What the debugger keeps in mind from event to event.
+/// The state of the debugger between two events.
 struct Debugger {
     HANDLE process;
     bool sawLoaderBreak = false;
     bool crashed = false;
 };
 
-/// Notes an event.
-/// @return how the scenario goes on.
-DWORD note(const DEBUG_EVENT& event, Debugger& debugger, ScenarioRun& run) {
+/// Handles an event.
+/// @return the status for ContinueDebugEvent.
+DWORD handle(const DEBUG_EVENT& event, Debugger& debugger, ScenarioRun& run) {
     switch (event.dwDebugEventCode) {
     case CREATE_PROCESS_DEBUG_EVENT:
         Owned(event.u.CreateProcessInfo.hFile).close();
@@ -168,15 +154,15 @@ DWORD millisecondsUntil(Clock::time_point deadline) {
     return static_cast<DWORD>(std::clamp<long long>(left.count(), 0, 0x7FFFFFFF));
 }
 
-/// Lets the scenario run under the debugger to its end.
-/// @return false when it did not end in time.
+/// Runs the debugger until the scenario ends.
+/// @return false if the scenario did not end in time.
 bool debug(Debugger& debugger, Clock::time_point deadline, ScenarioRun& run) {
     for (;;) {
         DEBUG_EVENT event{};
         if (!WaitForDebugEvent(&event, millisecondsUntil(deadline)))
             return false;
-        const DWORD answer = note(event, debugger, run);
-        ContinueDebugEvent(event.dwProcessId, event.dwThreadId, answer);
+        const DWORD status = handle(event, debugger, run);
+        ContinueDebugEvent(event.dwProcessId, event.dwThreadId, status);
         if (event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT)
             return true;
     }
@@ -192,8 +178,8 @@ PROCESS_INFORMATION start(const std::string& scenario, const std::vector<std::st
     startup.hStdInput = input.get();
     startup.hStdOutput = output;
     startup.hStdError = error;
-    const std::wstring program = widen(programPath());
-    std::wstring commandLine = L"\"" + program + L"\" " + widen(scenarioArgument + scenario);
+    const std::wstring program = wide(programPath());
+    std::wstring commandLine = L"\"" + program + L"\" " + wide(scenarioArgument + scenario);
     std::wstring block = makeEnvironment(environment);
     const DWORD flags = CREATE_UNICODE_ENVIRONMENT | (underDebugger ? DEBUG_ONLY_THIS_PROCESS : 0);
     PROCESS_INFORMATION process{};
@@ -243,7 +229,7 @@ ScenarioRun runScenarioProcess(const std::string& scenario, const std::vector<st
     DWORD exitCode = 0;
     GetExitCodeProcess(process.get(), &exitCode);
     run.exitCode = exitCode;
-    // Without a debugger only the code tells: an exception's has its upper bits set.
+    // Without a debugger the code alone shows an exception: its highest bit is set.
     run.exited = inTime && !debugger.crashed && exitCode < 0x80000000;
     return run;
 }

@@ -1,5 +1,7 @@
 #include "support/TemporaryFolder.h"
 
+#include "support/Utf16.h"
+
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -22,15 +24,21 @@ TemporaryFolder::~TemporaryFolder() {
 }
 
 fs::path TemporaryFolder::operator/(const char* name) const {
-    const std::string utf8 = name;
-    return path_ / std::u8string(utf8.begin(), utf8.end());
+    return path_ / pathOf(name);
 }
 
 std::string readFile(const fs::path& file) {
+    std::optional<std::string> content = tryReadFile(file);
+    if (!content)
+        throw std::runtime_error("cannot read " + file.string());
+    return std::move(*content);
+}
+
+std::optional<std::string> tryReadFile(const fs::path& file) {
     std::ifstream stream(file, std::ios::binary);
     if (!stream)
-        throw std::runtime_error("cannot read " + file.string());
-    return {std::istreambuf_iterator<char>(stream), {}};
+        return std::nullopt;
+    return std::string(std::istreambuf_iterator<char>(stream), {});
 }
 
 void writeFile(const fs::path& file, const std::string& content) {
@@ -44,7 +52,7 @@ void writeFile(const fs::path& file, const std::string& content) {
 std::string replaced(std::string text, const std::string& part, const std::string& by) {
     auto at = text.find(part);
     if (at == std::string::npos)
-        throw std::runtime_error("there is no '" + part + "' to replace");
+        throw std::runtime_error("the text to replace does not occur: '" + part + "'");
     for (; at != std::string::npos; at = text.find(part, at + by.size()))
         text.replace(at, part.size(), by);
     return text;

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace velmor_tests {
 
-/// An empty folder that is removed with its content at the end of the test.
+/// A new, empty folder. The destructor removes it with its content.
 class TemporaryFolder {
 public:
     TemporaryFolder();
@@ -24,15 +25,18 @@ private:
 };
 
 /// The content of a file.
-/// @throws std::runtime_error when it cannot be read.
+/// @throws std::runtime_error if it cannot be read.
 std::string readFile(const std::filesystem::path& file);
 
+/// The content of a file; nothing if it cannot be opened.
+std::optional<std::string> tryReadFile(const std::filesystem::path& file);
+
 /// Writes a file, and creates the folders above it.
-/// @throws std::runtime_error when it cannot be written.
+/// @throws std::runtime_error if it cannot be written.
 void writeFile(const std::filesystem::path& file, const std::string& content);
 
 /// A text with every occurrence of a part replaced.
-/// @throws std::runtime_error when the part does not occur.
+/// @throws std::runtime_error if the part does not occur.
 std::string replaced(std::string text, const std::string& part, const std::string& by);
 
 } // namespace velmor_tests

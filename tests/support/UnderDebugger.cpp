@@ -11,7 +11,7 @@ namespace {
 
 using Scenarios = std::map<std::string, void (*)()>;
 
-// A function's static: the registrations run before main(), in no told order.
+// A static local: registrations run before main(), in an unspecified order.
 Scenarios& scenarios() {
     static Scenarios all;
     return all;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Runs something while an allocation fails, and tells what came of it (INTERNAL suites only, as FailingAllocation.h).
+// Runs a function while an allocation fails, and returns what happened (INTERNAL suites only, as FailingAllocation.h).
 
 #include "support/FailingAllocation.h"
 
@@ -12,7 +12,7 @@
 
 namespace velmor_tests {
 
-/// Runs something and gives what it printed on standard error.
+/// Runs a function and returns what it printed on standard error.
 template <class Function>
 std::string errorOf(Function function) {
     testing::internal::CaptureStderr();
@@ -24,12 +24,12 @@ std::string errorOf(Function function) {
 
 /// What one attempt with a failing allocation did.
 struct Attempt {
-    bool failed = false;  ///< The allocation was reached.
-    std::size_t size = 0; ///< What it asked for.
-    std::string error;    ///< Printed on standard error.
+    bool failed = false;  ///< Whether the allocation was reached.
+    std::size_t size = 0; ///< The requested size in bytes.
+    std::string error;    ///< The text on standard error.
 };
 
-/// Runs something while its n-th allocation, and all later ones if asked, fail.
+/// Runs a function while its n-th allocation on the C heap fails, optionally with all later ones.
 template <class Function>
 Attempt withFailure(unsigned n, bool andAllLater, Function function) {
     Attempt attempt;
@@ -42,12 +42,12 @@ Attempt withFailure(unsigned n, bool andAllLater, Function function) {
     return attempt;
 }
 
-/// What an operation did while one of its allocations failed, of whichever heap.
+/// What an operation did while one of its allocations failed, by malloc or by `operator new`.
 struct Outcome {
-    bool failed = false;  ///< The allocation was reached.
-    std::size_t size = 0; ///< What it asked for.
-    bool threw = false;   ///< std::bad_alloc.
-    long kept = 0;        ///< Number of blocks that were taken and not given back.
+    bool failed = false;  ///< Whether the allocation was reached.
+    std::size_t size = 0; ///< The requested size in bytes.
+    bool threw = false;   ///< Whether it threw std::bad_alloc.
+    long kept = 0;        ///< Number of blocks that it allocated and did not free.
 };
 
 /// Throws an exception while malloc fails, so that the runtime allocates now what it needs for exceptions: per-thread data,
@@ -61,7 +61,7 @@ inline void throwOnce() {
     }
 }
 
-/// Runs an operation while its n-th allocation, and all later ones if asked, fail: those by `operator new` too.
+/// Runs an operation while its n-th allocation, by malloc or by `operator new`, fails, optionally with all later ones.
 template <class Operation>
 Outcome outcomeOf(unsigned n, bool andAllLater, Operation operation) {
     throwOnce();

@@ -1,6 +1,6 @@
 #pragma once
 
-// The questions of the table about files. Two programs answer them: one asks the library, the other Win32 itself.
+// The operations in the table. Two programs implement them: one calls the library, the other calls Win32.
 
 #include <Velmor/Platform.h>
 #include <Velmor/WideText.h>
@@ -16,7 +16,7 @@ Velmor::WideString fullPath(const Velmor::WideString& path);
 Velmor::WideString fullFolder(const Velmor::WideString& path);
 Velmor::WideString fileWithoutPath(const Velmor::WideString& path);
 
-/// Nothing where the answer is not defined.
+/// Nothing if the result is undefined.
 std::optional<Velmor::WideString> fileWithoutExtension(const Velmor::WideString& path);
 
 Velmor::WideString withEndingSlash(const Velmor::WideString& path);
@@ -32,8 +32,8 @@ struct Version {
     bool operator==(const Version&) const = default;
 };
 
-/// @param damaged the file does not hold what it says of itself. Win32 reads on then, from wherever it is led to; to be
-///                expected is false.
+/// @param damaged the content of the file contradicts its headers. The expected result is a failure; Win32 itself would read
+///                other memory.
 Version productVersion(const std::filesystem::path& file, bool damaged);
 
 } // namespace velmor_tests

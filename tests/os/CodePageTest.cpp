@@ -1,13 +1,12 @@
-// The code pages under the conversions, on both systems against what Windows' calls answer.
+// Conversions between code pages and UTF-16. The expected values are those of Windows on both systems.
 
 #include "os/os.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdint>
-#include <iostream>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +18,7 @@ using Velmor::WideChar;
 using Velmor::WideString;
 using Velmor::os::multiByteToWide;
 using Velmor::os::wideToMultiByte;
+using velmor_tests::Random;
 
 constexpr unsigned utf8 = 65001;
 constexpr WideChar untouched = 0xABCD;
@@ -62,14 +62,14 @@ std::string show(const WideString& text) {
     return show(bytes);
 }
 
-// Lengths and capacities ----------------------------------------------------------------------------------------------
+// ---- Lengths and capacities ----
 
 const std::vector<unsigned>& codePages() {
     static const std::vector<unsigned> all{1252, 28591, 28592, 28593, 28594, 28595, 28596, 28597, 28598, 28599, 932, utf8};
     return all;
 }
 
-TEST(CodePage, ALengthOfMinusOneReadsTheTerminatorToo) {
+TEST(CodePage, LengthMinusOneIncludesTheTerminator) {
     for (const unsigned codePage : codePages()) {
         std::array<WideChar, 8> wide{};
         wide.fill(untouched);
@@ -84,14 +84,14 @@ TEST(CodePage, ALengthOfMinusOneReadsTheTerminatorToo) {
     }
 }
 
-TEST(CodePage, AGivenLengthGoesThroughZeros) {
+TEST(CodePage, TextOfAGivenLengthMayContainNul) {
     for (const unsigned codePage : codePages()) {
         EXPECT_EQ(decode(codePage, "A\0B"s), units({'A', 0, 'B'})) << codePage;
         EXPECT_EQ(encode(codePage, units({'A', 0, 'B'})), "A\0B"s) << codePage;
     }
 }
 
-TEST(CodePage, ACapacityOfZeroCounts) {
+TEST(CodePage, CapacityZeroReturnsTheRequiredLength) {
     for (const unsigned codePage : codePages()) {
         EXPECT_EQ(multiByteToWide(codePage, "ABC", 3, nullptr, 0), 3) << codePage;
         EXPECT_EQ(multiByteToWide(codePage, "ABC", -1, nullptr, 0), 4) << codePage;
@@ -104,7 +104,7 @@ TEST(CodePage, ACapacityOfZeroCounts) {
     EXPECT_EQ(wideToMultiByte(932, units({0x3042, 'A'}).data(), 2, nullptr, 0), 3);
 }
 
-TEST(CodePage, WhatDoesNotFitGivesZeroAndWhatFits) {
+TEST(CodePage, ReturnsZeroAndWritesTheBeginningIfTheBufferIsTooSmall) {
     for (const unsigned codePage : codePages()) {
         std::array<WideChar, 4> wide{untouched, untouched, untouched, untouched};
         EXPECT_EQ(multiByteToWide(codePage, "ABC", 3, wide.data(), 2), 0) << codePage;
@@ -117,7 +117,7 @@ TEST(CodePage, WhatDoesNotFitGivesZeroAndWhatFits) {
     }
 }
 
-TEST(CodePage, ExactCapacitiesFit) {
+TEST(CodePage, ConvertsIntoABufferOfTheExactSize) {
     for (const unsigned codePage : codePages()) {
         std::array<WideChar, 4> wide{untouched, untouched, untouched, untouched};
         EXPECT_EQ(multiByteToWide(codePage, "ABC", 3, wide.data(), 3), 3) << codePage;
@@ -128,7 +128,7 @@ TEST(CodePage, ExactCapacitiesFit) {
     }
 }
 
-TEST(CodePage, ACharacterIsNotSplitWhenItDoesNotFit) {
+TEST(CodePage, DoesNotWriteAPartOfACharacter) {
     char narrow[4]{'#', '#', '#', '#'};
     EXPECT_EQ(wideToMultiByte(utf8, units({'A', 'B', 0xE9}).data(), 3, narrow, 3), 0);
     EXPECT_EQ(std::string(narrow, 4), "AB##");
@@ -136,7 +136,7 @@ TEST(CodePage, ACharacterIsNotSplitWhenItDoesNotFit) {
     EXPECT_EQ(std::string(narrow, 3), "\x88\xEA#");
 }
 
-TEST(CodePage, InvalidLengthsAndCodePagesGiveZero) {
+TEST(CodePage, ReturnsZeroForInvalidLengthsAndCodePages) {
     WideChar wide[4]{};
     char narrow[4]{};
     EXPECT_EQ(multiByteToWide(utf8, "", 0, wide, 4), 0);
@@ -147,13 +147,14 @@ TEST(CodePage, InvalidLengthsAndCodePagesGiveZero) {
     EXPECT_EQ(wideToMultiByte(12345, VELMOR_WIDE("A"), 1, narrow, 4), 0);
 }
 
-// UTF-8 ---------------------------------------------------------------------------------------------------------------
+// ---- UTF-8 ----
 
-bool continues(unsigned byte) {
+bool isContinuation(unsigned byte) {
     return byte / 64 == 2;
 }
 
-/// What the call makes of UTF-8, good or bad. A sequence that the end of the text cuts off takes all that is left with it.
+/// The expected conversion of valid and invalid UTF-8. A sequence that the end of the text truncates consumes the rest of
+/// the text.
 WideString modelDecodeUtf8(const std::string& source) {
     WideString result;
     const auto at = [&](std::size_t index) -> unsigned { return static_cast<unsigned char>(source[index]); };
@@ -165,24 +166,24 @@ WideString modelDecodeUtf8(const std::string& source) {
         }
         const std::size_t length = lead < 0xC2 || lead > 0xF4 ? 0 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
         unsigned character = lead & (0x3Fu >> length);
-        bool good = length != 0;
+        bool valid = length != 0;
         if (length > source.size() - position) {
             position = source.size();
-            good = false;
+            valid = false;
         }
-        for (std::size_t i = 0; good && i < length; ++i) {
-            good = continues(at(position));
-            if (!good)
-                break; // it begins the next sequence
+        for (std::size_t i = 0; valid && i < length; ++i) {
+            valid = isContinuation(at(position));
+            if (!valid)
+                break; // the byte begins the next sequence
             character = character * 64 + at(position++) % 64;
             if (i == 0) {
                 const bool overlong = (length == 2 && character < 0x800 / 64) || (length == 3 && character < 0x10000 / 4096);
                 const bool surrogate = length == 2 && character / 32 == 0xD800 / 2048;
-                const bool beyond = length == 3 && character > 0x10FFFF / 4096;
-                good = !overlong && !surrogate && !beyond;
+                const bool tooLarge = length == 3 && character > 0x10FFFF / 4096;
+                valid = !overlong && !surrogate && !tooLarge;
             }
         }
-        if (!good) {
+        if (!valid) {
             result.push_back(0xFFFD);
         } else if (character < 0x10000) {
             result.push_back(static_cast<WideChar>(character));
@@ -194,13 +195,13 @@ WideString modelDecodeUtf8(const std::string& source) {
     return result;
 }
 
-TEST(CodePageUtf8, DecodesGoodSequences) {
+TEST(CodePageUtf8, DecodesValidSequences) {
     EXPECT_EQ(decode(utf8, "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"), units({'A', 0xE9, 0x20AC, 0xD83D, 0xDE00}));
     EXPECT_EQ(decode(utf8, "\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF"), units({0xD7FF, 0xE000, 0xFFFF}));
     EXPECT_EQ(decode(utf8, "\xF4\x8F\xBF\xBF"), units({0xDBFF, 0xDFFF}));
 }
 
-TEST(CodePageUtf8, ReplacesBadSequences) {
+TEST(CodePageUtf8, ReplacesInvalidSequences) {
     EXPECT_EQ(decode(utf8, "\xC3"), units({0xFFFD}));
     EXPECT_EQ(decode(utf8, "\xC3"
                            "A"),
@@ -224,7 +225,7 @@ TEST(CodePageUtf8, ReplacesBadSequences) {
               units({0xFFFD}));
 }
 
-TEST(CodePageUtf8, EveryInputOfOneToThreeBytes) {
+TEST(CodePageUtf8, DecodesEveryInputOfOneToThreeBytes) {
     std::string source;
     const auto expectDecodes = [&] {
         std::array<WideChar, 4> wide{};
@@ -239,7 +240,7 @@ TEST(CodePageUtf8, EveryInputOfOneToThreeBytes) {
         for (unsigned second = 0; second < 256; ++second) {
             source = {byte(first), byte(second)};
             expectDecodes();
-            // A third byte: all leads with all pairs would take minutes; the bytes at which something changes do not.
+            // Only third bytes at the limits of ranges: all third bytes would take minutes.
             for (const unsigned third : {0x00u, 0x41u, 0x7Fu, 0x80u, 0x8Fu, 0x90u, 0x9Fu, 0xA0u, 0xBFu, 0xC1u, 0xC2u, 0xE0u,
                                          0xEDu, 0xF0u, 0xF4u, 0xF5u, 0xFFu}) {
                 source = {byte(first), byte(second), byte(third)};
@@ -249,16 +250,13 @@ TEST(CodePageUtf8, EveryInputOfOneToThreeBytes) {
     }
 }
 
-TEST(CodePageUtf8, RandomInputs) {
-    const auto seed = std::random_device()();
-    std::cout << "seed " << seed << '\n';
-    std::mt19937 random(seed);
+TEST(CodePageUtf8, DecodesRandomInputs) {
+    Random random;
     static const unsigned char common[] = {0x41, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC2, 0xE0, 0xE2, 0xED, 0xF0, 0xF4};
     for (int round = 0; round < 100000; ++round) {
-        std::string source(1 + random() % 10, '\0');
+        std::string source(1 + random.below(std::size_t{10}), '\0');
         for (char& c : source)
-            c = static_cast<char>(random() % 8 == 0 ? static_cast<unsigned char>(random())
-                                                    : common[random() % std::size(common)]);
+            c = static_cast<char>(random.oneIn(8) ? static_cast<unsigned char>(random.bits()) : random.oneOf(common));
         ASSERT_EQ(decode(utf8, source), modelDecodeUtf8(source)) << show(source);
         ASSERT_EQ(multiByteToWide(utf8, source.data(), static_cast<int>(source.size()), nullptr, 0),
                   static_cast<int>(modelDecodeUtf8(source).size()))
@@ -277,7 +275,7 @@ TEST(CodePageUtf8, EncodesPairsAndReplacesLoneSurrogates) {
     EXPECT_EQ(encode(utf8, units({0xD83D, 0xD83D, 0xDE00, 0xDE00})), "\xEF\xBF\xBD\xF0\x9F\x98\x80\xEF\xBF\xBD");
 }
 
-// Single- and double-byte pages ---------------------------------------------------------------------------------------
+// ---- Single- and double-byte pages ----
 
 struct Decoding {
     unsigned codePage;
@@ -285,7 +283,7 @@ struct Decoding {
     std::vector<unsigned> characters;
 };
 
-TEST(CodePageBytes, InvalidAndUndefinedBytes) {
+TEST(CodePageBytes, DecodesInvalidAndUndefinedBytes) {
     const std::vector<Decoding> cases{
         {1252, "\x80\x81\x8D\x8F\x90\x9D\xFF", {0x20AC, 0x81, 0x8D, 0x8F, 0x90, 0x9D, 0xFF}},
         {28591, "\x80\x9F\xA0\xFF", {0x80, 0x9F, 0xA0, 0xFF}},
@@ -313,7 +311,7 @@ TEST(CodePageBytes, InvalidAndUndefinedBytes) {
     for (const Decoding& entry : cases) {
         const WideString expected(entry.characters.begin(), entry.characters.end());
         EXPECT_EQ(decode(entry.codePage, entry.bytes), expected)
-            << entry.codePage << ": " << show(entry.bytes) << "gave " << show(decode(entry.codePage, entry.bytes));
+            << entry.codePage << ": " << show(entry.bytes) << "returned " << show(decode(entry.codePage, entry.bytes));
     }
 }
 
@@ -323,8 +321,8 @@ struct Encoding {
     std::string bytes;
 };
 
-// What a page does not have is replaced by what looks like it, else by a question mark.
-TEST(CodePageBytes, UnmappableCharacters) {
+// A character that the page does not have is replaced by a similar character or by a question mark.
+TEST(CodePageBytes, ReplacesUnmappableCharacters) {
     const std::vector<Encoding> cases{
         {1252, {0xE9, 0x20AC, 0x2013, 0x201C, 0x2026}, "\xE9\x80\x96\x93\x85"},
         {1252, {0x4E00, 0x3042}, "??"},
@@ -341,7 +339,7 @@ TEST(CodePageBytes, UnmappableCharacters) {
     for (const Encoding& entry : cases) {
         const WideString source(entry.characters.begin(), entry.characters.end());
         EXPECT_EQ(encode(entry.codePage, source), entry.bytes)
-            << entry.codePage << ": " << show(source) << "gave " << show(encode(entry.codePage, source));
+            << entry.codePage << ": " << show(source) << "returned " << show(encode(entry.codePage, source));
     }
 }
 
@@ -355,15 +353,15 @@ private:
     std::uint64_t value_ = 0xCBF29CE484222325u;
 };
 
-/// The whole of a page in two numbers, which a program on Windows made with the system's own calls.
-struct Whole {
+/// The hashes of all conversions of a page, calculated with the calls of Windows.
+struct PageHashes {
     unsigned codePage;
-    std::uint64_t allUnits; // all units with a line feed behind each, encoded
-    std::uint64_t allBytes; // each byte decoded by itself
+    std::uint64_t allUnits; // all units, encoded, with a line feed after each
+    std::uint64_t allBytes; // each byte, decoded separately
 };
 
-const std::vector<Whole>& wholes() {
-    static const std::vector<Whole> all{
+const std::vector<PageHashes>& pages() {
+    static const std::vector<PageHashes> all{
         {866, 0xF13B94541A9F44AD, 0x87D13B9E9473F025},   {874, 0x6FD5C63B4A32398, 0xE960320ED47B795B},
         {932, 0x7AB70F172AC845DA, 0xE16B88E5BBD958FE},   {936, 0x141FB00BA0E01A04, 0x6F9283F8FB03CB6},
         {949, 0x5E7BDFB0D0968B3E, 0x4B70F81411BB9C0},    {950, 0x333670CE17ECFD27, 0x4B51981411B47E7},
@@ -383,15 +381,15 @@ const std::vector<Whole>& wholes() {
     return all;
 }
 
-TEST(CodePageBytes, EveryUnitOfEveryPage) {
+TEST(CodePageBytes, EncodesEveryUnitOfEveryPage) {
     WideString all;
     for (unsigned unit = 0; unit < 65536; ++unit)
         all += {static_cast<WideChar>(unit), WideChar{'\n'}};
-    for (const Whole& whole : wholes()) {
+    for (const PageHashes& page : pages()) {
         Hash hash;
-        for (const char c : encode(whole.codePage, all))
+        for (const char c : encode(page.codePage, all))
             hash.add(static_cast<unsigned char>(c));
-        EXPECT_EQ(hash.value(), whole.allUnits) << whole.codePage;
+        EXPECT_EQ(hash.value(), page.allUnits) << page.codePage;
     }
 }
 
@@ -404,17 +402,17 @@ void addDecoded(Hash& hash, unsigned codePage, const std::string& bytes) {
     }
 }
 
-TEST(CodePageBytes, EveryByteOfEveryPage) {
-    for (const Whole& whole : wholes()) {
+TEST(CodePageBytes, DecodesEveryByteOfEveryPage) {
+    for (const PageHashes& page : pages()) {
         Hash hash;
         for (unsigned value = 0; value < 256; ++value)
-            addDecoded(hash, whole.codePage, std::string(1, static_cast<char>(static_cast<unsigned char>(value))));
-        EXPECT_EQ(hash.value(), whole.allBytes) << whole.codePage;
+            addDecoded(hash, page.codePage, std::string(1, static_cast<char>(static_cast<unsigned char>(value))));
+        EXPECT_EQ(hash.value(), page.allBytes) << page.codePage;
     }
 }
 
-TEST(CodePageBytes, EveryDoubleByte) {
-    // Made like the numbers above.
+TEST(CodePageBytes, DecodesEveryDoubleByte) {
+    // Hashes of all conversions, calculated with the calls of Windows.
     const std::vector<std::pair<unsigned, std::uint64_t>> all{
         {932, 0xE48FA374AF186B58},
         {936, 0x47D22D4D439806AB},

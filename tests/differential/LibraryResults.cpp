@@ -1,8 +1,7 @@
-// The library's answers.
+// Calls the library.
 
-#include "Answers.h"
-
-#include <platform/Tools.h>
+#include "Results.h"
+#include "platform/Tools.h"
 
 namespace velmor_tests {
 
@@ -23,10 +22,9 @@ WideString fileWithoutPath(const WideString& path) {
 }
 
 std::optional<WideString> fileWithoutExtension(const WideString& path) {
-    // Defined exactly where there is a folder: both need a file part within the same buffer.
-    if (FileOperations::GetFullFolder(path).empty()) {
+    // The result is defined if and only if the path has a full folder.
+    if (FileOperations::GetFullFolder(path).empty())
         return std::nullopt;
-    }
     return FileOperations::GetFileWithoutExtenstion(path);
 }
 

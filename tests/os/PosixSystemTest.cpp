@@ -1,5 +1,4 @@
-// What stands on POSIX in the place of Win32, as far as the suites of the classes, which hold for both systems, do not see
-// it.
+// The POSIX implementation of os.h: behavior that the suites for both systems do not test.
 
 #include <Velmor/Platform.h>
 
@@ -7,25 +6,24 @@
 #include "Tools.h"
 #include "os/os.h"
 #include "os/posix/names.h"
+#include "support/Random.h"
+#include "support/UnderDebugger.h"
 
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
 #include <link.h>
-#include <support/UnderDebugger.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -44,7 +42,7 @@ namespace {
 using Stream = std::unique_ptr<FileStream>;
 using Library = std::unique_ptr<DynamicLibrary>;
 
-void expectToComeBack(const std::string& bytes) {
+void expectRoundTrip(const std::string& bytes) {
     ASSERT_EQ(narrowName(wideName(bytes).c_str()), bytes) << ::testing::PrintToString(bytes);
 }
 
@@ -52,7 +50,7 @@ HANDLE handleOf(int descriptor) {
     return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(descriptor));
 }
 
-/// Runs a line of the shell as a child and gives its exit code.
+/// Runs a shell command as a child and returns its exit code.
 unsigned runShell(const std::string& line) {
     const HANDLE process = ProcessOperations::createProcess(wide("/bin/sh"), wide("sh -c \"" + line + "\""), false);
     const unsigned code = join(process);
@@ -60,7 +58,7 @@ unsigned runShell(const std::string& line) {
     return code;
 }
 
-/// Signals that wait for the calling thread.
+/// The signals that are pending for the calling thread.
 std::vector<int> pendingSignals() {
     sigset_t set;
     sigemptyset(&set);
@@ -74,30 +72,28 @@ std::vector<int> pendingSignals() {
 
 } // namespace
 
-// Names -------------------------------------------------------------------------------------------------------------------
+// ---- Names ----
 
-TEST(PosixNames, EveryNameComesBackAsItsBytes) {
+TEST(PosixNames, ConversionToUtf16AndBackKeepsEveryName) {
     for (unsigned first = 1; first < 0x100; ++first) {
-        expectToComeBack({static_cast<char>(first)});
+        expectRoundTrip({static_cast<char>(first)});
         for (unsigned second = 1; second < 0x100; ++second)
-            expectToComeBack({static_cast<char>(first), static_cast<char>(second)});
+            expectRoundTrip({static_cast<char>(first), static_cast<char>(second)});
     }
-    const unsigned seed = std::random_device()();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
-    // Bytes that begin, continue or nearly make characters of every length.
+    Random random;
+    // Bytes that begin or continue characters of every length, and bytes near those.
     const std::string interesting = "A/\x80\x90\xA0\xBF\xC0\xC2\xC3\xDF\xE0\xE2\xED\xEF\xF0\xF4\xF5\xFF";
     for (int round = 0; round < 200000; ++round) {
         std::string bytes;
-        for (std::size_t length = random() % 9; length > 0; --length)
-            bytes.push_back(interesting[random() % interesting.size()]);
-        expectToComeBack(bytes);
+        for (unsigned length = random.below(9u); length > 0; --length)
+            bytes.push_back(interesting[random.below(interesting.size())]);
+        expectRoundTrip(bytes);
         if (HasFatalFailure())
             return;
     }
 }
 
-TEST(PosixNames, WellFormedTextIsConverted) {
+TEST(PosixNames, ConvertsValidUtf8) {
     const struct {
         const char* bytes;
         WideString text;
@@ -120,7 +116,7 @@ TEST(PosixNames, WellFormedTextIsConverted) {
     }
 }
 
-TEST(PosixNames, BytesThatAreNoTextStandForThemselves) {
+TEST(PosixNames, ConvertsInvalidBytesToLowSurrogates) {
     const struct {
         const char* bytes;
         std::vector<char16_t> text;
@@ -132,19 +128,19 @@ TEST(PosixNames, BytesThatAreNoTextStandForThemselves) {
         {"\xE0\x9F\xBF", {0xDCE0, 0xDC9F, 0xDCBF}},             // overlong
         {"\xED\xA0\x80", {0xDCED, 0xDCA0, 0xDC80}},             // a surrogate
         {"\xF4\x90\x80\x80", {0xDCF4, 0xDC90, 0xDC80, 0xDC80}}, // above U+10FFFF
-        {"\xE2\x82", {0xDCE2, 0xDC82}},                         // cut off
+        {"\xE2\x82", {0xDCE2, 0xDC82}},                         // truncated
         {"\xE2\x82z", {0xDCE2, 0xDC82, 'z'}},
     };
     for (const auto& c : cases)
         EXPECT_EQ(wideName(c.bytes), WideString(c.text.begin(), c.text.end())) << ::testing::PrintToString(c.bytes);
 }
 
-TEST(PosixNames, SecondHalfOfAPairIsNoByte) {
+TEST(PosixNames, DoesNotConvertTheLowSurrogateOfAPairToAByte) {
     const char16_t pair[] = {0xD83D, 0xDC80, 0};
     EXPECT_EQ(narrowName(pair), "\xF0\x9F\x92\x80");
 }
 
-TEST(PosixNames, SurrogateThatStandsForNothingIsEncodedByItself) {
+TEST(PosixNames, EncodesOtherLoneSurrogates) {
     const char16_t high[] = {0xD800, 'a', 0};
     EXPECT_EQ(narrowName(high), "\xED\xA0\x80"
                                 "a");
@@ -152,7 +148,7 @@ TEST(PosixNames, SurrogateThatStandsForNothingIsEncodedByItself) {
     EXPECT_EQ(narrowName(low), "\xED\xB4\x80");
 }
 
-TEST(PosixNames, FilesAndVariablesMayHaveAnyBytes) {
+TEST(PosixNames, FilesAndVariablesMayHaveInvalidUtf8) {
     const TemporaryFolder folder;
     const std::string bytes = folder.path().string() + "/\xFF\xC3.bin";
     ASSERT_TRUE(Stream(FileStream::createFileForWriting(wideName(bytes)))->write(4, "text"));
@@ -165,7 +161,7 @@ TEST(PosixNames, FilesAndVariablesMayHaveAnyBytes) {
     EXPECT_EQ(variable("VELMOR_BYTES"), "\xFE\xC3\xA9!");
 }
 
-// Files -------------------------------------------------------------------------------------------------------------------
+// ---- Files ----
 
 VELMOR_SCENARIO(OpenWithoutStandardStreams) {
     for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor)
@@ -182,11 +178,11 @@ VELMOR_SCENARIO(OpenWithoutStandardStreams) {
     std::_Exit(apart && flags && leftFree ? 42 : 1);
 }
 
-TEST(PosixFiles, NumbersOfTheStandardStreamsAreLeftToThem) {
+TEST(PosixFiles, OpenedFilesDoNotUseTheNumbersOfStandardStreams) {
     EXPECT_EQ(runAlone("OpenWithoutStandardStreams").exitCode, 42u);
 }
 
-TEST(PosixFiles, NullHandleIsNotTheStandardInput) {
+TEST(PosixFiles, NullHandleIsInvalid) {
     const Stream stream(FileStream::createFromHandle(nullptr));
     std::vector<char> block;
     EXPECT_FALSE(stream->read(1, block));
@@ -198,7 +194,7 @@ TEST(PosixFiles, NullHandleIsNotTheStandardInput) {
     EXPECT_GE(fcntl(0, F_GETFD), 0);
 }
 
-TEST(PosixFiles, RefusalsHaveTheCodesOfWin32) {
+TEST(PosixFiles, FailuresHaveTheErrorCodesOfWin32) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "");
     const Stream holder(FileStream::createFileForWriting(wide(folder / "file")));
@@ -209,7 +205,7 @@ TEST(PosixFiles, RefusalsHaveTheCodesOfWin32) {
     } cases[] = {
         {folder / "file", 32, 32},
         {folder.path(), 5, 5},
-        {folder / "file" / "below", 3, 3},
+        {folder / "file" / "child", 3, 3},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(Stream(FileStream::openFileForReading(wide(c.path)))->getHandle(), noHandle());
@@ -221,7 +217,7 @@ TEST(PosixFiles, RefusalsHaveTheCodesOfWin32) {
     EXPECT_EQ(os::lastError(), 2u);
 }
 
-TEST(PosixFiles, WriteToAPipeThatNobodyReadsFails) {
+TEST(PosixFiles, WriteToAPipeWithoutReaderFails) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
     close(ends[0]);
@@ -231,7 +227,7 @@ TEST(PosixFiles, WriteToAPipeThatNobodyReadsFails) {
     close(ends[1]);
 }
 
-TEST(PosixFiles, WriteBeyondTheSizeLimitFails) {
+TEST(PosixFiles, WriteOverTheFileSizeLimitFails) {
     const Stream stream(FileStream::createTemporaryFile());
     const std::vector<char> block(4000);
     rlimit former = {};
@@ -248,13 +244,13 @@ TEST(PosixFiles, WriteBeyondTheSizeLimitFails) {
     EXPECT_EQ(pendingSignals(), std::vector<int>());
 }
 
-TEST(PosixFiles, ReadFromAPipeGivesWhatIsThere) {
+TEST(PosixFiles, ReadFromAPipeReturnsTheAvailableBytes) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
     ASSERT_EQ(write(ends[1], "text", 4), 4);
     const Stream stream(FileStream::createFromHandle(handleOf(ends[0])));
     std::vector<char> block;
-    EXPECT_TRUE(stream->read(100, block)); // and does not wait for more
+    EXPECT_TRUE(stream->read(100, block)); // does not wait for more bytes
     EXPECT_EQ(std::string(block.begin(), block.end()), "text");
     close(ends[1]);
     EXPECT_TRUE(stream->read(100, block));
@@ -262,12 +258,12 @@ TEST(PosixFiles, ReadFromAPipeGivesWhatIsThere) {
     close(ends[0]);
 }
 
-TEST(PosixFiles, FailureBehindAPartShowsAtTheNextRead) {
+TEST(PosixFiles, PartialReadReportsAFailureAtTheNextRead) {
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const TemporaryFolder folder;
     writeFile(folder / "file", std::string(2 * page, 'x'));
     const Stream stream(FileStream::openFileForReading(wide(folder / "file")));
-    // Memory of which the second half cannot be written.
+    // The second half of the memory is not writable.
     void* const memory = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(memory, MAP_FAILED);
     char* const second = static_cast<char*>(memory) + page;
@@ -280,7 +276,7 @@ TEST(PosixFiles, FailureBehindAPartShowsAtTheNextRead) {
     munmap(memory, 2 * page);
 }
 
-// Processes ---------------------------------------------------------------------------------------------------------------
+// ---- Processes ----
 
 TEST(PosixProcesses, ChildHasDefaultActionsAndAnEmptySignalMask) {
     const TemporaryFolder folder;
@@ -296,7 +292,7 @@ TEST(PosixProcesses, ChildHasDefaultActionsAndAnEmptySignalMask) {
     EXPECT_EQ(readFile(folder / "status"), "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n");
 }
 
-TEST(PosixProcesses, KilledProcessAnswers128AndItsSignal) {
+TEST(PosixProcesses, KilledProcessHasExitCode128PlusItsSignal) {
     EXPECT_EQ(runShell("kill -TERM $$"), 128u + SIGTERM);
     EXPECT_EQ(runShell("kill -KILL $$"), 128u + SIGKILL);
 }
@@ -311,7 +307,8 @@ TEST(PosixProcesses, ExitCodesHaveEightBits) {
 
 namespace {
 
-/// Whether a child is left that has ended and that nobody has waited for; waits for one if it is told to.
+/// Whether a child has ended and has not been waited for.
+/// @param wait waits until a child has ended.
 bool hasZombie(bool wait) {
     siginfo_t info = {};
     return waitid(P_ALL, 0, &info, WEXITED | WNOWAIT | (wait ? 0 : WNOHANG)) == 0 && info.si_pid != 0;
@@ -319,12 +316,12 @@ bool hasZombie(bool wait) {
 
 } // namespace
 
-VELMOR_SCENARIO(CloseRunningChildWithoutAThread) {
+VELMOR_SCENARIO(CloseARunningChildWithoutAThread) {
     int ends[2] = {-1, -1};
     if (pipe2(ends, O_CLOEXEC) != 0 || dup2(ends[0], STDIN_FILENO) != STDIN_FILENO)
         std::_Exit(1);
     const HANDLE child = ProcessOperations::createProcess(u"/bin/cat", u"cat", false);
-    // The limit does not hold for root.
+    // The limit does not apply to root.
     if (geteuid() == 0 && setuid(65534) != 0)
         std::_Exit(2);
     rlimit former = {};
@@ -334,7 +331,7 @@ VELMOR_SCENARIO(CloseRunningChildWithoutAThread) {
         std::_Exit(3);
     ProcessOperations::closeProcess(child);
     setrlimit(RLIMIT_NPROC, &former);
-    close(ends[1]); // the child's input ends, and with it the child
+    close(ends[1]); // the input of the child ends, so the child ends
     if (!hasZombie(true))
         std::_Exit(4);
     const HANDLE next = ProcessOperations::createProcess(u"/bin/true", u"true", false);
@@ -346,20 +343,20 @@ VELMOR_SCENARIO(CloseRunningChildWithoutAThread) {
     std::_Exit(hasZombie(false) ? 6 : 42);
 }
 
-TEST(PosixProcesses, ChildIsWaitedForAlsoWhenNoThreadCanBeStarted) {
-    EXPECT_EQ(runAlone("CloseRunningChildWithoutAThread", {}, std::chrono::seconds(30)).exitCode, 42u);
+TEST(PosixProcesses, ClosedChildIsWaitedForIfNoThreadCanBeStarted) {
+    EXPECT_EQ(runAlone("CloseARunningChildWithoutAThread").exitCode, 42u);
 }
 
-TEST(PosixProcesses, HostThatIgnoresItsChildrenLosesTheirCodes) {
+TEST(PosixProcesses, ExitCodeIsUnknownIfTheHostIgnoresItsChildren) {
     const auto former = std::signal(SIGCHLD, SIG_IGN);
     const unsigned code = runShell("exit 7");
     std::signal(SIGCHLD, former);
     EXPECT_EQ(code, 0xFFFFFFFFu);
 }
 
-TEST(PosixProcesses, ProgramThatCannotRunGivesTheCodeOfWin32) {
+TEST(PosixProcesses, ProgramThatCannotRunHasTheErrorCodeOfWin32) {
     const TemporaryFolder folder;
-    writeFile(folder / "text", "no program");
+    writeFile(folder / "text", "plain text");
     std::filesystem::permissions(folder / "text", std::filesystem::perms::owner_all);
     const struct {
         std::filesystem::path program;
@@ -371,7 +368,7 @@ TEST(PosixProcesses, ProgramThatCannotRunGivesTheCodeOfWin32) {
     }
 }
 
-// Modules -----------------------------------------------------------------------------------------------------------------
+// ---- Modules ----
 
 namespace {
 
@@ -381,9 +378,9 @@ std::filesystem::path testModule() {
 
 } // namespace
 
-TEST(PosixModules, CutOffModuleIsRefused) {
+TEST(PosixModules, TruncatedModuleIsNotLoaded) {
     const std::string whole = readFile(testModule());
-    // What the loader needs ends with the last segment; the sections' table behind it is for others.
+    // The loader needs the file up to the end of the last segment. Only other tools use the section table after it.
     ElfW(Ehdr) header;
     ASSERT_GE(whole.size(), sizeof header);
     std::memcpy(&header, whole.data(), sizeof header);
@@ -409,7 +406,7 @@ TEST(PosixModules, CutOffModuleIsRefused) {
     EXPECT_TRUE(loads(end));
 }
 
-TEST(PosixModules, PathThatIsTooLongToBeReadIsLeftAlone) {
+TEST(PosixModules, DoesNotChangeATooLongSearchPath) {
     const std::string old(40000, 'p');
     const VariableSetting path("PATH", old);
     const Library library(DynamicLibrary::loadDynamicLibrary(wide(testModule()), u"/nowhere"));
@@ -417,7 +414,7 @@ TEST(PosixModules, PathThatIsTooLongToBeReadIsLeftAlone) {
     EXPECT_TRUE(variable("PATH") == old);
 }
 
-TEST(PosixModules, EndingIsAddedToANameThatHasNone) {
+TEST(PosixModules, AddsTheExtensionToANameWithoutOne) {
     const TemporaryFolder folder;
     std::filesystem::create_directory(folder / "dotted.folder");
     for (const char* name : {"plain", "with.so", "version-3.91", "dotted.folder/inner.so"})
@@ -437,7 +434,7 @@ TEST(PosixModules, EndingIsAddedToANameThatHasNone) {
     EXPECT_FALSE(loads(narrow(folder.path())));
 }
 
-TEST(PosixModules, SystemsModulesAreFoundByName) {
+TEST(PosixModules, FindsModulesOfTheSystemByName) {
     const Library library(DynamicLibrary::loadDynamicLibrary(u"libm.so.6", u"/nowhere"));
     EXPECT_TRUE(library->isValid());
     EXPECT_NE(library->getSymbolAddress("cos"), nullptr);

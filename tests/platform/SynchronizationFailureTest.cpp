@@ -1,4 +1,4 @@
-// What the locks and signals do when the system gives them nothing, and when two signals share one event.
+// CriticalSection and Signal without memory or without an event, and two signals with the same event.
 
 #include <Velmor/Platform.h>
 
@@ -27,11 +27,11 @@ using Velmor::CriticalSection;
 using Velmor::Signal;
 using velmor_tests::FailAllocation;
 
-/// Storage in which a test makes and destroys an object at the points that it chooses.
+/// Storage for an object that the test creates and destroys explicitly.
 template <class Object>
-class Place {
+class Storage {
 public:
-    Object* make() { return new (bytes_) Object; }
+    Object* create() { return new (bytes_) Object; }
 
 private:
     alignas(Object) char bytes_[sizeof(Object)]{};
@@ -47,27 +47,27 @@ void* secondWord(const void* object) {
     return firstWord(static_cast<const char*>(object) + sizeof(void*));
 }
 
-TEST(CriticalSection, TakesOneBlockFromTheRuntimeHeap) {
-    Place<CriticalSection> place;
+TEST(CriticalSection, AllocatesOneBlockOnTheRuntimeHeap) {
+    Storage<CriticalSection> storage;
     unsigned seen = 0;
     CriticalSection* section = nullptr;
     {
         const FailAllocation failure(1000);
-        section = place.make();
+        section = storage.create();
         seen = failure.seen();
     }
     EXPECT_EQ(seen, 1u);
     section->~CriticalSection();
 }
 
-TEST(CriticalSection, WithoutMemoryItHoldsNothing) {
-    Place<CriticalSection> place;
+TEST(CriticalSection, HasNoSystemLockIfTheAllocationFails) {
+    Storage<CriticalSection> storage;
     bool happened = false;
     std::size_t size = 0;
     CriticalSection* section = nullptr;
     {
         const FailAllocation failure(1, true);
-        section = place.make();
+        section = storage.create();
         happened = failure.happened();
         size = failure.failedSize();
     }
@@ -78,20 +78,20 @@ TEST(CriticalSection, WithoutMemoryItHoldsNothing) {
     section->~CriticalSection();
 }
 
-VELMOR_SCENARIO(SectionWithoutMemory) {
-    Place<CriticalSection> place;
+VELMOR_SCENARIO(CreateASectionWithoutMemory) {
+    Storage<CriticalSection> storage;
     CriticalSection* section = nullptr;
     {
         const FailAllocation failure(1, true);
-        section = place.make();
+        section = storage.create();
         if (!failure.happened())
             std::exit(1);
     }
     section->~CriticalSection();
 }
 
-TEST(CriticalSection, WithoutMemoryNothingIsReported) {
-    const auto run = velmor_tests::runUnderDebugger("SectionWithoutMemory");
+TEST(CriticalSection, FailedAllocationIsNotReported) {
+    const auto run = velmor_tests::runUnderDebugger("CreateASectionWithoutMemory");
     EXPECT_TRUE(run.exited);
     EXPECT_EQ(run.exitCode, 0u);
     EXPECT_EQ(run.breaks, 0);
@@ -99,7 +99,7 @@ TEST(CriticalSection, WithoutMemoryNothingIsReported) {
     EXPECT_EQ(run.output, "");
 }
 
-TEST(Signal, IsOneEventHandle) {
+TEST(Signal, HoldsOneEventHandle) {
     Signal signal;
     EXPECT_NE(firstWord(&signal), nullptr);
     EXPECT_NE(firstWord(&signal), Velmor::os::invalidHandle());
@@ -107,7 +107,7 @@ TEST(Signal, IsOneEventHandle) {
     signal.wait();
 }
 
-TEST(Signal, ClosesItsEventInTheEnd) {
+TEST(Signal, DestructorClosesTheEvent) {
     HANDLE event = nullptr;
     {
         Signal signal;
@@ -116,14 +116,14 @@ TEST(Signal, ClosesItsEventInTheEnd) {
     EXPECT_FALSE(Velmor::os::closeHandle(event));
 }
 
-/// Puts another handle in the place of a signal's own.
+/// Replaces the handle of a signal.
 void replaceHandle(Signal& signal, HANDLE handle) {
     std::memcpy(static_cast<void*>(&signal), &handle, sizeof handle);
 }
 
-VELMOR_SCENARIO(SignalWithoutEvent) {
-    Place<Signal> place;
-    Signal* const signal = place.make();
+VELMOR_SCENARIO(UseASignalWithoutEvent) {
+    Storage<Signal> storage;
+    Signal* const signal = storage.create();
     Velmor::os::closeHandle(firstWord(signal));
     replaceHandle(*signal, nullptr);
     signal->wait();
@@ -133,26 +133,26 @@ VELMOR_SCENARIO(SignalWithoutEvent) {
     std::puts("done");
 }
 
-TEST(Signal, WithoutAnEventDoesNothing) {
-    const auto run = velmor_tests::runAlone("SignalWithoutEvent", {}, std::chrono::seconds(20));
+TEST(Signal, HasNoEffectWithoutAnEvent) {
+    const auto run = velmor_tests::runAlone("UseASignalWithoutEvent");
     EXPECT_TRUE(run.exited);
     EXPECT_EQ(run.output, "done\n");
     EXPECT_EQ(run.error, "");
 }
 
-VELMOR_SCENARIO(SignalWithoutEventUnderDebugger) {
-    Place<Signal> place;
-    Signal* const signal = place.make();
-    const HANDLE own = firstWord(signal);
+VELMOR_SCENARIO(UseASignalWithoutEventUnderDebugger) {
+    Storage<Signal> storage;
+    Signal* const signal = storage.create();
+    const HANDLE original = firstWord(signal);
     replaceHandle(*signal, nullptr);
     signal->raise();
     signal->wait();
-    replaceHandle(*signal, own);
+    replaceHandle(*signal, original);
     signal->~Signal();
 }
 
-TEST(Signal, WithoutAnEventNothingIsReported) {
-    const auto run = velmor_tests::runUnderDebugger("SignalWithoutEventUnderDebugger", {}, std::chrono::seconds(20));
+TEST(Signal, MissingEventIsNotReported) {
+    const auto run = velmor_tests::runUnderDebugger("UseASignalWithoutEventUnderDebugger");
     EXPECT_TRUE(run.exited);
     EXPECT_EQ(run.breaks, 0);
     EXPECT_EQ(run.channel, "");
@@ -160,10 +160,10 @@ TEST(Signal, WithoutAnEventNothingIsReported) {
 }
 
 TEST(Signal, AssignmentSharesTheEvent) {
-    Place<Signal> firstPlace;
-    Place<Signal> secondPlace;
-    Signal* const first = firstPlace.make();
-    Signal* const second = secondPlace.make();
+    Storage<Signal> firstStorage;
+    Storage<Signal> secondStorage;
+    Signal* const first = firstStorage.create();
+    Signal* const second = secondStorage.create();
     const HANDLE before = firstWord(first);
     Signal& result = *first = *second;
     EXPECT_EQ(&result, first);
@@ -180,13 +180,13 @@ TEST(Signal, AssignmentSharesTheEvent) {
     second->raise();
     waiter.join();
 
-    EXPECT_TRUE(Velmor::os::closeHandle(before)); // the handle that the target held was left open
+    EXPECT_TRUE(Velmor::os::closeHandle(before)); // the assignment has not closed the handle of the target
     second->~Signal();
-    replaceHandle(*first, nullptr); // already closed by the other
+    replaceHandle(*first, nullptr); // the other signal has closed it
     first->~Signal();
 }
 
-TEST(Signal, SelfAssignmentChangesNothing) {
+TEST(Signal, SelfAssignmentHasNoEffect) {
     Signal signal;
     Signal& same = signal;
     const HANDLE before = firstWord(&signal);
@@ -196,22 +196,22 @@ TEST(Signal, SelfAssignmentChangesNothing) {
     signal.wait();
 }
 
-VELMOR_SCENARIO(UseASignalThatTheOtherClosed) {
-    Place<Signal> firstPlace;
-    Place<Signal> secondPlace;
-    Signal* const first = firstPlace.make();
-    Signal* const second = secondPlace.make();
+VELMOR_SCENARIO(UseASignalWithAClosedEvent) {
+    Storage<Signal> firstStorage;
+    Storage<Signal> secondStorage;
+    Signal* const first = firstStorage.create();
+    Signal* const second = secondStorage.create();
     Velmor::os::closeHandle(firstWord(first));
     *first = *second;
     second->~Signal();
     first->raise();
-    first->wait(); // fails, and returns
+    first->wait(); // fails and returns
     first->~Signal();
     std::puts("done");
 }
 
-TEST(Signal, AClosedEventIsHarmless) {
-    const auto run = velmor_tests::runAlone("UseASignalThatTheOtherClosed", {}, std::chrono::seconds(20));
+TEST(Signal, ClosedEventIsHarmless) {
+    const auto run = velmor_tests::runAlone("UseASignalWithAClosedEvent");
     EXPECT_TRUE(run.exited);
     EXPECT_EQ(run.exitCode, 0u);
     EXPECT_EQ(run.output, "done\n");
@@ -219,13 +219,13 @@ TEST(Signal, AClosedEventIsHarmless) {
 }
 
 #if !defined(_WIN32)
-// Windows may have given the number to another object meanwhile; here the second close never hits one.
-TEST(Signal, TheSecondCloseHitsNoOtherHandle) {
+// Windows may reuse the value of a handle for another object. The POSIX implementation does not.
+TEST(Signal, SecondCloseDoesNotCloseAnotherHandle) {
     for (int i = 0; i < 300; ++i) {
-        Place<Signal> firstPlace;
-        Place<Signal> secondPlace;
-        Signal* const first = firstPlace.make();
-        Signal* const second = secondPlace.make();
+        Storage<Signal> firstStorage;
+        Storage<Signal> secondStorage;
+        Signal* const first = firstStorage.create();
+        Signal* const second = secondStorage.create();
         Velmor::os::closeHandle(firstWord(first));
         *first = *second;
         second->~Signal();
@@ -247,12 +247,12 @@ TEST(Signal, TheSecondCloseHitsNoOtherHandle) {
     }
 }
 
-TEST(Signal, AStaleHandleDoesNotReachANewerSignal) {
+TEST(Signal, StaleHandleDoesNotRaiseANewerSignal) {
     for (int i = 0; i < 300; ++i) {
-        Place<Signal> firstPlace;
-        Place<Signal> secondPlace;
-        Signal* const first = firstPlace.make();
-        Signal* const second = secondPlace.make();
+        Storage<Signal> firstStorage;
+        Storage<Signal> secondStorage;
+        Signal* const first = firstStorage.create();
+        Signal* const second = secondStorage.create();
         Velmor::os::closeHandle(firstWord(first));
         *first = *second;
         second->~Signal();

@@ -1,7 +1,7 @@
-// Win32's own answers, from the system's calls, and what is to be made of them.
+// Calls Win32, and converts the results as the library does.
 
-#include "Answers.h"
 #include "PlainMatching.h"
+#include "Results.h"
 
 #include <windows.h>
 
@@ -12,16 +12,16 @@
 namespace velmor_tests {
 namespace {
 
-constexpr DWORD longest = 260;  // units of the buffer
-constexpr DWORD accepted = 520; // what a return value may be: the bytes of the buffer, on purpose
+constexpr DWORD bufferUnits = 260;
+constexpr DWORD maximumResult = 520; // the size of the buffer in bytes
 
 struct FullPath {
-    wchar_t text[longest]{};
+    wchar_t text[bufferUnits]{};
     wchar_t* file = nullptr;
     DWORD length = 0;
 
     FullPath(const std::wstring& path, DWORD capacity) { length = GetFullPathNameW(path.c_str(), capacity, text, &file); }
-    bool isAccepted() const { return length >= 1 && length <= accepted; }
+    bool isAccepted() const { return length >= 1 && length <= maximumResult; }
 };
 
 SYSTEMTIME shifted(const Velmor::SystemTime_s& time) {
@@ -45,25 +45,24 @@ std::wstring formatted(const Velmor::SystemTime_s& time, DWORD flags, const wcha
 } // namespace
 
 std::wstring fullPath(const std::wstring& path) {
-    const FullPath full(path, longest);
+    const FullPath full(path, bufferUnits);
     return full.isAccepted() ? full.text : L"";
 }
 
 std::wstring fullFolder(const std::wstring& path) {
-    const FullPath full(path, longest);
+    const FullPath full(path, bufferUnits);
     return full.file && full.isAccepted() ? std::wstring(full.text, static_cast<const wchar_t*>(full.file)) : L"";
 }
 
 std::wstring fileWithoutPath(const std::wstring& path) {
-    const FullPath full(path, 258); // not 260, on purpose
+    const FullPath full(path, 258); // the library uses 258 instead of 260 for the file name
     return full.isAccepted() && full.file ? full.file : L"";
 }
 
 std::optional<std::wstring> fileWithoutExtension(const std::wstring& path) {
-    const FullPath full(path, longest);
-    if (!full.isAccepted() || !full.file) {
+    const FullPath full(path, bufferUnits);
+    if (!full.isAccepted() || !full.file)
         return std::nullopt;
-    }
     const std::wstring file = full.file;
     return file.substr(0, file.find(L'.'));
 }
@@ -81,9 +80,8 @@ Velmor::SystemTime_s systemTime(std::uint64_t fileTime) {
     time.dwLowDateTime = static_cast<DWORD>(fileTime);
     time.dwHighDateTime = static_cast<DWORD>(fileTime >> 32);
     SYSTEMTIME parts{};
-    if (!FileTimeToSystemTime(&time, &parts)) {
+    if (!FileTimeToSystemTime(&time, &parts))
         return {};
-    }
     return {parts.wYear, parts.wMonth, parts.wDay, parts.wHour, parts.wMinute, parts.wSecond};
 }
 
@@ -96,19 +94,16 @@ std::wstring timeString(const Velmor::SystemTime_s& time) {
 }
 
 Version productVersion(const std::filesystem::path& file, bool damaged) {
-    if (damaged) {
+    if (damaged)
         return {false, {}};
-    }
     const DWORD size = GetFileVersionInfoSizeW(file.c_str(), nullptr);
-    if (size == 0) {
+    if (size == 0)
         return {false, {}};
-    }
     std::vector<char> block(size);
     void* root = nullptr;
     UINT rootSize = 0;
-    if (!GetFileVersionInfoW(file.c_str(), 0, size, block.data()) || !VerQueryValueA(block.data(), "\\", &root, &rootSize)) {
+    if (!GetFileVersionInfoW(file.c_str(), 0, size, block.data()) || !VerQueryValueA(block.data(), "\\", &root, &rootSize))
         return {false, {}};
-    }
     VS_FIXEDFILEINFO fixed{};
     std::memcpy(&fixed, root, sizeof fixed);
     return {true,

@@ -1,5 +1,5 @@
-// The interface takes nothing from a program: on Windows it stands beside <windows.h>, before and behind it; elsewhere it
-// defines HANDLE and nothing else of Win32, so these names are the program's own.
+// The public headers do not conflict with a program. On Windows they work together with <windows.h>, which they do not
+// include. On other systems the only name of Win32 that they define is HANDLE; a program may define all other names.
 
 #include <Velmor/Velmor.h>
 
@@ -8,7 +8,7 @@
 #if defined(_WIN32)
 
     #if defined(_WINDOWS_) || defined(_INC_WINDOWS)
-        #error "the interface includes <windows.h>"
+        #error "the public headers include <windows.h>"
     #endif
     #include <windows.h>
 
@@ -18,7 +18,7 @@ static_assert(std::is_same_v<Velmor::WideString, std::wstring>);
 #else
 
     #if defined(INVALID_HANDLE_VALUE) || defined(CALLBACK) || defined(WINAPI) || defined(TRUE) || defined(_WIN32)
-        #error "the interface defines names of Win32"
+        #error "the public headers define names of Win32"
     #endif
 
 struct HMODULE {};
