@@ -38,9 +38,8 @@ static_assert(sizeof(SystemTime_s) == 12, "the layout of a system time is fixed"
 class VELMOR_API FileOperations {
 public:
     /// Makes a path absolute and normalizes it.
-    /// @return the path. Empty and reported if the path cannot be normalized or has 520 units or more; empty and not
-    /// reported
-    ///         if it has 260 to 519 units.
+    /// @return the path. Empty and reported if the path cannot be normalized or has 520 units or more; empty, but not
+    ///         reported, if it has 260 to 519 units.
     static WideString GetFullPath(const WideString& path);
 
     /// Returns the folder of the normalized path, with the separator at its end.

@@ -64,9 +64,8 @@ public:
 
     /// Starts a thread with a private copy of an argument block. Returns after the thread has made the copy; never returns
     /// if the system cannot start a thread.
-    /// @param function      runs on the new thread with the copy and its size; its result is the exit code of the thread.
-    /// The
-    ///                      copy is null if memory is exhausted; it is freed after the function has returned.
+    /// @param function      runs on the new thread with the copy and its size; its result is the exit code of the
+    ///                      thread. The copy is null if memory is exhausted; it is freed after the function has returned.
     /// @param data          the argument block; not used after this call has returned.
     /// @param size          its size in bytes.
     /// @param lowerPriority whether the thread runs at below-normal priority.
@@ -76,9 +75,8 @@ public:
 
     /// Returns whether a thread has ended.
     /// @param thread        its handle.
-    /// @param[out] exitCode always receives a value: 259 while the thread runs, then its exit code; 0 for a handle that is
-    /// not
-    ///                      a thread.
+    /// @param[out] exitCode always receives a value: 259 while the thread runs, then its exit code; 0 for a handle that
+    ///                      is not a thread.
     /// @return false while the thread runs; true if it has ended and for a handle that is not a thread.
     static bool hasEnded(unsigned* thread, unsigned* exitCode);
 

@@ -264,9 +264,8 @@ void freeModule(void* module);                         ///< FreeLibrary
 void* moduleOfAddress(const void* address);
 
 /// GetModuleFileNameW.
-/// @return the length without the terminator; if the buffer is too small, the capacity, and the buffer contains the
-/// beginning
-///         of the path with a terminator; 0 on failure.
+/// @return the length without the terminator; if the buffer is too small, the capacity, and the buffer contains
+///         the beginning of the path with a terminator; 0 on failure.
 unsigned getModuleFileName(void* module, WideChar* buffer, unsigned capacity);
 
 /// SetErrorMode. POSIX: does nothing and returns 0.

@@ -151,7 +151,7 @@ private:
     /// Finds an entry of a folder by binary search.
     /// @param folder   offset of the folder from the root.
     /// @param ids      the numbers to look for, in order of preference.
-    /// @param anyEntry whether the first entry of the folder is found if there is none of these numbers.
+    /// @param anyEntry whether the first entry of the folder is found if no entry has one of these numbers.
     /// @return the target of the entry: an offset from the root, with `folderFlag` if it is a folder. Nothing if there is no
     ///         such entry or the folder is damaged.
     std::optional<std::uint32_t> find(std::uint32_t folder, std::initializer_list<std::uint32_t> ids,

@@ -12,7 +12,7 @@ using namespace diagnostics;
 
 namespace {
 
-// Frozen: the message says "for reading" also for a file that could not be opened for writing.
+// Frozen: the message contains "for reading" also for a file that could not be opened for writing.
 void reportFailedOpening(const WideString& path) {
     reportDiagnostic(diagnosticLevel, "opening of file %s for reading failed.",
                      StringOperations::ConvertToCurrentLocale(path).c_str());

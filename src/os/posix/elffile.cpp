@@ -11,10 +11,10 @@
 #include <cstdint>
 #include <cstring>
 
-// An ELF file begins with a header, which gives the place of the segment table. A segment is a block of the file that the
-// loader maps at an address. One of them is the dynamic section: a list of tagged values, among them the address and size of
-// a string table and, for each needed module, the offset of its name in that table. The address is converted to a file
-// offset by the segment that contains it.
+// An ELF file begins with a header, which contains the offset of the segment table. A segment is a block of the file that
+// the loader maps at an address. One of them is the dynamic section: a list of tagged values, among them the address and
+// size of a string table and, for each needed module, the offset of its name in that table. The address is converted to a
+// file offset by the segment that contains it.
 //
 // A file is loadable if all its segments and names lie within the file.
 

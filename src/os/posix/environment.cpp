@@ -92,8 +92,7 @@ unsigned expandEnvironmentStrings(const WideChar* text, WideChar* buffer, unsign
         if (const auto value = wideValue(source.substr(opening + 1, closing - opening - 1)))
             expanded += *value;
         else
-            expanded.append(source, opening,
-                            closing + 1 - opening); // a missing variable: the name is copied, with both percent signs
+            expanded.append(source, opening, closing + 1 - opening); // a missing variable is copied with its percent signs
         position = closing + 1;
     }
 

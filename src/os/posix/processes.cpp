@@ -28,7 +28,7 @@
 // it delivers the errno of a failure, or the end of the file after a success.
 //
 // End: a child that has ended remains a zombie until its parent calls waitpid, and keeps its process id until then. A
-// `Process` object calls waitpid without waiting when its exit code is asked for. If the handle of a running child is
+// `Process` object calls waitpid without waiting in each query of the exit code. If the handle of a running child is
 // closed, a thread waits for the child; if no thread can be started, the child is added to a list that is checked at each
 // start and close of a process.
 
