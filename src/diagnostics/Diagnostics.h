@@ -14,9 +14,9 @@ inline constexpr int diagnosticLevel = 4;
 /// Prints a message to the debugger channel and to standard output, if a debugger is attached.
 ///
 /// The message is formatted and truncated to 8191 characters. No newline is added.
-/// Frozen: on the way to standard output the message is formatted a second time, as a format without arguments, so a percent
-/// sign in it is interpreted again. In this second pass every conversion prints a zero, `%n` writes nothing, and the output
-/// is also limited to 8191 characters.
+/// The text for standard output is formatted a second time, as a format without arguments, so a percent sign in it is
+/// interpreted again. In this second pass every conversion prints a zero, `%n` writes nothing, and the output is also
+/// limited to 8191 characters.
 ///
 /// Threads: may be called from any thread; concurrent messages may interleave on standard output.
 /// @param level  ignored.

@@ -32,6 +32,7 @@ DynamicLibrary* DynamicLibrary::loadDynamicLibrary(const WideString& name, const
     const WideString oldPath = EnvironmentVariables::GetString(VELMOR_WIDE("PATH"));
     if (oldPath.empty() && os::getEnvironmentVariable(VELMOR_WIDE("PATH"), nullptr, 0) > 1)
         return new DynamicLibrary(nullptr); // "PATH" could not be read, so it could not be restored
+    // Frozen: an empty folder or an empty old value is not treated specially; a missing "PATH" is empty afterwards.
     const WideString newPath = folder + os::searchPathSeparator() + oldPath;
     void* const module = loadWithPath(name, newPath, oldPath);
     if (module == nullptr && os::isDebuggerPresent()) {
@@ -49,6 +50,7 @@ DynamicLibrary* DynamicLibrary::loadDynamicLibrary(const WideString& name, const
 }
 
 DynamicLibrary* DynamicLibrary::getExecutable() {
+    // Frozen: the destructor releases this module, although no reference was added on Windows.
     return new DynamicLibrary(os::executableModule());
 }
 

@@ -68,6 +68,7 @@ void ThreadOperations::closeThread(unsigned* thread) {
 }
 
 void ThreadOperations::usleep(int milliseconds) {
+    // Frozen: the argument is in milliseconds, in spite of the name.
     os::sleep(static_cast<unsigned>(milliseconds));
 }
 
