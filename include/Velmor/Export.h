@@ -1,10 +1,10 @@
 #pragma once
 
 /// @file
-/// How the library's symbols cross its boundary.
+/// The export and import declarations of the library.
 ///
-/// `VELMOR_API` marks what a program that uses the library may link to; everything else stays hidden. The library's own
-/// build defines `VELMOR_BUILDING`; `VELMOR_STATIC` (the suites of internal modules) removes the import decoration.
+/// `VELMOR_API` marks the symbols that a program can link to; all other symbols are hidden. The build of the library defines
+/// `VELMOR_BUILDING`. Programs that link the internal static library (the tests of internal modules) define `VELMOR_STATIC`.
 
 #if defined(_WIN32)
     #if defined(VELMOR_BUILDING)

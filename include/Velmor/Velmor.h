@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The whole interface of the library.
+/// The complete interface of the library.
 
 #include <Velmor/Digest.h>
 #include <Velmor/Export.h>

@@ -4,20 +4,23 @@
 
 #include <atomic>
 
-// The library's developer's aid: silent, and without any effect, unless a debugger is attached to the process.
+// Diagnostics for developers. They have no effect unless a debugger is attached to the process.
 
 namespace Velmor::diagnostics {
 
 /// The level that every call passes to `reportDiagnostic`.
 inline constexpr int diagnosticLevel = 4;
 
-/// Prints a message on the debugger channel and on standard output.
+/// Prints a message to the debugger channel and to standard output, if a debugger is attached.
 ///
-/// The message is formatted into 8191 characters at most and, on its way to standard output, formatted a second time as a
-/// format without arguments: a percent sign that reached the text is interpreted again. In that second pass every conversion
-/// reads a zero, `%n` writes nowhere, and the output is bounded.
-/// @param level  accepted and ignored; every call site passes 4.
-/// @param format as for `printf`, with its arguments behind it. No newline is added.
+/// The message is formatted and truncated to 8191 characters. No newline is added.
+/// The text for standard output is formatted a second time, as a format without arguments, so a percent sign in it is
+/// interpreted again. In this second pass every conversion prints a zero, `%n` writes nothing, and the output is also
+/// limited to 8191 characters.
+///
+/// Threads: may be called from any thread; concurrent messages may interleave on standard output.
+/// @param level  ignored.
+/// @param format as for `printf`, followed by its arguments.
 #if defined(__GNUC__)
     #if defined(__MINGW32__)
 __attribute__((format(gnu_printf, 2, 3)))
@@ -27,37 +30,39 @@ __attribute__((format(printf, 2, 3)))
 #endif
 void reportDiagnostic(int level, const char* format, ...);
 
-/// Stops in an attached debugger; returns at once if there is none.
+/// Stops in the attached debugger. Returns at once if there is none.
 void breakIntoDebugger();
 
-/// The one-shot flag of a call site that reports a condition at most once per process. One static object per site:
+/// The flag of a call site that reports a condition at most once per process. Each call site has one static object:
 ///
 ///     static ReportOnce once;
 ///     once([&] { reportDiagnostic(diagnosticLevel, "Error writing to file, %d\n", code); });
 ///
-/// The report is made, and what it converts is converted, only under a debugger; the flag is set at the first occurrence in
-/// any case. Threads that race may at worst report twice.
+/// The first call sets the flag, also without a debugger. Only under a debugger is the report made and its arguments
+/// converted.
+///
+/// Threads: may be called from any thread; concurrent first calls may each make the report.
 class ReportOnce {
 public:
-    /// The first time: breaks into an attached debugger, without a message.
+    /// On the first call, breaks into an attached debugger, without a message.
     void operator()() {
         (*this)([] {});
     }
 
-    /// The first time: makes the report, then breaks into the debugger, if one is attached.
+    /// On the first call, makes the report and breaks into the debugger, if one is attached.
     template <class Report>
     void operator()(Report&& report) {
-        if (happened_.load(std::memory_order_relaxed))
+        if (hasReported_.load(std::memory_order_relaxed))
             return;
         if (os::isDebuggerPresent()) {
             report();
             breakIntoDebugger();
         }
-        happened_.store(true, std::memory_order_relaxed);
+        hasReported_.store(true, std::memory_order_relaxed);
     }
 
 private:
-    std::atomic<bool> happened_{false};
+    std::atomic<bool> hasReported_{false};
 };
 
 } // namespace Velmor::diagnostics

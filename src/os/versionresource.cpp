@@ -4,11 +4,25 @@
 #include <optional>
 #include <string_view>
 
+// Format of a PE file, as far as it is read here; all numbers are little-endian:
+//
+//     DOS header      "MZ"; at 60 the offset of the PE header
+//     PE header       "PE\0\0", machine, number of sections, ..., size of the optional header
+//     optional header magic (32 or 64 bits), ..., data directories; the third one is the address of the resources
+//     section headers address and size in memory, size and offset in the file
+//
+// The resources are a tree in one section with three levels: type, name and language. Each node is a folder header, then its
+// entries: those with a name, then those with a number in ascending order. An entry of the last level leads to the address
+// and size of the data. The version resource has the type 16 and the name 1; of its languages, "neutral" is preferred, then
+// US English, then the first one.
+//
+// The data of the resource is a VS_VERSIONINFO record, which contains a VS_FIXEDFILEINFO record.
+
 namespace Velmor::os {
 
 namespace {
 
-/// A piece of a file as numbers, which stand least significant byte first. What would lie behind its end is 0.
+/// Access to a block of bytes as little-endian numbers. Bytes after the end of the block read as 0.
 class Bytes {
 public:
     Bytes(const unsigned char* begin, std::size_t size) : begin_(begin), size_(size) {}
@@ -22,7 +36,7 @@ private:
     std::size_t size_;
 };
 
-/// A file that is read in pieces.
+/// A file that is read at given offsets.
 class File {
 public:
     explicit File(const WideChar* path) : handle_(createFile(path, {.read = true, .shareReading = true})) {}
@@ -35,16 +49,17 @@ public:
 
     bool isOpen() const { return handle_ != invalidHandle(); }
 
-    /// Reads a piece, the whole of it or none.
-    bool read(std::uint64_t offset, std::uint32_t size, unsigned char* piece) const {
+    /// Reads a block.
+    /// @return false if the file does not contain the whole block.
+    bool read(std::uint64_t offset, std::uint32_t size, unsigned char* block) const {
         std::uint32_t count = 0;
         return offset <= static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max()) &&
-               setFilePointer(handle_, static_cast<std::int32_t>(offset)) && readFile(handle_, piece, size, &count) &&
+               setFilePointer(handle_, static_cast<std::int32_t>(offset)) && readFile(handle_, block, size, &count) &&
                count == size;
     }
 
-    /// Whether a piece lies in the file.
-    bool holds(std::uint64_t offset, std::uint64_t size) const {
+    /// Whether the file contains a block.
+    bool contains(std::uint64_t offset, std::uint64_t size) const {
         unsigned char last = 0;
         return size == 0 || read(offset + size - 1, 1, &last);
     }
@@ -53,23 +68,23 @@ private:
     HANDLE handle_;
 };
 
-/// A record of a fixed size that was read from a file; nothing, if the file does not hold the whole of it.
+/// A record of a fixed size, read from a file. Converts to false if the file does not contain the whole record.
 template <std::uint32_t Size>
 class Record {
 public:
-    Record(const File& file, std::uint64_t offset) : isWhole_(file.read(offset, Size, bytes_)) {}
+    Record(const File& file, std::uint64_t offset) : isComplete_(file.read(offset, Size, bytes_)) {}
 
-    explicit operator bool() const { return isWhole_; }
+    explicit operator bool() const { return isComplete_; }
     std::uint32_t word(std::size_t offset) const { return Bytes(bytes_, Size).word(offset); }
     std::uint32_t doubleWord(std::size_t offset) const { return Bytes(bytes_, Size).doubleWord(offset); }
 
 private:
     unsigned char bytes_[Size] = {};
-    bool isWhole_;
+    bool isComplete_;
 };
 
 using DosHeader = Record<64>;
-using FileHeader = Record<24>; // with the signature before it
+using FileHeader = Record<24>; // including the signature
 using SectionHeader = Record<40>;
 using ResourceFolder = Record<16>;
 using ResourceEntry = Record<8>;
@@ -83,15 +98,16 @@ constexpr std::uint32_t neutralLanguage = 0;
 constexpr std::uint32_t englishLanguage = 0x0409;
 constexpr std::uint32_t folderFlag = 0x80000000;
 
-/// A section of a PE file: where it lies in memory and in the file.
+/// A section of a PE file.
 struct Section {
-    std::uint32_t address;
-    std::uint32_t size;
-    std::uint32_t offset;
+    std::uint32_t address; ///< In memory, relative to the base address of the module.
+    std::uint32_t size;    ///< Number of bytes that are mapped from the file.
+    std::uint32_t offset;  ///< In the file.
 };
 
-/// The sections that can be read in memory.
-/// @return nothing, if the file is cut off or the system would not load it.
+/// Reads the headers of the sections that can be accessed in memory.
+/// @param headers offset of the section headers.
+/// @return nothing if the file is truncated or the system would not load it.
 std::optional<std::vector<Section>> readSections(const File& file, std::uint64_t headers, std::uint32_t count) {
     constexpr std::uint32_t accessFlags = 0xE0000000; // executable, readable, writable
     constexpr std::uint64_t pageSize = 0x1000;
@@ -102,7 +118,7 @@ std::optional<std::vector<Section>> readSections(const File& file, std::uint64_t
         const std::uint32_t address = header.doubleWord(12);
         const std::uint32_t fileSize = header.doubleWord(16);
         const std::uint32_t offset = header.doubleWord(20);
-        if (!header || address == 0 || !file.holds(offset, fileSize))
+        if (!header || address == 0 || !file.contains(offset, fileSize))
             return std::nullopt;
         const std::uint64_t pages = (memorySize + pageSize - 1) / pageSize * pageSize;
         const std::uint32_t size = memorySize == 0 || fileSize < pages ? fileSize : static_cast<std::uint32_t>(pages);
@@ -112,32 +128,36 @@ std::optional<std::vector<Section>> readSections(const File& file, std::uint64_t
     return sections;
 }
 
-/// The resources of a PE file: a tree of folders, by type, by name and by language.
+/// The resource tree of a PE file.
 class Resources {
 public:
-    /// @param section the section that holds them all.
-    /// @param root    where in the section the tree begins.
+    /// @param section the section that contains the resources.
+    /// @param root    offset of the root in the section.
     Resources(const File& file, const Section& section, std::uint32_t root) : file_(file), section_(section), root_(root) {}
 
     /// Reads the version resource.
     bool readVersion(std::vector<unsigned char>& block) const;
 
 private:
-    /// Where the file has a piece of the section.
-    /// @param inside from the section's beginning.
-    std::optional<std::uint64_t> fileOffset(std::uint64_t inside, std::uint64_t size) const {
-        if (inside > section_.size || size > section_.size - inside)
+    /// Returns the offset in the file of a block of the section.
+    /// @param position offset in the section.
+    /// @return nothing if the section does not contain the whole block.
+    std::optional<std::uint64_t> fileOffset(std::uint64_t position, std::uint64_t size) const {
+        if (position > section_.size || size > section_.size - position)
             return std::nullopt;
-        return section_.offset + inside;
+        return section_.offset + position;
     }
 
-    /// What the first of some entries of a folder leads to.
-    /// @param folder from the tree's root.
-    /// @param ids    the wanted entries, the best first; the last resort is the first entry of the folder.
-    /// @return a place in the tree, with a flag if it is a folder; nothing, if there is none or the folder is damaged.
+    /// Finds an entry of a folder by binary search.
+    /// @param folder   offset of the folder from the root.
+    /// @param ids      the numbers to look for, in order of preference.
+    /// @param anyEntry whether the first entry of the folder is found if no entry has one of these numbers.
+    /// @return the target of the entry: an offset from the root, with `folderFlag` if it is a folder. Nothing if there is no
+    ///         such entry or the folder is damaged.
     std::optional<std::uint32_t> find(std::uint32_t folder, std::initializer_list<std::uint32_t> ids,
                                       bool anyEntry = false) const;
 
+    /// Finds the subfolder of a folder that has a number.
     std::optional<std::uint32_t> findFolder(std::uint32_t folder, std::uint32_t id) const;
 
     const File& file_;
@@ -149,21 +169,21 @@ std::optional<std::uint32_t> Resources::find(std::uint32_t folder, std::initiali
                                              bool anyEntry) const {
     constexpr std::uint64_t headerSize = 16;
     constexpr std::uint64_t entrySize = 8;
-    const std::uint64_t place = std::uint64_t{root_} + folder;
-    const auto headerOffset = fileOffset(place, headerSize);
+    const std::uint64_t position = std::uint64_t{root_} + folder;
+    const auto headerOffset = fileOffset(position, headerSize);
     if (!headerOffset)
         return std::nullopt;
     const ResourceFolder header(file_, *headerOffset);
-    const std::uint32_t named = header.word(12); // these come first
+    const std::uint32_t named = header.word(12); // entries with a name, which come first
     const std::uint32_t count = named + header.word(14);
-    const auto entries = fileOffset(place + headerSize, count * entrySize);
+    const auto entries = fileOffset(position + headerSize, count * entrySize);
     if (!header || count == 0 || !entries)
         return std::nullopt;
 
     for (const std::uint32_t id : ids) {
         std::uint32_t begin = named;
         std::uint32_t end = count;
-        while (begin < end) { // the entries are in order
+        while (begin < end) {
             const std::uint32_t middle = begin + (end - 1 - begin) / 2;
             const ResourceEntry entry(file_, *entries + middle * entrySize);
             if (!entry)
@@ -198,7 +218,7 @@ bool Resources::readVersion(std::vector<unsigned char>& block) const {
     const ResourceData data(file_, *dataOffset);
     const std::uint32_t address = data.doubleWord(0);
     const std::uint32_t size = data.doubleWord(4);
-    constexpr std::uint32_t maximumSize = 0xFFFF; // the resource's own length has 16 bits
+    constexpr std::uint32_t maximumSize = 0xFFFF; // the length field of the resource has 16 bits
     if (!data || address < section_.address || size > maximumSize)
         return false;
     const auto offset = fileOffset(address - section_.address, size);
@@ -209,7 +229,8 @@ bool Resources::readVersion(std::vector<unsigned char>& block) const {
 }
 
 /// Reads the version resource of a PE file.
-/// @param offset of its header, which was read.
+/// @param offset of the PE header.
+/// @param header the PE header.
 bool readVersion(const File& file, std::uint64_t offset, const FileHeader& header, std::vector<unsigned char>& block) {
     constexpr std::uint32_t resourceDirectory = 2;
     const std::uint64_t optional = offset + 24;
@@ -246,13 +267,13 @@ VersionResource readVersionResource(const WideChar* path, std::vector<unsigned c
         return VersionResource::unknown;
     std::uint32_t high = 0;
     std::uint32_t low = 0;
-    const bool sound = header && header.word(2) == 0 && readVersion(file, offset, header, block) &&
+    const bool valid = header && header.word(2) == 0 && readVersion(file, offset, header, block) &&
                        readProductVersion(block.data(), block.size(), &high, &low);
-    return sound ? VersionResource::sound : VersionResource::none;
+    return valid ? VersionResource::valid : VersionResource::invalid;
 }
 
 bool readProductVersion(const unsigned char* block, std::size_t size, std::uint32_t* high, std::uint32_t* low) {
-    // VS_VERSIONINFO: its length, its value's length, a type and a name, and at the next multiple of four the value.
+    // VS_VERSIONINFO: its length, the length of the value, the type, the name in UTF-16, and the value at a multiple of 4.
     constexpr std::string_view name = "VS_VERSION_INFO";
     constexpr std::size_t nameOffset = 6;
     constexpr std::size_t valueOffset = 40;

@@ -18,8 +18,8 @@ CriticalSection::~CriticalSection() {
     }
 }
 
-// The current guard is written before the section is entered and cleared after it is left, both on purpose: whoever waits is
-// seen in a debugger, and an inner guard's end clears it although an outer one still holds the section.
+// Frozen: the current guard is stored before the wait and cleared after every leave, so it may be a guard that waits, or
+// null while an outer guard still holds the section.
 
 void CriticalSection::Enter(Lock* lock) {
     currentLock_.store(lock, std::memory_order_relaxed);

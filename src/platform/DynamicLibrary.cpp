@@ -10,12 +10,12 @@ using namespace diagnostics;
 
 namespace {
 
-/// Loads a module while "PATH" has another value.
-void* loadWithPath(const WideString& name, const WideString& lentPath, const WideString& ownPath) {
+/// Loads a module with a temporary value of "PATH".
+void* loadWithPath(const WideString& name, const WideString& temporaryPath, const WideString& oldPath) {
     const WideString variable = VELMOR_WIDE("PATH");
-    EnvironmentVariables::SetString(variable, lentPath);
+    EnvironmentVariables::SetString(variable, temporaryPath);
     void* const module = os::loadModule(name.c_str());
-    EnvironmentVariables::SetString(variable, ownPath);
+    EnvironmentVariables::SetString(variable, oldPath);
     return module;
 }
 
@@ -31,11 +31,12 @@ DynamicLibrary::~DynamicLibrary() {
 DynamicLibrary* DynamicLibrary::loadDynamicLibrary(const WideString& name, const WideString& folder) {
     const WideString oldPath = EnvironmentVariables::GetString(VELMOR_WIDE("PATH"));
     if (oldPath.empty() && os::getEnvironmentVariable(VELMOR_WIDE("PATH"), nullptr, 0) > 1)
-        return new DynamicLibrary(nullptr); // it could not be read, and what could not be given back is not lent
+        return new DynamicLibrary(nullptr); // "PATH" could not be read, so it could not be restored
+    // Frozen: an empty folder or an empty old value is not treated specially; a missing "PATH" is empty afterwards.
     const WideString newPath = folder + os::searchPathSeparator() + oldPath;
     void* const module = loadWithPath(name, newPath, oldPath);
     if (module == nullptr && os::isDebuggerPresent()) {
-        // A developer is watching: load again where the system may show its own dialog that names what is missing.
+        // Load again with error dialogs enabled: for a developer, the system then names the missing dependency.
         const unsigned previous = os::setErrorMode(0);
         void* const again = loadWithPath(name, newPath, oldPath);
         const unsigned code = os::lastError();
@@ -49,6 +50,7 @@ DynamicLibrary* DynamicLibrary::loadDynamicLibrary(const WideString& name, const
 }
 
 DynamicLibrary* DynamicLibrary::getExecutable() {
+    // Frozen: the destructor releases this module, although no reference was added on Windows.
     return new DynamicLibrary(os::executableModule());
 }
 

@@ -16,19 +16,20 @@ using namespace diagnostics;
 
 namespace {
 
-/// A heap buffer for one long text. The system may use one unit less than it holds, so that the text always ends.
+/// A heap buffer for one long text. It has one unit more than the capacity for the system, so that the text is always
+/// terminated.
 class LongText {
 public:
     static constexpr unsigned capacity = 32767;
 
     LongText() : text_(static_cast<WideChar*>(std::malloc((capacity + 1) * sizeof(WideChar)))) {
         if (text_ != nullptr) {
-            text_[0] = 0; // the text, should the system write none
+            text_[0] = 0; // an empty text if the system writes nothing
             text_[capacity] = 0;
         }
     }
 
-    /// Null if there was no memory.
+    /// Null if memory is exhausted.
     WideChar* data() { return text_.get(); }
 
 private:
@@ -38,21 +39,21 @@ private:
     std::unique_ptr<WideChar[], Free> text_;
 };
 
-/// A variable's text in a zero-filled buffer; empty if it does not fit.
+/// The value of a variable in a buffer of fixed capacity; empty if it does not fit.
 template <unsigned Capacity>
 struct ShortText {
     explicit ShortText(const WideString& name) : length(os::getEnvironmentVariable(name.c_str(), text, Capacity)) {
         if (length >= Capacity)
-            text[0] = 0; // Win32 leaves open what such a buffer holds
+            text[0] = 0; // Win32 does not specify the content of a buffer that is too small
     }
 
     WideChar text[Capacity] = {};
-    unsigned length; ///< The length, or the capacity that the text needs.
+    unsigned length; ///< The length, or the required capacity if the value does not fit.
 };
 
-/// The number in decimal.
+/// Formats a number in decimal.
 template <class Integer>
-WideString asDecimal(Integer value) {
+WideString formatDecimal(Integer value) {
     using Magnitude = std::make_unsigned_t<Integer>;
     Magnitude magnitude = static_cast<Magnitude>(value);
     if (value < 0)
@@ -73,6 +74,7 @@ WideString EnvironmentVariables::ExpandVariables(const WideString& text) {
     LongText expanded;
     if (expanded.data() == nullptr)
         return {};
+    // Frozen: the result is not checked; a longer expansion is unspecified.
     os::expandEnvironmentStrings(text.c_str(), expanded.data(), LongText::capacity);
     return expanded.data();
 }
@@ -93,13 +95,12 @@ int EnvironmentVariables::GetInt(const WideString& name) {
 }
 
 void EnvironmentVariables::SetInt(const WideString& name, int value) {
-    SetString(name, asDecimal(value));
+    SetString(name, formatDecimal(value));
 }
 
 HANDLE EnvironmentVariables::GetFileStreamHandle(const WideString& name) {
     const ShortText<1024> value(name);
-    // The bound is the buffer's size in bytes, on purpose: a text of 1,024 to 2,046 units passes it and, not having been
-    // read, gives a null handle.
+    // Frozen: the limit is the size of the buffer in bytes, so a text of 1,024 to 2,046 units is a null handle.
     if (value.length == 0 || value.length > 2047) {
         static ReportOnce once;
         once([&] {
@@ -112,7 +113,7 @@ HANDLE EnvironmentVariables::GetFileStreamHandle(const WideString& name) {
 }
 
 void EnvironmentVariables::SetFileStreamHandle(const WideString& name, HANDLE handle) {
-    SetString(name, asDecimal(static_cast<std::int64_t>(reinterpret_cast<std::intptr_t>(handle))));
+    SetString(name, formatDecimal(static_cast<std::int64_t>(reinterpret_cast<std::intptr_t>(handle))));
 }
 
 } // namespace Velmor

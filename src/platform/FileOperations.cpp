@@ -13,7 +13,7 @@ using namespace diagnostics;
 
 namespace {
 
-/// A path normalised in a buffer of the length that was customary, with the quirks of its users.
+/// A normalized path in a buffer of MAX_PATH units.
 class FullPath {
 public:
     static constexpr unsigned capacity = 260;
@@ -21,16 +21,16 @@ public:
     explicit FullPath(const WideString& path, unsigned usedCapacity = capacity)
         : result_(os::getFullPathName(path.c_str(), usedCapacity, text_, &filePart_)) {}
 
-    /// Whether the system could normalise the path. The bound is the buffer's size in bytes, on purpose: a path of 260 to
-    /// 519 units passes it, though it does not fit and the text stays empty.
-    bool accepted() const { return result_ >= 1 && result_ <= sizeof text_; }
+    /// Whether the path was normalized.
+    // Frozen: the limit is the size of the buffer in bytes, so a path of 260 to 519 units is accepted with an empty text.
+    bool isAccepted() const { return result_ >= 1 && result_ <= sizeof text_; }
 
     WideString text() const { return text_; }
 
-    /// Where the file name begins; null if there is none, or the path does not fit.
+    /// The beginning of the file name; null if the path has no file name or does not fit.
     const WideChar* filePart() const { return filePart_; }
 
-    /// What stands before the file name, which there is.
+    /// The text before the file name. The path must have a file name.
     WideString folder() const { return {static_cast<const WideChar*>(text_), filePart()}; }
 
 private:
@@ -59,12 +59,13 @@ private:
 
 constexpr WideChar tokenSeparator = VELMOR_WIDE('|');
 
-std::uint64_t joined(std::uint32_t high, std::uint32_t low) {
+std::uint64_t joinWords(std::uint32_t high, std::uint32_t low) {
     return std::uint64_t{high} << 32 | low;
 }
 
-/// A time's text in a picture. The parts are shifted on purpose: the day becomes the day of the week, the hour the day, the
-/// minute the hour and the second the minute.
+/// Formats a time with a time picture.
+// Frozen: the fields are shifted. The day is used as day of the week, the hour as day, the minute as hour, the second as
+// minute.
 WideString formatShifted(const SystemTime_s& time, bool force24Hours, const WideChar* picture) {
     const os::SystemTime shifted = {.year = time.year,
                                     .month = time.month,
@@ -84,7 +85,7 @@ WideString formatShifted(const SystemTime_s& time, bool force24Hours, const Wide
 
 WideString FileOperations::GetFullPath(const WideString& path) {
     const FullPath full(path);
-    if (!full.accepted()) {
+    if (!full.isAccepted()) {
         static ReportOnce once;
         once([] { reportDiagnostic(diagnosticLevel, "Invalid directory."); });
         return {};
@@ -94,7 +95,7 @@ WideString FileOperations::GetFullPath(const WideString& path) {
 
 WideString FileOperations::GetFullFolder(const WideString& path) {
     const FullPath full(path);
-    if (full.filePart() == nullptr || !full.accepted()) {
+    if (full.filePart() == nullptr || !full.isAccepted()) {
         static ReportOnce once;
         once([] { reportDiagnostic(diagnosticLevel, "Invalid directory."); });
         return {};
@@ -103,9 +104,9 @@ WideString FileOperations::GetFullFolder(const WideString& path) {
 }
 
 WideString FileOperations::GetFileWithoutPath(const WideString& path) {
-    // Two units less than the buffer holds, on purpose.
+    // Frozen: the capacity is two units less than the buffer has.
     const FullPath full(path, FullPath::capacity - 2);
-    if (!full.accepted()) {
+    if (!full.isAccepted()) {
         static ReportOnce once;
         once([] { reportDiagnostic(diagnosticLevel, "Invalid pathName, GetFullPathName failed."); });
         return {};
@@ -120,16 +121,16 @@ WideString FileOperations::GetFileWithoutPath(const WideString& path) {
 
 WideString FileOperations::GetFileWithoutExtenstion(const WideString& path) {
     const FullPath full(path);
-    if (!full.accepted()) {
+    if (!full.isAccepted()) {
         static ReportOnce once;
-        // The wide path stands for narrow text, on purpose: the message shows it up to its first zero byte.
+        // Frozen: the wide path is printed as narrow text, so the message contains it up to the first zero byte.
         once([&] {
             reportDiagnostic(diagnosticLevel, "Invalid cache file name; filename = %s",
                              reinterpret_cast<const char*>(path.c_str()));
         });
     }
     if (full.filePart() == nullptr)
-        return {}; // against the contract: the path names no file
+        return {}; // the contract requires a file name
     const WideString name = full.filePart();
     return name.substr(0, name.find(VELMOR_WIDE('.')));
 }
@@ -144,7 +145,7 @@ bool FileOperations::MatchExtension(const WideString& fileName, const WideString
     if (extensions.empty())
         return true;
     const WideChar* token = extensions.c_str();
-    // An empty token ends the list, on purpose: those behind it are never tried.
+    // Frozen: an empty pattern ends the list; the patterns after it are not tried.
     while (const unsigned length = ParseExtension(token)) {
         if (MatchExtension(fileName, token, length))
             return true;
@@ -158,8 +159,7 @@ bool FileOperations::MatchExtension(const WideString& fileName, const WideString
 bool FileOperations::MatchExtension(const WideString& fileName, const WideChar* token, unsigned length) {
     if (fileName.empty())
         return false;
-    // End-anchored on purpose: the first character of a token is its asterisk, and the first one of a name is not looked at
-    // either.
+    // Frozen: the first character of the pattern (its asterisk) and of the name are not compared.
     std::size_t tokenIndex = length - 1;
     std::size_t nameIndex = fileName.size() - 1;
     for (; tokenIndex != 0 && nameIndex != 0; --tokenIndex, --nameIndex)
@@ -216,7 +216,7 @@ bool FileOperations::Delete(const WideString& path) {
     return false;
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is the interface
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes the path by value
 bool FileOperations::DeleteDirectory(WideString path) {
     return os::removeDirectory(path.c_str());
 }
@@ -224,13 +224,13 @@ bool FileOperations::DeleteDirectory(WideString path) {
 std::int64_t FileOperations::GetFileSize(const WideString& path) {
     os::FileInformation information = {};
     os::getFileAttributesEx(path.c_str(), &information);
-    return static_cast<std::int64_t>(joined(information.sizeHigh, information.sizeLow));
+    return static_cast<std::int64_t>(joinWords(information.sizeHigh, information.sizeLow));
 }
 
 std::uint64_t FileOperations::GetFileLastWriteTime(const WideString& path) {
     os::FileInformation information = {};
     os::getFileAttributesEx(path.c_str(), &information);
-    return joined(information.lastWriteTimeHigh, information.lastWriteTimeLow);
+    return joinWords(information.lastWriteTimeHigh, information.lastWriteTimeLow);
 }
 
 std::int64_t FileOperations::GetFreeBytesAvailable(const WideString& path) {
@@ -264,7 +264,7 @@ bool FileOperations::GetProductVersion(const WideString& path, unsigned* major, 
         return false;
     std::uint32_t high = 0;
     std::uint32_t low = 0;
-    // The block is not freed on failure, on purpose.
+    // Frozen: the block is not freed on failure.
     if (!os::getFileVersionInfo(path.c_str(), size, block) || !os::queryProductVersion(block, size, &high, &low))
         return false;
     *major = high >> 16;

@@ -12,7 +12,7 @@ using namespace diagnostics;
 
 namespace {
 
-/// "for reading" is meant: both factories that open a path report with the same words.
+// Frozen: the message contains "for reading" also for a file that could not be opened for writing.
 void reportFailedOpening(const WideString& path) {
     reportDiagnostic(diagnosticLevel, "opening of file %s for reading failed.",
                      StringOperations::ConvertToCurrentLocale(path).c_str());
@@ -31,7 +31,7 @@ FileStream::~FileStream() {
 }
 
 FileStream* FileStream::openFileForReading(const WideString& path) {
-    std::unique_ptr<FileStream> stream(new FileStream(os::invalidHandle(), true)); // first: nothing is opened without it
+    std::unique_ptr<FileStream> stream(new FileStream(os::invalidHandle(), true)); // before the file is opened: may throw
     stream->handle_ = os::createFile(path.c_str(), {.read = true, .shareReading = true, .sequential = true});
     if (stream->handle_ == os::invalidHandle()) {
         static ReportOnce once;
@@ -41,7 +41,7 @@ FileStream* FileStream::openFileForReading(const WideString& path) {
 }
 
 FileStream* FileStream::createFileForWriting(const WideString& path) {
-    std::unique_ptr<FileStream> stream(new FileStream(os::invalidHandle(), true)); // first: nothing is opened without it
+    std::unique_ptr<FileStream> stream(new FileStream(os::invalidHandle(), true)); // before the file is opened: may throw
     stream->handle_ = os::createFile(path.c_str(), {.write = true, .create = true, .sequential = true});
     if (stream->handle_ == os::invalidHandle()) {
         static ReportOnce once;
@@ -56,7 +56,7 @@ FileStream* FileStream::createTemporaryFile() {
     WideChar name[264] = {};
     os::getTempPath(pathCapacity, folder);
     os::getTempFileName(folder, VELMOR_WIDE("KXF"), name);
-    // Without a name the file cannot be opened either; that is where both failures show.
+    // If one of these calls fails, the name is empty and createFile fails too.
     std::unique_ptr<FileStream> stream(new FileStream(os::invalidHandle(), true));
     stream->handle_ = os::createFile(
         name, {.read = true, .write = true, .inheritable = true, .create = true, .temporary = true, .deleteOnClose = true});
@@ -72,6 +72,7 @@ FileStream* FileStream::createFromHandle(HANDLE handle) {
 }
 
 bool FileStream::read(std::uint64_t size, std::vector<char>& out) {
+    // Frozen: the size of the system call is used modulo 2^32.
     out.resize(size);
     std::uint32_t count = 0;
     const bool succeeded = os::readFile(handle_, out.data(), static_cast<std::uint32_t>(size), &count);
@@ -80,6 +81,7 @@ bool FileStream::read(std::uint64_t size, std::vector<char>& out) {
 }
 
 bool FileStream::write(std::uint64_t size, const char* data) {
+    // Frozen: the size is used modulo 2^32, and the number of bytes written is not checked.
     if (os::writeFile(handle_, data, static_cast<std::uint32_t>(size)))
         return true;
     const unsigned code = os::lastError();
@@ -93,7 +95,7 @@ void FileStream::seekToBegin() {
 }
 
 void FileStream::seekToOffset(std::uint64_t offset) {
-    // The low half as a signed distance, on purpose: offsets of 2 GiB and more do not reach their place.
+    // Frozen: the low 32 bits are a signed distance, so offsets of 2 GiB and more do not reach their position.
     os::setFilePointer(handle_, static_cast<std::int32_t>(static_cast<std::uint32_t>(offset)));
 }
 
@@ -102,8 +104,8 @@ HANDLE FileStream::getHandle() const {
 }
 
 bool FileStream::isValid() const {
-    // The sense is inverted on purpose. INVALID_HANDLE_VALUE is not asked about: the system would take it for the pseudo
-    // handle of the process, which is open.
+    // Frozen: the result is inverted. INVALID_HANDLE_VALUE is tested here, because for the system it is the pseudo handle of
+    // the process, which is open.
     return handle_ == os::invalidHandle() || !os::isHandleOpen(handle_);
 }
 

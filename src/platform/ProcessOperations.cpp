@@ -16,6 +16,7 @@ HANDLE ProcessOperations::createProcess(const WideString& application, const Wid
 
 bool ProcessOperations::hasEnded(HANDLE process, unsigned* exitCode) {
     unsigned code = 0;
+    // Frozen: an invalid handle is reported as running.
     if (!os::getExitCodeProcess(process, &code) || code == os::stillActive)
         return false;
     *exitCode = code;

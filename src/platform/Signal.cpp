@@ -10,7 +10,7 @@ Signal::~Signal() {
     os::closeHandle(event_);
 }
 
-// Shares the event and leaves the former one open, on purpose.
+// Frozen: both objects close the event, and the previous event of the target is never closed.
 Signal& Signal::operator=(const Signal& other) = default;
 
 void Signal::raise() {

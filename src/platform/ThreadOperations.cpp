@@ -10,7 +10,7 @@ namespace Velmor {
 
 namespace {
 
-/// What a new thread is told. It belongs to `createThread` and is gone once the signal is raised.
+/// The arguments of a new thread. `createThread` owns them and frees them after the signal was raised.
 struct StartBlock {
     unsigned (*function)(void* data, std::uint64_t size);
     const void* data;
@@ -46,7 +46,7 @@ unsigned* ThreadOperations::createThread(unsigned (*function)(void* data, std::u
     const HANDLE thread = os::createThread(&runThread, block);
     if (lowerPriority)
         os::lowerThreadPriority(thread);
-    started->wait(); // for ever if there is no thread: callers rely on its creation
+    started->wait(); // Frozen: never returns if the system could not start the thread.
     delete started;
     std::free(block);
     return static_cast<unsigned*>(thread);
@@ -56,11 +56,11 @@ bool ThreadOperations::hasEnded(unsigned* thread, unsigned* exitCode) {
     unsigned code = 0;
     const bool known = os::getExitCodeThread(thread, &code);
     *exitCode = code;
-    return !known || code != os::stillActive; // a handle of no thread counts as ended, on purpose
+    return !known || code != os::stillActive; // Frozen: an invalid handle is reported as ended.
 }
 
 void ThreadOperations::terminateThread(unsigned* /*thread*/, unsigned /*exitCode*/) {
-    // Nothing, on purpose: a thread that is ended from outside leaves its locks and memory behind.
+    // Frozen: does nothing. A terminated thread would leave its locks held and its memory allocated.
 }
 
 void ThreadOperations::closeThread(unsigned* thread) {
@@ -68,6 +68,7 @@ void ThreadOperations::closeThread(unsigned* thread) {
 }
 
 void ThreadOperations::usleep(int milliseconds) {
+    // Frozen: the argument is in milliseconds, in spite of the name.
     os::sleep(static_cast<unsigned>(milliseconds));
 }
 

@@ -3,12 +3,12 @@
 #include <cstdint>
 #include <string_view>
 
-// In what Windows's code pages differ from iconv's charsets of the same name, and what WideCharToMultiByte gives for the
-// characters that a code page does not have.
+// The differences between the Windows code pages and the iconv charsets of the same names, and the best fits of
+// WideCharToMultiByte for characters that a code page does not have. Data only; pageconversion.cpp searches it.
 
 namespace Velmor::os::posix {
 
-/// A byte for which Windows has another character; 0 for one that Windows leaves undefined.
+/// A byte that is a different character in Windows; 0 if it is undefined in Windows.
 struct SingleByte {
     unsigned codePage;
     unsigned char byte;
@@ -21,12 +21,12 @@ inline constexpr SingleByte singleBytes[] = {
     {28597, 0xAA, 0},      {28598, 0xAF, 0x203E}, {28598, 0xFD, 0},      {28598, 0xFE, 0},
 };
 
-/// Double bytes and their characters, both numbered consecutively: mostly the areas for characters of the user's own.
+/// A run of consecutive double bytes with consecutive characters; most of them are private-use areas.
 struct DoubleBytes {
     unsigned codePage;
     std::uint16_t first;
     std::uint16_t last;
-    char16_t character; ///< That of `first`.
+    char16_t character; ///< The character of `first`.
 };
 
 inline constexpr DoubleBytes doubleBytes[] = {
@@ -77,13 +77,13 @@ inline constexpr DoubleBytes doubleBytes[] = {
     {950, 0xF9EB, 0xF9EB, 0x2561}, {950, 0xF9F9, 0xF9F9, 0x2550},
 };
 
-/// The code pages of the sets below: bit i of a set stands for entry i.
+/// The code pages of the bit sets in `bestFits`: bit i is entry i.
 inline constexpr unsigned bestFitCodePages[] = {
     866,  874,   932,   936,   949,   950,   1250,  1251,  1252,  1253,  1254,  1255,  1256,  1257,
     1258, 20866, 21866, 28591, 28592, 28593, 28594, 28595, 28596, 28597, 28598, 28599, 28603, 28605,
 };
 
-/// Characters that a set of code pages does not have, each followed by the one that it is replaced with.
+/// Pairs of characters: one that a set of code pages does not have, and its replacement.
 struct BestFit {
     std::uint32_t codePages;
     std::u16string_view pairs;

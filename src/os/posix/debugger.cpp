@@ -1,4 +1,5 @@
 #include "os/os.h"
+#include "os/posix/descriptors.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -12,21 +13,17 @@ namespace Velmor::os {
 
 namespace {
 
-/// The beginning of /proc/self/status, which holds the tracer's line well within its first 4 KiB.
+/// Reads the beginning of /proc/self/status, which contains the line of the tracer within its first 4 KiB.
 std::size_t readStatus(char* buffer, std::size_t capacity) {
-    const int descriptor = open("/proc/self/status", O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0)
-        return 0;
+    const posix::Descriptor file(open("/proc/self/status", O_RDONLY | O_CLOEXEC));
     std::size_t length = 0;
-    while (length < capacity) {
-        const ssize_t count = read(descriptor, buffer + length, capacity - length);
-        if (count < 0 && errno == EINTR)
-            continue;
+    while (file.isOpen() && length < capacity) {
+        const ssize_t count =
+            posix::retryInterrupted([&] { return read(file.number(), buffer + length, capacity - length); });
         if (count <= 0)
             break;
         length += static_cast<std::size_t>(count);
     }
-    close(descriptor);
     return length;
 }
 
@@ -47,7 +44,7 @@ void debugBreak() {
 }
 
 void outputDebugString(const char* text) {
-    // A write to no descriptor: the call fails and changes nothing, and a tracer sees its text (strace -e trace=write).
+    // The call fails because there is no such descriptor, but a tracer sees its text (strace -e trace=write).
     const int savedError = errno;
     if (write(-1, text, std::strlen(text)) < 0)
         errno = savedError;

@@ -15,14 +15,14 @@ namespace Velmor::os {
 
 namespace {
 
-/// Makes each access to the environment through the library one step, as Win32's are. The C library's own, elsewhere in the
-/// process, remain the host's business.
+/// Makes each access to the environment through this library atomic, as in Win32. It does not protect against setenv calls
+/// of the program itself.
 std::mutex& environmentMutex() {
-    static std::mutex* const instance = new std::mutex; // never destroyed: threads may outlive main()
+    static std::mutex* const instance = new std::mutex; // never destroyed: threads may run after main
     return *instance;
 }
 
-/// The value of a variable whose name is given as a piece of text.
+/// Returns the value of a variable; nothing if it is missing.
 std::optional<WideString> wideValue(const WideString& name) {
     const auto value = posix::environmentValue(posix::narrowName(name.c_str()).c_str());
     if (!value)
@@ -36,7 +36,7 @@ namespace posix {
 
 std::optional<std::string> environmentValue(const char* name) {
     if (*name == '\0' || std::strchr(name, '=') != nullptr)
-        return std::nullopt; // no variable has such a name, but getenv("A=B") would find "A=B=value"
+        return std::nullopt; // not a valid name, but getenv("A=B") would find "A=B=value"
     const std::lock_guard<std::mutex> lock(environmentMutex());
     const char* const value = std::getenv(name);
     if (value == nullptr)
@@ -86,13 +86,13 @@ unsigned expandEnvironmentStrings(const WideChar* text, WideChar* buffer, unsign
         expanded.append(source, position, opening - position);
         const std::size_t closing = source.find(VELMOR_WIDE('%'), opening + 1);
         if (closing == WideString::npos) {
-            expanded.append(source, opening); // a percent sign without a partner stays
+            expanded.append(source, opening); // a percent sign without a second one is copied
             break;
         }
         if (const auto value = wideValue(source.substr(opening + 1, closing - opening - 1)))
             expanded += *value;
         else
-            expanded.append(source, opening, closing + 1 - opening); // an unknown name stays, with both its percent signs
+            expanded.append(source, opening, closing + 1 - opening); // a missing variable is copied with its percent signs
         position = closing + 1;
     }
 

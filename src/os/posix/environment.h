@@ -1,6 +1,6 @@
 #pragma once
 
-// The environment of this process in bytes, for the other files of this system.
+// The environment of this process in bytes.
 
 #include <optional>
 #include <string>
@@ -8,10 +8,10 @@
 
 namespace Velmor::os::posix {
 
-/// The value of a variable; nothing if it is missing.
+/// Returns the value of a variable; nothing if it is missing.
 std::optional<std::string> environmentValue(const char* name);
 
-/// All variables, each as "NAME=value".
+/// Returns all variables in the form "NAME=value".
 std::vector<std::string> environmentEntries();
 
 } // namespace Velmor::os::posix

@@ -11,7 +11,7 @@ namespace {
 struct Event : posix::Object {
     std::mutex mutex;
     std::condition_variable changed;
-    bool signalled = false;
+    bool signaled = false;
 };
 
 } // namespace
@@ -28,7 +28,7 @@ HANDLE createEvent() {
 void setEvent(HANDLE event) {
     if (const auto target = posix::findObjectOf<Event>(event)) {
         const std::lock_guard<std::mutex> lock(target->mutex);
-        target->signalled = true;
+        target->signaled = true;
         target->changed.notify_all();
     }
 }
@@ -36,7 +36,7 @@ void setEvent(HANDLE event) {
 void waitForEvent(HANDLE event) {
     if (const auto target = posix::findObjectOf<Event>(event)) {
         std::unique_lock<std::mutex> lock(target->mutex);
-        target->changed.wait(lock, [&] { return target->signalled; });
+        target->changed.wait(lock, [&] { return target->signaled; });
     }
 }
 

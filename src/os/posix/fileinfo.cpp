@@ -15,6 +15,10 @@
 #include <memory>
 #include <string>
 
+// A search handle is the DIR of the folder. The type of an entry comes from readdir if the file system supplies it; only
+// links and unknown types require a call of fstatat. Broken links are skipped, because a link has the attributes of its
+// target.
+
 namespace Velmor::os {
 
 namespace {
@@ -26,8 +30,8 @@ bool failFromErrno() {
     return false;
 }
 
-/// What a path leads to.
-bool inspect(const WideChar* path, struct stat& status) {
+/// Returns the status of the file that a path refers to; follows links.
+bool getStatus(const WideChar* path, struct stat& status) {
     const auto name = posix::systemPath(path);
     if (!name)
         return false;
@@ -38,7 +42,7 @@ std::uint32_t attributesOf(const struct stat& status) {
     return S_ISDIR(status.st_mode) ? directoryAttribute : normalAttribute;
 }
 
-/// 100-nanosecond intervals since 1601; 0 for what lies before, and the last one that can be told for what lies behind it.
+/// Converts to 100-nanosecond intervals since 1601: 0 for earlier times, the largest value for times after the range.
 std::uint64_t fileTimeOf(const timespec& time) {
     constexpr std::int64_t secondsBefore1970 = 11'644'473'600;
     constexpr std::int64_t unitsPerSecond = 10'000'000;
@@ -51,7 +55,7 @@ std::uint64_t fileTimeOf(const timespec& time) {
     return static_cast<std::uint64_t>((seconds + secondsBefore1970) * unitsPerSecond + time.tv_nsec / 100);
 }
 
-/// One call of the system on a path.
+/// Calls a function of the system with a path.
 template <class Call>
 bool perform(const WideChar* path, const Call& call) {
     const auto name = posix::systemPath(path);
@@ -63,7 +67,7 @@ bool perform(const WideChar* path, const Call& call) {
 constexpr auto closeDirectory = [](DIR* directory) { closedir(directory); };
 using Directory = std::unique_ptr<DIR, decltype(closeDirectory)>;
 
-/// Tells the next entry of a folder that leads somewhere.
+/// Reads the next entry of a folder. Skips broken links.
 bool nextEntry(DIR* directory, FoundFile& found) {
     while (const dirent* const entry = readdir(directory)) {
         if (entry->d_type == DT_DIR) {
@@ -82,33 +86,33 @@ bool nextEntry(DIR* directory, FoundFile& found) {
     return false;
 }
 
-/// The search that has found the one file or folder that a pattern without an asterisk names.
-constexpr HANDLE onlyOne = nullptr;
+/// The handle of a search for one file, which has no second result.
+constexpr HANDLE singleResult = nullptr;
 
-/// Begins such a search.
-/// @param last where the last part of the pattern begins; there is nothing of an empty name.
-HANDLE findOne(const WideString& pattern, std::size_t last, FoundFile& found) {
+/// Searches for one file or folder.
+/// @param nameStart position of the name in the path. An empty name is not found.
+HANDLE findSingle(const WideString& path, std::size_t nameStart, FoundFile& found) {
     struct stat status = {};
-    if (last == pattern.size()) {
+    if (nameStart == path.size()) {
         posix::setLastError(posix::errorPathNotFound);
         return invalidHandle();
     }
-    if (!inspect(pattern.c_str(), status))
+    if (!getStatus(path.c_str(), status))
         return invalidHandle();
-    found = {attributesOf(status), pattern.substr(last)};
-    return onlyOne;
+    found = {attributesOf(status), path.substr(nameStart)};
+    return singleResult;
 }
 
 } // namespace
 
 std::uint32_t getFileAttributes(const WideChar* path) {
     struct stat status = {};
-    return inspect(path, status) ? attributesOf(status) : invalidFileAttributes;
+    return getStatus(path, status) ? attributesOf(status) : invalidFileAttributes;
 }
 
 bool getFileAttributesEx(const WideChar* path, FileInformation* information) {
     struct stat status = {};
-    if (!inspect(path, status))
+    if (!getStatus(path, status))
         return false;
     const std::uint64_t size = S_ISDIR(status.st_mode) ? 0 : static_cast<std::uint64_t>(status.st_size);
     const std::uint64_t time = fileTimeOf(status.st_mtim);
@@ -131,9 +135,9 @@ bool removeDirectory(const WideChar* path) {
 
 HANDLE findFirstFile(const WideChar* pattern, FoundFile& found) {
     WideString folder = pattern;
-    const std::size_t last = folder.find_last_of(VELMOR_WIDE("/\\")) + 1; // 0 without a separator
-    if (folder.compare(last, WideString::npos, VELMOR_WIDE("*")) != 0)
-        return findOne(folder, last, found);
+    const std::size_t nameStart = folder.find_last_of(VELMOR_WIDE("/\\")) + 1; // 0 without a separator
+    if (folder.compare(nameStart, WideString::npos, VELMOR_WIDE("*")) != 0)
+        return findSingle(folder, nameStart, found);
     folder.pop_back(); // the asterisk
     const auto name = folder.empty() ? "." : posix::systemPath(folder.c_str());
     if (!name)
@@ -147,11 +151,11 @@ HANDLE findFirstFile(const WideChar* pattern, FoundFile& found) {
 }
 
 bool findNextFile(HANDLE search, FoundFile& found) {
-    return search != onlyOne && nextEntry(static_cast<DIR*>(search), found);
+    return search != singleResult && nextEntry(static_cast<DIR*>(search), found);
 }
 
 void findClose(HANDLE search) {
-    if (search != onlyOne)
+    if (search != singleResult)
         closedir(static_cast<DIR*>(search));
 }
 
@@ -175,9 +179,9 @@ void checkFileAccess(const WideChar* path, bool* read, bool* write) {
     const auto name = posix::systemPath(path);
     if (!name)
         return;
-    // Who can reach a file sees its attributes.
+    // A user who can search the folders of the path can read the attributes.
     *read = faccessat(AT_FDCWD, name->c_str(), F_OK, AT_EACCESS) == 0;
-    // To add to a folder takes the right to search it as well.
+    // Adding an entry to a folder also requires the right to search it.
     struct stat status = {};
     const bool folder = stat(name->c_str(), &status) == 0 && S_ISDIR(status.st_mode);
     *write = faccessat(AT_FDCWD, name->c_str(), folder ? W_OK | X_OK : W_OK, AT_EACCESS) == 0;

@@ -1,3 +1,4 @@
+#include "os/posix/descriptors.h"
 #include "os/posix/environment.h"
 #include "os/posix/handles.h"
 #include "os/posix/names.h"
@@ -19,52 +20,21 @@ namespace Velmor::os {
 
 namespace {
 
-constexpr std::size_t maximumPath = 260; // MAX_PATH, the terminator included
+constexpr std::size_t maximumPath = 260; // MAX_PATH, including the terminator
 
-/// A descriptor that is closed unless it is released.
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() {
-        if (number_ >= 0)
-            close(number_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int number() const { return number_; }
-
-    int release() {
-        const int number = number_;
-        number_ = -1;
-        return number;
-    }
-
-    /// Leaves the numbers of the standard streams to those, also in a process that has closed them.
-    void moveAboveStandardStreams(bool inheritable) {
-        if (number_ < 0 || number_ > STDERR_FILENO)
-            return;
-        const int moved = fcntl(number_, inheritable ? F_DUPFD : F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-        close(number_);
-        number_ = moved;
-    }
-
-private:
-    int number_;
-};
-
-/// Fails with a Win32 code.
-HANDLE refuse(unsigned code) {
+HANDLE failWith(unsigned code) {
     posix::setLastError(code);
     return invalidHandle();
 }
 
-HANDLE refuseFromErrno() {
+HANDLE failWithErrno() {
     posix::setLastErrorFromErrno(errno);
     return invalidHandle();
 }
 
-/// Fails with the code of errno. A descriptor that is open, but not for this, is told from one that is not open.
+/// Sets the last error from errno after a failed read, write or seek. EBADF also means that an open descriptor does not
+/// allow the access; this is a different error in Win32.
+/// @return false.
 bool failAccess(int descriptor) {
     const int error = errno;
     if (error == EBADF && fcntl(descriptor, F_GETFD) >= 0)
@@ -74,11 +44,11 @@ bool failAccess(int descriptor) {
     return false;
 }
 
-/// Keeps a write to a pipe that nobody reads, or beyond the file-size limit, from ending the process: it fails instead, as
-/// any other write.
-class WriteSignalsHeld {
+/// Blocks the signals that would end the process during a write to a pipe without readers (SIGPIPE) or beyond the file-size
+/// limit (SIGXFSZ), so that the write fails as any other. Signals of this kind that were pending before are not affected.
+class WriteSignalBlocker {
 public:
-    WriteSignalsHeld() {
+    WriteSignalBlocker() {
         sigemptyset(&signals_);
         sigaddset(&signals_, SIGPIPE);
         sigaddset(&signals_, SIGXFSZ);
@@ -87,14 +57,14 @@ public:
         sigpending(&pending);
         for (const int signal : {SIGPIPE, SIGXFSZ})
             if (sigismember(&pending, signal) == 1)
-                sigdelset(&signals_, signal); // was there before and is not ours to take
-        pthread_sigmask(SIG_BLOCK, &signals_, &former_);
+                sigdelset(&signals_, signal);
+        pthread_sigmask(SIG_BLOCK, &signals_, &previous_);
     }
 
-    ~WriteSignalsHeld() { pthread_sigmask(SIG_SETMASK, &former_, nullptr); }
+    ~WriteSignalBlocker() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
 
-    /// Takes the signal that came with a failed write. Keeps errno.
-    void discard() const {
+    /// Removes the pending signal of a failed write. Preserves errno.
+    void discardPending() const {
         const int savedError = errno;
         const timespec noWait = {};
         while (sigtimedwait(&signals_, nullptr, &noWait) > 0) {
@@ -102,15 +72,15 @@ public:
         errno = savedError;
     }
 
-    WriteSignalsHeld(const WriteSignalsHeld&) = delete;
-    WriteSignalsHeld& operator=(const WriteSignalsHeld&) = delete;
+    WriteSignalBlocker(const WriteSignalBlocker&) = delete;
+    WriteSignalBlocker& operator=(const WriteSignalBlocker&) = delete;
 
 private:
     sigset_t signals_;
-    sigset_t former_;
+    sigset_t previous_;
 };
 
-/// A number to begin the search for a free name with; it differs from process to process and from call to call.
+/// Returns the number with which the search for an unused temporary name starts. It differs between processes and calls.
 unsigned nextNameNumber() {
     static std::atomic<unsigned> next = [] {
         timespec now = {};
@@ -128,29 +98,30 @@ HANDLE createFile(const WideChar* path, const FileArguments& arguments) {
         return invalidHandle();
     const int access = arguments.read && arguments.write ? O_RDWR : arguments.write ? O_WRONLY : O_RDONLY;
     const int flags = access | O_NOCTTY | (arguments.create ? O_CREAT : 0) | (arguments.inheritable ? 0 : O_CLOEXEC);
-    Descriptor file(open(name->c_str(), flags, 0666));
+    posix::Descriptor file(open(name->c_str(), flags, 0666));
     file.moveAboveStandardStreams(arguments.inheritable);
-    if (file.number() < 0)
-        return refuseFromErrno();
+    if (!file.isOpen())
+        return failWithErrno();
 
     struct stat status = {};
     if (fstat(file.number(), &status) != 0)
-        return refuseFromErrno();
+        return failWithErrno();
     if (S_ISDIR(status.st_mode))
-        return refuse(posix::errorAccessDenied);
+        return failWith(posix::errorAccessDenied);
 
     if (S_ISREG(status.st_mode)) {
-        // The sharing rules hold between those who ask for the lock: the users of this library. It belongs to the open file,
-        // so that a child that inherits the handle holds it too. A file system without locks has no rules.
+        // The lock implements the share mode between the programs that ask for it: the users of this library. It belongs to
+        // the open file, so a child that inherits the handle also holds it. Without support of the file system there is no
+        // share mode.
         if (flock(file.number(), (arguments.shareReading ? LOCK_SH : LOCK_EX) | LOCK_NB) != 0 && errno == EWOULDBLOCK)
-            return refuse(posix::errorSharingViolation);
-        // Only now: a file that somebody else holds is not to be emptied.
+            return failWith(posix::errorSharingViolation);
+        // Only after the lock was acquired: a file that another handle has locked must not be truncated.
         if (arguments.create && ftruncate(file.number(), 0) != 0)
-            return refuseFromErrno();
+            return failWithErrno();
     }
-    // At once instead of at the last close, so that the file vanishes however its processes end.
+    // Now instead of at the last close, so that the file is deleted even if its processes are killed.
     if (arguments.deleteOnClose && unlink(name->c_str()) != 0)
-        return refuseFromErrno();
+        return failWithErrno();
     if (arguments.sequential)
         posix_fadvise(file.number(), 0, 0, POSIX_FADV_SEQUENTIAL);
     return posix::handleOf(file.release());
@@ -160,15 +131,14 @@ bool readFile(HANDLE file, void* buffer, std::uint32_t size, std::uint32_t* coun
     *count = 0;
     const int descriptor = posix::descriptorOf(file);
     for (;;) {
-        const ssize_t result = read(descriptor, static_cast<char*>(buffer) + *count, size - *count);
-        if (result < 0 && errno == EINTR)
-            continue;
-        if (result < 0) // behind a part that was read, the next call meets the failure
+        const ssize_t result =
+            posix::retryInterrupted([&] { return read(descriptor, static_cast<char*>(buffer) + *count, size - *count); });
+        if (result < 0) // after a partial success, the next call reports the failure
             return *count != 0 || failAccess(descriptor);
         *count += static_cast<std::uint32_t>(result);
         if (result == 0 || *count == size)
             return true;
-        // One call may yield less than is there, but only of a file more can be asked without waiting for it.
+        // A short read of a regular file is continued. On a pipe or terminal the next read could wait for data.
         struct stat status = {};
         if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
             return true;
@@ -177,19 +147,18 @@ bool readFile(HANDLE file, void* buffer, std::uint32_t size, std::uint32_t* coun
 
 bool writeFile(HANDLE file, const void* data, std::uint32_t size) {
     const int descriptor = posix::descriptorOf(file);
-    if (descriptor < 0) { // not even tried: a tracer would take it for a message on the debugger channel
+    if (descriptor < 0) { // not passed to write: a tracer would see a message on the debugger channel
         posix::setLastError(posix::errorInvalidHandle);
         return false;
     }
-    const WriteSignalsHeld held;
+    const WriteSignalBlocker blocker;
     std::uint32_t written = 0;
     for (;;) {
-        const ssize_t result = write(descriptor, static_cast<const char*>(data) + written, size - written);
-        if (result < 0 && errno == EINTR)
-            continue;
+        const ssize_t result = posix::retryInterrupted(
+            [&] { return write(descriptor, static_cast<const char*>(data) + written, size - written); });
         if (result < 0) {
             if (errno == EPIPE || errno == EFBIG)
-                held.discard();
+                blocker.discardPending();
             return failAccess(descriptor);
         }
         written += static_cast<std::uint32_t>(result);
@@ -221,7 +190,7 @@ unsigned getTempPath(unsigned capacity, WideChar* buffer) {
 }
 
 unsigned getTempFileName(const WideChar* folder, const WideChar* prefix, WideChar* name) {
-    if (*folder == 0) { // there was no folder to be had; the current one is no place for temporary files
+    if (*folder == 0) { // getTempPath has failed; the current folder must not be used instead
         posix::setLastError(posix::errorPathNotFound);
         return 0;
     }
@@ -239,13 +208,13 @@ unsigned getTempFileName(const WideChar* folder, const WideChar* prefix, WideCha
     for (unsigned attempt = 0; attempt < numbers; ++attempt) {
         const unsigned number = nextNameNumber() % numbers;
         if (number == 0)
-            continue; // stands for failure
+            continue; // 0 is the result of a failure
         char ending[endingLength + 1];
         std::snprintf(ending, sizeof ending, "%04x.tmp", number);
         const WideString candidate = path + posix::wideName(ending);
-        const Descriptor created(
+        const posix::Descriptor created(
             open(posix::narrowName(candidate.c_str()).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
-        if (created.number() >= 0) {
+        if (created.isOpen()) {
             std::copy_n(candidate.c_str(), candidate.size() + 1, name);
             return number;
         }

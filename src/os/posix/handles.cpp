@@ -22,7 +22,7 @@ struct Table {
     std::uintptr_t next = std::uintptr_t{1} << 32;
 };
 
-/// Never destroyed: threads may outlive main().
+/// Never destroyed: threads may run after main.
 Table& table() {
     static Table* const instance = new Table;
     return *instance;
@@ -115,8 +115,8 @@ bool closeHandle(HANDLE handle) {
     using namespace posix;
     const int descriptor = descriptorOf(handle);
     if (descriptor >= 0) {
-        // A child that is just being started has a copy of the descriptor until its program runs, and with it the file's
-        // lock. Where the program is not to have the descriptor, the lock ends here.
+        // A child that another thread is starting has a copy of the descriptor until its program runs, and the copy would
+        // hold the lock. If the descriptor is not inheritable, the lock is released here.
         const int flags = fcntl(descriptor, F_GETFD);
         if (flags >= 0 && (flags & FD_CLOEXEC) != 0)
             flock(descriptor, LOCK_UN);
@@ -125,7 +125,7 @@ bool closeHandle(HANDLE handle) {
         setLastErrorFromErrno(errno);
         return false;
     }
-    std::shared_ptr<Object> closed; // destroyed outside the lock
+    std::shared_ptr<Object> closed; // destroyed after the mutex is unlocked
     {
         Table& all = table();
         const std::lock_guard<std::mutex> lock(all.mutex);

@@ -1,8 +1,10 @@
 #pragma once
 
-// The handles of this system. A file's handle is the number of its descriptor, so that a child may inherit it under the same
-// value. Every other handle is the number of an object in a table; such numbers lie above all descriptors and are never
-// given out twice, so that a stale handle, or one that is closed twice, meets nobody else's object.
+// Handles. A file handle is the number of its descriptor, so that it has the same value in a child that inherits it. The
+// handle of an event, process or thread is the key of an object in a table. The keys are larger than all descriptors and are
+// never reused: a handle that is used after it was closed, or closed twice, does not affect another object.
+//
+// The error codes of Win32 and the last error of the calling thread.
 
 #include "os/os.h"
 
@@ -10,7 +12,7 @@
 
 namespace Velmor::os::posix {
 
-/// What a handle that is no descriptor refers to.
+/// The base class of events, processes and threads.
 class Object {
 public:
     Object() = default;
@@ -19,28 +21,28 @@ public:
     virtual ~Object() = default;
 };
 
-/// Enters an object into the table.
-/// @return its handle; null if there is no memory.
+/// Adds an object to the table.
+/// @return its handle; null if memory is exhausted.
 HANDLE addObject(std::shared_ptr<Object> object);
 
-/// The object of a handle, kept alive by the result; null for any other value.
+/// Returns the object of a handle and shares its ownership; null if the handle has no object.
 std::shared_ptr<Object> findObject(HANDLE handle);
 
-/// The object of a handle if it is of the given kind; else null, with the last error set.
+/// Returns the object of a handle if it has the given type; otherwise null, and sets the last error.
 template <class Kind>
 std::shared_ptr<Kind> findObjectOf(HANDLE handle);
 
-/// The descriptor of a file handle; -1 for null (which is no file's handle: `handleOf` never gives it), for
-/// `invalidHandle()` and for the handles of objects.
+/// Returns the descriptor of a file handle; -1 for null, for `invalidHandle()` and for the handles of objects. Null is never
+/// a file handle: descriptor 0 has none.
 int descriptorOf(HANDLE handle);
 
-/// The handle of a descriptor, which must be above 0.
+/// Returns the handle of a descriptor, which must be greater than 0.
 HANDLE handleOf(int descriptor);
 
-/// Sets the calling thread's last error to a Win32 code.
+/// Sets the last error of the calling thread to a Win32 code.
 void setLastError(unsigned code);
 
-/// Sets the calling thread's last error to the Win32 code that fits an errno.
+/// Sets the last error of the calling thread to the Win32 code that corresponds to an errno.
 void setLastErrorFromErrno(int error);
 
 inline constexpr unsigned errorFileNotFound = 2;
@@ -58,7 +60,6 @@ inline constexpr unsigned errorDiskFull = 112;
 inline constexpr unsigned errorInsufficientBuffer = 122;
 inline constexpr unsigned errorInvalidName = 123;
 inline constexpr unsigned errorModNotFound = 126;
-inline constexpr unsigned errorProcNotFound = 127;
 inline constexpr unsigned errorNegativeSeek = 131;
 inline constexpr unsigned errorBadExeFormat = 193;
 inline constexpr unsigned errorEnvvarNotFound = 203;

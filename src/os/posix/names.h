@@ -1,7 +1,8 @@
 #pragma once
 
-// Names as the kernel has them (bytes) and as the library has them (UTF-16). Well-formed UTF-8 is converted; a byte that is
-// no part of such stands for itself as U+DC80..U+DCFF, both ways, so that every name there can be passes through unchanged.
+// Names (of files, variables and modules) as the kernel has them, in bytes, and as the library has them, in UTF-16.
+// Well-formed UTF-8 is converted. A byte b that is not part of well-formed UTF-8 is converted to U+DC00 + b (U+DC80 to
+// U+DCFF) and back, so that every name that the system allows is preserved.
 
 #include <Velmor/WideText.h>
 
@@ -10,11 +11,11 @@
 
 namespace Velmor::os::posix {
 
-/// The UTF-16 form of a name.
+/// Converts a name to UTF-16.
 WideString wideName(std::string_view name);
 
-/// The bytes of a name in UTF-16, NUL-terminated. A surrogate that is neither half of a pair nor stands for a byte is
-/// encoded by itself.
+/// Converts a name in UTF-16, which ends with a NUL, to bytes. A surrogate that is neither half of a pair nor an escaped
+/// byte is encoded as three bytes.
 std::string narrowName(const WideChar* name);
 
 } // namespace Velmor::os::posix

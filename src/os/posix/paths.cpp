@@ -14,18 +14,26 @@
 #include <string_view>
 #include <utility>
 
+// Normalization works on the text only:
+//
+//   1. The beginning of the path determines its kind.
+//   2. A path on a drive that ends in the name of a device ("C:\x\NUL.txt") becomes the path of the device.
+//   3. The root is copied, of a share with the names of server and share. Then each part is appended to the result. Empty
+//      and "." parts are skipped; ".." removes the last part, but nothing of the root.
+//   4. In a Windows path, dots and blanks at the end of the path and one dot at the end of a folder name are removed.
+
 namespace Velmor::os {
 
 namespace {
 
 using WideView = std::basic_string_view<WideChar>;
 
-/// What the head of a path says about the rest.
+/// The kinds of paths.
 enum class PathKind {
-    native, ///< of this system
+    native, ///< a path of this system
     drive,  ///< C:...
-    share,  ///< two backslashes: a server and what it shares
-    device, ///< two backslashes, a dot or a question mark, a separator
+    share,  ///< \\server\share...
+    device, ///< \\.\... or \\?\...
 };
 
 PathKind kindOf(WideView path) {
@@ -37,14 +45,15 @@ PathKind kindOf(WideView path) {
     if (letter && path[1] == VELMOR_WIDE(':'))
         return PathKind::drive;
     if (first != VELMOR_WIDE('\\') || path[1] != VELMOR_WIDE('\\'))
-        return PathKind::native; // also with two slashes, which the system takes for one
+        return PathKind::native; // also a path with two slashes, which are one slash for the system
     const bool device =
         path.size() > 3 && (path[2] == VELMOR_WIDE('.') || path[2] == VELMOR_WIDE('?')) && posix::isSeparator(path[3]);
     return device ? PathKind::device : PathKind::share;
 }
 
-/// The name of a device that a path on a drive stands for, whatever its folder and ending: "NUL" for "C:\x\NUL .txt".
-/// @return empty if it stands for none.
+/// Returns the device that a path refers to. On a drive this depends on the file name without its extension: "NUL" for
+/// "C:\x\NUL .txt".
+/// @return empty if the path does not refer to a device.
 WideView deviceName(WideView path, PathKind kind) {
     static constexpr WideView names[] = {VELMOR_WIDE("AUX"), VELMOR_WIDE("CON"),    VELMOR_WIDE("NUL"),
                                          VELMOR_WIDE("PRN"), VELMOR_WIDE("CONIN$"), VELMOR_WIDE("CONOUT$")};
@@ -57,7 +66,7 @@ WideView deviceName(WideView path, PathKind kind) {
                           [&](WideChar unit, WideChar letter) { return upper(unit) == letter; });
     };
 
-    if (kind != PathKind::drive) // of the other paths a single one is taken for the name that it ends in
+    if (kind != PathKind::drive) // the only other path that is treated as a device name
         return equal(path, VELMOR_WIDE("\\\\.\\CON")) ? path.substr(4) : WideView();
     const std::size_t separator = path.find_last_of(VELMOR_WIDE("/\\"));
     path.remove_prefix(separator == WideView::npos ? 2 : separator + 1);
@@ -72,21 +81,21 @@ WideView deviceName(WideView path, PathKind kind) {
     return {};
 }
 
-/// The length of the head of a Windows path that no ".." leaves.
+/// Returns the length of the root of a Windows path, which ".." cannot leave.
 std::size_t rootLength(WideView path, PathKind kind) {
     if (kind == PathKind::drive)
         return 3;
     if (kind == PathKind::device)
         return 4;
     std::size_t length = 2;
-    for (int part = 0; part < 2; ++part) { // the server and the share, each with all separators behind it
+    for (int part = 0; part < 2; ++part) { // the server and the share, each with the separators that follow it
         length = std::min(path.find(VELMOR_WIDE('\\'), length), path.size());
         length = std::min(path.find_first_not_of(VELMOR_WIDE('\\'), length), path.size());
     }
     return length;
 }
 
-/// Removes the last part of a path, which ends in a separator or is nothing but its root.
+/// Removes the last part of a path that ends in a separator. A path that is only a root is not changed.
 void removeLastPart(WideString& path, std::size_t root) {
     if (path.size() == root)
         return;
@@ -95,10 +104,10 @@ void removeLastPart(WideString& path, std::size_t root) {
         path.pop_back();
 }
 
-/// A path without its empty, "." and ".." parts.
-/// @param path       the path, absolute, with one kind of separator.
-/// @param root       the length of its root, which stays.
-/// @param appendPart appends a part to the result; told whether it is the last.
+/// Removes the empty, "." and ".." parts of a path.
+/// @param path       an absolute path with one kind of separator.
+/// @param root       the length of its root, which is copied.
+/// @param appendPart called with the result, the next part, and whether it is the last part; appends the part.
 template <class AppendPart>
 WideString collapsed(WideView path, std::size_t root, const AppendPart& appendPart) {
     const WideChar separator = path[0] == VELMOR_WIDE('/') ? VELMOR_WIDE('/') : VELMOR_WIDE('\\');
@@ -114,7 +123,7 @@ WideString collapsed(WideView path, std::size_t root, const AppendPart& appendPa
             if (part.size() == 2)
                 removeLastPart(result, root);
             if (last && result.size() > root)
-                result.pop_back(); // the separator: what is named is the folder itself
+                result.pop_back(); // the separator: the path refers to the folder itself
             continue;
         }
         appendPart(result, part, last);
@@ -124,10 +133,10 @@ WideString collapsed(WideView path, std::size_t root, const AppendPart& appendPa
     return result;
 }
 
-/// A Windows path by Windows' rules.
+/// Normalizes a Windows path that does not refer to a device.
 WideString windowsPath(WideString path, PathKind kind) {
     std::replace(path.begin(), path.end(), VELMOR_WIDE('/'), VELMOR_WIDE('\\'));
-    // No drive has a current folder here: what follows the colon starts at the root.
+    // Drives have no current folder on this system: a relative path starts at the root.
     if (kind == PathKind::drive && (path.size() == 2 || path[2] != VELMOR_WIDE('\\')))
         path.insert(2, 1, VELMOR_WIDE('\\'));
     if (path == VELMOR_WIDE("\\\\.") || path == VELMOR_WIDE("\\\\?"))
@@ -136,7 +145,7 @@ WideString windowsPath(WideString path, PathKind kind) {
     WideString result = collapsed(path, root, [](WideString& all, WideView part, bool last) {
         all += part;
         if (!last && part.back() == VELMOR_WIDE('.'))
-            all.pop_back(); // one dot at the end of a folder's name
+            all.pop_back(); // one dot at the end of a folder name
     });
     while (result.size() > root && (result.back() == VELMOR_WIDE(' ') || result.back() == VELMOR_WIDE('.')))
         result.pop_back();
@@ -203,8 +212,8 @@ unsigned getFullPathName(const WideChar* path, unsigned capacity, WideChar* buff
     std::copy_n(full.c_str(), length + 1, buffer);
     const WideChar separator = kind == PathKind::native ? VELMOR_WIDE('/') : VELMOR_WIDE('\\');
     const std::size_t name = full.rfind(separator) + 1;
-    const bool behindRoot = kind == PathKind::native || name > 2; // "\\server" is no file
-    if (hasFilePart && behindRoot && name < full.size())
+    const bool isAfterRoot = kind == PathKind::native || name > 2; // "\\server" has no file name
+    if (hasFilePart && isAfterRoot && name < full.size())
         *filePart = buffer + name;
     return length;
 }

@@ -2,7 +2,7 @@
 
 namespace Velmor::os::posix {
 
-/// BELOW_NORMAL_PRIORITY_CLASS and THREAD_PRIORITY_BELOW_NORMAL on the scale of nice.
+/// The nice value of BELOW_NORMAL_PRIORITY_CLASS and THREAD_PRIORITY_BELOW_NORMAL.
 inline constexpr int belowNormalNice = 5;
 
 } // namespace Velmor::os::posix

@@ -1,3 +1,5 @@
+#include "os/posix/commandline.h"
+#include "os/posix/descriptors.h"
 #include "os/posix/environment.h"
 #include "os/posix/handles.h"
 #include "os/posix/names.h"
@@ -21,28 +23,36 @@
 #include <string>
 #include <vector>
 
+// Start: the parent prepares everything that the child needs, because after fork in a process with threads the child may
+// only call async-signal-safe functions. The child calls execve. A pipe that execve closes reports the result to the parent:
+// it delivers the errno of a failure, or the end of the file after a success.
+//
+// End: a child that has ended remains a zombie until its parent calls waitpid, and keeps its process id until then. A
+// `Process` object calls waitpid without waiting in each query of the exit code. If the handle of a running child is
+// closed, a thread waits for the child; if no thread can be started, the child is added to a list that is checked at each
+// start and close of a process.
+
 namespace Velmor::os {
 
 namespace {
 
-/// The exit code of a process that somebody else has waited for: a host that ignores SIGCHLD or waits for all its children.
-constexpr unsigned exitCodeTakenAway = 0xFFFFFFFF;
+/// The exit code of a process for which the program itself has called waitpid, or ignores SIGCHLD.
+constexpr unsigned unavailableExitCode = 0xFFFFFFFF;
 
-/// Children that are still to be waited for, because no thread could be had for it. They are asked for whenever a process is
-/// started or its handle closed.
-class Orphans {
+/// Children whose handles are closed and for which no thread waits.
+class UnreapedChildren {
 public:
     void add(pid_t pid) {
         const std::lock_guard<std::mutex> lock(mutex_);
         try {
             pids_.push_back(pid);
         } catch (const std::bad_alloc&) {
-            // It stays behind as a zombie.
+            // The child remains a zombie after its end.
         }
     }
 
-    /// Lets go of those that have ended.
-    void sweep() {
+    /// Reaps and removes the children that have ended.
+    void reap() {
         const std::lock_guard<std::mutex> lock(mutex_);
         pids_.erase(
             std::remove_if(pids_.begin(), pids_.end(), [](pid_t pid) { return waitpid(pid, nullptr, WNOHANG) != 0; }),
@@ -54,53 +64,57 @@ private:
     std::vector<pid_t> pids_;
 };
 
-Orphans& orphans() {
-    static Orphans* const instance = new Orphans; // never destroyed: threads may outlive main()
+UnreapedChildren& unreapedChildren() {
+    static UnreapedChildren* const instance = new UnreapedChildren; // never destroyed: threads may run after main
     return *instance;
 }
 
-/// Waits for a child that nobody else knows any more.
-void* reap(void* child) {
-    const pid_t pid = static_cast<pid_t>(reinterpret_cast<std::intptr_t>(child));
-    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
-    }
+/// Waits until a child has ended, and discards its exit status.
+void waitForChild(pid_t pid) {
+    posix::retryInterrupted([pid] { return waitpid(pid, nullptr, 0); });
+}
+
+/// The function of a thread that waits for a child.
+void* runReaper(void* child) {
+    waitForChild(static_cast<pid_t>(reinterpret_cast<std::intptr_t>(child)));
     return nullptr;
 }
 
-/// Has a child waited for by a small thread of its own, which takes no signals of the host's. It is the one thread that the
-/// library starts for itself: without it, a running child whose handle is closed would be left as a zombie.
+/// Starts a thread with a small stack and all signals blocked that waits for a child. This is the only thread that the
+/// library starts for itself.
 void reapInBackground(pid_t pid) {
     sigset_t all;
-    sigset_t former;
+    sigset_t previous;
     sigfillset(&all);
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
     pthread_attr_setstacksize(&attributes, std::max<std::size_t>(static_cast<std::size_t>(PTHREAD_STACK_MIN), 64 * 1024));
-    pthread_sigmask(SIG_SETMASK, &all, &former);
+    pthread_sigmask(SIG_SETMASK, &all, &previous);
     pthread_t thread;
-    if (pthread_create(&thread, &attributes, &reap, reinterpret_cast<void*>(static_cast<std::intptr_t>(pid))) != 0)
-        orphans().add(pid);
-    pthread_sigmask(SIG_SETMASK, &former, nullptr);
+    void* const argument = reinterpret_cast<void*>(static_cast<std::intptr_t>(pid));
+    if (pthread_create(&thread, &attributes, &runReaper, argument) != 0)
+        unreapedChildren().add(pid);
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
     pthread_attr_destroy(&attributes);
 }
 
-/// A child process. Its number stays its own until it is waited for, which only this object does.
+/// A child process. Only this object calls waitpid for it, so its process id stays valid until then.
 class Process : public posix::Object {
 public:
     Process() = default;
 
     ~Process() override {
-        orphans().sweep();
+        unreapedChildren().reap();
         update();
-        if (waitable_)
+        if (isWaitable_)
             reapInBackground(pid_);
     }
 
-    void started(pid_t pid) {
+    void setStarted(pid_t pid) {
         const std::lock_guard<std::mutex> lock(mutex_);
         pid_ = pid;
-        waitable_ = true;
+        isWaitable_ = true;
     }
 
     unsigned exitCode() {
@@ -109,17 +123,17 @@ public:
         return exitCode_;
     }
 
-    /// Ends the process if it still runs.
+    /// Ends the process.
+    /// @return false if it has already ended.
     bool terminate(unsigned exitCode) {
         const std::lock_guard<std::mutex> lock(mutex_);
         update();
-        if (!waitable_ || terminated_ || kill(pid_, SIGKILL) != 0)
+        if (!isWaitable_ || isTerminated_ || kill(pid_, SIGKILL) != 0)
             return false;
-        terminated_ = true;
+        isTerminated_ = true;
         terminationCode_ = exitCode;
-        // As on Windows the exit code can be asked for at once. A process that the kernel does not let go soon is not waited
-        // for any longer.
-        for (int attempt = 0; attempt < 100 && waitable_; ++attempt) {
+        // Waits up to 0.1 s, so that the exit code is available after the call, as on Windows.
+        for (int attempt = 0; attempt < 100 && isWaitable_; ++attempt) {
             if (attempt != 0)
                 os::sleep(1);
             update();
@@ -128,18 +142,18 @@ public:
     }
 
 private:
-    /// Takes over the exit code, the first time that there is one.
+    /// Stores the exit code if the process has ended since the last call.
     void update() {
         int status = 0;
-        const pid_t answer = waitable_ ? waitpid(pid_, &status, WNOHANG) : 0;
-        if (answer == 0)
+        const pid_t result = isWaitable_ ? waitpid(pid_, &status, WNOHANG) : 0;
+        if (result == 0)
             return;
-        waitable_ = false;
-        if (answer < 0)
-            exitCode_ = exitCodeTakenAway;
+        isWaitable_ = false;
+        if (result < 0)
+            exitCode_ = unavailableExitCode;
         else if (WIFEXITED(status))
             exitCode_ = static_cast<unsigned>(WEXITSTATUS(status));
-        else if (terminated_ && WTERMSIG(status) == SIGKILL)
+        else if (isTerminated_ && WTERMSIG(status) == SIGKILL)
             exitCode_ = terminationCode_;
         else
             exitCode_ = 128 + static_cast<unsigned>(WTERMSIG(status));
@@ -147,80 +161,13 @@ private:
 
     std::mutex mutex_;
     pid_t pid_ = 0;
-    bool waitable_ = false; // a child that runs, or whose end nobody has asked for
-    bool terminated_ = false;
+    bool isWaitable_ = false; // started, and not yet reaped
+    bool isTerminated_ = false;
     unsigned terminationCode_ = 0;
     unsigned exitCode_ = stillActive;
 };
 
-bool isBlank(WideChar unit) {
-    return unit == ' ' || unit == '\t';
-}
-
-/// Reads the program's name, the first argument: up to the next quote or, unquoted, the next blank, no matter what.
-WideString takeProgramName(const WideChar*& position) {
-    const bool quoted = *position == '"';
-    if (quoted)
-        ++position;
-    const WideChar* const begin = position;
-    while (*position != 0 && (quoted ? *position != '"' : !isBlank(*position)))
-        ++position;
-    WideString name(begin, position);
-    if (quoted && *position != 0)
-        ++position;
-    return name;
-}
-
-/// Reads one further argument. 2n backslashes before a quote stand for n, and the quote counts; 2n + 1 stand for n and a
-/// quote in the text. Of three quotes in a row, the one that opens a quotation included, the third stands in the text and
-/// ends the quotation; two in a row end it.
-WideString takeArgument(const WideChar*& position) {
-    WideString argument;
-    unsigned quotes = 0; // 0 outside a quotation
-    while (*position != 0 && !(quotes == 0 && isBlank(*position))) {
-        std::size_t backslashes = 0;
-        for (; *position == '\\'; ++position)
-            ++backslashes;
-        if (*position != '"') {
-            argument.append(backslashes, VELMOR_WIDE('\\'));
-            if (*position != 0 && !(quotes == 0 && isBlank(*position)))
-                argument.push_back(*position++);
-            continue;
-        }
-        argument.append(backslashes / 2, VELMOR_WIDE('\\'));
-        ++position;
-        if (backslashes % 2 != 0)
-            argument.push_back(VELMOR_WIDE('"'));
-        else
-            ++quotes;
-        for (; *position == '"'; ++position) {
-            if (++quotes == 3) {
-                argument.push_back(VELMOR_WIDE('"'));
-                quotes = 0;
-            }
-        }
-        if (quotes == 2)
-            quotes = 0;
-    }
-    return argument;
-}
-
-/// Splits a command line as CommandLineToArgvW does. An empty one stands for the application's name.
-std::vector<std::string> splitCommandLine(const WideChar* commandLine, const std::string& application) {
-    if (*commandLine == 0)
-        return {application};
-    const WideChar* position = commandLine;
-    std::vector<std::string> arguments = {posix::narrowName(takeProgramName(position).c_str())};
-    for (;;) {
-        while (isBlank(*position))
-            ++position;
-        if (*position == 0)
-            return arguments;
-        arguments.push_back(posix::narrowName(takeArgument(position).c_str()));
-    }
-}
-
-/// The form in which execve takes texts; they must outlive it.
+/// Returns an array for execve, which ends with null. The texts must outlive it.
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
     pointers.reserve(texts.size() + 1);
@@ -230,31 +177,31 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     return pointers;
 }
 
-/// What the child needs, made before the fork: behind it only calls that are safe in a signal handler are allowed.
+/// The data that the child needs after fork.
 struct Launch {
     const char* application;
     char* const* arguments;
     char* const* environment;
     bool inheritHandles;
     int nice;
-    rlim_t descriptorLimit; ///< The hard one: descriptors may be open from before the soft one was lowered.
-    int failurePipe;        ///< Takes the errno of a failure; closed by a successful exec.
+    rlim_t descriptorLimit; ///< The hard limit: descriptors above a lowered soft limit may be open.
+    int failurePipe;        ///< Receives the errno of a failure; execve closes it.
 };
 
-/// Lets exec close everything but the standard streams.
+/// Marks all descriptors except the standard streams as close-on-exec.
 void closeAllOnExec(const Launch& launch) {
 #if defined(SYS_close_range)
     constexpr unsigned closeOnExec = 4; // CLOSE_RANGE_CLOEXEC
     if (syscall(SYS_close_range, STDERR_FILENO + 1, ~0U, closeOnExec) == 0)
         return;
 #endif
-    constexpr rlim_t usualMaximum = 1 << 20; // of the system, unless it was told otherwise
-    const int limit = static_cast<int>(std::min(launch.descriptorLimit, usualMaximum));
+    constexpr rlim_t defaultMaximum = 1 << 20; // the default of /proc/sys/fs/nr_open
+    const int limit = static_cast<int>(std::min(launch.descriptorLimit, defaultMaximum));
     for (int descriptor = STDERR_FILENO + 1; descriptor < limit; ++descriptor)
         fcntl(descriptor, F_SETFD, FD_CLOEXEC);
 }
 
-/// The child's side of the fork. All signals are blocked.
+/// The code of the child after fork. All signals are blocked on entry.
 [[noreturn]] void runChild(const Launch& launch) {
     setsid();
     setpriority(PRIO_PROCESS, 0, launch.nice);
@@ -271,55 +218,51 @@ void closeAllOnExec(const Launch& launch) {
 
     execve(launch.application, launch.arguments, launch.environment);
     const int error = errno;
-    while (write(launch.failurePipe, &error, sizeof error) < 0 && errno == EINTR) {
-    }
+    posix::retryInterrupted([&] { return write(launch.failurePipe, &error, sizeof error); });
     _exit(127);
 }
 
-/// Starts the child and waits until its program runs.
-/// @return its number; -1, with errno, if the program could not be started.
+/// Starts the child and waits until execve has succeeded or failed.
+/// @return the process id; on failure -1, with errno set.
 pid_t launchChild(Launch& launch) {
     int pipeEnds[2];
     if (pipe2(pipeEnds, O_CLOEXEC) != 0)
         return -1;
-    launch.failurePipe = pipeEnds[1];
+    const posix::Descriptor readEnd(pipeEnds[0]);
+    posix::Descriptor writeEnd(pipeEnds[1]);
+    launch.failurePipe = writeEnd.number();
 
     sigset_t all;
-    sigset_t former;
+    sigset_t previous;
     sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &former); // no handler of the host's runs in the child
+    pthread_sigmask(SIG_SETMASK, &all, &previous); // no signal handler of the program may run in the child
     const pid_t pid = fork();
     if (pid == 0)
         runChild(launch);
-    int error = errno;
-    pthread_sigmask(SIG_SETMASK, &former, nullptr);
-    close(pipeEnds[1]);
-
-    bool failed = pid < 0;
-    if (!failed) {
-        ssize_t count = 0;
-        int childError = 0;
-        while ((count = read(pipeEnds[0], &childError, sizeof childError)) < 0 && errno == EINTR) {
-        }
-        if (count == static_cast<ssize_t>(sizeof childError)) {
-            failed = true;
-            error = childError;
-            while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
-            }
-        }
+    const int forkError = errno;
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+    if (pid < 0) {
+        errno = forkError;
+        return -1;
     }
-    close(pipeEnds[0]);
-    errno = error;
-    return failed ? -1 : pid;
+
+    writeEnd.close();
+    int childError = 0;
+    const ssize_t count = posix::retryInterrupted([&] { return read(readEnd.number(), &childError, sizeof childError); });
+    if (count != static_cast<ssize_t>(sizeof childError))
+        return pid;
+    waitForChild(pid);
+    errno = childError;
+    return -1;
 }
 
 } // namespace
 
 HANDLE createProcess(const WideChar* application, WideChar* commandLine, bool inheritHandles) {
     try {
-        orphans().sweep();
+        unreapedChildren().reap();
         const std::string program = posix::narrowName(application);
-        std::vector<std::string> arguments = splitCommandLine(commandLine, program);
+        std::vector<std::string> arguments = posix::splitCommandLine(commandLine, program);
         std::vector<std::string> environment = posix::environmentEntries();
         const std::vector<char*> argumentPointers = pointersTo(arguments);
         const std::vector<char*> environmentPointers = pointersTo(environment);
@@ -329,11 +272,11 @@ HANDLE createProcess(const WideChar* application, WideChar* commandLine, bool in
                          argumentPointers.data(),
                          environmentPointers.data(),
                          inheritHandles,
-                         std::max(getpriority(PRIO_PROCESS, 0), posix::belowNormalNice), // not relative to this process
+                         std::max(getpriority(PRIO_PROCESS, 0), posix::belowNormalNice), // absolute, like a priority class
                          descriptors.rlim_max,
                          -1};
 
-        // The handle comes first: behind the fork nothing may fail any more.
+        // The handle is created first, because nothing may fail after the child has started.
         const auto process = std::make_shared<Process>();
         const HANDLE handle = posix::addObject(process);
         if (handle == nullptr)
@@ -344,7 +287,7 @@ HANDLE createProcess(const WideChar* application, WideChar* commandLine, bool in
             closeHandle(handle);
             return nullptr;
         }
-        process->started(pid);
+        process->setStarted(pid);
         return handle;
     } catch (const std::bad_alloc&) {
         posix::setLastError(posix::errorNotEnoughMemory);

@@ -1,3 +1,4 @@
+#include "os/posix/descriptors.h"
 #include "os/posix/handles.h"
 #include "os/posix/priority.h"
 
@@ -9,10 +10,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <mutex>
 #include <new>
 #include <utility>
+
+// Threads are detached; the table of handles and the running thread share the ownership of a `Thread` object, which records
+// the exit code. Linux has a nice value per thread, so the priority is set by the thread id of the kernel, which only the
+// new thread knows.
 
 namespace Velmor::os {
 
@@ -20,27 +24,27 @@ namespace {
 
 class Thread : public posix::Object {
 public:
-    /// Called on the thread itself.
-    void begun() {
+    /// Called on the new thread.
+    void setStarted() {
         const std::lock_guard<std::mutex> lock(mutex_);
         id_ = static_cast<pid_t>(syscall(SYS_gettid));
-        if (lowered_)
-            lower();
+        if (isLowered_)
+            applyLowerPriority();
     }
 
-    /// Called on the thread itself.
-    void ended(unsigned exitCode) {
+    /// Called on the new thread.
+    void setEnded(unsigned exitCode) {
         const std::lock_guard<std::mutex> lock(mutex_);
         id_ = 0;
         exitCode_ = exitCode;
     }
 
-    /// Lowers the priority, as soon as the thread has begun.
+    /// Lowers the priority, now or when the thread starts.
     void lowerPriority() {
         const std::lock_guard<std::mutex> lock(mutex_);
-        lowered_ = true;
+        isLowered_ = true;
         if (id_ != 0)
-            lower();
+            applyLowerPriority();
     }
 
     unsigned exitCode() {
@@ -49,30 +53,30 @@ public:
     }
 
 private:
-    void lower() const {
-        const int ofProcess = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
-        setpriority(PRIO_PROCESS, static_cast<id_t>(id_), ofProcess + posix::belowNormalNice);
+    void applyLowerPriority() const {
+        const int processNice = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
+        setpriority(PRIO_PROCESS, static_cast<id_t>(id_), processNice + posix::belowNormalNice);
     }
 
     std::mutex mutex_;
-    pid_t id_ =
-        0; // 0 before it has begun and after it has ended; while it is set, the thread runs and the number is its own
-    bool lowered_ = false;
+    /// The id in the kernel while the thread runs, otherwise 0: the kernel may reuse the id of a thread that has ended.
+    pid_t id_ = 0;
+    bool isLowered_ = false;
     unsigned exitCode_ = stillActive;
 };
 
-/// What a new thread is told; the thread deletes it.
+/// The arguments of a new thread, which owns them.
 struct Start {
     std::shared_ptr<Thread> thread;
     unsigned (*function)(void*);
     void* argument;
 };
 
-/// Marks a thread as ended, also when its function leaves by pthread_exit.
+/// Records the start and end of the thread function, also if it calls pthread_exit.
 class RunningThread {
 public:
-    explicit RunningThread(std::shared_ptr<Thread> thread) : thread_(std::move(thread)) { thread_->begun(); }
-    ~RunningThread() { thread_->ended(exitCode); }
+    explicit RunningThread(std::shared_ptr<Thread> thread) : thread_(std::move(thread)) { thread_->setStarted(); }
+    ~RunningThread() { thread_->setEnded(exitCode); }
     RunningThread(const RunningThread&) = delete;
     RunningThread& operator=(const RunningThread&) = delete;
 
@@ -94,7 +98,7 @@ void* runThread(void* argument) {
 HANDLE createThread(unsigned (*start)(void*), void* argument) {
     try {
         const auto thread = std::make_shared<Thread>();
-        auto order = std::make_unique<Start>(Start{thread, start, argument});
+        auto startArguments = std::make_unique<Start>(Start{thread, start, argument});
         const HANDLE handle = posix::addObject(thread);
         if (handle == nullptr)
             return nullptr;
@@ -102,14 +106,14 @@ HANDLE createThread(unsigned (*start)(void*), void* argument) {
         pthread_attr_init(&attributes);
         pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
         pthread_t id;
-        const int error = pthread_create(&id, &attributes, &runThread, order.get());
+        const int error = pthread_create(&id, &attributes, &runThread, startArguments.get());
         pthread_attr_destroy(&attributes);
         if (error != 0) {
             posix::setLastErrorFromErrno(error);
             closeHandle(handle);
             return nullptr;
         }
-        static_cast<void>(order.release());
+        static_cast<void>(startArguments.release()); // owned by the thread
         return handle;
     } catch (const std::bad_alloc&) {
         posix::setLastError(posix::errorNotEnoughMemory);
@@ -143,8 +147,7 @@ void sleep(unsigned milliseconds) {
         for (;;)
             pause();
     timespec remaining = {static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1000000};
-    while (nanosleep(&remaining, &remaining) != 0 && errno == EINTR) {
-    }
+    posix::retryInterrupted([&] { return nanosleep(&remaining, &remaining); });
 }
 
 } // namespace Velmor::os

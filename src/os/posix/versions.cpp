@@ -14,12 +14,12 @@ namespace Velmor::os {
 
 namespace {
 
-/// Reads the version resource of a regular file. Anything else is not even opened: a pipe would wait for its writer.
-bool readSoundResource(const WideChar* path, std::vector<unsigned char>& resource) {
+/// Reads the version resource of a regular file. Other files are not opened: opening a pipe would wait for a writer.
+bool readValidResource(const WideChar* path, std::vector<unsigned char>& resource) {
     const auto name = posix::systemPath(path);
     struct stat status = {};
     if (name && stat(name->c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-        readVersionResource(path, resource) == VersionResource::sound)
+        readVersionResource(path, resource) == VersionResource::valid)
         return true;
     posix::setLastError(posix::errorResourceDataNotFound);
     return false;
@@ -29,14 +29,14 @@ bool readSoundResource(const WideChar* path, std::vector<unsigned char>& resourc
 
 std::uint32_t getFileVersionInfoSize(const WideChar* path) {
     std::vector<unsigned char> resource;
-    return readSoundResource(path, resource) ? static_cast<std::uint32_t>(resource.size()) : 0;
+    return readValidResource(path, resource) ? static_cast<std::uint32_t>(resource.size()) : 0;
 }
 
 bool getFileVersionInfo(const WideChar* path, std::uint32_t size, void* block) {
     std::vector<unsigned char> resource;
-    if (!readSoundResource(path, resource))
+    if (!readValidResource(path, resource))
         return false;
-    if (resource.size() > size) { // the file has changed meanwhile
+    if (resource.size() > size) { // the file has changed since its size was read
         posix::setLastError(posix::errorInsufficientBuffer);
         return false;
     }

@@ -6,7 +6,9 @@ namespace Velmor::os {
 
 namespace {
 
-/// AccessCheck, with the generic mapping that the desired access goes through before.
+/// MapGenericMask and AccessCheck.
+/// @param genericWrite the only member of the generic mapping that is not 0.
+/// @param[out] granted not changed if a call fails.
 bool checkAccess(PSECURITY_DESCRIPTOR descriptor, HANDLE token, DWORD desired, DWORD genericWrite, bool* granted) {
     GENERIC_MAPPING mapping = {0, genericWrite, 0, 0};
     MapGenericMask(&desired, &mapping);
@@ -20,7 +22,7 @@ bool checkAccess(PSECURITY_DESCRIPTOR descriptor, HANDLE token, DWORD desired, D
     return true;
 }
 
-FoundFile asFound(const WIN32_FIND_DATAW& data) {
+FoundFile toFoundFile(const WIN32_FIND_DATAW& data) {
     return {data.dwFileAttributes, data.cFileName};
 }
 
@@ -58,7 +60,7 @@ HANDLE findFirstFile(const WideChar* pattern, FoundFile& found) {
     if (search == INVALID_HANDLE_VALUE)
         return search;
     try {
-        found = asFound(data);
+        found = toFoundFile(data);
     } catch (...) {
         FindClose(search);
         throw;
@@ -70,7 +72,7 @@ bool findNextFile(HANDLE search, FoundFile& found) {
     WIN32_FIND_DATAW data;
     if (FindNextFileW(search, &data) == FALSE)
         return false;
-    found = asFound(data);
+    found = toFoundFile(data);
     return true;
 }
 
@@ -87,8 +89,8 @@ bool getDiskFreeSpace(const WideChar* path, std::uint64_t* available) {
 }
 
 void checkFileAccess(const WideChar* path, bool* read, bool* write) {
-    // Descriptor and token are released, and the impersonation is ended, where all goes well: what a failure leaves behind
-    // stays, on purpose.
+    // Frozen: on failure the descriptor and the token are not released, and a failed OpenThreadToken leaves the thread
+    // impersonating itself.
     constexpr SECURITY_INFORMATION wanted =
         OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
     DWORD needed = 0;
@@ -110,7 +112,7 @@ void checkFileAccess(const WideChar* path, bool* read, bool* write) {
     bool mayWrite = false;
     if (!checkAccess(descriptor, token, FILE_WRITE_DATA | FILE_APPEND_DATA, FILE_GENERIC_WRITE, &mayWrite))
         return;
-    // The rights to read stand as the generic ones to write, on purpose; no generic right is asked for anyway.
+    // Frozen: the mapping has the read rights in the member for writing. No effect: the mask contains no generic right.
     bool mayRead = false;
     if (!checkAccess(descriptor, token, READ_CONTROL | FILE_READ_ATTRIBUTES, FILE_GENERIC_READ, &mayRead))
         return;

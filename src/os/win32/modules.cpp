@@ -33,7 +33,7 @@ void* moduleOfAddress(const void* address) {
 unsigned getModuleFileName(void* module, WideChar* buffer, unsigned capacity) {
     const DWORD length = GetModuleFileNameW(static_cast<HMODULE>(module), buffer, capacity);
     if (length == capacity && capacity != 0)
-        buffer[capacity - 1] = 0; // not every system ends what it cuts
+        buffer[capacity - 1] = 0; // older systems do not terminate a truncated path
     return length;
 }
 

@@ -5,7 +5,7 @@
 namespace Velmor::os {
 
 unsigned getFullPathName(const WideChar* path, unsigned capacity, WideChar* buffer, WideChar** filePart) {
-    *filePart = nullptr; // an empty path leaves it alone
+    *filePart = nullptr; // the call does not change it for an empty path
     return GetFullPathNameW(path, capacity, buffer, filePart);
 }
 

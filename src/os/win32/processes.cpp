@@ -14,7 +14,7 @@ HANDLE createProcess(const WideChar* application, WideChar* commandLine, bool in
                        DETACHED_PROCESS | BELOW_NORMAL_PRIORITY_CLASS, nullptr, nullptr, &startupInfo,
                        &processInfo) == FALSE)
         return nullptr;
-    return processInfo.hProcess; // the primary thread's handle is never closed, on purpose
+    return processInfo.hProcess; // Frozen: the handle of the primary thread is never closed.
 }
 
 bool getExitCodeProcess(HANDLE process, unsigned* exitCode) {

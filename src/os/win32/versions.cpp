@@ -6,9 +6,9 @@
 namespace Velmor::os {
 
 std::uint32_t getFileVersionInfoSize(const WideChar* path) {
-    // The system may trust what a file says of itself, and end the process over a damaged one.
+    // The system call may crash on a damaged version resource.
     std::vector<unsigned char> resource;
-    if (readVersionResource(path, resource) == VersionResource::none)
+    if (readVersionResource(path, resource) == VersionResource::invalid)
         return 0;
     return GetFileVersionInfoSizeW(path, nullptr);
 }
