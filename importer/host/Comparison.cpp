@@ -1,6 +1,6 @@
 // The comparison of two imports:
 //   1. all objects of both imports are registered in one identity database, which gives each a runtime id;
-//   2. objects of equal id are paired, the best match first (see compare);
+//   2. objects of equal id are paired, the best match first (see Comparison.h);
 //   3. each pair is compared; what has no partner is new or gone.
 // Time: O(n log n) for n objects with distinct identities; O(n * maxCopiesSearched) for copies in the same place.
 
@@ -17,20 +17,21 @@
 #include <unordered_map>
 
 namespace importer::host {
+
 namespace {
 
 using Velmor::ExternalGUID;
 
-constexpr double positionTolerance = 0.001; // metres, as in the comparison of versions
+constexpr double positionTolerance = 0.001; // metres; ExternalVersion compares positions with the same tolerance
 constexpr std::size_t none = static_cast<std::size_t>(-1);
 
 const ExternalGUID& identityOf(const ObjectRecord& object, bool byGeometry) {
-    const bool keyed = !byGeometry && object.globalId.getType() == ExternalGUID::IFCGlobalID;
-    return keyed ? object.globalId : object.spatialHash;
+    const bool useGlobalId = !byGeometry && object.globalId.getType() == ExternalGUID::IFCGlobalID;
+    return useGlobalId ? object.globalId : object.spatialHash;
 }
 
-// The runtime ids of all objects. They are registered in a random order: a row of equal objects in the order of the file
-// would make the spatial tree of the database degenerate into a list.
+// The runtime ids of all objects. They are registered in a random order: a row of equal objects, registered from one end to
+// the other, would make the spatial tree of the database degenerate into a list.
 std::vector<std::uint32_t> runtimeIds(Velmor::ExternalGUIDDatabase& database, const std::vector<ObjectRecord>& objects,
                                       bool byGeometry) {
     std::vector<std::size_t> order(objects.size());
@@ -39,7 +40,7 @@ std::vector<std::uint32_t> runtimeIds(Velmor::ExternalGUIDDatabase& database, co
     for (std::size_t i = order.size(); i > 1; --i)
         std::swap(order[i - 1], order[random() % i]);
     std::vector<std::uint32_t> ids(objects.size());
-    for (const auto i : order)
+    for (const std::size_t i : order)
         ids[i] = database.insertGUID(identityOf(objects[i], byGeometry));
     return ids;
 }
@@ -59,120 +60,149 @@ struct IdAndClassHash {
     std::size_t operator()(const IdAndClass& key) const { return std::hash<std::string>()(key.className) * 31 + key.id; }
 };
 
-// For each object of this import its partner in the previous import, or `none`.
-std::vector<std::size_t> pair(const std::vector<ObjectRecord>& before, const std::vector<std::uint32_t>& idsBefore,
-                              const std::vector<ObjectRecord>& now, const std::vector<std::uint32_t>& idsNow,
-                              PropertyComparison& properties) {
-    std::vector<std::size_t> partner(now.size(), none);
-    std::vector<bool> taken(before.size());
+// The objects of one import and their runtime ids.
+struct IdentifiedObjects {
+    const std::vector<ObjectRecord>& objects;
+    std::vector<std::uint32_t> ids;
 
-    Unpaired<IdAndClass, IdAndClassHash> sameClass;
-    for (std::size_t i = 0; i < before.size(); ++i)
-        sameClass[{idsBefore[i], before[i].className}].push_back(i);
-    const auto sameVersion = [&](std::size_t b, std::size_t i) { return before[b].version == now[i].version; };
-    const std::function<bool(std::size_t, std::size_t)> fits[] = {
-        [&](std::size_t b, std::size_t i) { return sameVersion(b, i) && properties.isEqual(before[b], now[i]); },
-        sameVersion, [](std::size_t, std::size_t) { return true; }};
-    for (const auto& fit : fits) {
-        for (std::size_t i = 0; i < now.size(); ++i) {
-            const auto found = sameClass.find({idsNow[i], now[i].className});
-            if (idsNow[i] == Velmor::NoRuntimeID || partner[i] != none || found == sameClass.end())
+    bool isIdentified(std::size_t i) const { return ids[i] != Velmor::NoRuntimeID; }
+};
+
+// For each object of this import the index of its partner in the previous import, or `none`.
+using Partners = std::vector<std::size_t>;
+
+// Pairs objects of the same class, in three passes: equal version and properties, equal version, any version.
+void pairWithinClasses(const IdentifiedObjects& before, const IdentifiedObjects& now, PropertyComparison& properties,
+                       Partners& partners) {
+    Unpaired<IdAndClass, IdAndClassHash> unpaired;
+    for (std::size_t i = 0; i < before.objects.size(); ++i)
+        unpaired[{before.ids[i], before.objects[i].className}].push_back(i);
+    const auto hasEqualVersion = [&](std::size_t b, std::size_t i) {
+        return before.objects[b].version == now.objects[i].version;
+    };
+    const std::function<bool(std::size_t, std::size_t)> passes[] = {
+        [&](std::size_t b, std::size_t i) {
+            return hasEqualVersion(b, i) && properties.isEqual(before.objects[b], now.objects[i]);
+        },
+        hasEqualVersion, [](std::size_t, std::size_t) { return true; }};
+    for (const std::function<bool(std::size_t, std::size_t)>& isMatch : passes) {
+        for (std::size_t i = 0; i < now.objects.size(); ++i) {
+            const auto found = unpaired.find({now.ids[i], now.objects[i].className});
+            if (!now.isIdentified(i) || partners[i] != none || found == unpaired.end())
                 continue;
-            auto& candidates = found->second;
-            const auto last =
+            std::deque<std::size_t>& candidates = found->second;
+            const auto end =
                 candidates.begin() + static_cast<std::ptrdiff_t>(std::min(candidates.size(), maxCopiesSearched));
-            const auto candidate = std::find_if(candidates.begin(), last, [&](std::size_t b) { return fit(b, i); });
-            if (candidate != last) {
-                partner[i] = *candidate;
-                taken[*candidate] = true;
+            const auto candidate = std::find_if(candidates.begin(), end, [&](std::size_t b) { return isMatch(b, i); });
+            if (candidate != end) {
+                partners[i] = *candidate;
                 candidates.erase(candidate);
             }
         }
     }
+}
 
-    Unpaired<std::uint32_t, std::hash<std::uint32_t>> anyClass;
-    for (std::size_t i = 0; i < before.size(); ++i)
-        if (!taken[i])
-            anyClass[idsBefore[i]].push_back(i);
-    for (std::size_t i = 0; i < now.size(); ++i) {
-        const auto found = anyClass.find(idsNow[i]);
-        if (idsNow[i] != Velmor::NoRuntimeID && partner[i] == none && found != anyClass.end() && !found->second.empty()) {
-            partner[i] = found->second.front();
+// Pairs the remaining objects of equal id, whatever their classes.
+void pairAcrossClasses(const IdentifiedObjects& before, const IdentifiedObjects& now, Partners& partners) {
+    std::vector<bool> hasPartner(before.objects.size());
+    for (const std::size_t b : partners)
+        if (b != none)
+            hasPartner[b] = true;
+    Unpaired<std::uint32_t, std::hash<std::uint32_t>> unpaired;
+    for (std::size_t i = 0; i < before.objects.size(); ++i)
+        if (!hasPartner[i])
+            unpaired[before.ids[i]].push_back(i);
+    for (std::size_t i = 0; i < now.objects.size(); ++i) {
+        const auto found = unpaired.find(now.ids[i]);
+        if (now.isIdentified(i) && partners[i] == none && found != unpaired.end() && !found->second.empty()) {
+            partners[i] = found->second.front();
             found->second.pop_front();
         }
     }
-    return partner;
 }
 
-bool hasMoved(const ObjectRecord& a, const ObjectRecord& b) {
-    const double* const centerA = a.spatialHash.getSpatialHash();
-    const double* const centerB = b.spatialHash.getSpatialHash();
-    return !std::equal(centerA, centerA + 3, centerB,
+bool hasMoved(const ObjectRecord& before, const ObjectRecord& now) {
+    const double* const centerBefore = before.spatialHash.getSpatialHash();
+    const double* const centerNow = now.spatialHash.getSpatialHash();
+    return !std::equal(centerBefore, centerBefore + 3, centerNow,
                        [](double x, double y) { return std::abs(x - y) <= positionTolerance; });
+}
+
+double similarityOf(const ObjectRecord& before, const ObjectRecord& now) {
+    const double similarity = now.version.similarity(before.version);
+    return std::isnan(similarity) ? 0.0 : similarity; // NaN: the ratio of two very large numbers
+}
+
+// Counts an object in its class and in the total.
+template <typename Count>
+void count(Comparison& comparison, const ObjectRecord& object, const Count& add) {
+    add(comparison.classes[object.className]);
+    add(comparison.total);
+}
+
+void addNew(Comparison& comparison, const ObjectRecord& object, std::size_t index) {
+    count(comparison, object, [](ClassCounts& counts) { ++counts.objects, ++counts.added; });
+    comparison.changes.push_back({Change::Added, index, none});
+}
+
+void addGone(Comparison& comparison, const ObjectRecord& object, std::size_t index) {
+    count(comparison, object, [](ClassCounts& counts) { ++counts.gone; });
+    comparison.changes.push_back({Change::Gone, index, index});
+}
+
+// Adds the objects before.objects[b] and now.objects[i], which are the same object in both imports.
+void addPair(Comparison& comparison, const ObjectRecord& before, std::size_t b, const ObjectRecord& now, std::size_t i,
+             PropertyComparison& properties) {
+    Change change{Change::Modified, i, b};
+    change.versionDiffers = now.version != before.version;
+    change.propertiesDiffer = !properties.isEqual(before, now);
+    if (change.versionDiffers)
+        change.similarity = similarityOf(before, now);
+    if (change.versionDiffers || change.propertiesDiffer) {
+        count(comparison, now, [&change](ClassCounts& counts) {
+            ++counts.objects, ++counts.modified;
+            counts.lowestSimilarity = std::min(counts.lowestSimilarity, change.similarity);
+        });
+        comparison.changes.push_back(change);
+    } else {
+        count(comparison, now, [](ClassCounts& counts) { ++counts.objects, ++counts.unchanged; });
+    }
+    if (!change.versionDiffers && hasMoved(before, now))
+        comparison.changes.push_back({Change::Moved, i, b});
+    if (now.className != before.className)
+        comparison.changes.push_back({Change::Reclassified, i, b});
+    if (now.name != before.name)
+        comparison.changes.push_back({Change::Renamed, i, b});
 }
 
 } // namespace
 
 Comparison compare(const Model& modelBefore, const Model& modelNow, bool identifyByGeometry) {
-    const auto& before = modelBefore.objects;
-    const auto& now = modelNow.objects;
-    PropertyComparison properties(modelBefore, modelNow);
     Velmor::ExternalGUIDDatabase database;
-    const auto idsBefore = runtimeIds(database, before, identifyByGeometry);
-    const auto idsNow = runtimeIds(database, now, identifyByGeometry);
-    const auto partner = pair(before, idsBefore, now, idsNow, properties);
+    const IdentifiedObjects before{modelBefore.objects, runtimeIds(database, modelBefore.objects, identifyByGeometry)};
+    const IdentifiedObjects now{modelNow.objects, runtimeIds(database, modelNow.objects, identifyByGeometry)};
+    PropertyComparison properties(modelBefore, modelNow);
+    Partners partners(now.objects.size(), none);
+    pairWithinClasses(before, now, properties, partners);
+    pairAcrossClasses(before, now, partners);
 
-    Comparison result;
-    const auto count = [&result](const std::string& className, auto&& change) {
-        change(result.classes[className]);
-        change(result.total);
-    };
-    std::vector<bool> hasPartner(before.size());
-    for (std::size_t i = 0; i < now.size(); ++i) {
-        const auto& object = now[i];
-        if (idsNow[i] == Velmor::NoRuntimeID) {
-            result.unidentified.push_back(i);
-            continue;
-        }
-        count(object.className, [](ClassCounts& counts) { ++counts.objects; });
-        const auto b = partner[i];
-        if (b == none) {
-            count(object.className, [](ClassCounts& counts) { ++counts.added; });
-            result.changes.push_back({Change::Added, i, none});
-            continue;
-        }
-        hasPartner[b] = true;
-        const auto& old = before[b];
-        Change change{Change::Modified, i, b};
-        change.versionDiffers = object.version != old.version;
-        change.propertiesDiffer = !properties.isEqual(old, object);
-        if (change.versionDiffers || change.propertiesDiffer) {
-            if (change.versionDiffers) {
-                const double graded = object.version.similarity(old.version);
-                change.similarity = std::isnan(graded) ? 0.0 : graded; // NaN: the numbers are too large for a ratio
-            }
-            count(object.className, [&change](ClassCounts& counts) {
-                ++counts.modified;
-                counts.lowestSimilarity = std::min(counts.lowestSimilarity, change.similarity);
-            });
-            result.changes.push_back(change);
+    Comparison comparison;
+    std::vector<bool> hasPartner(before.objects.size());
+    for (std::size_t i = 0; i < now.objects.size(); ++i) {
+        const std::size_t b = partners[i];
+        if (!now.isIdentified(i)) {
+            comparison.unidentified.push_back(i);
+        } else if (b == none) {
+            addNew(comparison, now.objects[i], i);
         } else {
-            count(object.className, [](ClassCounts& counts) { ++counts.unchanged; });
-        }
-        if (!change.versionDiffers && hasMoved(object, old))
-            result.changes.push_back({Change::Moved, i, b});
-        if (object.className != old.className)
-            result.changes.push_back({Change::Reclassified, i, b});
-        if (object.name != old.name)
-            result.changes.push_back({Change::Renamed, i, b});
-    }
-    for (std::size_t b = 0; b < before.size(); ++b) {
-        if (!hasPartner[b] && idsBefore[b] != Velmor::NoRuntimeID) {
-            count(before[b].className, [](ClassCounts& counts) { ++counts.gone; });
-            result.changes.push_back({Change::Gone, b, b});
+            hasPartner[b] = true;
+            addPair(comparison, before.objects[b], b, now.objects[i], i, properties);
         }
     }
-    return result;
+    for (std::size_t b = 0; b < before.objects.size(); ++b)
+        if (!hasPartner[b] && before.isIdentified(b))
+            addGone(comparison, before.objects[b], b);
+    return comparison;
 }
 
 } // namespace importer::host

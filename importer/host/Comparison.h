@@ -39,8 +39,8 @@ struct Comparison {
     std::vector<std::size_t> unidentified; ///< Objects of this import without an identity; not counted above.
 };
 
-/// Number of copies in the same place that are searched for an equal one, for each object. A search through all of them
-/// would take quadratic time.
+/// The most copies in the same place that are searched for an equal one, for each object. A search through all of them would
+/// take quadratic time.
 inline constexpr std::size_t maxCopiesSearched = 64;
 
 /// Compares two imports.

@@ -10,14 +10,15 @@
 #include <system_error>
 
 namespace importer::host {
+
 namespace {
 
 namespace fs = std::filesystem;
 using Velmor::FileStream;
 
-constexpr std::size_t longestPart = 40;
-constexpr std::size_t nameBytes = 200;
-constexpr std::size_t blockSize = 1048576; // one request to the system
+constexpr std::size_t maxPartLength = 40;       // of a name in a file name, in characters
+constexpr std::size_t maxNameBytes = 200;       // of a name in a comment
+constexpr std::size_t writeBlockSize = 1 << 20; // bytes per call of the system
 
 template <typename Number>
 void appendNumber(std::string& out, Number number) {
@@ -27,13 +28,13 @@ void appendNumber(std::string& out, Number number) {
 }
 
 std::string globalIdOf(const ObjectRecord& object) {
-    const bool has = object.globalId.getType() == Velmor::ExternalGUID::IFCGlobalID;
-    return has ? object.globalId.getIFCGlobalID() : "no GlobalId";
+    const bool hasGlobalId = object.globalId.getType() == Velmor::ExternalGUID::IFCGlobalID;
+    return hasGlobalId ? object.globalId.getIFCGlobalID() : "no GlobalId";
 }
 
 // "IFCBEAM 'Beam B2' (0Workshop0Beam000000B2)"
 std::string description(const ObjectRecord& object) {
-    return object.className + " '" + shortened(object.name, nameBytes) + "' (" + globalIdOf(object) + ')';
+    return object.className + " '" + shortened(object.name, maxNameBytes) + "' (" + globalIdOf(object) + ')';
 }
 
 std::string lowerCase(std::string text) {
@@ -48,8 +49,8 @@ bool writeBlocks(const fs::path& file, std::string_view content) {
         const std::unique_ptr<FileStream> stream(FileStream::createFileForWriting(wide(file)));
         if (stream->getHandle() == Velmor::ProcessOperations::InvalidHandle())
             return false;
-        for (std::size_t at = 0; at < content.size(); at += blockSize) {
-            const auto block = content.substr(at, blockSize);
+        for (std::size_t at = 0; at < content.size(); at += writeBlockSize) {
+            const std::string_view block = content.substr(at, writeBlockSize);
             if (!stream->write(block.size(), block.data()))
                 return false;
         }
@@ -70,7 +71,7 @@ std::string fileNamePart(std::string_view name) {
             part += c;
         else if (!part.empty() && part.back() != '_')
             part += '_';
-        if (part.size() == longestPart)
+        if (part.size() == maxPartLength)
             break;
     }
     part.erase(part.find_last_not_of('_') + 1);
@@ -78,24 +79,25 @@ std::string fileNamePart(std::string_view name) {
 }
 
 std::string FileNames::next(std::uint64_t instance, std::string_view name) {
-    const auto use = ++uses_[instance];
-    const auto part = fileNamePart(name);
+    const std::uint64_t use = ++uses_[instance];
+    const std::string part = fileNamePart(name);
     return prefix_ + std::to_string(instance) + (use > 1 ? '-' + std::to_string(use) : std::string()) +
            (part.empty() ? part : '_' + part) + ending_;
 }
 
 std::string ModelPrefixes::next(const fs::path& model) {
-    auto part = fileNamePart(utf8(model.stem()));
-    part = part.empty() ? "model" : part;
+    std::string part = fileNamePart(utf8(model.stem()));
+    if (part.empty())
+        part = "model";
     std::replace(part.begin(), part.end(), '_', '-');
-    auto unique = part;
+    std::string unique = part;
     for (std::uint64_t use = 2; !used_.insert(lowerCase(unique)).second; ++use)
         unique = part + '-' + std::to_string(use);
     return unique + '_';
 }
 
 std::string objFile(const Mesh& mesh, std::string_view comment) {
-    // The # at the end: a backslash there would continue the comment on the next line.
+    // The # at the end: a backslash at the end would continue the comment on the next line.
     std::string out = "# " + printable(comment) + " #\n";
     for (std::size_t i = 0; i < mesh.vertices.size(); i += 3) {
         out += 'v';
@@ -110,8 +112,8 @@ std::string objFile(const Mesh& mesh, std::string_view comment) {
     return out;
 }
 
-// Another process with write permission in the folder could create a link between the removal and the creation of the file;
-// FileStream has no mode that creates a new file only.
+// Not safe against another process that can write to the folder: it could create a link after the old file is removed and
+// before the new one is created. FileStream cannot create a file only if none exists.
 void writeExported(const fs::path& file, std::string_view content) {
     std::error_code error;
     if (fs::is_directory(fs::symlink_status(file, error)))
@@ -129,8 +131,8 @@ void writeExported(const fs::path& file, std::string_view content) {
 std::string Exporter::write(const fs::path& model, const ImportResult& result) {
     if (!folder_)
         return {};
-    const auto& folder = *folder_;
-    const auto prefix = prefixes_.next(model);
+    const fs::path& folder = *folder_;
+    const std::string prefix = prefixes_.next(model);
     std::error_code error;
     fs::create_directories(folder, error);
     std::error_code ignored;
@@ -138,18 +140,19 @@ std::string Exporter::write(const fs::path& model, const ImportResult& result) {
         throw ImportError("cannot export to " + utf8(folder) + ": the folder cannot be created: " + error.message());
     FileNames objNames(prefix, ".obj");
     RecordReader solids(*result.solids.stream, "the solids stream");
-    const auto& objects = result.model.objects;
+    const std::vector<ObjectRecord>& objects = result.model.objects;
     readSolids(solids, result.solids.totals, objects.size(), [&](std::uint64_t number, const Mesh& mesh) {
         checkInterruption();
-        const auto& object = objects[static_cast<std::size_t>(number)];
+        const ObjectRecord& object = objects[static_cast<std::size_t>(number)];
         writeExported(folder / objNames.next(object.instance, object.name), objFile(mesh, description(object)));
     });
     FileNames pngNames(prefix, ".png");
     RecordReader textures(*result.textures.stream, "the textures stream");
     readTextures(textures, result.textures.totals, [&](const TextureRecord& texture) {
         checkInterruption();
-        const auto& png = texture.png.getData();
-        const auto name = std::string_view(texture.name).substr(0, texture.name.rfind('.')); // without its extension
+        const std::vector<char>& png = texture.png.getData();
+        const std::string_view name =
+            std::string_view(texture.name).substr(0, texture.name.rfind('.')); // without its extension
         writeExported(folder / pngNames.next(texture.instance, name), {png.data(), png.size()});
     });
     return "exported to " + utf8(folder) + ": solids " + std::to_string(solids.totals().records) + ", textures " +

@@ -19,7 +19,7 @@ namespace importer::host {
 /// characters becomes one '_'. The result begins with a letter or a digit and has at most 40 characters; it may be empty.
 std::string fileNamePart(std::string_view name);
 
-/// Makes the names of the files of one kind. All names differ, also on file systems that ignore case.
+/// Makes the names of all files with the same ending. All names differ, also on file systems that ignore case.
 class FileNames {
 public:
     /// @param prefix the beginning of each name. Since a number follows, no name is that of a Windows device.
@@ -28,7 +28,7 @@ public:
 
     /// The name of the next file: "workshop_123_Beam_B2.obj".
     /// @param instance number of the instance. The second file of the same number is "workshop_123-2_Beam_B2.obj".
-    /// @param name     of the object; any text.
+    /// @param name     the name of the object; any text.
     std::string next(std::uint64_t instance, std::string_view name);
 
 private:
@@ -40,8 +40,8 @@ private:
 /// Makes the prefixes of the file names of each model. All prefixes differ, also on file systems that ignore case.
 class ModelPrefixes {
 public:
-    /// The prefix of the next model, from its file name: "my-model_", the second time "my-model-2_". The only '_' is at its
-    /// end, so that the file names of two models cannot be equal.
+    /// The prefix of the next model, from its file name: "my-model_", the second time "my-model-2_". A prefix contains no
+    /// other '_' than the one at its end, so that the file names of two models cannot be equal.
     std::string next(const std::filesystem::path& model);
 
 private:

@@ -46,40 +46,40 @@ void importModel(const Options& options, const fs::path& model, Exporter& export
     const State state(options.state ? *options.state : fs::path("import-state") / model.filename());
     const bool first = !state.exists();
     // Read first: a damaged state is reported before the import.
-    const auto before = first ? StoredImport() : state.read();
+    const StoredImport before = first ? StoredImport() : state.read();
 
-    const auto origin = originOf(model, options.importer);
+    const std::optional<Origin> origin = originOf(model, options.importer);
     if (origin && origin == before.origin && !requiresImport(options)) {
         checkInterruption();
         print(reportUnchanged(model));
         return;
     }
-    const auto result = runImporter(options.importer, model);
-    // The digests are uncertain if a file was changed during the import.
-    const auto known = originOf(model, options.importer) == origin ? origin : std::nullopt;
-    const auto comparison = compare(before.model, result.model, options.identifyByGeometry);
-    auto text = report(model, result, first ? nullptr : &before.model, comparison);
-    for (const auto& globalId : options.properties)
+    const ImportResult result = runImporter(options.importer, model);
+    // If a file was changed during the import, it is unknown which content the importer read.
+    const std::optional<Origin> knownOrigin = originOf(model, options.importer) == origin ? origin : std::nullopt;
+    const Comparison comparison = compare(before.model, result.model, options.identifyByGeometry);
+    std::string text = report(model, result, first ? nullptr : &before.model, comparison);
+    for (const std::string& globalId : options.properties)
         text += reportProperties(result.model, globalId);
     if (options.georeference)
         text += reportGeoreference(result);
     text += exporter.write(model, result);
-    // Changes are reported once. If the report cannot be printed, the state stays, and the next import reports them.
-    state.write(result.model, known, [&text] {
+    // The report is printed before the state is replaced: if that fails, the next import reports the same changes.
+    state.write(result.model, knownOrigin, [&text] {
         checkInterruption();
         print(text);
     });
 }
 
-// A file name for messages; it may contain invalid UTF-16.
-std::string shownName(const Velmor::WideString& name) {
+// The text of a file name for messages; the name may be invalid UTF-16.
+std::string printableName(const Velmor::WideString& name) {
     return printable(Velmor::StringOperations::ConvertToUTF8(name));
 }
 
 // "model.ifc: ", unless the message contains the path of the model.
 std::string modelPrefix(const fs::path& model, const std::string& message) {
     std::error_code ignored;
-    const auto path = utf8(fs::absolute(model, ignored)); // as passed to the importer
+    const std::string path = utf8(fs::absolute(model, ignored)); // as runImporter passes it to the importer
     return !path.empty() && message.find(path) != std::string::npos ? std::string() : utf8(model) + ": ";
 }
 
@@ -92,17 +92,17 @@ fs::path pathOf(const Velmor::WideString& name) {
     try {
         return name;
     } catch (const fs::filesystem_error&) {
-        throw ImportError("the file name " + shownName(name) + " is not UTF-8 text");
+        throw ImportError("the file name " + printableName(name) + " is not UTF-8 text");
     }
 }
 
 // Imports all models of a folder. If one fails, the import continues with the next one.
 void importFolder(const Options& options, const fs::path& folder, Exporter& exporter) {
-    const auto names = modelsIn(folder);
+    const std::vector<Velmor::WideString> names = modelsIn(folder);
     if (names.empty())
         throw ImportError("the folder contains no model (*.ifc) or cannot be read");
     std::vector<std::string> failed;
-    for (const auto& name : names) {
+    for (const Velmor::WideString& name : names) {
         fs::path model = folder;
         try {
             model /= pathOf(name);
@@ -110,14 +110,14 @@ void importFolder(const Options& options, const fs::path& folder, Exporter& expo
         } catch (const std::exception& error) {
             checkInterruption();
             if (std::ferror(stdout) != 0)
-                throw; // no report can be printed any more
+                throw; // no further report can be printed
             printError(&model, error);
-            failed.push_back(shownName(name));
+            failed.push_back(printableName(name));
         }
     }
     if (!failed.empty()) {
         std::string text = std::to_string(failed.size()) + " of " + std::to_string(names.size()) + " models failed: ";
-        for (const auto& name : failed)
+        for (const std::string& name : failed)
             text += (&name == failed.data() ? "" : ", ") + name;
         throw ImportError(text);
     }
@@ -132,14 +132,14 @@ int run(const std::vector<fs::path>& arguments) {
         return 2;
     }
     catchInterruptions();
-    const std::filesystem::path* model = nullptr;
+    const fs::path* model = nullptr;
     try {
         if (options.help) {
             print(usageText);
             return 0;
         }
         Exporter exporter(options.exportFolder);
-        for (const auto& each : options.models) {
+        for (const fs::path& each : options.models) {
             model = &each;
             const bool isFolder = Velmor::FileOperations::IsDirectory(wide(each));
             (isFolder ? importFolder : importModel)(options, each, exporter);

@@ -15,13 +15,13 @@ constexpr int signals[] = {
     SIGHUP,
 #endif
 #if defined(SIGPIPE)
-    SIGPIPE, // nobody reads the report any more: the write fails and reports it
+    SIGPIPE, // the reader of standard output has ended; the write then fails with an error
 #endif
 };
 
 volatile std::sig_atomic_t interrupted = 0;
 
-extern "C" void noteInterruption(int) {
+extern "C" void setInterrupted(int) {
     interrupted = 1;
 }
 
@@ -29,7 +29,7 @@ extern "C" void noteInterruption(int) {
 
 void catchInterruptions() {
     for (const int signal : signals)
-        if (std::signal(signal, noteInterruption) == SIG_IGN)
+        if (std::signal(signal, setInterrupted) == SIG_IGN)
             std::signal(signal, SIG_IGN);
 }
 

@@ -4,11 +4,11 @@
 
 namespace importer::host {
 
-/// From this call on, a signal that requests termination (Ctrl-C, SIGTERM, SIGHUP) does not end the program at once; the
-/// next call of checkInterruption does. A signal that is ignored stays ignored.
+/// From this call on, a signal that requests termination (Ctrl-C, SIGTERM, SIGHUP) no longer ends the program; instead, each
+/// later call of checkInterruption throws. A signal that is ignored stays ignored.
 void catchInterruptions();
 
-/// @throws ImportError after such a signal.
+/// @throws ImportError if such a signal has arrived.
 void checkInterruption();
 
 } // namespace importer::host

@@ -31,7 +31,7 @@ const char* const usageText =
 Options parseArguments(const std::vector<std::filesystem::path>& arguments, const std::filesystem::path& importer) {
     Options options;
     options.importer = importer;
-    for (const auto& argument : arguments) {
+    for (const std::filesystem::path& argument : arguments) {
         try {
             wide(argument);
         } catch (const std::filesystem::filesystem_error&) {
@@ -39,7 +39,7 @@ Options parseArguments(const std::vector<std::filesystem::path>& arguments, cons
         }
     }
     for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const auto argument = utf8(arguments[i]);
+        const std::string argument = utf8(arguments[i]);
         const auto value = [&] {
             if (i + 1 == arguments.size() || arguments[i + 1].empty())
                 throw UsageError(argument + " needs a value");
@@ -72,11 +72,11 @@ Options parseArguments(const std::vector<std::filesystem::path>& arguments, cons
 }
 
 std::vector<Velmor::WideString> modelsIn(const std::filesystem::path& folder) {
-    constexpr std::size_t endingSize = 4; // of ".ifc"
-    auto names = Velmor::FileOperations::ScanFilesInDirectory(wide(folder));
+    constexpr std::size_t endingLength = 4; // of ".ifc"
+    std::vector<Velmor::WideString> names = Velmor::FileOperations::ScanFilesInDirectory(wide(folder));
     std::erase_if(names, [](const Velmor::WideString& name) {
-        // MatchExtension ignores the first character of a name, and compares short names such as "ifc" incompletely.
-        return name.size() <= endingSize || !Velmor::FileOperations::MatchExtension(name, VELMOR_WIDE("*.ifc|*.IFC"));
+        // MatchExtension ignores the first character of a name, and accepts names that are too short, such as "ifc".
+        return name.size() <= endingLength || !Velmor::FileOperations::MatchExtension(name, VELMOR_WIDE("*.ifc|*.IFC"));
     });
     std::sort(names.begin(), names.end()); // the order of the file system is arbitrary
     return names;

@@ -1,5 +1,6 @@
-// Two sets of equal bytes are equal: all sets are numbered by their bytes first, so that most comparisons compare two
-// numbers. Only sets of different bytes are parsed; their properties are sorted by name and merged.
+// Property sets are numbered by their bytes: sets of equal bytes get the same number, so that most comparisons compare two
+// numbers. Only sets of different bytes are parsed; their properties are sorted by name and merged. The result for each pair
+// of numbers is stored.
 
 #include "importer/host/PropertyComparison.h"
 
@@ -7,6 +8,7 @@
 #include <utility>
 
 namespace importer::host {
+
 namespace {
 
 using Kind = PropertyDifference::Kind;
@@ -21,7 +23,7 @@ void sortByName(Named<Item>& list) {
     std::stable_sort(list.begin(), list.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
 }
 
-// Merges two sorted lists: calls one function for each item in one list only, another for each pair of equal names.
+// Merges two sorted lists: calls `onlyOne` for each item without a partner, `both` for each pair of equal names.
 template <typename Item, typename OnlyOne, typename Both>
 void merge(const Named<Item>& before, const Named<Item>& now, const OnlyOne& onlyOne, const Both& both) {
     auto b = before.begin();
@@ -38,7 +40,7 @@ void merge(const Named<Item>& before, const Named<Item>& now, const OnlyOne& onl
 // The properties in a range of indices, without the properties nested in them.
 Named<const EncodedProperty*> namedProperties(const EncodedSet& set, std::size_t begin, std::size_t end) {
     Named<const EncodedProperty*> list;
-    for (auto i = begin; i < end; i = set.properties[i].behind)
+    for (std::size_t i = begin; i < end; i = set.properties[i].behind)
         list.emplace_back(set.properties[i].name, &set.properties[i]);
     sortByName(list);
     return list;
@@ -46,7 +48,7 @@ Named<const EncodedProperty*> namedProperties(const EncodedSet& set, std::size_t
 
 Named<std::uint32_t> namedSets(const Model& model, const ObjectRecord& object) {
     Named<std::uint32_t> list;
-    for (const auto set : object.propertySets)
+    for (const std::uint32_t set : object.propertySets)
         list.emplace_back(nameOf(model.propertySets[set]), set);
     sortByName(list);
     return list;
@@ -81,10 +83,10 @@ private:
         if (before.isComplex != now.isComplex || before.valueType != now.valueType || before.value != now.value)
             report(Kind::Changed, &before, &now);
         if (before.isComplex && now.isComplex)
-            compare(indexBehind(before_, before), before.behind, indexBehind(now_, now), now.behind);
+            compare(indexAfter(before_, before), before.behind, indexAfter(now_, now), now.behind);
     }
 
-    static std::size_t indexBehind(const EncodedSet& set, const EncodedProperty& property) {
+    static std::size_t indexAfter(const EncodedSet& set, const EncodedProperty& property) {
         return static_cast<std::size_t>(&property - set.properties.data()) + 1;
     }
 
@@ -106,8 +108,8 @@ void forEachPropertyDifference(const Model& before, const ObjectRecord& objectBe
             sink({kind, {set.first}, nullptr, nullptr});
         },
         [&](std::uint32_t setBefore, std::uint32_t setNow) {
-            const auto& bytesBefore = before.propertySets[setBefore];
-            const auto& bytesNow = now.propertySets[setNow];
+            const std::string& bytesBefore = before.propertySets[setBefore];
+            const std::string& bytesNow = now.propertySets[setNow];
             if (contentOf(bytesBefore) != contentOf(bytesNow))
                 SetComparison(bytesBefore, bytesNow, sink).run();
         });
@@ -117,7 +119,7 @@ PropertyComparison::PropertyComparison(const Model& before, const Model& now) : 
     std::unordered_map<std::string_view, std::uint32_t> contents;
     const auto number = [&contents](const Model& model) {
         std::vector<std::uint32_t> numbers;
-        for (const auto& set : model.propertySets) {
+        for (const std::string& set : model.propertySets) {
             const auto next = static_cast<std::uint32_t>(contents.size());
             numbers.push_back(contents.emplace(contentOf(set), next).first->second);
         }
@@ -142,17 +144,17 @@ bool PropertyComparison::isEqual(const ObjectRecord& objectBefore, const ObjectR
 }
 
 bool PropertyComparison::isEqualSet(std::uint32_t setBefore, std::uint32_t setNow) {
-    const auto contentBefore = contentsBefore_[setBefore];
-    const auto contentNow = contentsNow_[setNow];
+    const std::uint32_t contentBefore = contentsBefore_[setBefore];
+    const std::uint32_t contentNow = contentsNow_[setNow];
     if (contentBefore == contentNow)
         return true;
-    const auto [known, isNew] = equalPairs_.emplace(std::uint64_t{contentBefore} << 32 | contentNow, true);
+    const auto [pair, isNew] = equalPairs_.emplace(std::uint64_t{contentBefore} << 32 | contentNow, true);
     if (isNew) {
-        bool& equal = known->second;
+        bool& equal = pair->second;
         const Sink setUnequal = [&equal](const PropertyDifference&) { equal = false; };
         SetComparison(before_.propertySets[setBefore], now_.propertySets[setNow], setUnequal).run();
     }
-    return known->second;
+    return pair->second;
 }
 
 } // namespace importer::host

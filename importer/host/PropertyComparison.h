@@ -24,8 +24,8 @@ struct PropertyDifference {
     enum Kind { Changed, Added, Removed };
 
     Kind kind = Changed;
-    std::vector<std::string_view>
-        path; ///< Name of the set, names of complex properties, name of the property; for a set only its name.
+    /// Names of the set, of the complex properties around the property, and of the property; for a set only its name.
+    std::vector<std::string_view> path;
     const EncodedProperty* before = nullptr; ///< Null for a set, and if added.
     const EncodedProperty* now = nullptr;    ///< Null for a set, and if removed.
 };
@@ -36,8 +36,8 @@ struct PropertyDifference {
 void forEachPropertyDifference(const Model& before, const ObjectRecord& objectBefore, const Model& now,
                                const ObjectRecord& objectNow, const std::function<void(const PropertyDifference&)>& sink);
 
-/// Decides whether objects of two imports have equal properties. Each set and each pair of different sets is compared only
-/// once, however many objects share them.
+/// Decides whether objects of two imports have equal properties. Each pair of different sets is compared only once, however
+/// many objects share them.
 class PropertyComparison {
 public:
     /// @param before,now must outlive the comparison and must not change.
@@ -50,9 +50,9 @@ private:
 
     const Model& before_;
     const Model& now_;
-    std::vector<std::uint32_t> contentsBefore_; // for each set a number; sets of equal bytes have the same
+    std::vector<std::uint32_t> contentsBefore_; // for each set the number of its bytes
     std::vector<std::uint32_t> contentsNow_;
-    std::unordered_map<std::uint64_t, bool> equalPairs_; // by the two numbers
+    std::unordered_map<std::uint64_t, bool> equalPairs_; // whether two contents are equal, by both numbers
 };
 
 } // namespace importer::host

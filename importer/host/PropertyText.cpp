@@ -14,6 +14,7 @@
 #include <utility>
 
 namespace importer::host {
+
 namespace {
 
 using Velmor::IFC2X3Property;
@@ -44,7 +45,7 @@ std::string quoted(const Velmor::WideString& text) {
     return '\'' + utf8Of(text) + '\'';
 }
 
-// The end of a line with a description.
+// ", described as 'Clear span'"; empty without a description.
 std::string descriptionSuffix(const Velmor::WideChar* description) {
     return *description == 0 ? std::string() : ", described as " + quoted(description);
 }
@@ -52,14 +53,14 @@ std::string descriptionSuffix(const Velmor::WideChar* description) {
 std::string formatProperties(const IFC2X3PropertySet& set, std::size_t indent) {
     std::string text;
     for (unsigned i = 0; i < set.getCount(); ++i) {
-        const auto& property = set.getProperty(i);
+        const IFC2X3Property& property = set.getProperty(i);
         text += std::string(indent, ' ') + utf8Of(property.getName()) + ": ";
         if (property.getType() == IFC2X3Property::Complex) {
             const auto& complex = property.getPropertyComplex();
             text += "complex " + quoted(complex.getUsageName()) + descriptionSuffix(property.getDescription()) + '\n' +
                     formatProperties(complex.getPropertySet(), indent + indentation);
         } else {
-            const auto& value = property.getPropertySingleValue();
+            const IFC2X3PropertySingleValue& value = property.getPropertySingleValue();
             text += valueTypeName(value.getValueType()) + (' ' + formatValue(value)) +
                     descriptionSuffix(property.getDescription()) + '\n';
         }
@@ -77,10 +78,10 @@ std::string formatNumber(double value) {
         return text;
     }
     // Fixed notation for usual lengths and coordinates: the shortest form of 500000 would be 5e+05.
-    const double size = std::abs(value);
-    const bool plain = value == 0.0 || (size >= 1e-5 && size < 1e16);
-    const auto end = plain ? std::to_chars(std::begin(text), std::end(text), value, std::chars_format::fixed).ptr
-                           : std::to_chars(std::begin(text), std::end(text), value).ptr;
+    const double magnitude = std::abs(value);
+    const bool isFixed = value == 0.0 || (magnitude >= 1e-5 && magnitude < 1e16);
+    char* const end = isFixed ? std::to_chars(std::begin(text), std::end(text), value, std::chars_format::fixed).ptr
+                              : std::to_chars(std::begin(text), std::end(text), value).ptr;
     return {text, end};
 }
 
@@ -117,7 +118,7 @@ std::string formatPropertySet(const Velmor::IFC2X3_PSet_Custom_s& set) {
 }
 
 std::string formatGeoreference(const Velmor::IFC4_MapConversion& conversion) {
-    const auto& projection = conversion.getMapProjection();
+    const Velmor::IFC4_MapProjection& projection = conversion.getMapProjection();
     const auto& origin = conversion.getSourceOrigin();
     const std::pair<const char*, std::string> lines[] = {
         {"projected system", quoted(projection.getName())},

@@ -14,8 +14,8 @@ namespace importer::host {
 
 using namespace exchange;
 
-/// The shortest text that parses back to the same number: "6200", "0.1", "1e+300", "-0". A NaN is followed by its bits: "nan
-/// 7ff8000000000000".
+/// The shortest text that parses back to the same number: "6200", "0.1", "1e+300", "-0". A NaN is
+/// followed by its bits: "nan 7ff8000000000000".
 std::string formatNumber(double value);
 
 /// The name of a value type: "length".

@@ -9,11 +9,12 @@
 #include <cstdio>
 
 namespace importer::host {
+
 namespace {
 
 constexpr std::size_t maxReportedChanges = 20;
 constexpr std::size_t maxReportedProperties = 5; // of one object
-constexpr std::size_t nameBytes = 60;
+constexpr std::size_t maxNameBytes = 60;         // longer names and texts are cut
 
 // Three decimals, rounded down, so that different versions never show as 1.000.
 std::string formatSimilarity(double similarity) {
@@ -46,11 +47,11 @@ std::string table(const Comparison& comparison) {
     rows.push_back(row("total", comparison.total));
 
     std::vector<std::size_t> widths(rows.front().size());
-    for (const auto& cells : rows)
+    for (const std::vector<std::string>& cells : rows)
         for (std::size_t i = 0; i < cells.size(); ++i)
             widths[i] = std::max(widths[i], cells[i].size());
     std::string text;
-    for (const auto& cells : rows) {
+    for (const std::vector<std::string>& cells : rows) {
         for (std::size_t i = 0; i < cells.size(); ++i)
             text += "  " + padded(cells[i], widths[i], i > 0);
         text += '\n';
@@ -58,58 +59,59 @@ std::string table(const Comparison& comparison) {
     return text;
 }
 
-std::string counted(std::uint64_t count, const char* one, const char* many) {
+std::string formatCount(std::uint64_t count, const char* one, const char* many) {
     return std::to_string(count) + ' ' + (count == 1 ? one : many);
 }
 
-// "... and 12 more": the last line of a list that shows only its first entries.
-std::string rest(std::uint64_t all, std::size_t shown) {
+// "... and 12 more": the last line of a list whose first `shown` entries are printed.
+std::string omittedLine(std::uint64_t all, std::size_t shown) {
     return all > shown ? "  ... and " + std::to_string(all - shown) + " more\n" : std::string();
 }
 
 // "line 106, #233"; without the number if there is no instance.
-std::string place(std::uint64_t line, std::uint64_t instance) {
+std::string formatPlace(std::uint64_t line, std::uint64_t instance) {
     return "line " + std::to_string(line) + (instance == 0 ? std::string() : ", #" + std::to_string(instance));
 }
 
 std::string quoted(const std::string& name) {
-    return '\'' + shortened(printable(name), nameBytes) + '\'';
+    return '\'' + shortened(printable(name), maxNameBytes) + '\'';
 }
 
 // "IFCBEAM 'Beam B2' (line 106, #233)"
-std::string subject(const ObjectRecord& object) {
-    return printable(object.className) + ' ' + quoted(object.name) + " (" + place(object.line, object.instance) + ")";
+std::string formatObject(const ObjectRecord& object) {
+    return printable(object.className) + ' ' + quoted(object.name) + " (" + formatPlace(object.line, object.instance) + ")";
 }
 
 // "integer 5"; without the type "5".
 std::string propertyValue(const EncodedProperty& property, bool withType) {
     if (property.isComplex)
         return "complex " + quoted(std::string(property.value));
-    const auto decoded = decodeSingleValue(property);
-    const auto& value = decoded.getPropertySingleValue();
+    const Velmor::IFC2X3Property decoded = decodeSingleValue(property);
+    const Velmor::IFC2X3PropertySingleValue& value = decoded.getPropertySingleValue();
     return (withType ? valueTypeName(value.getValueType()) + std::string(" ") : std::string()) +
-           formatValue(value, nameBytes);
+           formatValue(value, maxNameBytes);
 }
 
 // "Pset_BeamCommon.Span 6000 -> 6200"
 std::string propertyDifference(const PropertyDifference& difference) {
     std::string path;
-    for (const auto name : difference.path)
-        path += (path.empty() ? "" : ".") + shortened(printable(name), nameBytes);
-    const auto* const before = difference.before;
-    const auto* const now = difference.now;
+    for (const std::string_view name : difference.path)
+        path += (path.empty() ? "" : ".") + shortened(printable(name), maxNameBytes);
+    const EncodedProperty* const before = difference.before;
+    const EncodedProperty* const now = difference.now;
     if (difference.kind != PropertyDifference::Changed) {
-        const auto* const property = before != nullptr ? before : now;
+        const EncodedProperty* const property = before != nullptr ? before : now;
         return (property != nullptr ? path + ' ' + propertyValue(*property, false) : "property set " + path) +
                (difference.kind == PropertyDifference::Added ? " added" : " removed");
     }
-    const bool otherType = before->isComplex != now->isComplex || before->valueType != now->valueType;
-    const auto was = propertyValue(*before, otherType);
-    const auto is = propertyValue(*now, otherType);
-    path += ' ' + was + " -> " + is;
-    if (was == is) { // the difference is in a part of the text that is cut off, or in characters that cannot be shown
-        const auto differs = std::mismatch(before->value.begin(), before->value.end(), now->value.begin(), now->value.end());
-        path += " (they differ from byte " + std::to_string(differs.first - before->value.begin() + 1) + " on)";
+    const bool withType = before->isComplex != now->isComplex || before->valueType != now->valueType;
+    const std::string oldValue = propertyValue(*before, withType);
+    const std::string newValue = propertyValue(*now, withType);
+    path += ' ' + oldValue + " -> " + newValue;
+    if (oldValue == newValue) { // they differ in text that is cut off, or in characters that are printed as a question mark
+        const auto firstDifference =
+            std::mismatch(before->value.begin(), before->value.end(), now->value.begin(), now->value.end());
+        path += " (they differ from byte " + std::to_string(firstDifference.first - before->value.begin() + 1) + " on)";
     }
     return path;
 }
@@ -128,29 +130,29 @@ std::string propertyDifferences(const Change& change, const Model& before, const
 }
 
 std::string changeLine(const Change& change, const Model& before, const Model& now) {
-    const auto& object = change.kind == Change::Gone ? before.objects[change.object] : now.objects[change.object];
-    const std::string who = subject(object);
+    const ObjectRecord& object = change.kind == Change::Gone ? before.objects[change.object] : now.objects[change.object];
+    const std::string label = formatObject(object);
     switch (change.kind) {
     case Change::Modified:
-        return "modified      " + who +
+        return "modified      " + label +
                (change.versionDiffers ? ", similarity " + formatSimilarity(change.similarity) : std::string()) +
                (change.propertiesDiffer ? propertyDifferences(change, before, now) : std::string());
     case Change::Added:
-        return "new           " + who;
+        return "new           " + label;
     case Change::Gone:
-        return "gone          " + who + " of the previous model";
+        return "gone          " + label + " of the previous model";
     case Change::Renamed:
-        return "renamed       " + who + ", was " + quoted(before.objects[change.before].name);
+        return "renamed       " + label + ", was " + quoted(before.objects[change.before].name);
     case Change::Reclassified:
-        return "reclassified  " + who + ", was " + printable(before.objects[change.before].className);
+        return "reclassified  " + label + ", was " + printable(before.objects[change.before].className);
     case Change::Moved:
-        return "moved         " + who + ", its shape is unchanged";
+        return "moved         " + label + ", its shape is unchanged";
     }
-    return who;
+    return label;
 }
 
 std::string changeList(const Comparison& comparison, const Model& before, const Model& now) {
-    const auto& changes = comparison.changes;
+    const std::vector<Change>& changes = comparison.changes;
     if (changes.empty())
         return {};
     const auto countOf = [&changes](Change::Kind kind) {
@@ -162,39 +164,39 @@ std::string changeList(const Comparison& comparison, const Model& before, const 
     std::string text = "changes: renamed " + countOf(Change::Renamed) + ", reclassified " + countOf(Change::Reclassified) +
                        ", moved without a change of shape " + countOf(Change::Moved) + ", with other properties " +
                        std::to_string(withProperties) + '\n';
-    const auto shown = std::min(changes.size(), maxReportedChanges);
+    const std::size_t shown = std::min(changes.size(), maxReportedChanges);
     for (std::size_t i = 0; i < shown; ++i)
         text += "  " + changeLine(changes[i], before, now) + '\n';
-    return text + rest(changes.size(), shown);
+    return text + omittedLine(changes.size(), shown);
 }
 
 std::string unidentifiedList(const Comparison& comparison, const std::vector<ObjectRecord>& now) {
-    const auto& unidentified = comparison.unidentified;
+    const std::vector<std::size_t>& unidentified = comparison.unidentified;
     if (unidentified.empty())
         return {};
     std::string text = "not identified (not compared and not counted above): " + std::to_string(unidentified.size()) + '\n';
-    const auto shown = std::min(unidentified.size(), maxReportedProblems);
+    const std::size_t shown = std::min(unidentified.size(), maxReportedProblems);
     for (std::size_t i = 0; i < shown; ++i)
-        text += "  " + subject(now[unidentified[i]]) + '\n';
-    return text + rest(unidentified.size(), shown);
+        text += "  " + formatObject(now[unidentified[i]]) + '\n';
+    return text + omittedLine(unidentified.size(), shown);
 }
 
 std::string problemList(const ImportResult& result) {
     if (result.problemCount == 0)
         return {};
     std::string text = "problems: " + std::to_string(result.problemCount) + '\n';
-    for (const auto& problem : result.problems)
-        text += "  " + place(problem.line, problem.instance) + ": " + printable(problem.reason) + '\n';
-    return text + rest(result.problemCount, result.problems.size());
+    for (const ProblemRecord& problem : result.problems)
+        text += "  " + formatPlace(problem.line, problem.instance) + ": " + printable(problem.reason) + '\n';
+    return text + omittedLine(result.problemCount, result.problems.size());
 }
 
 } // namespace
 
 std::string report(const std::filesystem::path& model, const ImportResult& result, const Model* before,
                    const Comparison& comparison) {
-    const auto& objects = result.model.objects;
+    const std::vector<ObjectRecord>& objects = result.model.objects;
     std::string text = utf8(model.filename()) + ": " + printable(result.schema) + ", " +
-                       counted(objects.size(), "object", "objects") + ", " +
+                       formatCount(objects.size(), "object", "objects") + ", " +
                        (before ? "compared with the " + std::to_string(before->objects.size()) + " of the previous import"
                                : std::string("first import")) +
                        '\n';
@@ -220,9 +222,9 @@ std::string reportProperties(const Model& model, const std::string& globalId) {
     if (object == model.objects.end())
         throw ImportError("the model has no object with the GlobalId '" + printable(globalId) + '\'');
     std::string text = "properties of " + globalId + ": " + printable(object->className) + " '" + printable(object->name) +
-                       "' (" + place(object->line, object->instance) + "), " +
-                       counted(object->propertySets.size(), "property set", "property sets") + '\n';
-    for (const auto set : object->propertySets)
+                       "' (" + formatPlace(object->line, object->instance) + "), " +
+                       formatCount(object->propertySets.size(), "property set", "property sets") + '\n';
+    for (const std::uint32_t set : object->propertySets)
         text += formatPropertySet(decodePropertySet(model.propertySets[set]));
     return text;
 }

@@ -7,6 +7,7 @@
 #include <system_error>
 
 namespace importer::host {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -23,7 +24,7 @@ std::optional<Velmor::Sha1::Digest> digestOf(const fs::path& file) {
         return std::nullopt;
     // FromFile returns this digest for every file that cannot be opened.
     static const Velmor::Sha1::Digest unreadable(std::vector<unsigned char>(20));
-    auto digest = Velmor::Sha1::FromFile(wide(file));
+    Velmor::Sha1::Digest digest = Velmor::Sha1::FromFile(wide(file));
     return digest == unreadable ? std::nullopt : std::optional(std::move(digest));
 }
 
@@ -58,7 +59,7 @@ StateHeader readFile(const fs::path& file, const std::function<void(ObjectRecord
 // Calls a function with each record of the property sets of a model.
 template <typename Sink>
 void encodeAttributes(const Model& model, const Sink& sink) {
-    for (const auto& set : model.propertySets)
+    for (const std::string& set : model.propertySets)
         sink(set);
     for (std::size_t i = 0; i < model.objects.size(); ++i)
         if (!model.objects[i].propertySets.empty())
@@ -71,12 +72,12 @@ void writeFile(const fs::path& file, const Model& model, const std::optional<Ori
         throw StateError("cannot create the new state file " + utf8(file));
     StateHeader header;
     header.origin = origin;
-    for (const auto& object : model.objects)
+    for (const ObjectRecord& object : model.objects)
         header.objects.add(encode(object));
     encodeAttributes(model, [&header](std::string_view record) { header.attributes.add(record); });
     RecordWriter writer(*stream, "the new state file " + utf8(file));
     writer.write(encode(header));
-    for (const auto& object : model.objects)
+    for (const ObjectRecord& object : model.objects)
         writer.write(encode(object));
     encodeAttributes(model, [&writer](std::string_view record) { writer.write(record); });
     writer.flush();
@@ -85,8 +86,8 @@ void writeFile(const fs::path& file, const Model& model, const std::optional<Ori
 } // namespace
 
 std::optional<Origin> originOf(const fs::path& model, const fs::path& importer) {
-    auto ofModel = digestOf(model);
-    auto ofImporter = digestOf(importer);
+    std::optional<Velmor::Sha1::Digest> ofModel = digestOf(model);
+    std::optional<Velmor::Sha1::Digest> ofImporter = digestOf(importer);
     if (!ofModel || !ofImporter)
         return std::nullopt;
     return Origin{std::move(*ofModel), std::move(*ofImporter)};
@@ -103,7 +104,7 @@ bool State::exists() const {
 StoredImport State::read() const {
     StoredImport stored;
     Model& model = stored.model;
-    const auto header = readFile(
+    const StateHeader header = readFile(
         file_, [&model](ObjectRecord&& object) { model.objects.push_back(std::move(object)); },
         [&model](std::string_view set) { model.propertySets.emplace_back(set); },
         [&model](Assignment&& assignment) { model.objects[assignment.object].propertySets = std::move(assignment.sets); });

@@ -12,7 +12,7 @@ namespace importer::host {
 /// The stored result of an import.
 struct StoredImport {
     Model model;
-    std::optional<Origin> origin; ///< Digests of the model and its importer; nothing if they are uncertain.
+    std::optional<Origin> origin; ///< Digests of the model and its importer; nothing if they are unknown.
 };
 
 /// The digests of a model and an importer.
@@ -33,7 +33,7 @@ public:
     StoredImport read() const;
 
     /// Stores this import: writes a new file, reads it back, and renames it to replace the old file.
-    /// @param origin          nothing if the digests are uncertain.
+    /// @param origin          nothing if the digests are unknown.
     /// @param beforeReplacing called before the old file is replaced. If it throws, the old file stays.
     /// @throws StateError. The file of the previous import is then unchanged.
     void write(

@@ -2,21 +2,24 @@
 
 #include "importer/host/ImporterRun.h"
 #include "importer/host/Report.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-#include <random>
-#include <set>
 
 using namespace importer::host;
 using namespace importer::exchange;
 using Velmor::ExternalGUID;
 
+namespace velmor_tests {
+
 namespace {
 
-// An object of box shape with its centre at x, y, z: what the importer makes of one.
+// The record of a cube.
+// @param x    center; y and z are 0.
+// @param size half the length of an edge.
 ObjectRecord object(const std::string& id, const std::string& className, double x, double size = 1.0, double volume = 1.0) {
     ObjectRecord record;
     if (!id.empty())
@@ -24,7 +27,7 @@ ObjectRecord object(const std::string& id, const std::string& className, double 
     record.className = className;
     record.name = id;
     std::vector<double> vertices;
-    for (int corner = 0; corner < 9; ++corner) { // the last one is the first one again
+    for (int corner = 0; corner < 9; ++corner) { // a closed list: the last vertex repeats the first
         vertices.insert(vertices.end(), {x + ((corner & 1) != 0 ? size : -size), (corner & 2) != 0 ? size : -size,
                                          (corner & 4) != 0 ? size : -size});
     }
@@ -36,7 +39,7 @@ ObjectRecord object(const std::string& id, const std::string& className, double 
     return record;
 }
 
-// The same as an open shape: its version knows no place.
+// The record of an open shape. Its version contains no position.
 ObjectRecord sheet(const std::string& id, double x) {
     auto record = object(id, "IFCPLATE", x);
     double d[8];
@@ -52,8 +55,8 @@ ObjectRecord withoutGeometry(const std::string& id, const std::string& className
     return record;
 }
 
-// Imports without property sets.
-Comparison compared(const std::vector<ObjectRecord>& before, const std::vector<ObjectRecord>& now, bool byGeometry) {
+// Compares imports without property sets.
+Comparison compareObjects(const std::vector<ObjectRecord>& before, const std::vector<ObjectRecord>& now, bool byGeometry) {
     return compare(Model{before, {}}, Model{now, {}}, byGeometry);
 }
 
@@ -70,31 +73,31 @@ std::size_t countOf(const Comparison& comparison, Change::Kind kind) {
 
 } // namespace
 
-TEST(Comparison, OfNothingIsEmpty) {
-    const auto comparison = compared({}, {}, false);
+TEST(Comparison, OfEmptyImportsIsEmpty) {
+    const auto comparison = compareObjects({}, {}, false);
     EXPECT_TRUE(comparison.classes.empty());
     EXPECT_EQ(text(comparison.total), "0 0 0 0 0");
 }
 
-TEST(Comparison, AtTheFirstImportFindsAllNew) {
-    const auto comparison = compared({}, {object("a", "IFCBEAM", 0), object("b", "IFCWALL", 5)}, false);
+TEST(Comparison, ReportsAllObjectsOfAFirstImportAsNew) {
+    const auto comparison = compareObjects({}, {object("a", "IFCBEAM", 0), object("b", "IFCWALL", 5)}, false);
     EXPECT_EQ(text(comparison.total), "2 2 0 0 0");
     EXPECT_EQ(text(comparison.classes.at("IFCBEAM")), "1 1 0 0 0");
 }
 
-TEST(Comparison, TellsNewUnchangedModifiedAndGonePerClass) {
+TEST(Comparison, CountsNewUnchangedModifiedAndGoneByClass) {
     const auto comparison =
-        compared({object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5), object("c", "IFCWALL", 9)},
-                 {object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5.1), object("d", "IFCBEAM", 20)}, false);
+        compareObjects({object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5), object("c", "IFCWALL", 9)},
+                       {object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5.1), object("d", "IFCBEAM", 20)}, false);
     EXPECT_EQ(text(comparison.classes.at("IFCBEAM")), "3 1 1 1 0");
     EXPECT_EQ(text(comparison.classes.at("IFCWALL")), "0 0 0 0 1");
     EXPECT_EQ(text(comparison.total), "3 1 1 1 1");
-    // Moved by 0.1 with all eight distances sqrt(3); nothing else differs.
+    // b has moved by 0.1; each of its eight distances is sqrt(3); nothing else differs.
     EXPECT_NEAR(comparison.total.lowestSimilarity, std::pow((1 - 0.1 / std::sqrt(3.0) - 0.7) / 0.3, 3), 1e-9);
 }
 
-TEST(Comparison, KeepsTheLowestSimilarityOfAClass) {
-    const auto comparison = compared(
+TEST(Comparison, StoresTheLowestSimilarityOfEachClass) {
+    const auto comparison = compareObjects(
         {object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5), object("c", "IFCWALL", 9)},
         {object("a", "IFCBEAM", 0, 1, 0.9), object("b", "IFCBEAM", 5, 1, 0.8), object("c", "IFCWALL", 9, 1, 0.9)}, false);
     EXPECT_NEAR(comparison.classes.at("IFCBEAM").lowestSimilarity, 0.216, 1e-9); // (0.8 - 0.5) * 2, cubed
@@ -102,11 +105,11 @@ TEST(Comparison, KeepsTheLowestSimilarityOfAClass) {
     EXPECT_NEAR(comparison.total.lowestSimilarity, 0.216, 1e-9);
 }
 
-TEST(Comparison, TellsRenamedAndReclassifiedBesideTheVersion) {
+TEST(Comparison, ReportsRenamedAndReclassifiedObjects) {
     auto renamed = object("a", "IFCBEAM", 0);
     renamed.name = "other";
-    const auto comparison = compared({object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5)},
-                                     {renamed, object("b", "IFCMEMBER", 5, 1, 0.9)}, false);
+    const auto comparison = compareObjects({object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5)},
+                                           {renamed, object("b", "IFCMEMBER", 5, 1, 0.9)}, false);
     EXPECT_EQ(text(comparison.classes.at("IFCBEAM")), "1 0 1 0 0");
     EXPECT_EQ(text(comparison.classes.at("IFCMEMBER")), "1 0 0 1 0");
     EXPECT_EQ(countOf(comparison, Change::Renamed), 1u);
@@ -114,72 +117,71 @@ TEST(Comparison, TellsRenamedAndReclassifiedBesideTheVersion) {
     EXPECT_EQ(countOf(comparison, Change::Modified), 1u);
 }
 
-TEST(Comparison, TellsAnOpenShapeThatMovedThoughItsVersionIsUnchanged) {
-    const auto comparison = compared({sheet("a", 0), sheet("b", 5)}, {sheet("a", 0.5), sheet("b", 5)}, false);
+TEST(Comparison, ReportsAMovedOpenShapeAsUnchangedAndMoved) {
+    const auto comparison = compareObjects({sheet("a", 0), sheet("b", 5)}, {sheet("a", 0.5), sheet("b", 5)}, false);
     EXPECT_EQ(text(comparison.total), "2 0 2 0 0");
     ASSERT_EQ(comparison.changes.size(), 1u);
     EXPECT_EQ(comparison.changes[0].kind, Change::Moved);
     EXPECT_EQ(comparison.changes[0].object, 0u);
 }
 
-TEST(Comparison, WithoutGlobalIdGoesByGeometry) {
-    const auto comparison = compared({object("", "IFCBEAM", 0), object("", "IFCBEAM", 5)},
-                                     {object("", "IFCBEAM", 5), object("", "IFCBEAM", 9)}, false);
+TEST(Comparison, IdentifiesObjectsWithoutGlobalIdByGeometry) {
+    const auto comparison = compareObjects({object("", "IFCBEAM", 0), object("", "IFCBEAM", 5)},
+                                           {object("", "IFCBEAM", 5), object("", "IFCBEAM", 9)}, false);
     EXPECT_EQ(text(comparison.total), "2 1 1 0 1");
 }
 
 TEST(Comparison, ByGeometryIgnoresGlobalIds) {
     const std::vector<ObjectRecord> before = {object("a", "IFCBEAM", 0), object("b", "IFCBEAM", 5),
                                               object("c", "IFCBEAM", 9)};
-    // Other ids, one moved by less than the database's tolerance and more than the version's, one by more than both.
+    // Other GlobalIds. The second object has moved by more than the tolerance of versions, but by less than that of the
+    // database; the third by more than both.
     const std::vector<ObjectRecord> now = {object("x", "IFCBEAM", 0), object("y", "IFCBEAM", 5.005),
                                            object("c", "IFCBEAM", 9.1)};
-    EXPECT_EQ(text(compared(before, now, true).total), "3 1 1 1 1");
-    EXPECT_EQ(text(compared(before, now, false).total), "3 2 0 1 2");
+    EXPECT_EQ(text(compareObjects(before, now, true).total), "3 1 1 1 1");
+    EXPECT_EQ(text(compareObjects(before, now, false).total), "3 2 0 1 2");
 }
 
-TEST(Comparison, LeavesObjectsWithoutAnIdentityOut) {
+TEST(Comparison, ListsObjectsWithoutIdentityWithoutCountingThem) {
     const std::vector<ObjectRecord> objects = {withoutGeometry("", "IFCSITE"), withoutGeometry("b", "IFCBUILDING"),
                                                object("c", "IFCBEAM", 0)};
-    const auto byId = compared(objects, objects, false);
+    const auto byId = compareObjects(objects, objects, false);
     EXPECT_EQ(byId.unidentified, (std::vector<std::size_t>{0}));
     EXPECT_EQ(text(byId.total), "2 0 2 0 0");
-    const auto byGeometry = compared(objects, objects, true);
+    const auto byGeometry = compareObjects(objects, objects, true);
     EXPECT_EQ(byGeometry.unidentified, (std::vector<std::size_t>{0, 1}));
     EXPECT_EQ(text(byGeometry.total), "1 0 1 0 0");
 }
 
-TEST(Comparison, WithGeometryOnOneSideOnlyIsModified) {
+TEST(Comparison, ReportsAnObjectWithGeometryInOneImportOnlyAsModified) {
     const auto bare = withoutGeometry("a", "IFCBEAM");
     const auto full = object("a", "IFCBEAM", 0);
-    for (const bool gains : {true, false}) {
-        const auto comparison = gains ? compared({bare}, {full}, false) : compared({full}, {bare}, false);
+    for (const bool isAdded : {true, false}) {
+        const auto comparison = isAdded ? compareObjects({bare}, {full}, false) : compareObjects({full}, {bare}, false);
         EXPECT_EQ(text(comparison.total), "1 0 0 1 0");
         EXPECT_EQ(comparison.total.lowestSimilarity, 0.0);
     }
 }
 
-TEST(Comparison, PairsCopiesInOnePlaceOneToOne) {
+TEST(Comparison, PairsCopiesInTheSamePlaceOneToOne) {
     const auto wall = object("", "IFCWALL", 0);
     const auto space = object("", "IFCSPACE", 0);
     const auto heavy = object("", "IFCWALL", 0, 1, 0.9);
-    EXPECT_EQ(text(compared({wall, wall, space}, {space, wall, wall}, false).total), "3 0 3 0 0");
-    EXPECT_EQ(text(compared({wall, wall, wall}, {wall, wall}, false).total), "2 0 2 0 1");
-    EXPECT_EQ(text(compared({wall}, {wall, wall}, false).total), "2 1 1 0 0");
-    // The equal one is found whichever stands first.
-    EXPECT_EQ(text(compared({heavy, wall}, {wall, heavy}, false).total), "2 0 2 0 0");
-    EXPECT_EQ(text(compared({wall, heavy}, {heavy}, false).total), "1 0 1 0 1");
-    // A pair across classes only when nothing of the own class is left.
-    const auto across = compared({wall, space}, {wall, wall}, false);
+    EXPECT_EQ(text(compareObjects({wall, wall, space}, {space, wall, wall}, false).total), "3 0 3 0 0");
+    EXPECT_EQ(text(compareObjects({wall, wall, wall}, {wall, wall}, false).total), "2 0 2 0 1");
+    EXPECT_EQ(text(compareObjects({wall}, {wall, wall}, false).total), "2 1 1 0 0");
+    // The equal copy is found in any order.
+    EXPECT_EQ(text(compareObjects({heavy, wall}, {wall, heavy}, false).total), "2 0 2 0 0");
+    EXPECT_EQ(text(compareObjects({wall, heavy}, {heavy}, false).total), "1 0 1 0 1");
+    // Objects of different classes are paired only when no object of the same class is left.
+    const auto across = compareObjects({wall, space}, {wall, wall}, false);
     EXPECT_EQ(text(across.classes.at("IFCWALL")), "2 0 2 0 0");
     EXPECT_EQ(countOf(across, Change::Reclassified), 1u);
     EXPECT_EQ(across.classes.count("IFCSPACE"), 0u);
 }
 
-TEST(Comparison, AgreesWithAPlainModelOverRandomRevisions) {
-    const auto seed = std::random_device()();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
+TEST(Comparison, MatchesAReferenceModelForRandomRevisions) {
+    Random random;
     for (int round = 0; round < 30; ++round) {
         std::vector<ObjectRecord> before;
         std::vector<ObjectRecord> now;
@@ -187,7 +189,7 @@ TEST(Comparison, AgreesWithAPlainModelOverRandomRevisions) {
         for (int i = 0; i < 300; ++i) {
             const auto id = "r" + std::to_string(i) + "x";
             const double x = 3.0 * i;
-            switch (random() % 4) {
+            switch (random.below(4)) {
             case 0:
                 before.push_back(object(id, "IFCBEAM", x));
                 now.push_back(object(id, "IFCBEAM", x));
@@ -208,30 +210,40 @@ TEST(Comparison, AgreesWithAPlainModelOverRandomRevisions) {
             }
         }
         std::shuffle(now.begin(), now.end(), random);
-        EXPECT_EQ(text(compared(before, now, false).total), text(expected));
-        // By geometry a move is an object gone and a new one.
+        EXPECT_EQ(text(compareObjects(before, now, false).total), text(expected));
+        // By geometry, a moved object is one gone and one new object.
         expected.added += expected.modified;
         expected.gone += expected.modified;
         expected.modified = 0;
-        EXPECT_EQ(text(compared(before, now, true).total), text(expected));
+        EXPECT_EQ(text(compareObjects(before, now, true).total), text(expected));
     }
 }
 
-TEST(Comparison, OfALongRowOfEqualObjectsTakesNoLongTime) {
+TEST(Comparison, PairsALongRowOfEqualObjects) {
     std::vector<ObjectRecord> row;
     for (int i = 0; i < 20000; ++i)
         row.push_back(object("", "IFCBEAM", 3.0 * i));
-    // In the order of the row the spatial tree would be one branch of 20000 nodes.
-    EXPECT_EQ(text(compared(row, row, true).total), "20000 0 20000 0 0");
+    // Registered in the order of the row, the objects would make the spatial tree a list of 20000 nodes.
+    EXPECT_EQ(text(compareObjects(row, row, true).total), "20000 0 20000 0 0");
 }
 
-TEST(Comparison, OfManyUnequalCopiesInOnePlaceTakesNoLongTime) {
+TEST(Comparison, SearchesALimitedNumberOfCopiesInTheSamePlace) {
+    const auto equal = object("", "IFCBEAM", 0);
+    const auto different = object("", "IFCBEAM", 0, 1, 0.9);
+    std::vector<ObjectRecord> before(maxCopiesSearched - 1, different);
+    before.push_back(equal);
+    EXPECT_EQ(text(compareObjects(before, {equal}, true).total), "1 0 1 0 63");
+    before.insert(before.begin(), different);
+    EXPECT_EQ(text(compareObjects(before, {equal}, true).total), "1 0 0 1 64");
+}
+
+TEST(Comparison, PairsThousandsOfModifiedCopiesInTheSamePlace) {
     std::vector<ObjectRecord> before(20000, object("", "IFCBEAM", 0));
     std::vector<ObjectRecord> now(20000, object("", "IFCBEAM", 0, 1, 0.9));
-    EXPECT_EQ(text(compared(before, now, true).total), "20000 0 0 20000 0");
+    EXPECT_EQ(text(compareObjects(before, now, true).total), "20000 0 0 20000 0");
 }
 
-TEST(Report, ShowsTableChangesAndProblems) {
+TEST(Report, ContainsTableChangesAndProblems) {
     ImportResult result;
     result.schema = "IFC4";
     result.model.objects = {object("a", "IFCBEAM", 0, 1, 0.9999), object("b", "IFCWALL", 5)};
@@ -260,3 +272,5 @@ TEST(Report, ShowsTableChangesAndProblems) {
               "  class  objects  new  unchanged  modified  lowest similarity  gone\n"
               "  total        0    0          0         0                  -     0\n");
 }
+
+} // namespace velmor_tests

@@ -1,11 +1,12 @@
-// What import_host --export writes: from the models of the project, through both programs; and its parts.
+// import_host --export with the example models, and the functions that write and name the files.
 
 #include "importer/host/Export.h"
 
 #include "importer/exchange/Text.h"
+#include "importer/host/ExportedFiles.h"
 #include "importer/host/HostRun.h"
-#include "importer/host/ObjFile.h"
 #include "importer/host/State.h"
+#include "support/Random.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,7 +15,6 @@
 #include <cmath>
 #include <filesystem>
 #include <limits>
-#include <random>
 #include <set>
 
 #if !defined(_WIN32)
@@ -23,12 +23,13 @@
     #include <csignal>
 #endif
 
-using namespace velmor_tests;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 namespace fs = std::filesystem;
+
+namespace velmor_tests {
 
 namespace {
 
@@ -68,12 +69,12 @@ protected:
     const fs::path out = folder / "out";
 };
 
-using FailingExport = Export;
+using ExportFails = Export;
 
 } // namespace
 
-// The numbers of triangles by hand: a prism of n corners has n - 2 triangles in each cap and 2 n around; that of a hollow
-// section of 4 + 4 corners has 8 in each cap. The canopy is a sheet, and there is no shape of site, building and storey.
+// A prism of n corners has n - 2 triangles in each cap and 2 n triangles around it; a hollow section of 4 + 4 corners has 8
+// triangles in each cap. The canopy is an open sheet; site, building and storey have no shape.
 TEST_F(Export, WritesEachClosedSolidOfTheWorkshop) {
     const auto host = run({workshop});
     ASSERT_EQ(host.exitCode, 0) << host.error;
@@ -118,17 +119,17 @@ TEST_F(Export, WritesEachClosedSolidOfTheWorkshop) {
                 StartsWith("# IFCDOOR 'Stahlt\xC3\xBCr D1' (0Workshop0Door000000D1) #\nv "));
 }
 
-TEST_F(Export, PutsSolidsWhereTheyAreInTheWorld) {
+TEST_F(Export, WritesSolidsInWorldCoordinates) {
     ASSERT_EQ(run({workshop}).exitCode, 0);
-    // A block of 1500 x 900 x 300 mm at 8 m, 2 m in a building at 1 m, 2 m.
+    // A block of 1500 x 900 x 300 mm at (8 m, 2 m) in a building at (1 m, 2 m).
     const auto obj = parseObj(readFile(out / "workshop_733_Machine_base_M1.obj"));
-    auto places = obj.vertices;
-    std::sort(places.begin(), places.end());
-    ASSERT_EQ(places.size(), 8u);
+    auto positions = obj.vertices;
+    std::sort(positions.begin(), positions.end());
+    ASSERT_EQ(positions.size(), 8u);
     for (std::size_t i = 0; i < 8; ++i) {
-        EXPECT_NEAR(places[i][0], i < 4 ? 9 : 10.5, 1e-12);
-        EXPECT_NEAR(places[i][1], i % 4 < 2 ? 4 : 4.9, 1e-12);
-        EXPECT_NEAR(places[i][2], i % 2 == 0 ? 0 : 0.3, 1e-12);
+        EXPECT_NEAR(positions[i][0], i < 4 ? 9 : 10.5, 1e-12);
+        EXPECT_NEAR(positions[i][1], i % 4 < 2 ? 4 : 4.9, 1e-12);
+        EXPECT_NEAR(positions[i][2], i % 2 == 0 ? 0 : 0.3, 1e-12);
     }
     EXPECT_NEAR(obj.volume(), 0.405, 1e-12);
 }
@@ -137,7 +138,7 @@ TEST_F(Export, WritesEachTextureOfTheWorkshop) {
     ASSERT_EQ(run({workshop}).exitCode, 0);
     EXPECT_THAT(filesIn(out, ".png"), ElementsAre("workshop_1100.png"));
     const auto png = readFile(out / "workshop_1100.png");
-    std::string digits; // of the model, where each byte is two of them
+    std::string digits; // each byte as two hexadecimal digits, as in the model
     for (const char c : png) {
         char text[3];
         std::snprintf(text, sizeof text, "%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
@@ -148,50 +149,50 @@ TEST_F(Export, WritesEachTextureOfTheWorkshop) {
     EXPECT_EQ(header.width, 2u);
     EXPECT_EQ(header.height, 2u);
     EXPECT_EQ(header.bitDepth, 1u);
-    EXPECT_EQ(header.colourType, 0u);
+    EXPECT_EQ(header.colorType, 0u);
 }
 
-TEST_F(Export, OverwritesAnEarlierOneAndNothingElse) {
+TEST_F(Export, OverwritesEarlierExportsOnly) {
     ASSERT_EQ(run({workshop}).exitCode, 0);
     const auto before = filesIn(out, ".obj");
     const auto beam = readFile(out / "workshop_233_Beam_B2.obj");
     writeFile(out / "workshop_233_Beam_B2.obj", std::string(100000, 'x'));
-    writeFile(out / "of the user.obj", "kept");
+    writeFile(out / "other.obj", "unchanged");
     ASSERT_EQ(run({workshop}).exitCode, 0);
     EXPECT_EQ(readFile(out / "workshop_233_Beam_B2.obj"), beam);
-    EXPECT_EQ(readFile(out / "of the user.obj"), "kept");
+    EXPECT_EQ(readFile(out / "other.obj"), "unchanged");
     EXPECT_EQ(filesIn(out, ".obj").size(), before.size() + 1);
 }
 
-TEST_F(Export, OfSeveralModelsTellsThemApart) {
+TEST_F(Export, NamesTheFilesOfEachModelDifferently) {
     const auto host = run({workshop, revised});
     ASSERT_EQ(host.exitCode, 0) << host.error;
     const auto names = filesIn(out, ".obj");
-    const auto with = [&names](const std::string& prefix) {
+    const auto countWithPrefix = [&names](const std::string& prefix) {
         return std::count_if(names.begin(), names.end(), [&prefix](const auto& name) { return name.starts_with(prefix); });
     };
-    EXPECT_EQ(with("workshop_"), 26);
-    // B7 is gone, B8 is new, and so is F3; the door is another one.
-    EXPECT_EQ(with("workshop-revised_"), 27);
+    EXPECT_EQ(countWithPrefix("workshop_"), 26);
+    // B7 is gone; B8 and F3 are new; the door is another door.
+    EXPECT_EQ(countWithPrefix("workshop-revised_"), 27);
     EXPECT_EQ(names.size(), 26u + 27);
     EXPECT_EQ(names.count("workshop_123_Column_C1.obj"), 1u);
     EXPECT_EQ(names.count("workshop-revised_123_Column_A1.obj"), 1u);
 }
 
-TEST_F(Export, MakesItsFolderAndThoseAbove) {
+TEST_F(Export, CreatesItsFolderAndTheFoldersAbove) {
     const auto deep = folder / "a" / "b" / "c";
     const auto host = runHost({workshop, "--state", (folder / "state").string(), "--export", deep.string()});
     ASSERT_EQ(host.exitCode, 0) << host.error;
     EXPECT_EQ(filesIn(deep, ".obj").size(), 26u);
 }
 
-TEST_F(Export, IsNotDoneUnasked) {
+TEST_F(Export, IsNotDoneWithoutTheOption) {
     ASSERT_EQ(runHost({workshop, "--state", (folder / "state").string()}).exitCode, 0);
-    EXPECT_EQ(everythingIn(folder / "").size(), 2u); // the state in its folder
+    EXPECT_EQ(everythingIn(folder / "").size(), 2u); // the state folder and the state file
 }
 
-// Every solid and texture of them arrives, in a file that lies in the folder.
-TEST_F(Export, KeepsHostileNamesInItsFolder) {
+// Every solid and every texture is written, to a file in the folder of the export.
+TEST_F(Export, WritesHostileNamesToItsFolderOnly) {
     writeFile(folder / "hostile" / "model.ifc", "");
     fs::create_directories(out);
     const auto before = everythingIn(folder / "");
@@ -208,7 +209,7 @@ TEST_F(Export, KeepsHostileNamesInItsFolder) {
     EXPECT_EQ(pngs.size(), 19u);
     EXPECT_EQ(objs.count("model_2_escaped.obj"), 1u);  // ../../escaped
     EXPECT_EQ(objs.count("model_2-9.obj"), 1u);        // no name
-    EXPECT_EQ(objs.count("model_2-10_CON.obj"), 1u);   // a device, were it the whole name
+    EXPECT_EQ(objs.count("model_2-10_CON.obj"), 1u);   // CON alone would name a device
     EXPECT_EQ(objs.count("model_2-13_a_b_c.obj"), 1u); // a NUL
     EXPECT_EQ(objs.count("model_2-19_" + std::string(40, 'x') + ".obj"), 1u);
     for (const auto& name : objs) {
@@ -216,7 +217,7 @@ TEST_F(Export, KeepsHostileNamesInItsFolder) {
                   std::string::npos);
         EXPECT_THAT(name, StartsWith("model_2"));
         EXPECT_LT(name.size(), 120u);
-        const auto obj = parseObj(readFile(out / name)); // nothing of the name has become a line of it
+        const auto obj = parseObj(readFile(out / name)); // throws if a part of the name became a line of its own
         EXPECT_EQ(obj.vertices.size(), 4u);
         EXPECT_EQ(obj.triangles.size(), 4u);
         EXPECT_THAT(obj.comment, EndsWith(" #"));
@@ -225,7 +226,7 @@ TEST_F(Export, KeepsHostileNamesInItsFolder) {
         EXPECT_EQ(readFile(out / name), "png");
 }
 
-TEST_F(FailingExport, IntoAFolderThatCannotBeMadeLeavesTheState) {
+TEST_F(ExportFails, IfItsFolderCannotBeCreated) {
     writeFile(out, "a file");
     const auto host = run({workshop});
     EXPECT_EQ(host.exitCode, 1);
@@ -236,7 +237,7 @@ TEST_F(FailingExport, IntoAFolderThatCannotBeMadeLeavesTheState) {
     EXPECT_FALSE(fs::exists(folder / "state"));
 }
 
-TEST_F(FailingExport, OntoAFolderOfThatNameLeavesIt) {
+TEST_F(ExportFails, IfAFileNameIsThatOfAFolder) {
     fs::create_directories(out / "workshop_233_Beam_B2.obj");
     const auto host = run({workshop});
     EXPECT_EQ(host.exitCode, 1);
@@ -246,13 +247,13 @@ TEST_F(FailingExport, OntoAFolderOfThatNameLeavesIt) {
     EXPECT_FALSE(fs::exists(folder / "state"));
 }
 
-TEST(ExportedFile, ReplacesAHardLinkAndNotWhatElseIsLinked) {
+TEST(ExportedFile, ReplacesAHardLinkAndNotItsContent) {
     const TemporaryFolder folder;
-    writeFile(folder / "outside", "kept");
+    writeFile(folder / "outside", "unchanged");
     writeFile(folder / "out" / "other", "");
     fs::create_hard_link(folder / "outside", folder / "out" / "1.obj");
     importer::host::writeExported(folder / "out" / "1.obj", "new");
-    EXPECT_EQ(readFile(folder / "outside"), "kept");
+    EXPECT_EQ(readFile(folder / "outside"), "unchanged");
     EXPECT_EQ(readFile(folder / "out" / "1.obj"), "new");
 }
 
@@ -269,9 +270,9 @@ TEST(ExportedFile, MayBeEmptyOrLarge) {
 }
 
 #if !defined(_WIN32)
-TEST(ExportedFile, ReplacesASymbolicLinkAndNotWhatItLeadsTo) {
+TEST(ExportedFile, ReplacesASymbolicLinkAndNotItsTarget) {
     const TemporaryFolder folder;
-    writeFile(folder / "outside", "kept");
+    writeFile(folder / "outside", "unchanged");
     writeFile(folder / "out" / "other", "");
     for (const auto& target : {folder / "outside", folder / "missing"}) {
         fs::create_symlink(target, folder / "out" / "1.obj");
@@ -280,12 +281,12 @@ TEST(ExportedFile, ReplacesASymbolicLinkAndNotWhatItLeadsTo) {
         EXPECT_EQ(readFile(folder / "out" / "1.obj"), "new");
         fs::remove(folder / "out" / "1.obj");
     }
-    EXPECT_EQ(readFile(folder / "outside"), "kept");
+    EXPECT_EQ(readFile(folder / "outside"), "unchanged");
     EXPECT_FALSE(fs::exists(folder / "missing"));
 }
 
-// A limit on the size of files does to a writer what a full disk does: what exceeds it comes out short first.
-TEST(ExportedFile, ThatHasNoRoomIsToldAndDoesNotStay) {
+// A limit on the size of files has the same effect as a full disk: the write that reaches it writes less than requested.
+TEST(ExportedFile, IsRemovedWhenTheDiskIsFull) {
     const TemporaryFolder folder;
     writeFile(folder / "out" / "other", "");
     rlimit before{};
@@ -306,12 +307,12 @@ TEST(ExportedFile, ThatHasNoRoomIsToldAndDoesNotStay) {
 }
 #endif
 
-TEST(ExportedFile, WithoutItsFolderIsTold) {
+TEST(ExportedFile, InAMissingFolderIsAnError) {
     const TemporaryFolder folder;
     EXPECT_THROW(importer::host::writeExported(folder / "missing" / "1.obj", "new"), importer::host::ImportError);
 }
 
-TEST(FileNamePart, HoldsNothingThatASystemWouldTakeForMore) {
+TEST(FileNamePart, ContainsNoSpecialCharacters) {
     const struct {
         std::string name;
         const char* part;
@@ -337,7 +338,7 @@ TEST(FileNamePart, HoldsNothingThatASystemWouldTakeForMore) {
         EXPECT_EQ(importer::host::fileNamePart(each.name), each.part);
 }
 
-TEST(FileNames, AreNeverGivenTwice) {
+TEST(FileNames, AreUnique) {
     importer::host::FileNames names("p_", ".obj");
     EXPECT_EQ(names.next(12, "CON"), "p_12_CON.obj");
     EXPECT_EQ(names.next(12, "CON"), "p_12-2_CON.obj");
@@ -346,22 +347,20 @@ TEST(FileNames, AreNeverGivenTwice) {
     EXPECT_EQ(names.next(1, "2-2_CON"), "p_1_2-2_CON.obj");
     EXPECT_EQ(names.next(~0ull, "x"), "p_18446744073709551615_x.obj");
 
-    const auto seed = std::random_device()();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
-    importer::host::FileNames few("", ".obj");
-    std::set<std::string> given;
+    Random random;
+    importer::host::FileNames similarNames("", ".obj");
+    std::set<std::string> used;
     for (int i = 0; i < 20000; ++i) {
         std::string name;
-        for (auto length = random() % 4; length > 0; --length)
-            name += "12-_aA"[random() % 6];
-        auto file = few.next(random() % 30, name);
-        std::replace(file.begin(), file.end(), 'A', 'a'); // where case does not count
-        EXPECT_TRUE(given.insert(file).second) << file;
+        for (int length = random.below(4); length > 0; --length)
+            name += random.oneOf({'1', '2', '-', '_', 'a', 'A'});
+        auto file = similarNames.next(random.below(30u), name);
+        std::replace(file.begin(), file.end(), 'A', 'a'); // for file systems that ignore case
+        EXPECT_TRUE(used.insert(file).second) << file;
     }
 }
 
-TEST(ModelPrefixes, AreNeverGivenTwice) {
+TEST(ModelPrefixes, AreUnique) {
     importer::host::ModelPrefixes prefixes;
     EXPECT_EQ(prefixes.next("a/workshop.ifc"), "workshop_");
     EXPECT_EQ(prefixes.next("b/workshop.ifc"), "workshop-2_");
@@ -373,23 +372,23 @@ TEST(ModelPrefixes, AreNeverGivenTwice) {
     EXPECT_EQ(prefixes.next("CON.ifc"), "CON_");
 }
 
-// Names of models and objects that could be mistaken for each other's.
-TEST(ModelPrefixes, KeepFilesOfModelsApart) {
+// Names of models and objects that could be combined to the same file name.
+TEST(ModelPrefixes, MakeFileNamesOfAllModelsUnique) {
     importer::host::ModelPrefixes prefixes;
-    std::set<std::string> given;
+    std::set<std::string> used;
     for (const auto* model : {"a", "a_1", "a_1_b", "a-1", "a 1 b", "A", "1", "1_1"}) {
         importer::host::FileNames names(prefixes.next(std::string(model) + ".ifc"), ".obj");
         for (const std::uint64_t instance : {1u, 2u, 11u, 1u}) {
             for (const auto* name : {"", "1", "b_1", "1_b", "a_1"}) {
                 auto file = names.next(instance, name);
                 std::replace(file.begin(), file.end(), 'A', 'a');
-                EXPECT_TRUE(given.insert(file).second) << file;
+                EXPECT_TRUE(used.insert(file).second) << file;
             }
         }
     }
 }
 
-TEST(ObjFile, ReadsBackAsItsMeshToTheLastBit) {
+TEST(ObjFile, PreservesEveryBitOfTheMesh) {
     auto mesh = tetrahedron();
     mesh.vertices = {0.1,
                      -0.0,
@@ -414,7 +413,9 @@ TEST(ObjFile, ReadsBackAsItsMeshToTheLastBit) {
         EXPECT_EQ(obj.triangles[i / 3][i % 3], mesh.triangles[i]);
 }
 
-TEST(ObjFile, IsSmallAndPlain) {
+TEST(ObjFile, ConsistsOfCommentVerticesAndTriangles) {
     EXPECT_EQ(importer::host::objFile({{0, 0, 0, 0.1, 0, 0, 0, 2.5, 0}, {0, 1, 2}}, "IFCBEAM 'B\n2\\'"),
               "# IFCBEAM 'B?2\\' #\nv 0 0 0\nv 0.1 0 0\nv 0 2.5 0\nf 1 2 3\n");
 }
+
+} // namespace velmor_tests

@@ -10,14 +10,16 @@
 #endif
 
 namespace velmor_tests {
+
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string quoted(std::string text) {
+std::string inQuotes(const std::string& text) {
     return '"' + text + '"';
 }
 
+// The content of a file without carriage returns.
 std::string textOf(const fs::path& file) {
     auto text = readFile(file);
     text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
@@ -53,20 +55,20 @@ std::map<std::string, TableRow> HostRun::table() const {
     return rows;
 }
 
-HostRun runHost(const std::vector<std::string>& arguments, [[maybe_unused]] const std::string& before) {
+HostRun runHost(const std::vector<std::string>& arguments, [[maybe_unused]] const std::string& shell) {
     const TemporaryFolder folder;
     const auto output = folder / "output";
     const auto error = folder / "error";
-    std::string command = quoted(program("import_host").string());
+    std::string command = inQuotes(program("import_host").string());
     for (const auto& argument : arguments)
-        command += ' ' + quoted(argument);
-    command += " >" + quoted(output.string()) + " 2>" + quoted(error.string());
+        command += ' ' + inQuotes(argument);
+    command += " >" + inQuotes(output.string()) + " 2>" + inQuotes(error.string());
     HostRun run;
 #if defined(_WIN32)
-    // The shell takes off the outermost quotes.
-    run.exitCode = std::system(quoted(command).c_str());
+    // The shell removes the outermost quotes.
+    run.exitCode = std::system(inQuotes(command).c_str());
 #else
-    const int status = std::system((before + ' ' + command).c_str());
+    const int status = std::system((shell + ' ' + command).c_str());
     run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 #endif
     run.output = textOf(output);
@@ -86,8 +88,8 @@ fs::path exampleModel(const std::string& name) {
     return fs::path(VELMOR_EXAMPLE_MODELS) / name;
 }
 
-std::string commented(const fs::path& model, const fs::path& copy) {
-    writeFile(copy, readFile(model) + "/* the same again */\n");
+std::string copyWithComment(const fs::path& model, const fs::path& copy) {
+    writeFile(copy, readFile(model) + "/* a comment */\n");
     return copy.string();
 }
 

@@ -1,11 +1,11 @@
-// Imports real models, of the folder that VELMOR_MODELS names. They are not part of the project: without the variable only
-// the models of examples/models are imported here.
+// Imports all models of examples/models, and of the folder that the environment variable VELMOR_MODELS names: real models
+// that are not part of the project.
 
 #include <Velmor/Velmor.h>
 
 #include "importer/exchange/PropertyRecords.h"
+#include "importer/host/ExportedFiles.h"
 #include "importer/host/HostRun.h"
-#include "importer/host/ObjFile.h"
 #include "importer/host/State.h"
 
 #include <gmock/gmock.h>
@@ -17,10 +17,11 @@
 #include <set>
 #include <sstream>
 
-using namespace velmor_tests;
 using testing::HasSubstr;
 using testing::Not;
 namespace fs = std::filesystem;
+
+namespace velmor_tests {
 
 namespace {
 
@@ -43,7 +44,7 @@ std::vector<fs::path> models() {
     return result;
 }
 
-// A model by its name; empty when it is not there.
+// The path of a model; empty if no folder contains it.
 fs::path model(const std::string& name) {
     for (const auto& folder : folders())
         if (fs::exists(folder / name))
@@ -51,8 +52,8 @@ fs::path model(const std::string& name) {
     return {};
 }
 
-// How many products real models have, counted in the files: instances of subtypes of IfcProduct that are physical or spatial
-// objects (an IfcAnnotation is neither). The two tessellations hold types and no occurrence of them.
+// The number of products in real models, counted in the files: instances of subtypes of IfcProduct that are physical or
+// spatial objects (an IfcAnnotation is neither). The two tessellations contain types without occurrences.
 const std::map<std::string, unsigned> products = {{"AC11-FZK-Haus-IFC-Alt.ifc", 142},
                                                   {"AC11-FZK-Haus-IFC.ifc", 142},
                                                   {"Duplex_A_20110907.ifc", 295},
@@ -64,7 +65,7 @@ const std::map<std::string, unsigned> products = {{"AC11-FZK-Haus-IFC-Alt.ifc", 
                                                   {"tessellation-with-blob-texture.ifc", 0},
                                                   {"tessellation-with-image-texture.ifc", 0}};
 
-// How many of them are closed solids, each of which can be cut into triangles.
+// The number of these that are closed solids. All of them can be triangulated.
 const std::map<std::string, unsigned> closedSolids = {{"AC11-FZK-Haus-IFC-Alt.ifc", 104},
                                                       {"AC11-FZK-Haus-IFC.ifc", 104},
                                                       {"Duplex_A_20110907.ifc", 215},
@@ -79,14 +80,14 @@ std::string testName(const std::string& text) {
     return name;
 }
 
-// Models that are revisions of one another, with what was found out about them from the files themselves: every product with
-// its placement and its shape, followed down to the numbers and compared by GlobalId.
+// The expected comparison of two revisions of a model. The numbers come from the files: each product, its placement and its
+// shape were compared by GlobalId, down to the coordinates.
 struct Counts {
-    unsigned objects = 0;  ///< Of the later model.
-    unsigned bare = 0;     ///< Those of them without a representation, which geometry alone cannot identify.
-    unsigned added = 0;    ///< Those that the earlier model does not have. Nothing is gone in any of the pairs.
-    unsigned modified = 0; ///< Those with other properties, counted without the bare ones. No shape differs in any of them.
-    unsigned modifiedBare = 0; ///< Bare ones with other properties.
+    unsigned objects = 0;      ///< Of the later model.
+    unsigned bare = 0;         ///< Of these, without a representation: they cannot be identified by geometry.
+    unsigned added = 0;        ///< Only in the later model. In all pairs of models, no object is gone.
+    unsigned modified = 0;     ///< With other properties, without the bare ones. No shape differs.
+    unsigned modifiedBare = 0; ///< Bare, with other properties.
 };
 
 struct Revision {
@@ -95,9 +96,9 @@ struct Revision {
     std::map<std::string, Counts> classes;
 };
 
-// One more IfcOpeningElement and the IfcDoor in it. The wall that it is cut out of keeps its placement and its shape: the
-// opening takes effect by IfcRelVoidsElement, not in the wall's own geometry. So the shapes of all four walls are unchanged;
-// of the one that the door is in the property "Surface (All)" lists its two paints the other way round.
+// An IfcOpeningElement and an IfcDoor in it are added. The opening refers to its wall by IfcRelVoidsElement; the geometry of
+// the wall does not change. So the shapes of all four walls are unchanged; the property "Surface (All)" of the wall with the
+// door lists its two paints in the opposite order.
 const Revision comparedByGuid = {"compare_by_guid_rev_1.ifc",
                                  "compare_by_guid_rev_2.ifc",
                                  {{"IFCBUILDING", {1, 1, 0}},
@@ -107,7 +108,7 @@ const Revision comparedByGuid = {"compare_by_guid_rev_1.ifc",
                                   {"IFCSITE", {1, 1, 0}},
                                   {"IFCWALLSTANDARDCASE", {4, 0, 0, 1}}}};
 
-// Two lines differ: a postal address and the name of the IfcProject, neither of them a product.
+// Two lines differ: a postal address and the name of the IfcProject. Neither is a product.
 const Revision houseAndItsCopy = {"AC11-FZK-Haus-IFC.ifc",
                                   "AC11-FZK-Haus-IFC-Alt.ifc",
                                   {{"IFCBEAM", {51, 0, 0}},
@@ -128,8 +129,8 @@ const Revision houseAndItsCopy = {"AC11-FZK-Haus-IFC.ifc",
                                    {"IFCWALLSTANDARDCASE", {13, 0, 0}},
                                    {"IFCWINDOW", {11, 0, 0}}}};
 
-// All instances are renumbered, and the site has two property sets more, ePSet_MapConversion and ePSet_ProjectedCRS. They
-// say where on earth the model lies; no placement, unit or context of the model itself differs.
+// All instances are renumbered, and the site has two new property sets, ePSet_MapConversion and ePSet_ProjectedCRS. They
+// contain the georeference; no placement, unit or context differs.
 const Revision georeferenced = {"Duplex_A_20110907.ifc",
                                 "Duplex_A_20110907_georeferenced.ifc",
                                 {{"IFCBEAM", {8, 0, 0}},
@@ -160,7 +161,7 @@ std::vector<Revision> revisions() {
     return present;
 }
 
-// The arguments of an instance, as they stand in the file.
+// The arguments of an instance as text.
 std::vector<std::string> argumentsOf(const std::string& line) {
     std::vector<std::string> arguments(1);
     int depth = 0;
@@ -177,14 +178,14 @@ std::vector<std::string> argumentsOf(const std::string& line) {
     return arguments;
 }
 
-// A property set as its text in the file tells it.
+// A property set as text.
 struct SetInFile {
     std::string globalId;
     std::string name;
-    std::vector<std::pair<std::string, std::string>> properties; // name and value, as they stand there
+    std::vector<std::pair<std::string, std::string>> properties; // name and value
 };
 
-// The property sets of a file that has each instance on a line of its own, in their order.
+// The property sets of a file, in the order of the file. Each instance must be on one line.
 std::vector<SetInFile> setsInFile(const fs::path& file) {
     std::map<std::string, std::string> properties;
     std::vector<std::vector<std::string>> sets;
@@ -194,8 +195,8 @@ std::vector<SetInFile> setsInFile(const fs::path& file) {
             sets.push_back(argumentsOf(line));
         else if (line.starts_with('#'))
             properties[line.substr(0, line.find('='))] = line;
-    // What stands between the apostrophes or brackets.
-    const auto text = [](const std::string& argument) {
+    // The argument without its apostrophes or parentheses.
+    const auto unquoted = [](const std::string& argument) {
         std::string inner = argument.size() < 2 ? "" : argument.substr(1, argument.size() - 2);
         for (auto at = inner.find("''"); at != std::string::npos; at = inner.find("''", at + 1))
             inner.erase(at, 1);
@@ -203,21 +204,22 @@ std::vector<SetInFile> setsInFile(const fs::path& file) {
     };
     std::vector<SetInFile> result;
     for (const auto& set : sets) {
-        SetInFile inFile{text(set.at(0)), text(set.at(2)), {}};
-        std::istringstream numbers(text(set.at(4)));
+        SetInFile inFile{unquoted(set.at(0)), unquoted(set.at(2)), {}};
+        std::istringstream numbers(unquoted(set.at(4)));
         for (std::string number; std::getline(numbers, number, ',');) {
             const auto& line = properties.at(number);
             const auto arguments = argumentsOf(line);
             const bool isSingle = line.find("IFCPROPERTYSINGLEVALUE(") != std::string::npos;
-            inFile.properties.emplace_back(text(arguments.at(0)), isSingle ? arguments.at(2) : std::string());
+            inFile.properties.emplace_back(unquoted(arguments.at(0)), isSingle ? arguments.at(2) : std::string());
         }
         result.push_back(inFile);
     }
     return result;
 }
 
-// Whether a value that arrived is the one in the file; plane angles come in radians, and escapes are decoded.
-bool isThatValue(const std::string& inFile, const importer::exchange::EncodedProperty& property) {
+// Whether a stored value is the value in the file. Plane angles (converted to radians) and texts with escapes are not
+// compared.
+bool isValueInFile(const std::string& inFile, const importer::exchange::EncodedProperty& property) {
     const auto begin = inFile.find('(');
     if (begin == std::string::npos || property.isComplex || inFile.starts_with("IFCPLANEANGLEMEASURE"))
         return true;
@@ -272,7 +274,7 @@ TEST_P(EachModel, ImportedTwiceIsUnchanged) {
         EXPECT_EQ(skipped.exitCode, 0) << skipped.error;
         EXPECT_EQ(skipped.output, GetParam().filename().string() + ": unchanged since the last import\n");
 
-        arguments.front() = commented(file, folder / "again.ifc");
+        arguments.front() = copyWithComment(file, folder / "again.ifc");
         const auto second = runHost(arguments);
         ASSERT_EQ(second.exitCode, 0) << second.error;
         auto expected = first.table();
@@ -285,28 +287,27 @@ TEST_P(EachModel, ImportedTwiceIsUnchanged) {
     }
 }
 
-// Through both programs into the state: every set in its place, with its GlobalId, its name and the values of the file.
-TEST_P(EachModel, HandsOverEveryPropertySetAndValue) {
+// The state contains every property set in the order of the file, with its GlobalId, its name and its values.
+TEST_P(EachModel, StoresEveryPropertySetAndValue) {
     const TemporaryFolder folder;
     const auto run = runHost({GetParam().string(), "--state", (folder / "state").string()});
     ASSERT_EQ(run.exitCode, 0) << run.error;
-    const auto arrived = importer::host::State(folder / "state").read().model.propertySets;
+    const auto stored = importer::host::State(folder / "state").read().model.propertySets;
     const auto expected = setsInFile(GetParam());
-    ASSERT_EQ(arrived.size(), expected.size());
+    ASSERT_EQ(stored.size(), expected.size());
     std::size_t values = 0;
     for (std::size_t i = 0; i < expected.size(); ++i) {
-        const auto set = importer::exchange::parsePropertySet(arrived[i]);
+        const auto set = importer::exchange::parsePropertySet(stored[i]);
         EXPECT_EQ(set.globalId, expected[i].globalId);
         if (expected[i].name.find('\\') == std::string::npos) {
             EXPECT_EQ(set.name, expected[i].name);
         }
-        // A common set has its own order, may have more, and says IsLoadBearing for LoadBearing; each value of the file must
-        // be there.
+        // A common property set has a fixed order and may have additional properties, and LoadBearing becomes IsLoadBearing.
         for (const auto& [name, value] : expected[i].properties) {
             const auto found =
                 std::any_of(set.properties.begin(), set.properties.end(), [&, key = name, &inFile = value](const auto& p) {
                     const bool isNamed = p.name == key || p.name == "Is" + key || key.find('\\') != std::string::npos;
-                    return isNamed && isThatValue(inFile, p);
+                    return isNamed && isValueInFile(inFile, p);
                 });
             EXPECT_TRUE(found) << set.globalId << ' ' << set.name << '.' << name << ' ' << value;
             ++values;
@@ -317,7 +318,7 @@ TEST_P(EachModel, HandsOverEveryPropertySetAndValue) {
     RecordProperty("values", std::to_string(values));
 }
 
-// Each solid's file encloses the volume that its version tells, without a hole.
+// The exported file of each solid is closed and has the volume of the version.
 TEST_P(EachModel, ExportsItsClosedSolids) {
     const TemporaryFolder folder;
     const auto out = folder / "out";
@@ -327,7 +328,7 @@ TEST_P(EachModel, ExportsItsClosedSolids) {
     for (const auto& entry : fs::directory_iterator(out)) {
         if (entry.path().extension() == ".obj") {
             const auto name = entry.path().filename().string();
-            const auto instance = name.substr(name.find('_') + 1); // behind the model's name
+            const auto instance = name.substr(name.find('_') + 1); // follows the name of the model
             EXPECT_TRUE(files.emplace(instance.substr(0, instance.find_first_of("_.")), entry.path()).second) << name;
         }
     }
@@ -336,13 +337,13 @@ TEST_P(EachModel, ExportsItsClosedSolids) {
         EXPECT_EQ(files.size(), known->second);
     }
     EXPECT_THAT(run.output, HasSubstr(": solids " + std::to_string(files.size()) + ", textures "));
-    // Who has no file although it is a solid must be named for it: "... its solid is not handed over (in IFCWALL #12)".
-    std::set<std::string> notHandedOver;
+    // A solid without a file must be reported as a problem: "...; its solid is not ... (in IFCWALL #12)".
+    std::set<std::string> notExported;
     std::istringstream lines(run.output);
     for (std::string line; std::getline(lines, line);) {
-        if (line.find("; its solid is not handed over (in ") != std::string::npos) {
+        if (line.find("; its solid is not ") != std::string::npos) {
             const auto number = line.substr(line.rfind('#') + 1);
-            notHandedOver.insert(number.substr(0, number.find(')')));
+            notExported.insert(number.substr(0, number.find(')')));
         }
     }
     std::size_t solids = 0;
@@ -350,8 +351,8 @@ TEST_P(EachModel, ExportsItsClosedSolids) {
         const auto instance = std::to_string(object.instance);
         const auto file = files.find(instance);
         if (file == files.end()) {
-            EXPECT_TRUE(object.version.getType() != Velmor::ExternalVersion::Solid || notHandedOver.count(instance) > 0)
-                << object.className << " #" << instance << " is a solid and has no file";
+            EXPECT_TRUE(object.version.getType() != Velmor::ExternalVersion::Solid || notExported.count(instance) > 0)
+                << object.className << " #" << instance << " is a solid without a file";
             continue;
         }
         SCOPED_TRACE(file->second.filename().string());
@@ -359,8 +360,8 @@ TEST_P(EachModel, ExportsItsClosedSolids) {
         ASSERT_EQ(object.version.getType(), Velmor::ExternalVersion::Solid);
         const auto obj = parseObj(readFile(file->second));
         EXPECT_TRUE(obj.isClosed());
-        // Faces with many corners are plane only to the digits of their coordinates, eight or more in these files; what they
-        // enclose depends by that much on how they are cut.
+        // Faces with many corners are planar only within the precision of their coordinates, eight or more digits in these
+        // files; the volume depends on the triangulation by as much.
         EXPECT_NEAR(obj.volume(), object.version.getVolume(), 1e-9 * object.version.getVolume() + 1e-8 * obj.area());
     }
     EXPECT_EQ(solids, files.size());
@@ -370,9 +371,9 @@ TEST_P(EachModel, ExportsItsClosedSolids) {
 INSTANTIATE_TEST_SUITE_P(Models, EachModel, testing::ValuesIn(models()),
                          [](const auto& each) { return testName(each.param.stem().string()); });
 
-class RevisionOf : public testing::TestWithParam<Revision> {};
+class RevisedModel : public testing::TestWithParam<Revision> {};
 
-TEST_P(RevisionOf, TellsWhatTheFilesSay) {
+TEST_P(RevisedModel, HasTheChangesFoundInTheFiles) {
     const auto& revision = GetParam();
     for (const bool byGeometry : {false, true}) {
         SCOPED_TRACE(byGeometry ? "by geometry" : "by GlobalId");
@@ -403,14 +404,14 @@ TEST_P(RevisionOf, TellsWhatTheFilesSay) {
     }
 }
 
-GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(RevisionOf);
-INSTANTIATE_TEST_SUITE_P(Models, RevisionOf, testing::ValuesIn(revisions()),
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(RevisedModel);
+INSTANTIATE_TEST_SUITE_P(Models, RevisedModel, testing::ValuesIn(revisions()),
                          [](const auto& each) { return testName(each.param.now); });
 
 TEST(RealModel, ExportsItsTexture) {
     const auto textured = model("tessellation-with-blob-texture.ifc");
     if (textured.empty())
-        GTEST_SKIP() << "VELMOR_MODELS names no folder with it";
+        GTEST_SKIP() << "the model is not available; set VELMOR_MODELS to its folder";
     const TemporaryFolder folder;
     const auto run =
         runHost({textured.string(), "--state", (folder / "state").string(), "--export", (folder / "out").string()});
@@ -421,16 +422,16 @@ TEST(RealModel, ExportsItsTexture) {
         EXPECT_EQ(header.width, 256u);
         EXPECT_EQ(header.height, 256u);
         EXPECT_EQ(header.bitDepth, 8u);
-        EXPECT_EQ(header.colourType, 6u);
+        EXPECT_EQ(header.colorType, 6u);
         ++images;
     }
     EXPECT_EQ(images, 1u);
 }
 
-TEST(RealModel, ShowsItsGeoreference) {
+TEST(RealModel, PrintsItsGeoreference) {
     const auto utm = model("geographic-referencing-utm.ifc");
     if (utm.empty())
-        GTEST_SKIP() << "VELMOR_MODELS names no folder with it";
+        GTEST_SKIP() << "the model is not available; set VELMOR_MODELS to its folder";
     const TemporaryFolder folder;
     const auto run = runHost({utm.string(), "--georeference", "--state", (folder / "state").string()});
     EXPECT_EQ(run.exitCode, 0) << run.error;
@@ -450,11 +451,11 @@ TEST(RealModel, ShowsItsGeoreference) {
                                       "  scale: 1000\n"));
 }
 
-TEST(RealModel, ShowsTheChangedPropertyOfAWall) {
+TEST(RealModel, ReportsTheChangedPropertyOfAWall) {
     const auto before = model(comparedByGuid.before);
     const auto now = model(comparedByGuid.now);
     if (before.empty() || now.empty())
-        GTEST_SKIP() << "VELMOR_MODELS names no folder with them";
+        GTEST_SKIP() << "the models are not available; set VELMOR_MODELS to their folder";
     const TemporaryFolder folder;
     const auto run = runHost(
         {before.string(), now.string(), "--properties", "0_Rrjj1cQfGvssbqo29La7", "--state", (folder / "state").string()});
@@ -467,3 +468,5 @@ TEST(RealModel, ShowsTheChangedPropertyOfAWall) {
     EXPECT_THAT(run.output, HasSubstr("\n  Pset_ConcreteElementGeneral (1SCOSAcLPia2wDuahDo089)\n"));
     EXPECT_THAT(run.output, HasSubstr("\n    Surface (All): text 'Paint - Light Gray; Paint - Sand Beige'\n"));
 }
+
+} // namespace velmor_tests

@@ -6,7 +6,9 @@
 
 using namespace importer::host;
 
-TEST(Interruption, EndsTheNextStepInsteadOfTheProgram) {
+namespace velmor_tests {
+
+TEST(Interruption, MakesTheNextCheckThrow) {
     const auto before = std::signal(SIGTERM, SIG_DFL);
     catchInterruptions();
     EXPECT_NO_THROW(checkInterruption());
@@ -15,8 +17,10 @@ TEST(Interruption, EndsTheNextStepInsteadOfTheProgram) {
     EXPECT_THROW(checkInterruption(), ImportError);
 }
 
-TEST(Interruption, ThatIsIgnoredStaysIgnored) {
+TEST(Interruption, StaysIgnoredIfItWasIgnored) {
     const auto before = std::signal(SIGTERM, SIG_IGN);
     catchInterruptions();
     EXPECT_EQ(std::signal(SIGTERM, before), SIG_IGN);
 }
+
+} // namespace velmor_tests

@@ -4,11 +4,13 @@
 
 using namespace importer::host;
 
-TEST(Options, AreUnderstoodInAnyOrder) {
+namespace velmor_tests {
+
+TEST(Options, AreParsedInAnyOrder) {
     const auto options =
-        parseArguments({"a.ifc", "--state", "kept", "b.ifc", "--identify-by-geometry", "--importer", "other"}, "importer");
+        parseArguments({"a.ifc", "--state", "folder", "b.ifc", "--identify-by-geometry", "--importer", "other"}, "importer");
     EXPECT_EQ(options.models, (std::vector<std::filesystem::path>{"a.ifc", "b.ifc"}));
-    EXPECT_EQ(options.state, "kept");
+    EXPECT_EQ(options.state, "folder");
     EXPECT_EQ(options.importer, "other");
     EXPECT_TRUE(options.identifyByGeometry);
 }
@@ -25,7 +27,7 @@ TEST(Options, HaveDefaults) {
     EXPECT_TRUE(parseArguments({"--help"}, "").help);
 }
 
-TEST(Options, NameWhatElseIsToBeShown) {
+TEST(Options, SelectTheAdditionalOutput) {
     const auto options = parseArguments(
         {"--properties", "0123456789012345678901", "a.ifc", "--georeference", "--properties", "1$_aB", "--export", "out"},
         "importer");
@@ -34,12 +36,12 @@ TEST(Options, NameWhatElseIsToBeShown) {
     EXPECT_EQ(options.exportFolder, "out");
 }
 
-TEST(Options, AreRefusedWithAReason) {
+TEST(Options, AreRejectedWithAReason) {
     const struct {
         std::vector<std::filesystem::path> arguments;
         const char* reason;
     } cases[] = {{{}, "no model is given"},
-                 {{"--state", "kept"}, "no model is given"},
+                 {{"--state", "folder"}, "no model is given"},
                  {{"a.ifc", "--state"}, "--state needs a value"},
                  {{"a.ifc", "--importer", ""}, "--importer needs a value"},
                  {{"a.ifc", "--properties"}, "--properties needs a value"},
@@ -57,8 +59,10 @@ TEST(Options, AreRefusedWithAReason) {
 }
 
 #if !defined(_WIN32)
-TEST(Options, AreUTF8) {
+TEST(Options, MustBeUtf8) {
     EXPECT_THROW(parseArguments({"a\xFF.ifc"}, "importer"), UsageError);
     EXPECT_EQ(parseArguments({"\xF0\x9F\x94\xA8.ifc"}, "importer").models.size(), 1u);
 }
 #endif
+
+} // namespace velmor_tests

@@ -2,21 +2,22 @@
 
 #include "importer/exchange/PropertySamples.h"
 #include "importer/host/Comparison.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <random>
 
 using namespace importer::host;
 using namespace importer::exchange;
-using namespace velmor_tests;
+
+namespace velmor_tests {
 
 namespace {
 
-// One object with these sets.
+// A model of one object with these sets.
 Model modelOf(const std::vector<PropertySet>& sets) {
     Model model;
     model.objects.resize(1);
@@ -60,24 +61,24 @@ double realOf(std::uint64_t bits) {
 
 } // namespace
 
-TEST(PropertyDifferences, AreNoneBetweenEqualSets) {
+TEST(PropertyDifferences, AreEmptyForEqualSets) {
     EXPECT_EQ(differences(std::vector<PropertySet>(), {}), "");
     const auto all = propertySet("all", onePropertyOfEachType());
     EXPECT_EQ(differences({all}, {all}), "");
 }
 
-TEST(PropertyDifferences, AreNotMadeByWhatDoesNotCount) {
+TEST(PropertyDifferences, IgnoreOrderDescriptionsAndGlobalIds) {
     const auto x = textProperty("X", "1");
     const auto y = textProperty("Y", "2");
     const auto a = propertySet("A", {x, y, complexProperty("C", "use", {x, y})});
     const auto b = propertySet("B", {x});
     EXPECT_EQ(differences({a, b}, {b, a}), "");
     EXPECT_EQ(differences({a}, {propertySet("A", {complexProperty("C", "use", {y, x}), y, x})}), "");
-    EXPECT_EQ(differences({b}, {propertySet("B", {x}, "zzzzzzzzzzzzzzzzzzzzzz", "described")}), "");
-    EXPECT_EQ(differences({b}, {propertySet("B", {textProperty("X", "1", "described")})}), "");
+    EXPECT_EQ(differences({b}, {propertySet("B", {x}, "zzzzzzzzzzzzzzzzzzzzzz", "other")}), "");
+    EXPECT_EQ(differences({b}, {propertySet("B", {textProperty("X", "1", "other")})}), "");
 }
 
-TEST(PropertyDifferences, AreMadeByValuesAndTheirTypes) {
+TEST(PropertyDifferences, ContainChangedValuesAndTypes) {
     const std::pair<Velmor::IFC2X3Property, Velmor::IFC2X3Property> cases[] = {
         {textProperty("P", "1"), textProperty("P", "2")},
         {textProperty("P", ""), textProperty("P", " ")},
@@ -95,7 +96,7 @@ TEST(PropertyDifferences, AreMadeByValuesAndTheirTypes) {
     }
 }
 
-TEST(PropertyDifferences, NameWhatIsAddedAndRemovedOnceAndNotWhatIsWithin) {
+TEST(PropertyDifferences, ContainAddedAndRemovedItemsWithoutTheirContent) {
     const auto x = textProperty("X", "1");
     const auto full = complexProperty("C", "use", {x, x});
     EXPECT_EQ(differences({propertySet("S", {x})}, {propertySet("S", {x, full})}), "added S.C\n");
@@ -105,7 +106,7 @@ TEST(PropertyDifferences, NameWhatIsAddedAndRemovedOnceAndNotWhatIsWithin) {
     EXPECT_EQ(differences({propertySet("S", {full})}, {propertySet("S", {x})}), "removed S.C\nadded S.X\n");
 }
 
-TEST(PropertyDifferences, AreNamedDownToTheInnermostProperty) {
+TEST(PropertyDifferences, ContainThePathOfANestedProperty) {
     const auto deep = [](const std::string& value) {
         return propertySet("S", {complexProperty("A", "", {complexProperty("B", "", {textProperty("C", value)})})});
     };
@@ -114,7 +115,7 @@ TEST(PropertyDifferences, AreNamedDownToTheInnermostProperty) {
     EXPECT_EQ(differences({deep("1")}, {nothing}), "changed S.A.B\nremoved S.A.B.C\n");
 }
 
-TEST(PropertyDifferences, OfEqualNamesAreFoundInOrder) {
+TEST(PropertyDifferences, PairItemsOfEqualNamesInOrder) {
     const auto p = [](const std::string& value) { return textProperty("P", value); };
     EXPECT_EQ(differences({propertySet("S", {p("1"), p("2")})}, {propertySet("S", {p("1"), p("3")})}), "changed S.P\n");
     EXPECT_EQ(differences({propertySet("S", {p("1"), p("2")})}, {propertySet("S", {p("2"), p("1")})}),
@@ -125,7 +126,7 @@ TEST(PropertyDifferences, OfEqualNamesAreFoundInOrder) {
     EXPECT_EQ(differences({one, two}, {one, two}), "");
     EXPECT_EQ(differences({one, two}, {two, one}), "changed S.P\nchanged S.P\n");
     EXPECT_EQ(differences({one, two}, {one}), "removed S\n");
-    // What moved from one complex property to its namesake is not where it was.
+    // A property that moves to another complex property of the same name is removed and added.
     const auto c = [](const std::vector<Velmor::IFC2X3Property>& properties) {
         return complexProperty("C", "", properties);
     };
@@ -134,23 +135,21 @@ TEST(PropertyDifferences, OfEqualNamesAreFoundInOrder) {
               "removed S.C.Q\nadded S.C.Q\n");
 }
 
-TEST(PropertyDifferences, OfNamesThatBeginAlikeAreToldApart) {
+TEST(PropertyDifferences, DistinguishNamesWithACommonPrefix) {
     EXPECT_EQ(differences({propertySet("S", {textProperty("A", "1"), textProperty("A.B", "1"), textProperty("A B", "1")})},
                           {propertySet("S", {textProperty("A", "1"), textProperty("A.B", "2"), textProperty("", "1")})}),
               "added S.\nremoved S.A B\nchanged S.A.B\n");
 }
 
-TEST(PropertyDifferences, AgreeWithAPlainModelOverRandomSets) {
-    const auto seed = std::random_device()();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
+TEST(PropertyDifferences, MatchAReferenceModelForRandomSets) {
+    Random random;
     for (int round = 0; round < 200; ++round) {
         std::vector<Velmor::IFC2X3Property> before;
         std::vector<Velmor::IFC2X3Property> now;
-        std::string expected; // by name: the names sort as they count up
+        std::string expected; // sorted by name: all names have three digits
         for (int i = 100; i < 130; ++i) {
             const auto name = std::to_string(i);
-            switch (random() % 5) {
+            switch (random.below(5)) {
             case 0:
                 before.push_back(textProperty(name, "old"));
                 now.push_back(textProperty(name, "new"));
@@ -166,7 +165,7 @@ TEST(PropertyDifferences, AgreeWithAPlainModelOverRandomSets) {
                 break;
             default:
                 before.push_back(textProperty(name, "same"));
-                now.push_back(textProperty(name, "same", "described anew"));
+                now.push_back(textProperty(name, "same", "other description"));
             }
         }
         std::shuffle(before.begin(), before.end(), random);
@@ -175,7 +174,7 @@ TEST(PropertyDifferences, AgreeWithAPlainModelOverRandomSets) {
     }
 }
 
-TEST(PropertyDifferences, BetweenLargeSetsSharedByManyObjectsTakeNoLongTime) {
+TEST(ComparisonWithProperties, HandlesLargeSetsSharedByManyObjects) {
     std::vector<Velmor::IFC2X3Property> properties;
     for (int i = 0; i < 20000; ++i)
         properties.push_back(integerProperty("p" + std::to_string(i), i));
@@ -194,12 +193,12 @@ TEST(PropertyDifferences, BetweenLargeSetsSharedByManyObjectsTakeNoLongTime) {
         }
         return model;
     };
-    // Object by object the sets would be gone through 20000 times.
+    // A comparison of the sets for each object would parse 400 million properties.
     EXPECT_EQ(compare(manyObjects(large), manyObjects(reversed), false).total.unchanged, 20001u);
     EXPECT_EQ(compare(manyObjects(large), manyObjects(changed), false).total.modified, 20001u);
 }
 
-TEST(ComparisonWithProperties, CountsOtherPropertiesAsModified) {
+TEST(ComparisonWithProperties, CountsChangedPropertiesAsModified) {
     const auto before = modelOf({propertySet("S", {textProperty("P", "1")})});
     const auto now = modelOf({propertySet("S", {textProperty("P", "2")})});
     const auto comparison = compare(before, now, false);
@@ -221,7 +220,7 @@ TEST(ComparisonWithProperties, CountsOtherPropertiesAsModified) {
     EXPECT_TRUE(both.changes.at(0).versionDiffers);
 }
 
-TEST(ComparisonWithProperties, PairsCopiesInOnePlaceWithEqualPropertiesFirst) {
+TEST(ComparisonWithProperties, PairsCopiesWithEqualPropertiesFirst) {
     const double vertices[] = {0, 0, 0, 2, 0, 0, 0, 0, 0};
     auto before = modelOf({propertySet("S", {textProperty("P", "1")}), propertySet("S", {textProperty("P", "2")})});
     before.objects[0].globalId = noIdentity();
@@ -237,3 +236,5 @@ TEST(ComparisonWithProperties, PairsCopiesInOnePlaceWithEqualPropertiesFirst) {
     EXPECT_EQ(one.total.unchanged, 1u);
     EXPECT_EQ(one.total.modified, 1u);
 }
+
+} // namespace velmor_tests

@@ -4,6 +4,7 @@
 #include "importer/exchange/PropertySamples.h"
 #include "importer/host/ImporterRun.h"
 #include "importer/host/Report.h"
+#include "support/Random.h"
 
 #include <gtest/gtest.h>
 
@@ -11,13 +12,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <random>
 
 using namespace importer::host;
 using namespace importer::exchange;
-using namespace velmor_tests;
 
-TEST(ShownNumber, IsTheShortestThatReadsBack) {
+namespace velmor_tests {
+
+TEST(FormatNumber, ReturnsTheShortestTextThatParsesBack) {
     const std::pair<double, const char*> cases[] = {{0.0, "0"},
                                                     {-0.0, "-0"},
                                                     {6200, "6200"},
@@ -37,12 +38,10 @@ TEST(ShownNumber, IsTheShortestThatReadsBack) {
         EXPECT_EQ(formatNumber(number), text);
 }
 
-TEST(ShownNumber, ReadsBackBitByBit) {
-    const auto seed = std::random_device()();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937_64 random(seed);
+TEST(FormatNumber, PreservesEveryBit) {
+    Random random;
     for (int round = 0; round < 100000; ++round) {
-        const std::uint64_t bits = random();
+        const std::uint64_t bits = random.bits();
         double number = 0;
         std::memcpy(&number, &bits, sizeof number);
         const auto text = formatNumber(number);
@@ -55,11 +54,12 @@ TEST(ShownNumber, ReadsBackBitByBit) {
     }
 }
 
-TEST(ShownPropertySet, TellsEveryTypeAndValue) {
+TEST(FormatPropertySet, ContainsEveryTypeAndValue) {
     const auto all = onePropertyOfEachType();
-    const auto set = propertySet("a set", {complexProperty("outer", "its use", {complexProperty("inner", "", all)}), all[0]},
-                                 "0123456789012345678901", "what it is");
-    const std::string within = "        text: text 'T\xC3\xBCr \xE2\x82\xAC', described as 'a d\xC3\xA9scription'\n"
+    const auto set =
+        propertySet("a set", {complexProperty("outer", "its usage", {complexProperty("inner", "", all)}), all[0]},
+                    "0123456789012345678901", "its description");
+    const std::string nested = "        text: text 'T\xC3\xBCr \xE2\x82\xAC', described as 'a d\xC3\xA9scription'\n"
                                "        real 0: real 0\n"
                                "        real 4: number 0.4\n"
                                "        real 5: length 0.5\n"
@@ -76,14 +76,14 @@ TEST(ShownPropertySet, TellsEveryTypeAndValue) {
                                "        logical: logical unknown\n"
                                "        logical: logical 7\n"
                                "        angle: compound plane angle (-48, -8, -14, -520000)\n";
-    EXPECT_EQ(formatPropertySet(set), "  a set (0123456789012345678901), described as 'what it is'\n"
-                                      "    outer: complex 'its use'\n"
+    EXPECT_EQ(formatPropertySet(set), "  a set (0123456789012345678901), described as 'its description'\n"
+                                      "    outer: complex 'its usage'\n"
                                       "      inner: complex ''\n" +
-                                          within +
+                                          nested +
                                           "    text: text 'T\xC3\xBCr \xE2\x82\xAC', described as 'a d\xC3\xA9scription'\n");
 }
 
-TEST(ShownPropertySet, LetsNoControlCharacterPass) {
+TEST(FormatPropertySet, ReplacesControlCharacters) {
     const auto set = propertySet("s\x1B[1m", {textProperty("n\r\n", "v\t", "d\x7F"), complexProperty("c\b", "u\v", {})},
                                  "\x1B\n34567890123456789012");
     EXPECT_EQ(formatPropertySet(set), "  s?[1m (??34567890123456789012)\n"
@@ -91,7 +91,7 @@ TEST(ShownPropertySet, LetsNoControlCharacterPass) {
                                       "    c?: complex 'u?'\n");
 }
 
-TEST(PropertiesOfAnObject, AreFoundByItsGlobalId) {
+TEST(ReportProperties, FindsAnObjectByItsGlobalId) {
     Model model;
     model.objects.resize(3);
     model.objects[1].globalId = Velmor::ExternalGUID::fromIFCGlobalID("1$_aB67890123456789012");
@@ -113,7 +113,7 @@ TEST(PropertiesOfAnObject, AreFoundByItsGlobalId) {
         EXPECT_THROW(reportProperties(model, unknown), ImportError) << unknown;
 }
 
-TEST(Georeference, IsShownWholeOrMissed) {
+TEST(ReportGeoreference, ListsAllFields) {
     ImportResult result;
     EXPECT_EQ(reportGeoreference(result), "no georeference\n");
     result.georeference.emplace(Plexor::Vertex(1, 2, -3), 458657.3, 5438232.25, 113.7, 0.8, -0.6, 0.001,
@@ -149,7 +149,7 @@ Model modelOf(const PropertySet& set) {
     return model;
 }
 
-// The line of the change list about the one object.
+// The line about the only object in the list of changes; the whole report if it has no such line.
 std::string changeLine(const PropertySet& before, const PropertySet& now) {
     const auto old = modelOf(before);
     ImportResult result;
@@ -168,7 +168,7 @@ std::string changeLine(const Velmor::IFC2X3Property& before, const Velmor::IFC2X
 
 } // namespace
 
-TEST(ReportOfProperties, NamesOldAndNew) {
+TEST(PropertyChange, ContainsOldAndNewValues) {
     EXPECT_EQ(changeLine(realProperty("P", 6000), realProperty("P", 6200)), "S.P 6000 -> 6200");
     EXPECT_EQ(changeLine(textProperty("P", "R30"), textProperty("P", "R60")), "S.P 'R30' -> 'R60'");
     EXPECT_EQ(changeLine(realProperty("P", 0.0), realProperty("P", -0.0)), "S.P 0 -> -0");
@@ -185,23 +185,23 @@ TEST(ReportOfProperties, NamesOldAndNew) {
         "S.C.P '1' -> '2'");
 }
 
-TEST(ReportOfProperties, NamesTheFirstFiveOfAnObjectAndCountsTheRest) {
+TEST(PropertyChange, ListsFivePropertiesAndCountsTheRest) {
     std::vector<Velmor::IFC2X3Property> before;
     std::vector<Velmor::IFC2X3Property> now;
-    const auto change = [&](int i) {
+    const auto addChange = [&](int i) {
         before.push_back(integerProperty("P" + std::to_string(i), 0));
         now.push_back(integerProperty("P" + std::to_string(i), 1));
     };
     for (int i = 1; i <= 5; ++i)
-        change(i);
+        addChange(i);
     const std::string five = "S.P1 0 -> 1; S.P2 0 -> 1; S.P3 0 -> 1; S.P4 0 -> 1; S.P5 0 -> 1";
     EXPECT_EQ(changeLine(propertySet("S", before), propertySet("S", now)), five);
     for (int i = 6; i <= 9; ++i)
-        change(i);
+        addChange(i);
     EXPECT_EQ(changeLine(propertySet("S", before), propertySet("S", now)), five + "; ... and 4 more");
 }
 
-TEST(ReportOfProperties, CutsLongTextsAndLetsNoControlCharacterPass) {
+TEST(PropertyChange, CutsLongTextsAndReplacesControlCharacters) {
     EXPECT_EQ(changeLine(textProperty(std::string(10000, 'n'), "a\n"),
                          textProperty(std::string(10000, 'n'), std::string(10000, 'v'))),
               "S." + std::string(60, 'n') + "... 'a?' -> '" + std::string(60, 'v') + "...'");
@@ -209,7 +209,7 @@ TEST(ReportOfProperties, CutsLongTextsAndLetsNoControlCharacterPass) {
               "property set S? removed; property set T? added");
 }
 
-TEST(ReportOfProperties, TellsWhereValuesDifferThatLookAlike) {
+TEST(PropertyChange, ContainsThePositionOfADifferenceThatIsNotVisible) {
     EXPECT_EQ(changeLine(textProperty("P", "a\tb"), textProperty("P", "a\nb")),
               "S.P 'a?b' -> 'a?b' (they differ from byte 2 on)");
     const std::string start(100, 'x');
@@ -217,7 +217,7 @@ TEST(ReportOfProperties, TellsWhereValuesDifferThatLookAlike) {
               "S.P '" + start.substr(0, 60) + "...' -> '" + start.substr(0, 60) + "...' (they differ from byte 101 on)");
 }
 
-TEST(ReportOfProperties, TellsHowManyObjectsHaveNoClass) {
+TEST(Report, ContainsTheNumberOfObjectsWithoutClass) {
     ImportResult result;
     result.objectsWithoutClass = 3;
     EXPECT_EQ(report("m.ifc", result, nullptr, Comparison()),
@@ -226,3 +226,5 @@ TEST(ReportOfProperties, TellsHowManyObjectsHaveNoClass) {
               "  total        0    0          0         0                  -     0\n"
               "objects of entities without a class name, reported as IFCINVALID: 3\n");
 }
+
+} // namespace velmor_tests

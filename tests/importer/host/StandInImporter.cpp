@@ -1,4 +1,5 @@
-// Stands in for ifc_importer and fails, or meets with something, in the way that the name of the model's folder says.
+// Replaces ifc_importer in tests. The name of the folder of the model selects what it does: succeed ("success"), fail in one
+// of many ways, or write unusual records.
 
 #include <Velmor/Velmor.h>
 
@@ -15,6 +16,8 @@
 
 #if !defined(_WIN32)
     #include <unistd.h>
+
+    #include <csignal>
 #endif
 
 namespace {
@@ -61,18 +64,20 @@ ForeignObjectSolid solid() {
     return encode(Mesh{{0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 2, 1, 0, 1, 3, 0, 3, 2, 1, 2, 3}});
 }
 
-// A triangle with a vertex that is not there.
-ForeignObjectSolid wildSolid() {
+// A triangle that refers to a missing vertex.
+ForeignObjectSolid invalidSolid() {
     return encode(Mesh{{0, 0, 0, 1, 0, 0, 0, 1, 0}, {0, 1, 2, 0, 1, 3}});
 }
 
-// A block that this program's solids are not.
-ForeignObjectSolid otherSolid() {
+// A solid of an unknown type.
+ForeignObjectSolid unknownSolid() {
     return {static_cast<ForeignObjectSolid::Type_t>(7), 5, "other"};
 }
 
-// Names that would lead out of the folder, end a text or a line, or mean a device. All instances have one number.
-InfoRecord handOverHostileNames() {
+// Writes objects, solids and textures with names that lead out of the folder, end a text or a line, or name a device. All
+// have the same instance number.
+// @return the info record for them.
+InfoRecord writeHostileNames() {
     const std::string names[] = {"../../escaped",
                                  "..\\..\\escaped",
                                  "/tmp/escaped",
@@ -114,10 +119,11 @@ InfoRecord handOverHostileNames() {
     return info;
 }
 
-// Two objects, the first of them with a property set and a solid, and a problem; returns the info that belongs to them.
-// @param assigned the set that the first object has, by its number.
-// @param second   the solid that the second object has; null for none.
-InfoRecord sink(std::uint32_t assigned, const ForeignObjectSolid* second) {
+// Writes two objects, a property set and a solid of the first object, and a problem.
+// @param assignedSet index of the property set of the first object. Only index 0 is valid.
+// @param secondSolid the solid of the second object; null for none.
+// @return the info record for them.
+InfoRecord writeModel(std::uint32_t assignedSet, const ForeignObjectSolid* secondSolid) {
     const auto objectsStream = openStream(Velmor::ObjectsStream);
     const auto logStream = openStream(Velmor::LogStream);
     const auto attributesStream = openStream(Velmor::AttributesStream);
@@ -129,10 +135,10 @@ InfoRecord sink(std::uint32_t assigned, const ForeignObjectSolid* second) {
     objects.write(firstObject());
     objects.write(object("0StandIn0Object0000002", "IFC\x1B[31m", "two\r\n"));
     attributes.write(propertySet());
-    attributes.write(encode(Assignment{0, {assigned}}));
+    attributes.write(encode(Assignment{0, {assignedSet}}));
     solids.write(encode(SolidRecord{0, solid()}));
-    if (second != nullptr)
-        solids.write(encode(SolidRecord{1, *second}));
+    if (secondSolid != nullptr)
+        solids.write(encode(SolidRecord{1, *secondSolid}));
     problems.write(encode(ProblemRecord{7, 8, "a reason\twith a tab"}));
     objects.flush();
     attributes.flush();
@@ -147,7 +153,9 @@ InfoRecord sink(std::uint32_t assigned, const ForeignObjectSolid* second) {
     return info;
 }
 
-// Ends the real importer in the middle of its work. Answers its exit code.
+// Runs ifc_importer and terminates it after its first progress. The model must be so large that the importer needs much
+// longer than this process to notice the progress.
+// @return the exit code of ifc_importer.
 int killImporter() {
     const auto program = std::filesystem::path(environment.module)
                              .replace_filename(
@@ -172,84 +180,93 @@ int killImporter() {
 }
 
 #if !defined(_WIN32)
-// Leaves its process id beside the model and works on and on, but not for ever.
-int sleepLong() {
-    const auto folder = std::filesystem::path(environment.path);
-    std::ofstream(folder / "pid.new") << getpid() << std::endl;
-    std::filesystem::rename(folder / "pid.new", folder / "pid");
-    Velmor::ThreadOperations::usleep(120000);
+// Sends the host a signal and expects to be terminated by the host. A test can read from the pipe "running" in the folder of
+// the model that this process was started; it reads the end of the pipe when this process has ended.
+int interruptHost(const std::string& signal) {
+    std::ofstream running(std::filesystem::path(environment.path) / "running");
+    running << "started" << std::flush;
+    kill(getppid(), signal == "HUP" ? SIGHUP : signal == "INT" ? SIGINT : SIGTERM);
+    Velmor::ThreadOperations::usleep(600000); // only ends a test that hangs
+    running << ", not terminated";
     return 0;
 }
 #endif
+
+// Makes the info record, or the textures stream, differ from what was written before.
+void alterInfo(const std::string& mode, InfoRecord& info) {
+    if (mode == "reject") {
+        info.error = "line 3: expected\tsomething else";
+    } else if (mode == "long-error") {
+        info.error.assign(100000, 'x');
+    } else if (mode == "missing-object") {
+        info.objects.add(object("0StandIn0Object0000003", "IFCBEAM", "never written"));
+    } else if (mode == "surplus-object") {
+        info.objects = StreamTotals();
+        info.objects.add(firstObject());
+    } else if (mode == "altered-object") {
+        ++info.objects.checksum;
+    } else if (mode == "missing-set") {
+        info.attributes.add(propertySet());
+    } else if (mode == "surplus-set") {
+        info.attributes = StreamTotals();
+        info.attributes.add(propertySet());
+    } else if (mode == "altered-set") {
+        ++info.attributes.checksum;
+    } else if (mode == "missing-solid") {
+        info.solids.add(encode(SolidRecord{1, solid()}));
+    } else if (mode == "surplus-solid") {
+        info.solids = StreamTotals();
+        info.solids.add(encode(SolidRecord{0, solid()}));
+    } else if (mode == "altered-solid") {
+        ++info.solids.checksum;
+    } else if (mode == "missing-texture") {
+        info.textures.add(encode(TextureRecord{1, "never written", {}}));
+    } else if (mode == "surplus-texture") {
+        openStream(Velmor::TexturesStream)->write(4, "\0\0\0\0"); // an empty record
+    } else if (mode == "altered-texture") {
+        ++info.textures.checksum;
+    } else if (mode == "missing-problem") {
+        info.problems.add(encode(ProblemRecord{1, 1, "never written"}));
+    }
+}
 
 } // namespace
 
 int main() {
     if (!foreignobject_env_deserialize(environment))
         return 98;
-    const auto how = std::filesystem::path(environment.path).filename().string();
-    if (how == "silent")
+    const std::string mode = std::filesystem::path(environment.path).filename().string();
+    if (mode == "no-output")
         return 0;
-    if (how == "kill")
+    if (mode == "kill")
         return killImporter();
 #if !defined(_WIN32)
-    if (how == "sleep")
-        return sleepLong();
+    if (mode.starts_with("interrupt-"))
+        return interruptHost(mode.substr(mode.find('-') + 1));
 #endif
-    if (how == "nonsense") {
-        const std::string nonsense(1000, '\xFF');
-        openStream(Velmor::InfoStream)->write(nonsense.size(), nonsense.data());
+    if (mode == "invalid-info") {
+        const std::string invalid(1000, '\xFF');
+        openStream(Velmor::InfoStream)->write(invalid.size(), invalid.data());
         return 0;
     }
-    if (how == "change")
-        std::ofstream(std::filesystem::path(environment.filename), std::ios::app) << "changed while it is read\n";
-    const auto second = how == "surplus-solid" ? solid() : how == "wild-solid" ? wildSolid() : otherSolid();
-    const bool hasSecond = how == "surplus-solid" || how == "wild-solid" || how == "other-solid";
-    auto info =
-        how == "hostile" ? handOverHostileNames() : sink(how == "unknown-set" ? 1 : 0, hasSecond ? &second : nullptr);
-    if (how == "crash")
+    if (mode == "change")
+        std::ofstream(std::filesystem::path(environment.filename), std::ios::app) << "changed during the import\n";
+    const ForeignObjectSolid secondSolid = mode == "surplus-solid"   ? solid()
+                                           : mode == "invalid-solid" ? invalidSolid()
+                                                                     : unknownSolid();
+    const bool hasSecondSolid = mode == "surplus-solid" || mode == "invalid-solid" || mode == "unknown-solid";
+    InfoRecord info = mode == "hostile" ? writeHostileNames()
+                                        : writeModel(mode == "unknown-set" ? 1 : 0, hasSecondSolid ? &secondSolid : nullptr);
+    if (mode == "crash")
         std::abort();
-    if (how == "refuse") {
-        info.error = "line 3: expected\tsomething else";
-    } else if (how == "talkative") {
-        info.error.assign(100000, 'x');
-    } else if (how == "missing-object") {
-        info.objects.add(object("0StandIn0Object0000003", "IFCBEAM", "never written"));
-    } else if (how == "surplus-object") {
-        info.objects = StreamTotals();
-        info.objects.add(firstObject());
-    } else if (how == "altered-object") {
-        ++info.objects.checksum;
-    } else if (how == "missing-set") {
-        info.attributes.add(propertySet());
-    } else if (how == "surplus-set") {
-        info.attributes = StreamTotals();
-        info.attributes.add(propertySet());
-    } else if (how == "altered-set") {
-        ++info.attributes.checksum;
-    } else if (how == "missing-solid") {
-        info.solids.add(encode(SolidRecord{1, solid()}));
-    } else if (how == "surplus-solid") {
-        info.solids = StreamTotals();
-        info.solids.add(encode(SolidRecord{0, solid()}));
-    } else if (how == "altered-solid") {
-        ++info.solids.checksum;
-    } else if (how == "missing-texture") {
-        info.textures.add(encode(TextureRecord{1, "never written", {}}));
-    } else if (how == "surplus-texture") {
-        openStream(Velmor::TexturesStream)->write(4, "\0\0\0\0"); // a record of no bytes
-    } else if (how == "altered-texture") {
-        ++info.textures.checksum;
-    } else if (how == "missing-problem") {
-        info.problems.add(encode(ProblemRecord{1, 1, "never written"}));
-    }
+    alterInfo(mode, info);
     try {
-        auto bytes = encode(info);
-        if (how == "old")
+        std::string bytes = encode(info);
+        if (mode == "old-version")
             bytes[8] = 1; // the format version
         writeInfo(bytes);
     } catch (const WriteError&) {
         return 1;
     }
-    return how == "exit-3" ? 3 : how == "refuse" ? 1 : 0;
+    return mode == "exit-3" ? 3 : mode == "reject" ? 1 : 0;
 }

@@ -16,12 +16,13 @@
 
 using namespace importer::host;
 using namespace importer::exchange;
-using namespace velmor_tests;
 namespace fs = std::filesystem;
+
+namespace velmor_tests {
 
 namespace {
 
-// Walls, every third one with two of the two property sets.
+// A model of walls. Every third wall has both property sets of the model.
 Model model(std::size_t count, const std::string& name) {
     Velmor::IFC2X3_PSet_Custom_s set{};
     set.name[0] = 'P';
@@ -44,7 +45,7 @@ Model model(std::size_t count, const std::string& name) {
     return result;
 }
 
-// Digests of twenty equal bytes each.
+// Digests that consist of twenty equal bytes each.
 Origin originWith(char ofModel, char ofImporter) {
     const auto digest = [](char byte) {
         return Velmor::Sha1::Digest(std::vector<unsigned char>(20, static_cast<unsigned char>(byte)));
@@ -52,7 +53,7 @@ Origin originWith(char ofModel, char ofImporter) {
     return {digest(ofModel), digest(ofImporter)};
 }
 
-// What reading a state says; empty when it is read.
+// The message of the error when a state is read; empty on success.
 std::string readingError(const State& state) {
     try {
         state.read();
@@ -62,9 +63,10 @@ std::string readingError(const State& state) {
     }
 }
 
-std::string writingError(const State& state, const Model& what) {
+// The message of the error when a state is written; empty on success.
+std::string writingError(const State& state, const Model& model) {
     try {
-        state.write(what, std::nullopt);
+        state.write(model, std::nullopt);
         return {};
     } catch (const StateError& error) {
         return error.what();
@@ -77,36 +79,36 @@ bool contains(const std::string& text, const std::string& part) {
 
 } // namespace
 
-TEST(State, ComesBackAsItWasKept) {
+TEST(State, IsReadAsItWasWritten) {
     const TemporaryFolder folder;
     const State state(folder / "a" / "b");
     EXPECT_FALSE(state.exists());
     for (const std::size_t count : {3u, 0u, 2000u}) {
-        const auto kept = model(count, "wall");
-        state.write(kept, std::nullopt);
+        const auto written = model(count, "wall");
+        state.write(written, std::nullopt);
         EXPECT_TRUE(state.exists());
-        const auto back = state.read().model;
-        EXPECT_EQ(back.propertySets, kept.propertySets);
-        ASSERT_EQ(back.objects.size(), count);
+        const auto read = state.read().model;
+        EXPECT_EQ(read.propertySets, written.propertySets);
+        ASSERT_EQ(read.objects.size(), count);
         for (std::size_t i = 0; i < count; ++i) {
-            EXPECT_EQ(back.objects[i].instance, i);
-            EXPECT_EQ(back.objects[i].name, "wall");
-            EXPECT_EQ(back.objects[i].propertySets, kept.objects[i].propertySets);
+            EXPECT_EQ(read.objects[i].instance, i);
+            EXPECT_EQ(read.objects[i].name, "wall");
+            EXPECT_EQ(read.objects[i].propertySets, written.objects[i].propertySets);
         }
     }
     EXPECT_FALSE(fs::exists(folder / "a" / "b" / "import.state.new"));
 }
 
-TEST(State, InAFolderWithAForeignNameIsKept) {
+TEST(State, MayBeInAFolderWithANonAsciiName) {
     const TemporaryFolder folder;
     const State state(folder / fs::path(u8"Zust\u00E4nde \u6587"));
     state.write(model(1, "wall"), std::nullopt);
     EXPECT_EQ(state.read().model.objects.size(), 1u);
 }
 
-TEST(State, DamagedAnywhereIsRefusedAndLeftAsItIs) {
+TEST(State, DamagedAtAnyByteIsRejectedAndUnchanged) {
     const TemporaryFolder folder;
-    const State state(folder / "kept");
+    const State state(folder / "state");
     state.write(model(2, "wall"), originWith('m', 'i'));
     const auto whole = readFile(state.file());
     for (std::size_t at = 0; at < whole.size(); ++at) {
@@ -119,9 +121,9 @@ TEST(State, DamagedAnywhereIsRefusedAndLeftAsItIs) {
     }
 }
 
-TEST(State, CutOffAnywhereOrContinuedIsRefused) {
+TEST(State, TruncatedOrExtendedIsRejected) {
     const TemporaryFolder folder;
-    const State state(folder / "kept");
+    const State state(folder / "state");
     state.write(model(2, "wall"), originWith('m', 'i'));
     const auto whole = readFile(state.file());
     for (std::size_t length = 0; length < whole.size(); ++length) {
@@ -131,18 +133,20 @@ TEST(State, CutOffAnywhereOrContinuedIsRefused) {
     writeFile(state.file(), whole + '\0');
     EXPECT_NE(readingError(state), "");
     writeFile(state.file(), whole + whole);
-    EXPECT_TRUE(contains(readingError(state), "expected the end of the file behind 6 records"));
-    writeFile(state.file(), "not a state at all");
+    EXPECT_TRUE(contains(readingError(state), "byte " + std::to_string(whole.size()) + ": expected the end of the file"));
+    writeFile(state.file(), "not a state file");
     EXPECT_TRUE(contains(readingError(state), "byte 0: expected"));
 }
 
-TEST(State, OfAnEarlierFormatVersionIsRefusedWithAWayOut) {
+TEST(State, OfAnEarlierFormatVersionIsRejectedWithInstructions) {
     const TemporaryFolder folder;
-    const State state(folder / "kept");
-    // As they were without objects: length, mark, version, and the number, bytes and checksum of none.
-    const std::string none("\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x25\x23\x22\x84\xE4\x9C\xF2\xCB", 24);
-    const std::pair<const char*, std::string> cases[] = {{"1", std::string("\x24\0\0\0VELMSTAT\1\0\0\0", 16) + none},
-                                                         {"2", std::string("\x3C\0\0\0VELMSTAT\2\0\0\0", 16) + none + none}};
+    const State state(folder / "state");
+    // The files of these versions for a model without objects: length, mark, version, and the totals of each empty stream
+    // (number of records, number of bytes, checksum).
+    const std::string emptyTotals("\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x25\x23\x22\x84\xE4\x9C\xF2\xCB", 24);
+    const std::pair<const char*, std::string> cases[] = {
+        {"1", std::string("\x24\0\0\0VELMSTAT\1\0\0\0", 16) + emptyTotals},
+        {"2", std::string("\x3C\0\0\0VELMSTAT\2\0\0\0", 16) + emptyTotals + emptyTotals}};
     for (const auto& [version, old] : cases) {
         SCOPED_TRACE(version);
         writeFile(state.file(), old);
@@ -155,9 +159,9 @@ TEST(State, OfAnEarlierFormatVersionIsRefusedWithAWayOut) {
     }
 }
 
-TEST(State, KeepsWhatTheImportWasMadeOf) {
+TEST(State, ContainsTheDigestsOfModelAndImporter) {
     const TemporaryFolder folder;
-    const State state(folder / "kept");
+    const State state(folder / "state");
     const auto origin = originWith('m', 'i');
     state.write(model(2, "wall"), origin);
     EXPECT_EQ(state.read().origin, origin);
@@ -166,7 +170,7 @@ TEST(State, KeepsWhatTheImportWasMadeOf) {
     EXPECT_EQ(state.read().origin, std::nullopt);
 }
 
-TEST(Origin, IsTheContentOfModelAndImporter) {
+TEST(Origin, ConsistsOfTheDigestsOfModelAndImporter) {
     const TemporaryFolder folder;
     writeFile(folder / "model", "abc");
     writeFile(folder / "importer", "");
@@ -179,7 +183,7 @@ TEST(Origin, IsTheContentOfModelAndImporter) {
     EXPECT_EQ(originOf(folder / fs::path(u8"Wand \u00FC"), folder / "importer"), origin);
 }
 
-TEST(Origin, OfWhatCannotBeReadIsNotKnown) {
+TEST(Origin, OfAnUnreadableFileIsUnknown) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "abc");
     fs::create_directory(folder / "folder");
@@ -187,76 +191,78 @@ TEST(Origin, OfWhatCannotBeReadIsNotKnown) {
         EXPECT_EQ(originOf(other, folder / "file"), std::nullopt) << other;
         EXPECT_EQ(originOf(folder / "file", other), std::nullopt) << other;
     }
-    // What somebody writes to cannot be read by others meanwhile.
-    const std::unique_ptr<Velmor::FileStream> held(Velmor::FileStream::createFileForWriting(wide(folder / "held")));
-    EXPECT_EQ(originOf(folder / "held", folder / "file"), std::nullopt);
+    // A file that is open for writing cannot be opened for reading.
+    const std::unique_ptr<Velmor::FileStream> open(Velmor::FileStream::createFileForWriting(wide(folder / "open")));
+    EXPECT_EQ(originOf(folder / "open", folder / "file"), std::nullopt);
 }
 
 #if !defined(_WIN32)
-TEST(Origin, OfAPipeIsNotKnownAndLeavesItsContent) {
+TEST(Origin, OfAPipeIsUnknown) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "abc");
     ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
-    EXPECT_EQ(originOf(folder / "pipe", folder / "file"), std::nullopt); // and does not wait for a writer
+    EXPECT_EQ(originOf(folder / "pipe", folder / "file"), std::nullopt); // opening the pipe would wait for a writer
 }
 #endif
 
-TEST(State, ThatIsNoFileIsRefused) {
+TEST(State, ThatIsNotAFileIsRejected) {
     const TemporaryFolder folder;
-    const State state(folder / "kept");
+    const State state(folder / "state");
     fs::create_directories(state.file());
     EXPECT_TRUE(state.exists());
     EXPECT_NE(readingError(state), "");
 }
 
-TEST(State, ThatCannotBeKeptLeavesThePreviousOne) {
+TEST(State, ThatCannotBeWrittenLeavesThePreviousState) {
     const TemporaryFolder folder;
-    const State state(folder / "kept");
+    const State state(folder / "state");
     state.write(model(2, "before"), std::nullopt);
     const auto before = readFile(state.file());
-    writeFile(folder / "kept" / "import.state.new" / "in the way", "x");
+    writeFile(folder / "state" / "import.state.new" / "file", "x");
     const auto error = writingError(state, model(3, "after"));
     EXPECT_TRUE(contains(error, "cannot store the state: cannot create the new state file ")) << error;
     EXPECT_EQ(readFile(state.file()), before);
 
-    fs::remove_all(folder / "kept" / "import.state.new");
+    fs::remove_all(folder / "state" / "import.state.new");
     writeFile(folder / "a file", "x");
-    EXPECT_TRUE(contains(writingError(State(folder / "a file" / "kept"), model(1, "after")), "cannot store the state"));
+    EXPECT_TRUE(contains(writingError(State(folder / "a file" / "state"), model(1, "after")), "cannot store the state"));
 }
 
-TEST(State, IsReplacedOnlyAfterWhatElseHasToSucceed) {
+TEST(State, IsReplacedOnlyIfTheCallbackSucceeds) {
     const TemporaryFolder folder;
-    const State state(folder / "kept");
+    const State state(folder / "state");
     state.write(model(2, "before"), std::nullopt);
     const auto before = readFile(state.file());
     std::string whole;
     const auto fail = [&] {
-        whole = readFile(folder / "kept" / "import.state.new");
-        throw std::runtime_error("not told");
+        whole = readFile(folder / "state" / "import.state.new");
+        throw std::runtime_error("the reason");
     };
     try {
         state.write(model(3, "after"), std::nullopt, fail);
-        ADD_FAILURE() << "the state is kept";
+        ADD_FAILURE() << "the state is replaced";
     } catch (const StateError& error) {
-        EXPECT_STREQ(error.what(), "cannot store the state: not told");
+        EXPECT_STREQ(error.what(), "cannot store the state: the reason");
     }
     EXPECT_EQ(readFile(state.file()), before);
-    EXPECT_FALSE(fs::exists(folder / "kept" / "import.state.new"));
+    EXPECT_FALSE(fs::exists(folder / "state" / "import.state.new"));
 
     state.write(model(3, "after"), std::nullopt, [&] { EXPECT_EQ(readFile(state.file()), before); });
     EXPECT_EQ(readFile(state.file()), whole);
 }
 
 #if defined(__linux__)
-TEST(State, OnAFullDiskLeavesThePreviousOne) {
+TEST(State, OnAFullDiskLeavesThePreviousState) {
     const TemporaryFolder folder;
-    const State state(folder / "kept");
+    const State state(folder / "state");
     state.write(model(2, "before"), std::nullopt);
     const auto before = readFile(state.file());
-    fs::create_symlink("/dev/full", folder / "kept" / "import.state.new");
+    fs::create_symlink("/dev/full", folder / "state" / "import.state.new");
     EXPECT_TRUE(contains(writingError(state, model(3, "after")), "is the disk full?"));
     EXPECT_EQ(readFile(state.file()), before);
-    EXPECT_FALSE(fs::exists(fs::symlink_status(folder / "kept" / "import.state.new")));
+    EXPECT_FALSE(fs::exists(fs::symlink_status(folder / "state" / "import.state.new")));
     EXPECT_TRUE(fs::exists("/dev/full"));
 }
 #endif
+
+} // namespace velmor_tests

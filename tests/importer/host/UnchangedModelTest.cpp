@@ -1,4 +1,4 @@
-// import_host does not import again what it knows already.
+// import_host does not import a model again that has not changed.
 
 #include "importer/host/HostRun.h"
 #include "importer/host/State.h"
@@ -9,26 +9,27 @@
 #include <chrono>
 #include <filesystem>
 
-using namespace velmor_tests;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 namespace fs = std::filesystem;
 
+namespace velmor_tests {
+
 namespace {
 
 // The workshop, imported once by ifc_importer.
-class Skip : public testing::Test {
+class UnchangedModel : public testing::Test {
 protected:
     void SetUp() override {
-        fs::create_directory(folder / "whole");
+        fs::create_directory(folder / "success");
         fs::copy_file(exampleModel("workshop.ifc"), model);
         ASSERT_THAT(run(model).output, StartsWith("model.ifc: IFC4, 30 objects, first import\n"));
         before = readFile(stateFile);
     }
 
-    HostRun run(const fs::path& what, const std::vector<std::string>& options = {}, const std::string& shell = {}) const {
-        std::vector<std::string> arguments = {what.string(), "--state", (folder / "state").string()};
+    HostRun run(const fs::path& file, const std::vector<std::string>& options = {}, const std::string& shell = {}) const {
+        std::vector<std::string> arguments = {file.string(), "--state", (folder / "state").string()};
         arguments.insert(arguments.end(), options.begin(), options.end());
         return runHost(arguments, shell);
     }
@@ -41,50 +42,51 @@ protected:
     }
 
     const TemporaryFolder folder;
-    const fs::path model = folder / "whole" / "model.ifc"; // the stand-in importer hands it over whole
+    const fs::path model = folder / "success" / "model.ifc"; // for "success", the stand-in importer succeeds
     const fs::path stateFile = folder / "state" / "import.state";
     const std::vector<std::string> standIn = {"--importer", program("standin_importer").string()};
-    std::string before;
+    std::string before; // the content of the state file
 };
 
 } // namespace
 
-TEST_F(Skip, TellsAModelWithTheSameContent) {
+TEST_F(UnchangedModel, IsNotImportedAgain) {
     expectUnchanged(run(model));
     expectUnchanged(run(model));
 }
 
-TEST_F(Skip, GoesByTheContentAlone) {
+TEST_F(UnchangedModel, IsRecognizedByItsContentOnly) {
     fs::last_write_time(model, fs::last_write_time(model) + std::chrono::hours(1));
     expectUnchanged(run(model));
     fs::copy_file(model, folder / "copy.ifc");
     expectUnchanged(run(folder / "copy.ifc"), "copy.ifc");
 }
 
-// The state has both identities of every object: the model would be unchanged by either.
-TEST_F(Skip, DoesNotDependOnTheWayOfIdentifying) {
+// The state contains both identities of every object.
+TEST_F(UnchangedModel, IsRecognizedWithEitherKindOfIdentity) {
     expectUnchanged(run(model, {"--identify-by-geometry"}));
-    EXPECT_EQ(run(commented(model, model), {"--identify-by-geometry"}).table().at("total"),
+    EXPECT_EQ(run(copyWithComment(model, model), {"--identify-by-geometry"}).table().at("total"),
               (TableRow{27, 0, 27, 0, "-", 0}));
     before = readFile(stateFile);
     expectUnchanged(run(model));
 }
 
 #if !defined(_WIN32)
-TEST_F(Skip, StartsNoImporter) {
-    const std::string noTemporaryFiles = "TMPDIR=/nonexistent/folder; export TMPDIR;"; // no importer without its streams
+TEST_F(UnchangedModel, StartsNoImporter) {
+    const std::string noTemporaryFiles =
+        "TMPDIR=/nonexistent/folder; export TMPDIR;"; // an import would fail to create its streams
     expectUnchanged(run(model, {}, noTemporaryFiles));
-    EXPECT_EQ(run(commented(model, model), {}, noTemporaryFiles).exitCode, 1);
+    EXPECT_EQ(run(copyWithComment(model, model), {}, noTemporaryFiles).exitCode, 1);
 }
 
-TEST_F(Skip, ThatCannotBeToldFails) {
-    const auto omitted = run(model, {}, "intoFullDisk() { \"$@\" >/dev/full; }; intoFullDisk");
-    EXPECT_EQ(omitted.exitCode, 1);
-    EXPECT_THAT(omitted.error, HasSubstr("cannot write to standard output"));
+TEST_F(UnchangedModel, FailsIfItsReportCannotBePrinted) {
+    const auto failed = run(model, {}, outputToFullDisk);
+    EXPECT_EQ(failed.exitCode, 1);
+    EXPECT_THAT(failed.error, HasSubstr("cannot write to standard output"));
 }
 #endif
 
-TEST_F(Skip, DoesNotHideAnyChange) {
+TEST_F(UnchangedModel, IsImportedAfterEveryChange) {
     const auto first = readFile(model);
     for (const auto& content : {first + '\n', replaced(first, "'Beam B1'", "'Beam B9'"), first}) {
         writeFile(model, content);
@@ -95,53 +97,53 @@ TEST_F(Skip, DoesNotHideAnyChange) {
     }
 }
 
-TEST_F(Skip, GivesWayToWhatOnlyAnImporterCanTell) {
-    for (const auto& [options, told] : std::vector<std::pair<std::vector<std::string>, const char*>>{
+TEST_F(UnchangedModel, IsImportedForOutputThatNeedsAnImport) {
+    for (const auto& [options, expected] : std::vector<std::pair<std::vector<std::string>, const char*>>{
              {{"--properties", "0Workshop0Beam000000B1"}, "\nproperties of 0Workshop0Beam000000B1: "},
              {{"--georeference"}, "\ngeoreference:\n"},
              {{"--export", (folder / "out").string()}, "\nexported to "}}) {
-        const auto asked = run(model, options);
-        EXPECT_EQ(asked.table().at("total"), (TableRow{30, 0, 30, 0, "-", 0}));
-        EXPECT_THAT(asked.output, HasSubstr(told));
+        const auto imported = run(model, options);
+        EXPECT_EQ(imported.table().at("total"), (TableRow{30, 0, 30, 0, "-", 0}));
+        EXPECT_THAT(imported.output, HasSubstr(expected));
         EXPECT_EQ(readFile(stateFile), before);
         expectUnchanged(run(model));
     }
 }
 
-TEST_F(Skip, IsForTheSameImporterOnly) {
+TEST_F(UnchangedModel, IsImportedByAnotherImporter) {
     EXPECT_THAT(run(model, standIn).output, StartsWith("model.ifc: STANDIN, 2 objects, compared with the 30 "));
     before = readFile(stateFile);
     expectUnchanged(run(model, standIn));
     EXPECT_THAT(run(model).output, StartsWith("model.ifc: IFC4, 30 objects, compared with the 2 "));
 }
 
-TEST_F(Skip, IsForTheLastImportThatSucceeded) {
+TEST_F(UnchangedModel, IsComparedWithTheLastSuccessfulImport) {
     const auto content = readFile(model);
     writeFile(model, content.substr(0, content.size() / 2));
     EXPECT_EQ(run(model).exitCode, 1);
-    EXPECT_EQ(run(model).exitCode, 1); // a failure is told each time
+    EXPECT_EQ(run(model).exitCode, 1); // each failure is reported
     writeFile(model, content);
     expectUnchanged(run(model));
 }
 
-TEST_F(Skip, IsNotForAModelThatChangedWhileItWasRead) {
+TEST_F(UnchangedModel, IsImportedIfItChangedDuringTheLastImport) {
     const auto content = readFile(model);
     const auto changing = folder / "change" / "model.ifc";
     writeFile(changing, content);
     EXPECT_THAT(run(changing, standIn).output, StartsWith("model.ifc: STANDIN, 2 objects, compared with the 30 "));
     ASSERT_NE(readFile(changing), content);
-    const auto kept = readFile(stateFile);
+    const auto state = readFile(stateFile);
     EXPECT_EQ(importer::host::State(folder / "state").read().origin, std::nullopt);
-    // Nobody knows which of the two contents the importer saw.
+    // It is unknown which of the two contents the importer has read.
     for (const auto& each : {content, readFile(changing)}) {
-        writeFile(stateFile, kept);
+        writeFile(stateFile, state);
         writeFile(model, each);
         EXPECT_THAT(run(model, standIn).output, StartsWith("model.ifc: STANDIN, 2 objects, compared with the 2 "));
     }
 }
 
-TEST_F(Skip, IsNotForAModelThatCannotBeRead) {
-    // As the library says of each file that it cannot open.
+TEST_F(UnchangedModel, MustBeReadable) {
+    // Sha1::FromFile returns this digest for every file that cannot be opened.
     const Velmor::Sha1::Digest unreadable(std::vector<unsigned char>(20));
     importer::host::State(folder / "state").write({}, importer::exchange::Origin{unreadable, unreadable});
     fs::remove(model);
@@ -154,3 +156,5 @@ TEST_F(Skip, IsNotForAModelThatCannotBeRead) {
     EXPECT_EQ(missing.output, "");
     EXPECT_THAT(missing.error, HasSubstr("model.ifc"));
 }
+
+} // namespace velmor_tests

@@ -1,4 +1,4 @@
-#include "importer/host/ObjFile.h"
+#include "importer/host/ExportedFiles.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 namespace velmor_tests {
+
 namespace {
 
 using Vector = std::array<double, 3>;
@@ -40,7 +41,8 @@ bool ObjFile::isClosed() const {
 double ObjFile::volume() const {
     double sum = 0;
     for (const auto& triangle : triangles) {
-        // Tetrahedra on a vertex, since far from the origin the last digits would be lost.
+        // The volumes of tetrahedra with vertex 0 as their apex: with the origin as apex, the sum loses digits if the solid
+        // is far from the origin.
         const auto a = difference(vertices[triangle[0]], vertices[0]);
         const auto b = difference(vertices[triangle[1]], vertices[0]);
         const auto c = difference(vertices[triangle[2]], vertices[0]);
@@ -65,9 +67,9 @@ ObjFile parseObj(const std::string& text) {
     std::istringstream lines(text);
     std::string line;
     while (std::getline(lines, line)) {
-        const auto refuse = [&line] { throw std::runtime_error("no line of such an OBJ file: " + line); };
+        const auto reject = [&line] { throw std::runtime_error("unexpected line in an OBJ file: " + line); };
         if (lines.eof())
-            refuse(); // cut off
+            reject(); // the line has no line feed
         if (file.comment.empty() && line.starts_with("# ")) {
             file.comment = line.substr(2);
             continue;
@@ -77,14 +79,14 @@ ObjFile parseObj(const std::string& text) {
         std::string fields[3];
         words >> kind >> fields[0] >> fields[1] >> fields[2];
         if (!words || !words.eof())
-            refuse();
+            reject();
         if (kind == "v") {
             auto& vertex = file.vertices.emplace_back();
             for (std::size_t i = 0; i < 3; ++i) {
                 char* end = nullptr;
                 vertex[i] = std::strtod(fields[i].c_str(), &end);
                 if (end != fields[i].c_str() + fields[i].size())
-                    refuse();
+                    reject();
             }
         } else if (kind == "f") {
             auto& triangle = file.triangles.emplace_back();
@@ -92,10 +94,10 @@ ObjFile parseObj(const std::string& text) {
                 std::size_t used = 0;
                 triangle[i] = std::stoul(fields[i], &used) - 1;
                 if (used != fields[i].size() || triangle[i] >= file.vertices.size())
-                    refuse();
+                    reject();
             }
         } else {
-            refuse();
+            reject();
         }
     }
     return file;
@@ -104,7 +106,7 @@ ObjFile parseObj(const std::string& text) {
 PngHeader parsePng(const std::string& bytes) {
     const auto require = [](bool condition, const char* what) {
         if (!condition)
-            throw std::runtime_error(std::string("no PNG image: ") + what);
+            throw std::runtime_error(std::string("invalid PNG image: ") + what);
     };
     const auto byte = [&](std::size_t at) { return static_cast<unsigned>(static_cast<unsigned char>(bytes.at(at))); };
     const auto number = [&](std::size_t at) {
@@ -116,8 +118,8 @@ PngHeader parsePng(const std::string& bytes) {
     require(byte(26) == 0 && byte(27) == 0 && byte(28) <= 1, "compression, filter, interlacing");
     std::size_t at = 8;
     std::string last;
-    while (at < bytes.size()) { // length, type, content, checksum
-        require(bytes.size() - at >= 12 && number(at) <= bytes.size() - at - 12, "a chunk is cut off");
+    while (at < bytes.size()) { // a chunk: length, type, content, checksum
+        require(bytes.size() - at >= 12 && number(at) <= bytes.size() - at - 12, "a truncated chunk");
         last = bytes.substr(at + 4, 4);
         at += 12 + std::size_t{number(at)};
     }
