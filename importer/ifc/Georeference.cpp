@@ -27,7 +27,7 @@ Plexor::Vertex readSourceOrigin(IfcContext& context, const Instance& source) {
 IFC4_MapProjection readProjection(IfcContext& context, const Instance& target) {
     const Record record(context, target);
     if (record.entity() != Entity::ProjectedCRS)
-        record.fault("is no projected coordinate reference system");
+        record.fail("is no projected coordinate reference system");
     const Instance* unit = record.optionalReference(6);
     return IFC4_MapProjection(
         record.text(0, "its name"), record.text(1, "its description"), record.text(2, "its geodetic datum"),
@@ -58,11 +58,7 @@ std::optional<IFC4_MapConversion> readGeoreference(IfcContext& context) {
             context.note(*instance, "is one more map conversion; the first one counts");
             continue;
         }
-        try {
-            georeference = readConversion(context, *instance);
-        } catch (const EntityError& fault) {
-            context.note(*fault.instance, fault.reason);
-        }
+        context.attemptPart([&] { georeference = readConversion(context, *instance); });
     }
     return georeference;
 }

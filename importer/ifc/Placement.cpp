@@ -16,7 +16,7 @@ Vector3 readCoordinates(IfcContext& context, const Instance& instance) {
     double c[3] = {0.0, 0.0, 0.0};
     const int count = record[0].kind == ValueKind::List ? readNumbers(record[0].text, c, 3) : -1;
     if (count != 2 && count != 3)
-        record.fault("expected two or three coordinates, each a number");
+        record.fail("expected two or three coordinates, each a number");
     return {c[0], c[1], c[2]};
 }
 
@@ -87,7 +87,7 @@ Transform readAxisPlacement(IfcContext& context, const Instance& instance) {
     case Entity::Axis1Placement:
         return frameAlong(directionAt(context, record, 1, {0.0, 0.0, 1.0}), readPoint(context, record.reference(0)));
     default:
-        record.fault("this kind of placement is not supported");
+        record.fail("this kind of placement is not supported");
     }
 }
 
@@ -107,11 +107,11 @@ Transform readObjectPlacement(IfcContext& context, const Instance& instance) {
         visited.push_back(current);
         const Record record(context, *current);
         if (record.entity() != Entity::LocalPlacement)
-            record.fault("this kind of placement is not supported");
+            record.fail("this kind of placement is not supported");
         result = readAxisPlacement(context, record.reference(1)) * result;
         current = record.optionalReference(0);
         if (std::find(visited.begin(), visited.end(), current) != visited.end())
-            record.fault("its chain of placements leads back to itself");
+            record.fail("its chain of placements leads back to itself");
     }
     return result;
 }
@@ -145,7 +145,7 @@ Transform readOperator(IfcContext& context, const Instance& instance) {
                 readPoint(context, record.reference(2))};
     }
     default:
-        record.fault("stands where a transformation operator is expected");
+        record.fail("stands where a transformation operator is expected");
     }
 }
 

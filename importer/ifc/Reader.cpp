@@ -51,7 +51,6 @@ private:
     void readTextures();
     void read(std::size_t place);
     void readAttributes(const Record& record, Product& product);
-    void readSetsOf(std::size_t place, Product& product);
     void step();
     void tell(const Problem& problem);
     void tell(const Instance& instance, const std::string& reason);
@@ -94,21 +93,15 @@ void ModelReader::readAll() {
 /// What holds for the model as a whole.
 void ModelReader::readModel() {
     context_.beginProduct();
-    try {
-        readUnits(context_);
-    } catch (const LimitExceeded&) {
-        context_.note(file_.instances().front(), "the units take more work than a file of this size may ask for");
-    }
+    context_.attempt(wholeModel, [&] { readUnits(context_); });
     tellNotes(context_, "the model's units");
     propertyContext_.angleUnit = context_.angleUnit;
 
     propertyContext_.beginProduct();
-    try {
+    propertyContext_.attempt(wholeModel, [&] {
         if (const auto georeference = readGeoreference(propertyContext_))
             sink_.georeference(*georeference);
-    } catch (const LimitExceeded& exceeded) {
-        propertyContext_.note(file_.instances().front(), exceeded.reason);
-    }
+    });
     tellNotes(propertyContext_, "the model's georeference");
 }
 
@@ -144,14 +137,10 @@ void ModelReader::readRelations() {
 void ModelReader::readTextures() {
     TextureReader reader(textureContext_, folder_);
     for (const Instance* instance : textures_) {
-        try {
+        textureContext_.attempt(*instance, [&] {
             if (auto texture = reader.read(*instance))
                 sink_.texture(std::move(*texture));
-        } catch (const EntityError& fault) {
-            textureContext_.note(*fault.instance, fault.reason);
-        } catch (const LimitExceeded& exceeded) {
-            textureContext_.note(*instance, exceeded.reason);
-        }
+        });
         tellNotes(textureContext_, "the model's textures");
         step();
     }
@@ -167,24 +156,22 @@ void ModelReader::read(std::size_t place) {
     product.className = capitals(file_.nameOf(instance));
     product.objectClass = classNamed(product.className);
     context_.beginProduct();
-    try {
+    const Outcome outcome = context_.attempt(instance, [&] {
         const Record record(context_, instance);
         readAttributes(record, product);
         const Instance* placement = record.optionalReference(5);
         const Transform inModel = placement ? readObjectPlacement(context_, *placement) : Transform();
         if (const Instance* shape = record.optionalReference(6))
             readShape(context_, *shape, Transform::scaling(context_.lengthUnit) * inModel, product);
-    } catch (const EntityError& fault) {
-        context_.note(*fault.instance, fault.reason);
-    } catch (const LimitExceeded& exceeded) {
+    });
+    if (outcome == Outcome::LimitExceeded) {
         // Part of a shape would look like another one.
         product.shape = Shape::None;
         product.vertices = {};
         product.triangles = {};
         product.volume = 0.0;
-        context_.note(instance, exceeded.reason);
     }
-    readSetsOf(place, product);
+    context_.attempt(instance, [&] { product.propertySets = relations_.setsOf(place, setNames_); });
     tellNotes(context_, product.className + " #" + std::to_string(product.instance));
     sink_.product(std::move(product));
 }
@@ -194,16 +181,7 @@ void ModelReader::readAttributes(const Record& record, Product& product) {
     product.name = record.text(2, "its name");
     constexpr std::size_t fewest = 7;
     if (record.count() < fewest)
-        record.fault("has " + std::to_string(record.count()) + " arguments; expected " + std::to_string(fewest) +
-                     " or more");
-}
-
-void ModelReader::readSetsOf(std::size_t place, Product& product) {
-    try {
-        product.propertySets = relations_.setsOf(place, setNames_);
-    } catch (const LimitExceeded& exceeded) {
-        context_.note(*products_[place], exceeded.reason);
-    }
+        record.fail("has " + std::to_string(record.count()) + " arguments; expected " + std::to_string(fewest) + " or more");
 }
 
 void ModelReader::step() {

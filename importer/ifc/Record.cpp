@@ -162,15 +162,15 @@ void Record::noteDamaged(const Value& first, std::uint64_t count) const {
 const Instance& Record::resolve(const Value& value) const {
     const std::optional<std::uint64_t> number = referenceOf(value);
     if (!number)
-        fault(std::string("'").append(value.text.substr(0, 20)) + "' is no reference to an instance");
+        fail(std::string("'").append(value.text.substr(0, 20)) + "' is no reference to an instance");
     const Instance* found = context_.file.find(*number);
     if (!found)
-        fault("refers to #" + std::to_string(*number) + ", which the file does not have");
+        fail("refers to #" + std::to_string(*number) + ", which the file does not have");
     return *found;
 }
 
 void Record::unexpected(std::size_t index, const char* expected) const {
-    fault("argument " + std::to_string(index + 1) + " of " + std::to_string(count_) + " is not as expected: " + expected);
+    fail("argument " + std::to_string(index + 1) + " of " + std::to_string(count_) + " is not as expected: " + expected);
 }
 
 int readNumbers(std::string_view list, double* numbers, int most) {

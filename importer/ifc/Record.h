@@ -24,6 +24,9 @@ struct EntityError {
     std::string reason;
 };
 
+/// The instance of an EntityError or of a note that concerns the model as a whole: it has no number and no name.
+inline constexpr Instance wholeModel{};
+
 /// Ends the reading of a product's shape: a small text can describe a shape of any size, or one that takes any time.
 struct LimitExceeded {
     std::string reason;
@@ -44,6 +47,9 @@ struct Limits {
     /// For a file of this size: beyond what a file of that size holds in honest use, and little enough to be done soon.
     static Limits forFile(std::uint64_t size);
 };
+
+/// How `IfcContext::attempt` ended.
+enum class Outcome { Done, EntityFailed, LimitExceeded };
 
 /// What all readers of a model share.
 class IfcContext {
@@ -73,6 +79,17 @@ public:
     /// Notes something about an item of the product being read.
     void note(const Instance& instance, const std::string& reason);
 
+    /// Runs `read`, which reads the object that `instance` is. An EntityError becomes a note about the instance that it
+    /// names; LimitExceeded becomes a note about `instance`.
+    template <typename Read>
+    Outcome attempt(const Instance& instance, Read read);
+
+    /// Runs `read`, which reads one part of an object. An EntityError becomes a note about the instance that it names.
+    /// @return whether the part was read.
+    /// @throws LimitExceeded because it ends the whole object.
+    template <typename Read>
+    bool attemptPart(Read read);
+
     const std::vector<EntityError>& notes() const { return notes_; } ///< The first of them.
     std::uint64_t moreNotes() const { return moreNotes_; }           ///< Number of those that followed.
 
@@ -87,6 +104,27 @@ private:
     std::uint64_t workOfProduct_ = 0;
     std::vector<const Instance*> nesting_;
 };
+
+template <typename Read>
+Outcome IfcContext::attempt(const Instance& instance, Read read) {
+    try {
+        return attemptPart(read) ? Outcome::Done : Outcome::EntityFailed;
+    } catch (const LimitExceeded& exceeded) {
+        note(instance, exceeded.reason);
+        return Outcome::LimitExceeded;
+    }
+}
+
+template <typename Read>
+bool IfcContext::attemptPart(Read read) {
+    try {
+        read();
+        return true;
+    } catch (const EntityError& error) {
+        note(*error.instance, error.reason);
+        return false;
+    }
+}
 
 /// Guard: an instance whose parts are being read. Keeps instances that contain themselves, and too many within each other,
 /// from being followed.
@@ -136,12 +174,12 @@ public:
 
     /// Hands over the instances that a list refers to. References to nothing are noted, as one.
     template <typename Take>
-    void eachReference(ValueReader list, Take take) const;
+    void forEachReference(ValueReader list, Take take) const;
 
     /// The instance that a value of this record refers to.
     const Instance& resolve(const Value& value) const;
 
-    [[noreturn]] void fault(const std::string& reason) const { throw EntityError{&instance_, reason}; }
+    [[noreturn]] void fail(const std::string& reason) const { throw EntityError{&instance_, reason}; }
 
 private:
     [[noreturn]] void unexpected(std::size_t index, const char* expected) const;
@@ -157,7 +195,7 @@ private:
 };
 
 template <typename Take>
-void Record::eachReference(ValueReader list, Take take) const {
+void Record::forEachReference(ValueReader list, Take take) const {
     std::uint64_t damaged = 0;
     Value first;
     for (Value value; list.next(value);) {

@@ -67,7 +67,7 @@ struct PathBeside {
 /// @throws EntityError
 PathBeside pathBeside(const Record& record, const WideString& name, const std::string& shown) {
     const auto refuse = [&](const char* why) {
-        record.fault(shown + " " + why + "; expected the relative path of a file beside the model");
+        record.fail(shown + " " + why + "; expected the relative path of a file beside the model");
     };
     if (name.empty())
         refuse("is empty");
@@ -176,9 +176,9 @@ bool TextureReader::readBlob(const Record& record, std::size_t index, Texture& t
     checkSize(record, code.size() / 2);
     std::optional<std::vector<char>> image = decodeBinary(code);
     if (!image)
-        record.fault("its binary is damaged; expected 0 and two hexadecimal digits for each byte");
+        record.fail("its binary is damaged; expected 0 and two hexadecimal digits for each byte");
     if (!isPng(*image))
-        record.fault("it does not begin as a PNG image does");
+        record.fail("it does not begin as a PNG image does");
     texture.png = std::move(*image);
     return true;
 }
@@ -189,38 +189,38 @@ void TextureReader::readImage(const Record& record, std::size_t index, Texture& 
     PathBeside beside = pathBeside(record, name, shown);
     const PathBeside unescaped = pathBeside(record, withoutEscapes(name), shown);
     if (folder_.empty())
-        record.fault(shown + " cannot be had: the folder of the model is not known");
+        record.fail(shown + " cannot be had: the folder of the model is not known");
     // A file may well have a percent sign in its name: the name as it stands goes first, and only when nothing is there does
     // it count with its escapes decoded.
     if (!FileOperations::Exists(folder_ + beside.path))
         beside = unescaped;
     const WideString path = folder_ + beside.path;
     if (!FileOperations::Exists(path))
-        record.fault(shown + ": there is no such file beside the model");
+        record.fail(shown + ": there is no such file beside the model");
     // A model may come with links of its own making; whatever else they lead to is none of its images.
     if (!liesWithin(folder_, path))
-        record.fault(shown + " leads out of its folder by a link; expected the relative path of a file beside the model");
+        record.fail(shown + " leads out of its folder by a link; expected the relative path of a file beside the model");
     // Folders and what is no file but waits for somebody, a pipe for instance, have no size; they are not opened.
     const auto size = static_cast<std::uint64_t>(FileOperations::GetFileSize(path));
     if (size < signature.size())
-        record.fault(shown + " is no PNG file");
+        record.fail(shown + " is no PNG file");
     const std::unique_ptr<FileStream> stream(FileStream::openFileForReading(path));
     if (stream->getHandle() == Velmor::ProcessOperations::InvalidHandle() || !stream->read(signature.size(), texture.png))
-        record.fault(shown + " cannot be read");
+        record.fail(shown + " cannot be read");
     if (!isPng(texture.png))
-        record.fault(shown + " is no PNG file");
+        record.fail(shown + " is no PNG file");
     checkSize(record, size);
     context_.charge(size);
     stream->seekToBegin();
     if (!stream->read(size, texture.png) || texture.png.size() != size)
-        record.fault(shown + " cannot be read");
+        record.fail(shown + " cannot be read");
     texture.name = Velmor::StringOperations::ConvertToUTF8(beside.file);
 }
 
 void TextureReader::checkSize(const Record& record, std::uint64_t size) const {
     if (size > context_.limits.bytesPerTexture)
-        record.fault("the image has " + std::to_string(size) + " bytes; expected at most " +
-                     std::to_string(context_.limits.bytesPerTexture));
+        record.fail("the image has " + std::to_string(size) + " bytes; expected at most " +
+                    std::to_string(context_.limits.bytesPerTexture));
 }
 
 } // namespace importer::ifc

@@ -33,18 +33,18 @@ double readUnit(IfcContext& context, const Instance& instance) {
         const auto* found = std::find_if(std::begin(prefixes), std::end(prefixes),
                                          [name](const Prefix& prefix) { return prefix.name == name; });
         if (found == std::end(prefixes))
-            record.fault("no SI prefix: " + std::string(name.substr(0, 20)));
+            record.fail("no SI prefix: " + std::string(name.substr(0, 20)));
         return found->factor;
     }
     case Entity::ConversionBasedUnit: {
         const Record measure(context, record.reference(3));
         const double factor = measure.positive(0) * readUnit(context, measure.reference(1));
         if (!(factor > 0.0) || !std::isfinite(factor))
-            measure.fault("the factor of the unit is out of range");
+            measure.fail("the factor of the unit is out of range");
         return factor;
     }
     default:
-        record.fault("this kind of unit is not supported");
+        record.fail("this kind of unit is not supported");
     }
 }
 
@@ -76,7 +76,7 @@ Velmor::WideString nameOfUnit(IfcContext& context, const Instance& instance) {
     case Entity::ConversionBasedUnit:
         return record.text(2, "its name");
     default:
-        record.fault("this kind of unit is not supported");
+        record.fail("this kind of unit is not supported");
     }
 }
 
@@ -84,30 +84,22 @@ double readUnit(IfcContext& context, const Instance& instance, std::string_view 
     if (entityOf(instance) == Entity::SIUnit || entityOf(instance) == Entity::ConversionBasedUnit) {
         const Record record(context, instance);
         if (record.enumeration(1) != kind)
-            record.fault("is not of the expected kind: " + std::string(kind));
+            record.fail("is not of the expected kind: " + std::string(kind));
     }
     return readUnit(context, instance);
 }
 
 void readUnits(IfcContext& context) {
-    const auto noting = [&context](auto read) {
-        try {
-            read();
-        } catch (const EntityError& fault) {
-            context.note(*fault.instance, fault.reason);
-        }
-    };
-    static constexpr Instance none{};
     const Instance* assignment = nullptr;
     bool lengthGiven = false;
-    noting([&] { assignment = findAssignment(context); });
-    noting([&] {
+    context.attemptPart([&] { assignment = findAssignment(context); });
+    context.attemptPart([&] {
         if (!assignment)
             return;
         const Record units(context, *assignment);
         ValueReader list = units.list(0);
         for (Value value; list.next(value);) {
-            noting([&] {
+            context.attemptPart([&] {
                 const Instance& unit = units.resolve(value);
                 if (entityOf(unit) != Entity::SIUnit && entityOf(unit) != Entity::ConversionBasedUnit)
                     return;
@@ -122,7 +114,7 @@ void readUnits(IfcContext& context) {
         }
     });
     if (!lengthGiven)
-        context.note(assignment ? *assignment : none, "no unit of length can be had; metre is taken");
+        context.note(assignment ? *assignment : wholeModel, "no unit of length can be had; metre is taken");
 }
 
 } // namespace importer::ifc

@@ -72,7 +72,7 @@ Single::ValueType_t openTyped(const Record& record, Value& value) {
     ValueReader content(contentOf(value));
     Value more;
     if (!content.next(value) || content.next(more))
-        record.fault("the value does not hold exactly one");
+        record.fail("the value does not hold exactly one");
     return found != std::end(measureTypes) ? found->type : Single::Unspecified;
 }
 
@@ -124,7 +124,7 @@ void PropertyReader::read(const Instance& instance, NamedSet& result) {
     std::fill(std::begin(set.globalId), std::end(set.globalId), '0');
     context_.beginProduct();
     propertiesOfSet_ = 0;
-    try {
+    const Outcome outcome = context_.attempt(instance, [&] {
         const Record record(context_, instance);
         const WideString globalId = record.text(0, "its GlobalId");
         const auto isAscii = [](WideChar unit) { return unit > ' ' && unit <= '~'; };
@@ -137,28 +137,20 @@ void PropertyReader::read(const Instance& instance, NamedSet& result) {
         copyText(result.name, set.name);
         copyText(record.text(3, "its description"), set.description);
         addProperties(record, 4, 0, set.properties);
-    } catch (const EntityError& fault) {
-        context_.note(*fault.instance, fault.reason);
-    } catch (const LimitExceeded& exceeded) {
-        // Some of the properties would look like all of them.
-        set.properties = IFC2X3PropertySet();
-        context_.note(instance, exceeded.reason);
-    }
+    });
+    if (outcome == Outcome::LimitExceeded)
+        set.properties = IFC2X3PropertySet(); // Some of the properties would look like all of them.
 }
 
 void PropertyReader::addProperties(const Record& owner, std::size_t index, unsigned depth, IFC2X3PropertySet& set) {
     std::unordered_set<const Instance*> added;
     std::uint64_t again = 0;
-    owner.eachReference(owner.list(index), [&](const Instance& property) {
+    owner.forEachReference(owner.list(index), [&](const Instance& property) {
         if (!added.insert(&property).second) {
             ++again;
             return;
         }
-        try {
-            addProperty(property, depth, set);
-        } catch (const EntityError& fault) {
-            context_.note(*fault.instance, fault.reason);
-        }
+        context_.attemptPart([&] { addProperty(property, depth, set); });
     });
     if (again != 0)
         context_.note(owner.instance(), "names properties again that it has already: " + std::to_string(again));
@@ -274,7 +266,7 @@ void PropertyReader::addSingleValue(const Instance& instance, IFC2X3PropertySet&
             return addReal(type, type == Single::PlaneAngle ? inRadians(record, *number) : *number);
         break;
     }
-    record.fault("its value is not one of its type");
+    record.fail("its value is not one of its type");
 }
 
 /// An angle in the property's own unit, or else in the model's.
@@ -282,7 +274,7 @@ double PropertyReader::inRadians(const Record& record, double value) {
     const Instance* unit = record.optionalReference(3);
     const double radians = value * (unit ? readUnit(context_, *unit, "PLANEANGLEUNIT") : context_.angleUnit);
     if (!std::isfinite(radians))
-        record.fault("its angle is out of range");
+        record.fail("its angle is out of range");
     return radians;
 }
 

@@ -22,23 +22,19 @@ void sortUnique(std::vector<std::uint32_t>& places) {
 
 void PropertyRelations::read(const Instance& instance) {
     context_.beginProduct();
-    try {
+    context_.attempt(instance, [&] {
         const Record record(context_, instance);
         const bool ofType = entityOf(instance) == Entity::RelDefinesByType;
         const auto relation = static_cast<std::uint64_t>(relations_.size());
         relations_.push_back({ofType ? listOfType(record.reference(5)) : listOfDefinitions(record), ofType});
-        record.eachReference(record.list(4), [&](const Instance& object) {
+        record.forEachReference(record.list(4), [&](const Instance& object) {
             // Projects, groups, processes and the like are no products; their sets are read, but nobody asks for them.
             if (entityOf(object) == Entity::Product)
                 pairs_.push_back(static_cast<std::uint64_t>(placeOf(products_, object)) << 32 | relation);
         });
         if (entityOf(instance) == Entity::RelOverridesProperties)
             context_.note(instance, "its overriding properties are not carried");
-    } catch (const EntityError& fault) {
-        context_.note(*fault.instance, fault.reason);
-    } catch (const LimitExceeded& exceeded) {
-        context_.note(instance, exceeded.reason);
-    }
+    });
 }
 
 std::uint32_t PropertyRelations::endList() {
@@ -56,7 +52,7 @@ std::uint32_t PropertyRelations::listOfDefinitions(const Record& relation) {
     Value list;
     ValueReader(contentOf(value)).next(list);
     if (list.kind != ValueKind::List)
-        relation.fault("names neither a property set nor a list of them");
+        relation.fail("names neither a property set nor a list of them");
     addDefinitions(relation, ValueReader(list.text));
     return endList();
 }
@@ -69,7 +65,7 @@ std::uint32_t PropertyRelations::listOfType(const Instance& type) {
     const Record record(context_, type);
     constexpr std::size_t fewest = 6;
     if (record.count() < fewest)
-        record.fault("is no type of objects");
+        record.fail("is no type of objects");
     if (record.given(5))
         addDefinitions(record, record.list(5));
     lists_.back() = listed_.size();
@@ -77,7 +73,7 @@ std::uint32_t PropertyRelations::listOfType(const Instance& type) {
 }
 
 void PropertyRelations::addDefinitions(const Record& owner, ValueReader list) {
-    owner.eachReference(list, [&](const Instance& definition) { addDefinition(owner, definition); });
+    owner.forEachReference(list, [&](const Instance& definition) { addDefinition(owner, definition); });
 }
 
 void PropertyRelations::addDefinition(const Record& owner, const Instance& definition) {

@@ -45,7 +45,7 @@ struct Conic {
 Conic readConic(IfcContext& context, const Instance& instance) {
     const Record record(context, instance);
     if (record.entity() != Entity::Circle && record.entity() != Entity::Ellipse)
-        record.fault("this kind of curve is not supported here");
+        record.fail("this kind of curve is not supported here");
     const double radius = record.positive(1);
     return {readAxisPlacement(context, record.reference(0)), radius,
             record.entity() == Entity::Ellipse ? record.positive(2) : radius};
@@ -78,7 +78,7 @@ Trim readTrim(IfcContext& context, const Record& record, std::size_t index) {
         }
     }
     if (!trim.hasPoint && !trim.hasParameter)
-        record.fault("one of its ends is neither a point nor a parameter");
+        record.fail("one of its ends is neither a point nor a parameter");
     return trim;
 }
 
@@ -92,7 +92,7 @@ std::vector<Vector3> readTrimmedCurve(IfcContext& context, const Record& record)
         const Record line(context, basis);
         const Record vector(context, line.reference(1));
         if (vector.entity() != Entity::Vector)
-            vector.fault("stands where an IFCVECTOR is expected");
+            vector.fail("stands where an IFCVECTOR is expected");
         const Vector3 origin = readPoint(context, line.reference(0));
         const Vector3 along = readDirection(context, vector.reference(0)) * vector.number(1);
         for (const Trim& trim : ends) {
@@ -108,7 +108,7 @@ std::vector<Vector3> readTrimmedCurve(IfcContext& context, const Record& record)
         const bool usePoint = ends[i].hasPoint && (byPoint || !ends[i].hasParameter);
         angles[i] = usePoint ? conic.angleOf(ends[i].point) : std::fmod(ends[i].parameter * context.angleUnit, turn);
         if (!std::isfinite(angles[i]))
-            record.fault("one of its ends is out of range");
+            record.fail("one of its ends is out of range");
     }
     addArc(points, conic.position, conic.radiusX, conic.radiusY, angles[0], sweepBetween(angles[0], angles[1], sameSense));
     return points;
@@ -121,7 +121,7 @@ std::vector<Vector3> readCompositeCurve(IfcContext& context, const Record& recor
         const Record segment(context, record.resolve(value));
         if (segment.entity() != Entity::CompositeCurveSegment &&
             segment.entity() != Entity::ReparametrisedCompositeCurveSegment)
-            segment.fault("this kind of segment is not supported");
+            segment.fail("this kind of segment is not supported");
         std::vector<Vector3> piece = readCurve(context, segment.reference(2));
         if (!segment.isTrue(1))
             std::reverse(piece.begin(), piece.end());
@@ -160,7 +160,7 @@ std::vector<Vector3> readIndexedPolyCurve(IfcContext& context, const Record& rec
     ValueReader segments = record.list(1);
     for (Value segment; segments.next(segment);) {
         if (segment.kind != ValueKind::Typed)
-            record.fault("a segment is neither IFCLINEINDEX nor IFCARCINDEX");
+            record.fail("a segment is neither IFCLINEINDEX nor IFCARCINDEX");
         const std::string type = capitals(typeOf(segment));
         Value indices;
         ValueReader(contentOf(segment)).next(indices);
@@ -169,7 +169,7 @@ std::vector<Vector3> readIndexedPolyCurve(IfcContext& context, const Record& rec
         for (Value value; indices.kind == ValueKind::List && list.next(value);) {
             const std::int64_t index = integerOf(value).value_or(0);
             if (index < 1 || index > static_cast<std::int64_t>(listed.size()))
-                record.fault("a segment names a point that its list does not have");
+                record.fail("a segment names a point that its list does not have");
             context.chargePointsOfList(piece.size(), 1);
             piece.push_back(listed[static_cast<std::size_t>(index - 1)]);
         }
@@ -177,7 +177,7 @@ std::vector<Vector3> readIndexedPolyCurve(IfcContext& context, const Record& rec
             context.chargePoints(segmentsPerTurn);
             piece = arcThrough(piece[0], piece[1], piece[2]);
         } else if (type != "IFCLINEINDEX" || piece.size() < 2) {
-            record.fault("a segment is neither an IFCLINEINDEX of two points or more nor an IFCARCINDEX of three");
+            record.fail("a segment is neither an IFCLINEINDEX of two points or more nor an IFCARCINDEX of three");
         }
         join(context, points, piece);
     }
@@ -237,7 +237,7 @@ std::vector<Vector3> readCurve(IfcContext& context, const Instance& instance) {
         return points;
     }
     default:
-        record.fault("this kind of curve is not supported");
+        record.fail("this kind of curve is not supported");
     }
 }
 
@@ -273,14 +273,14 @@ void addArc(std::vector<Vector3>& points, const Transform& position, double radi
 std::vector<Vector3> readPointList(IfcContext& context, const Instance& instance) {
     const Record record(context, instance);
     if (record.entity() != Entity::CartesianPointList2D && record.entity() != Entity::CartesianPointList3D)
-        record.fault("stands where a list of points is expected");
+        record.fail("stands where a list of points is expected");
     const int dimensions = record.entity() == Entity::CartesianPointList2D ? 2 : 3;
     std::vector<Vector3> points;
     ValueReader list = record.list(0);
     for (Value value; list.next(value);) {
         double c[3] = {0.0, 0.0, 0.0};
         if (value.kind != ValueKind::List || readNumbers(value.text, c, dimensions) != dimensions)
-            record.fault("point " + std::to_string(points.size() + 1) + " is not of " + std::to_string(dimensions) +
+            record.fail("point " + std::to_string(points.size() + 1) + " is not of " + std::to_string(dimensions) +
                          " numbers");
         context.chargePointsOfList(points.size(), 1);
         points.push_back({c[0], c[1], c[2]});

@@ -55,7 +55,7 @@ Vector3 areaVector(const Loop& loop) {
 Vector3 readVertex(IfcContext& context, const Instance& instance) {
     const Record vertex(context, instance);
     if (vertex.entity() != Entity::VertexPoint)
-        vertex.fault("this kind of vertex is not supported");
+        vertex.fail("this kind of vertex is not supported");
     return readPoint(context, vertex.reference(0));
 }
 
@@ -73,7 +73,7 @@ void addEdge(IfcContext& context, const Instance& instance, bool forward, Loop& 
         else if (entityOf(curve) != Entity::Line && entityOf(curve) != Entity::Polyline)
             plane = false;
     } else if (edge.entity() != Entity::Edge) {
-        edge.fault("this kind of edge is not supported");
+        edge.fail("this kind of edge is not supported");
     }
     context.chargePoints(points.size());
     if (!forward)
@@ -96,7 +96,7 @@ Loop readLoop(IfcContext& context, const Instance& instance, bool& plane) {
         for (Value value; list.next(value);) {
             const Record oriented(context, record.resolve(value));
             if (oriented.entity() != Entity::OrientedEdge)
-                oriented.fault("stands where an IFCORIENTEDEDGE is expected");
+                oriented.fail("stands where an IFCORIENTEDEDGE is expected");
             addEdge(context, oriented.reference(2), oriented.isTrue(3), loop, plane);
         }
         break;
@@ -105,7 +105,7 @@ Loop readLoop(IfcContext& context, const Instance& instance, bool& plane) {
         loop.push_back(readVertex(context, record.reference(0)));
         break;
     default:
-        record.fault("this kind of loop is not supported");
+        record.fail("this kind of loop is not supported");
     }
     return loop;
 }
@@ -135,14 +135,14 @@ void readFace(IfcContext& context, const Instance& instance, PointIndex& index, 
         faces.plane &= entityOf(face.reference(1)) == Entity::Plane;
         break;
     default:
-        face.fault("this kind of face is not supported");
+        face.fail("this kind of face is not supported");
     }
     std::vector<Loop> loops;
     ValueReader bounds = face.list(0);
     for (Value value; bounds.next(value);) {
         const Record bound(context, face.resolve(value));
         if (bound.entity() != Entity::FaceBound && bound.entity() != Entity::FaceOuterBound)
-            bound.fault("stands where the bound of a face is expected");
+            bound.fail("stands where the bound of a face is expected");
         Loop loop = readLoop(context, bound.reference(0), faces.plane);
         if (!bound.isTrue(1))
             std::reverse(loop.begin(), loop.end());
@@ -156,13 +156,13 @@ void readFace(IfcContext& context, const Instance& instance, PointIndex& index, 
 void readIndices(IfcContext& context, const Record& record, const Value& list, std::size_t points,
                  std::vector<std::uint32_t>& indices) {
     if (list.kind != ValueKind::List)
-        record.fault("a face is not a list of indices");
+        record.fail("a face is not a list of indices");
     indices.clear();
     ValueReader reader(list.text);
     for (Value value; reader.next(value);) {
         const std::int64_t index = integerOf(value).value_or(0);
         if (index < 1 || static_cast<std::uint64_t>(index) > points)
-            record.fault(std::string("'").append(value.text.substr(0, 20)) +
+            record.fail(std::string("'").append(value.text.substr(0, 20)) +
                          "' names a point that the list of points does not have");
         context.chargeCorners(1);
         indices.push_back(static_cast<std::uint32_t>(index - 1));
@@ -206,7 +206,7 @@ Faces readShell(IfcContext& context, const Instance& instance) {
     const Record shell(context, instance);
     if (shell.entity() != Entity::ClosedShell && shell.entity() != Entity::OpenShell &&
         shell.entity() != Entity::ConnectedFaceSet)
-        shell.fault("stands where a shell is expected");
+        shell.fail("stands where a shell is expected");
     Faces faces;
     PointIndex index(context, faces.body.points);
     ValueReader list = shell.list(0);
@@ -242,7 +242,7 @@ Faces readTessellation(IfcContext& context, const Instance& instance) {
         if (triangles) {
             read(set, value);
             if (corners.size() != 3)
-                set.fault("a triangle does not have three corners");
+                set.fail("a triangle does not have three corners");
             faces.body.beginLoop();
             addCorners(corners);
             continue;
@@ -250,7 +250,7 @@ Faces readTessellation(IfcContext& context, const Instance& instance) {
         const Record face(context, set.resolve(value));
         const bool holes = face.entity() == Entity::IndexedPolygonalFaceWithVoids;
         if (!holes && face.entity() != Entity::IndexedPolygonalFace)
-            face.fault("stands where an IFCINDEXEDPOLYGONALFACE is expected");
+            face.fail("stands where an IFCINDEXEDPOLYGONALFACE is expected");
         const auto areaOf = [&] {
             Loop loop;
             for (const std::uint32_t corner : corners)

@@ -81,7 +81,7 @@ Loop ellipse(double radiusX, double radiusY) {
 void require(const Record& record, std::initializer_list<double> room) {
     for (const double left : room) {
         if (!(left > 0.0) || !std::isfinite(left))
-            record.fault("its dimensions contradict each other");
+            record.fail("its dimensions contradict each other");
     }
 }
 
@@ -89,7 +89,7 @@ void require(const Record& record, std::initializer_list<double> room) {
 double slopeAt(IfcContext& context, const Record& record, std::size_t index) {
     const double slope = record.number(index, 0.0) * context.angleUnit;
     if (!(std::fabs(slope) < 1.5))
-        record.fault("its slope is out of range");
+        record.fail("its slope is out of range");
     return std::tan(slope);
 }
 
@@ -259,7 +259,7 @@ Region strip(const Record& record, Loop line, double thickness) {
     line.erase(std::unique(line.begin(), line.end()), line.end());
     const std::size_t count = line.size();
     if (count < 2)
-        record.fault("its line has fewer than two points");
+        record.fail("its line has fewer than two points");
     Loop left;
     Loop right;
     for (std::size_t i = 0; i < count; ++i) {
@@ -272,7 +272,7 @@ Region strip(const Record& record, Loop line, double thickness) {
         const Vector3 sum{-a.y - b.y, a.x + b.x, 0.0};
         const double scale = thickness / dot(sum, sum);
         if (!(dot(sum, sum) > 1e-6))
-            record.fault("its line turns back on itself");
+            record.fail("its line turns back on itself");
         left.push_back(line[i] + sum * scale);
         right.push_back(line[i] - sum * scale);
     }
@@ -291,7 +291,7 @@ void arrange(IfcContext& context, const Record& record, Loop& loop, bool counter
     }
     const double area = signedArea(loop);
     if (!std::isfinite(area) || area == 0.0)
-        record.fault("encloses no area");
+        record.fail("encloses no area");
     if ((area > 0.0) != counterClockwise)
         std::reverse(loop.begin(), loop.end());
 }
@@ -368,7 +368,7 @@ std::vector<Region> readRegions(IfcContext& context, const Record& record, Trans
         return regions;
     }
     default:
-        record.fault("this kind of profile is not supported");
+        record.fail("this kind of profile is not supported");
     }
 }
 
@@ -381,7 +381,7 @@ std::vector<Region> readProfile(IfcContext& context, const Instance& instance) {
     Transform position;
     std::vector<Region> regions = readRegions(context, record, position);
     if (regions.empty())
-        record.fault("has no parts");
+        record.fail("has no parts");
     for (Region& region : regions) {
         arrange(context, record, region.outer, true, position);
         for (Loop& hole : region.holes)

@@ -138,7 +138,7 @@ void ShapeReader::readItem(const Instance& instance, const Transform& toWorld) {
     case Entity::CurveBoundedPlane: {
         const Record plane(context_, record.reference(0));
         if (plane.entity() != Entity::Plane)
-            plane.fault("this kind of surface is not supported");
+            plane.fail("this kind of surface is not supported");
         const Transform position = readAxisPlacement(context_, plane.reference(0));
         return addPoints(instance, readClosedCurve(context_, record.reference(1)), toWorld * position);
     }
@@ -147,7 +147,7 @@ void ShapeReader::readItem(const Instance& instance, const Transform& toWorld) {
     case Entity::VertexPoint:
         return addPoints(instance, {readPoint(context_, record.reference(0))}, toWorld);
     default:
-        record.fault("this kind of item is not supported");
+        record.fail("this kind of item is not supported");
     }
 }
 
@@ -165,7 +165,7 @@ void ShapeReader::readBrep(const Record& record, const Transform& toWorld) {
 void ShapeReader::readMappedItem(const Record& record, const Transform& toWorld) {
     const Record map(context_, record.reference(0));
     if (map.entity() != Entity::RepresentationMap)
-        map.fault("stands where an IFCREPRESENTATIONMAP is expected");
+        map.fail("stands where an IFCREPRESENTATIONMAP is expected");
     const Transform target = readOperator(context_, record.reference(1));
     const Transform origin = readAxisPlacement(context_, map.reference(0));
     const Record representation(context_, map.reference(1));
@@ -180,7 +180,7 @@ void ShapeReader::readBoolean(const Record& record, const Transform& toWorld) {
     const Instance* operand = &record.instance();
     for (int steps = 0;; ++steps) {
         if (steps == longest)
-            record.fault("its first operands do not end within " + std::to_string(longest) + " steps");
+            record.fail("its first operands do not end within " + std::to_string(longest) + " steps");
         const Record result(context_, *operand);
         if (result.entity() != Entity::BooleanResult && result.entity() != Entity::BooleanClippingResult)
             break;
@@ -202,7 +202,7 @@ void ShapeReader::readBoundingBox(const Record& record, const Transform& toWorld
 void ShapeReader::readExtrudedSurface(const Record& record, const Transform& toWorld) {
     const Record profile(context_, record.reference(0));
     if (profile.entity() != Entity::ArbitraryOpenProfileDef && profile.entity() != Entity::ArbitraryClosedProfileDef)
-        profile.fault("this kind of swept curve is not supported");
+        profile.fail("this kind of swept curve is not supported");
     std::vector<Vector3> points = readCurve(context_, profile.reference(2));
     const Vector3 way = readDirection(context_, record.reference(2)) * record.positive(3);
     const Transform position = readAxisPlacement(context_, record.optionalReference(1));
@@ -287,7 +287,7 @@ int rankOf(const Record& representation) {
 void readShape(IfcContext& context, const Instance& productShape, const Transform& toWorld, Product& product) {
     const Record shape(context, productShape);
     if (shape.entity() != Entity::ProductDefinitionShape)
-        shape.fault("stands where an IFCPRODUCTDEFINITIONSHAPE is expected");
+        shape.fail("stands where an IFCPRODUCTDEFINITIONSHAPE is expected");
     std::vector<std::pair<int, const Instance*>> representations;
     for (const Instance* instance : shape.references(2))
         representations.emplace_back(rankOf(Record(context, *instance)), instance);

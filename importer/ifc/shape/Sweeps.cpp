@@ -100,7 +100,7 @@ Polyhedron extrude(IfcContext& context, const Record& record) {
             move(regions[i].holes[hole], end[i].holes[hole]);
     }
     if (!fits)
-        record.fault("its two profiles do not have the same number of corners");
+        record.fail("its two profiles do not have the same number of corners");
     return body;
 }
 
@@ -117,7 +117,7 @@ Polyhedron revolve(IfcContext& context, const Record& record) {
     const Transform axis = readAxisPlacement(context, record.reference(2));
     const double angle = record.number(3) * context.angleUnit;
     if (!(std::fabs(angle) > 0.0) || !(std::fabs(angle) <= 2.0 * pi * (1.0 + 1e-6)))
-        record.fault("its angle is not between nothing and a whole turn");
+        record.fail("its angle is not between nothing and a whole turn");
     const bool closed = std::fabs(angle) > 2.0 * pi * (1.0 - 1e-9);
     const int segments = segmentsOf(angle);
     const int count = segments + (closed ? 0 : 1);
@@ -136,13 +136,13 @@ Polyhedron sweepDisk(IfcContext& context, const Record& record) {
     if (closed)
         line.pop_back();
     if (line.size() < 2)
-        record.fault("its line has fewer than two points");
+        record.fail("its line has fewer than two points");
     if (record.given(3) || record.given(4))
         context.note(record.instance(), "its start and end parameters are not supported; the whole line is taken");
     const double outer = record.positive(1);
     const double inner = record.radius(2);
     if (!(inner < outer))
-        record.fault("its inner radius is not less than its radius");
+        record.fail("its inner radius is not less than its radius");
     const std::size_t count = line.size();
     const auto leg = [&](std::size_t i) { return unitVector(line[(i + 1) % count] - line[i % count], record.instance()); };
     const auto isEnd = [&](std::size_t i) { return !closed && (i == 0 || i + 1 == count); };
@@ -165,7 +165,7 @@ Polyhedron sweepDisk(IfcContext& context, const Record& record) {
             const Vector3 along = leg(i == 0 ? 0 : i - 1);
             const double cosine = dot(along, normal);
             if (!(std::fabs(cosine) > 1e-3))
-                record.fault("its line turns back on itself");
+                record.fail("its line turns back on itself");
             for (Vector3& point : ring) {
                 point = point + along * (dot(line[i] - point, normal) / cosine);
                 body.points.push_back(point);
