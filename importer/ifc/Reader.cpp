@@ -8,7 +8,6 @@
 #include "importer/ifc/Placement.h"
 #include "importer/ifc/Textures.h"
 #include "importer/ifc/Units.h"
-#include "importer/ifc/property/CommonSets.h"
 #include "importer/ifc/property/Properties.h"
 #include "importer/ifc/property/Relations.h"
 #include "importer/ifc/shape/Shape.h"
@@ -114,10 +113,7 @@ void ModelReader::readSets() {
         reader.read(*instance, read);
         tellNotes(propertyContext_, "IFCPROPERTYSET #" + std::to_string(instance->number));
         setNames_.push_back(numbers.try_emplace(read.name, static_cast<std::uint32_t>(numbers.size())).first->second);
-        if (isCommonSet(read.set))
-            sink_.propertySet(withTemplate(read.set));
-        else
-            sink_.propertySet(std::move(read.set));
+        sink_.propertySet(std::move(read.set));
         step();
     }
     for (const Problem& remark : reader.remarks())

@@ -148,7 +148,7 @@ TEST(Mutations, TheWholeModelIsSound) {
     EXPECT_EQ(taken.products[0].vertices.size(), taken.products[1].vertices.size());
     EXPECT_EQ(taken.products[1].name, VELMOR_WIDE("it's /* no comment */ ;"));
     ASSERT_EQ(taken.sets.size(), 2u);
-    EXPECT_EQ(taken.sets[0].properties.getCount(), 7u);
+    EXPECT_EQ(taken.sets[0].properties.getCount(), 4u);
     EXPECT_EQ(taken.sets[1].properties.getCount(), 2u);
     EXPECT_EQ(taken.products[0].propertySets, (std::vector<std::uint32_t>{0, 1}));
     EXPECT_EQ(taken.products[1].propertySets, (std::vector<std::uint32_t>{0, 1}));

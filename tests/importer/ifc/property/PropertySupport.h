@@ -8,7 +8,6 @@
 
 #include <charconv>
 #include <string>
-#include <vector>
 
 namespace velmor_tests {
 
@@ -73,13 +72,6 @@ inline std::string shown(const Velmor::IFC2X3Property& property) {
 
 inline std::string shown(const Velmor::IFC2X3_PSet_Custom_s& set) {
     return utf8(set.name) + ": " + shown(set.properties);
-}
-
-inline std::vector<std::string> names(const Velmor::IFC2X3_PSet_Custom_s& set) {
-    std::vector<std::string> result;
-    for (unsigned i = 0; i < set.properties.getCount(); ++i)
-        result.push_back(utf8(set.properties.getProperty(i).getName()));
-    return result;
 }
 
 /// #100: a set of the properties given.
