@@ -13,6 +13,7 @@
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
 struct CommonSet {

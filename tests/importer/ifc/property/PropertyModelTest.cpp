@@ -1,16 +1,13 @@
-// Properties of real models, compared with an independent scan of their text. The models are in the folder that the
-// environment variable VELMOR_MODELS names. Without it these tests compare nothing; TheFolderIsReadOrNotNamed reports it.
+// Properties of real models, compared with an independent scan of their text.
 
+#include "importer/ifc/RealModels.h"
 #include "importer/ifc/property/PropertySupport.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
-#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -18,6 +15,7 @@
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -165,8 +163,7 @@ double radiansOf(const std::map<std::string, Line>& lines) {
 /// A real model: what the reader returns and what a scan of its text finds.
 struct ScannedModel {
     explicit ScannedModel(const fs::path& path) : name(path.filename().string()) {
-        std::ifstream in(path, std::ios::binary);
-        const std::string text(std::istreambuf_iterator<char>(in), {});
+        const std::string text = readFile(path);
         lines = scan(text);
         taken = readText(text);
         for (const auto& [number, line] : lines) {
@@ -180,19 +177,6 @@ struct ScannedModel {
     std::map<std::string, std::string> globalIds; ///< Of the property sets, by "#12".
     Taken taken;
 };
-
-/// The models of the folder that VELMOR_MODELS names.
-std::vector<fs::path> models() {
-    std::vector<fs::path> result;
-    const char* folder = std::getenv("VELMOR_MODELS");
-    if (!folder || !*folder)
-        return result;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        if (entry.path().extension() == ".ifc")
-            result.push_back(entry.path());
-    }
-    return result;
-}
 
 /// The properties of a set by the text, in its order. Only single values: the models have no properties of other kinds.
 std::vector<std::string> expectedProperties(const std::map<std::string, Line>& lines, const Line& set, double radians) {
@@ -213,7 +197,7 @@ std::vector<std::string> propertiesOf(const Velmor::IFC2X3_PSet_Custom_s& set) {
 }
 
 TEST(ModelProperties, SetsEqualThoseOfTheText) {
-    for (const fs::path& path : models()) {
+    for (const fs::path& path : realModels()) {
         const ScannedModel model(path);
         SCOPED_TRACE(model.name);
         const double radians = radiansOf(model.lines);
@@ -258,7 +242,7 @@ SetsOfObjects relatedSets(const ScannedModel& model, const std::string& relation
 }
 
 TEST(ModelProperties, ProductsHaveTheSetsThatTheTextRelatesToThem) {
-    for (const fs::path& path : models()) {
+    for (const fs::path& path : realModels()) {
         const ScannedModel model(path);
         SetsOfObjects own = relatedSets(model, "IFCRELDEFINESBYPROPERTIES");
         SetsOfObjects ofType = relatedSets(model, "IFCRELDEFINESBYTYPE");
@@ -287,12 +271,10 @@ TEST(ModelProperties, ProductsHaveTheSetsThatTheTextRelatesToThem) {
 }
 
 TEST(ModelProperties, GeoreferenceOfAKnownModelArrives) {
-    const char* folder = std::getenv("VELMOR_MODELS");
-    const fs::path path = fs::path(folder ? folder : "") / "geographic-referencing-utm.ifc";
-    if (!folder || !fs::exists(path))
+    const fs::path path = realModel("geographic-referencing-utm.ifc");
+    if (path.empty())
         return;
-    std::ifstream in(path, std::ios::binary);
-    const Taken taken = readText(std::string(std::istreambuf_iterator<char>(in), {}));
+    const Taken taken = readText(readFile(path));
     ASSERT_EQ(taken.georeferences.size(), 1u);
     const Velmor::IFC4_MapConversion& conversion = taken.georeferences[0];
     EXPECT_EQ(conversion.getSourceOrigin().x, 0.0);

@@ -267,7 +267,7 @@ TEST(Faces, WhatIsNoFaceIsTold) {
         {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,2,0)),$);" + cubeList, "'0' names a point"},
         {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,2,99999999999999999999)),$);" + cubeList, "names a point"},
         {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,(1,2,3),$);" + cubeList, "a face is not a list of indices"},
-        {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.);" + cubeList, "argument 4 of 3 is not as expected: a list"},
+        {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.);" + cubeList, "argument 4 is missing; expected a list"},
         {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((3,2,1)),(1,2));" + cubeList, "'3' names a point"},
         {"#20=IFCPOLYGONALFACESET(#30,.T.,(#8),$);" + cubeList, "stands where an IFCINDEXEDPOLYGONALFACE is expected"},
     };

@@ -188,11 +188,11 @@ TEST(Profiles, ARoundingThatDoesNotFitLeavesASharpCornerAndIsTold) {
 
 TEST(Profiles, DimensionsThatMakeNoProfileAreTold) {
     const std::pair<const char*, const char*> cases[] = {
-        {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,0.,4.)", "argument 4 of 5 is not as expected: a positive number"},
+        {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,0.,4.)", "argument 4 is invalid; expected a positive number"},
         {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,-3.,4.)", "a positive number"},
         {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,1E400,4.)", "a number"},
         {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,'3',4.)", "a number"},
-        {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,3.)", "argument 5 of 4 is not as expected"},
+        {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,3.)", "argument 5 is missing"},
         {"IFCRECTANGLEHOLLOWPROFILEDEF(.AREA.,$,$,10.,6.,3.,$,$)", "contradict each other"},
         {"IFCCIRCLEHOLLOWPROFILEDEF(.AREA.,$,$,2.,2.)", "contradict each other"},
         {"IFCISHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,2.,$,$,$)", "contradict each other"},

@@ -59,7 +59,7 @@ TEST(MappedItems, TheMapHasAnOriginOfItsOwn) {
 TEST(MappedItems, WhatIsNoMapIsTold) {
     const std::pair<const char*, const char*> cases[] = {
         {"#20=IFCMAPPEDITEM(#9,#50);", "stands where an IFCREPRESENTATIONMAP is expected"},
-        {"#20=IFCMAPPEDITEM(#40,#9);", "stands where a transformation operator is expected"},
+        {"#20=IFCMAPPEDITEM(#40,#9);", "is used where a transformation operator is expected"},
         {"#20=IFCMAPPEDITEM(#40,#50);#50=IFCCARTESIANTRANSFORMATIONOPERATOR3D($,$,#8,0.,$);", "a positive number"},
         {"#20=IFCMAPPEDITEM(#40,#50);#50=IFCCARTESIANTRANSFORMATIONOPERATOR3D(#7,$,#8,1.,#7);", "its axes are parallel"},
         {"#20=IFCMAPPEDITEM(#40,#50);#50=IFCCARTESIANTRANSFORMATIONOPERATOR3D($,$,$,1.,$);", "a reference to an instance"},
@@ -129,7 +129,7 @@ TEST(Items, OneThatCannotBeReadIsToldAndTheOthersCount) {
     EXPECT_EQ(taken.problems[0].reason, "IFCSECTIONEDSPINE: this kind of item is not supported (in IFCBEAM #10)");
     EXPECT_EQ(taken.problems[1].reason,
               "IFCSHAPEREPRESENTATION: refers to #99, which the file does not have (in IFCBEAM #10)");
-    EXPECT_EQ(taken.problems[2].reason, "IFCSHAPEREPRESENTATION: '$' is no reference to an instance (in IFCBEAM #10)");
+    EXPECT_EQ(taken.problems[2].reason, "IFCSHAPEREPRESENTATION: '$' is not a reference to an instance (in IFCBEAM #10)");
 }
 
 TEST(Items, SetsSurfacesAndBoxesGiveVertices) {
@@ -196,7 +196,7 @@ TEST(Representations, WhatIsNoRepresentationIsTold) {
     const std::pair<const char*, const char*> cases[] = {
         {"#10=IFCBEAM('1234567890123456789012',$,$,$,$,$,#8,$,$);", "stands where an IFCPRODUCTDEFINITIONSHAPE is expected"},
         {"#10=IFCBEAM('1234567890123456789012',$,$,$,$,$,#99,$,$);", "refers to #99"},
-        {"#10=IFCBEAM('1234567890123456789012',$,$,$,$,$,'x',$,$);", "argument 7 of 9 is not as expected: a reference"},
+        {"#10=IFCBEAM('1234567890123456789012',$,$,$,$,$,'x',$,$);", "argument 7 is invalid; expected a reference"},
         {"#10=IFCBEAM('1234567890123456789012',$,$,$,$,$,#11,$,$);#11=IFCPRODUCTDEFINITIONSHAPE($,$,(#99));",
          "refers to #99"},
         {"#10=IFCBEAM('1234567890123456789012',$,$,$,$,$,#11,$,$);#11=IFCPRODUCTDEFINITIONSHAPE($,$,$);", "a list"},

@@ -114,7 +114,7 @@ TEST(Sweeps, WhatCannotBeSweptIsTold) {
         {"#20=IFCEXTRUDEDAREASOLID(#30,$,#7,$);", "a number"},
         {"#20=IFCEXTRUDEDAREASOLID(#30,$,$,1.);", "a reference to an instance"},
         {"#20=IFCEXTRUDEDAREASOLID($,$,#7,1.);", "a reference to an instance"},
-        {"#20=IFCEXTRUDEDAREASOLID(#30,$,#8,1.);", "stands where an IFCDIRECTION is expected"},
+        {"#20=IFCEXTRUDEDAREASOLID(#30,$,#8,1.);", "is used where an IFCDIRECTION is expected"},
         {"#20=IFCEXTRUDEDAREASOLID(#30,$,#21,1.);#21=IFCDIRECTION((0.,0.,0.));", "has no direction"},
         {"#20=IFCEXTRUDEDAREASOLID(#30,#8,#7,1.);", "this kind of placement is not supported"},
         {"#20=IFCEXTRUDEDAREASOLID(#30,#21,#7,1.);#21=IFCAXIS2PLACEMENT3D(#8,#7,#7);", "its axes are parallel"},
