@@ -174,7 +174,7 @@ TEST_F(Folder, TellsAPipeAndADeviceAsFailures) {
     fs::create_symlink("a.ifc", models / "c.ifc");
     addModel("d.ifc");
     fs::create_symlink("d.ifc", models / "e.ifc"); // leads to a file
-    const std::string reason = ": is no regular file; expected a STEP file (ISO 10303-21)\n";
+    const std::string reason = ": not a regular file; expected a STEP file (ISO 10303-21)\n";
     const auto all = run({models.string()});
     EXPECT_EQ(all.exitCode, 1);
     EXPECT_EQ(reports(all.output), (std::vector<std::string>{"d.ifc: IFC4, 30 objects", "e.ifc: IFC4, 30 objects"}));

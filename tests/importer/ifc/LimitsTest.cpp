@@ -147,7 +147,7 @@ TEST(Limits, ReportsAThousandDamagedInstancesAndCountsTheRest) {
     for (const std::string& data : {damage, again}) {
         const step::File file = fileOf(stepFile(data));
         ASSERT_EQ(file.problems().size(), 1001u);
-        EXPECT_EQ(file.problems().back().reason, "and 500 more damaged instances, from this line on");
+        EXPECT_EQ(file.problems().back().reason, "and 500 more damaged instances from this line on");
         EXPECT_EQ(file.problems().back().line, file.problems()[999].line + 1);
         EXPECT_EQ(file.problems().back().instance, 0u);
     }
