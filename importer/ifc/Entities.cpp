@@ -352,10 +352,9 @@ constexpr NamedEntity entities[] = {
 };
 
 constexpr bool isSorted() {
-    for (std::size_t i = 1; i < std::size(entities); ++i) {
+    for (std::size_t i = 1; i < std::size(entities); ++i)
         if (!(entities[i - 1].name < entities[i].name))
             return false;
-    }
     return true;
 }
 

@@ -46,10 +46,9 @@ IFC4_MapConversion readConversion(IfcContext& context, const Instance& instance)
     using namespace IfcMapConversionScaled;
     const Record record(context, instance);
     const IFC4_MapConversion defaults;
-    for (const std::size_t factor : {FactorX, FactorY, FactorZ}) {
+    for (const std::size_t factor : {FactorX, FactorY, FactorZ})
         if (record.number(factor, 1.0) != 1.0)
             context.note(instance, "its factors for single axes are not imported");
-    }
     return IFC4_MapConversion(
         readSourceOrigin(context, record.reference(SourceCRS)), record.number(Eastings, defaults.getEastings()),
         record.number(Northings, defaults.getNorthings()), record.number(OrthogonalHeight, defaults.getOrthogonalHeight()),
@@ -61,12 +60,11 @@ IFC4_MapConversion readConversion(IfcContext& context, const Instance& instance)
 
 std::optional<IFC4_MapConversion> readGeoreference(IfcContext& context) {
     std::optional<IFC4_MapConversion> georeference;
-    for (const Instance* instance : instancesOf(context.file, {Entity::MapConversion, Entity::MapConversionScaled})) {
+    for (const Instance* instance : instancesOf(context.file, {Entity::MapConversion, Entity::MapConversionScaled}))
         if (georeference)
             context.note(*instance, "is a further map conversion and is ignored; the first valid one is used");
         else
             context.attemptPart([&] { georeference = readConversion(context, *instance); });
-    }
     return georeference;
 }
 

@@ -203,12 +203,11 @@ template <typename Take>
 void Record::forEachReference(ValueReader list, Take take) const {
     std::uint64_t invalid = 0;
     Value first;
-    for (Value value; list.next(value);) {
+    for (Value value; list.next(value);)
         if (const Instance* instance = find(value))
             take(*instance);
         else if (invalid++ == 0)
             first = value;
-    }
     if (invalid != 0)
         noteInvalidReferences(first, invalid);
 }

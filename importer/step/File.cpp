@@ -131,10 +131,9 @@ File File::open(const Velmor::WideString& path, const Application& application) 
 
 std::vector<const Instance*> File::instancesOf(std::span<const EntityCode> entities) const {
     std::vector<const Instance*> result;
-    for (const Instance& instance : instances_) {
+    for (const Instance& instance : instances_)
         if (std::find(entities.begin(), entities.end(), instance.entity) != entities.end())
             result.push_back(&instance);
-    }
     std::sort(result.begin(), result.end(), [](const Instance* a, const Instance* b) { return a->offset < b->offset; });
     return result;
 }

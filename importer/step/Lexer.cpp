@@ -143,14 +143,13 @@ bool ValueReader::next(Value& value) {
 }
 
 const char* skipBlanks(const char* position, const char* end) {
-    while (position != end) {
+    while (position != end)
         if (isBlank(*position))
             ++position;
         else if (beginsComment(position, end))
             position = skipComment(position, end);
         else
             break;
-    }
     return position;
 }
 
@@ -256,10 +255,9 @@ std::string_view contentOf(const Value& value) {
 
 std::string capitals(std::string_view name) {
     std::string result(name);
-    for (char& c : result) {
+    for (char& c : result)
         if (c >= 'a' && c <= 'z')
             c = static_cast<char>(c - 'a' + 'A');
-    }
     return result;
 }
 

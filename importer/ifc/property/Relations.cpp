@@ -134,10 +134,9 @@ std::vector<std::uint32_t> PropertyRelations::setsOf(std::size_t product, const 
     std::vector<std::uint32_t> ownNames(own.size());
     std::transform(own.begin(), own.end(), ownNames.begin(), [&names](std::uint32_t set) { return names[set]; });
     std::sort(ownNames.begin(), ownNames.end());
-    for (const std::uint32_t set : ofTypes) {
+    for (const std::uint32_t set : ofTypes)
         if (!std::binary_search(ownNames.begin(), ownNames.end(), names[set]))
             own.push_back(set);
-    }
     return own;
 }
 

@@ -21,10 +21,9 @@ inline std::vector<std::filesystem::path> realModels() {
     const char* folder = std::getenv("VELMOR_MODELS");
     if (!folder || !*folder)
         return result;
-    for (const std::filesystem::directory_entry& entry : std::filesystem::directory_iterator(folder)) {
+    for (const std::filesystem::directory_entry& entry : std::filesystem::directory_iterator(folder))
         if (entry.path().extension() == ".ifc")
             result.push_back(entry.path());
-    }
     std::sort(result.begin(), result.end());
     EXPECT_FALSE(result.empty()) << "no *.ifc in " << folder;
     return result;
@@ -32,10 +31,9 @@ inline std::vector<std::filesystem::path> realModels() {
 
 /// The path of a model by its file name; empty if the folder does not contain it.
 inline std::filesystem::path realModel(const std::string& name) {
-    for (const std::filesystem::path& path : realModels()) {
+    for (const std::filesystem::path& path : realModels())
         if (path.filename() == name)
             return path;
-    }
     return {};
 }
 

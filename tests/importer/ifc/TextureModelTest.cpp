@@ -59,12 +59,11 @@ TEST(Models, TexturesAreThoseOfTheirText) {
         std::map<std::uint64_t, std::string> missing;  // the name of the file
         for (const auto& [number, digits] : lastArguments(text, "IFCBLOBTEXTURE", '"'))
             expected[number] = "\"" + digits + "\"";
-        for (const auto& [number, name] : lastArguments(text, "IFCIMAGETEXTURE", '\'')) {
+        for (const auto& [number, name] : lastArguments(text, "IFCIMAGETEXTURE", '\''))
             if (fs::exists(path.parent_path() / name))
                 expected[number] = binaryOf(readFile(path.parent_path() / name));
             else
                 missing[number] = "'" + name + "'";
-        }
         ASSERT_EQ(taken.textures.size(), expected.size());
         for (const Texture& texture : taken.textures) {
             ASSERT_EQ(expected.count(texture.instance), 1u);

@@ -166,10 +166,9 @@ struct ScannedModel {
         const std::string text = readFile(path);
         lines = scan(text);
         taken = readText(text);
-        for (const auto& [number, line] : lines) {
+        for (const auto& [number, line] : lines)
             if (line.entity == "IFCPROPERTYSET")
                 globalIds[number] = decoded(line.arguments.at(0));
-        }
     }
 
     std::string name;
@@ -232,10 +231,9 @@ SetsOfObjects relatedSets(const ScannedModel& model, const std::string& relation
         const bool byType = relation == "IFCRELDEFINESBYTYPE";
         const std::string list = byType ? inner(model.lines.at(definition).arguments.at(5)) : definition;
         for (const std::string& object : split(inner(line.arguments.at(4)))) {
-            for (const std::string& set : split(list)) {
+            for (const std::string& set : split(list))
                 if (model.globalIds.count(set) != 0)
                     result[object].insert(set);
-            }
         }
     }
     return result;
@@ -255,10 +253,9 @@ TEST(ModelProperties, ProductsHaveTheSetsThatTheTextRelatesToThem) {
                 expectedSets.insert(model.globalIds.at(set));
                 ownNames.insert(model.lines.at(set).arguments.at(2));
             }
-            for (const std::string& set : ofType[number]) {
+            for (const std::string& set : ofType[number])
                 if (ownNames.count(model.lines.at(set).arguments.at(2)) == 0)
                     expectedSets.insert(model.globalIds.at(set));
-            }
             std::set<std::string> readSets;
             for (const std::uint32_t set : product.propertySets)
                 readSets.insert(std::string(model.taken.sets.at(set).globalId, 22));
