@@ -1,6 +1,5 @@
 #include "importer/child/Fingerprint.h"
 
-#include "importer/exchange/Streams.h"
 #include "importer/exchange/Text.h"
 
 #include <algorithm>

@@ -4,7 +4,7 @@
 
 #include <Velmor/Velmor.h>
 
-#include "importer/exchange/Streams.h"
+#include "importer/exchange/ObjectRecords.h"
 #include "importer/ifc/Model.h"
 
 namespace importer::child {

@@ -1,3 +1,4 @@
+#include "importer/exchange/InfoRecords.h"
 #include "importer/exchange/Progress.h"
 #include "importer/exchange/PropertyRecords.h"
 #include "importer/exchange/SolidRecords.h"

@@ -4,6 +4,7 @@
 
 #include <Velmor/Velmor.h>
 
+#include "importer/exchange/ProblemRecords.h"
 #include "importer/host/Comparison.h"
 #include "importer/host/Model.h"
 

@@ -35,7 +35,7 @@ void merge(const Named<Thing>& before, const Named<Thing>& now, const OnlyOne& o
 // The properties from one index up to another, without what is within them.
 Named<const EncodedProperty*> namedProperties(const EncodedSet& set, std::size_t begin, std::size_t end) {
     Named<const EncodedProperty*> list;
-    for (auto i = begin; i < end; i = set.properties[i].behind)
+    for (auto i = begin; i < end; i = set.properties[i].next)
         list.emplace_back(set.properties[i].name, &set.properties[i]);
     sortByName(list);
     return list;
@@ -78,7 +78,7 @@ private:
         if (before.isComplex != now.isComplex || before.valueType != now.valueType || before.value != now.value)
             tell(Kind::Changed, &before, &now);
         if (before.isComplex && now.isComplex)
-            compare(indexBehind(before_, before), before.behind, indexBehind(now_, now), now.behind);
+            compare(indexBehind(before_, before), before.next, indexBehind(now_, now), now.next);
     }
 
     static std::size_t indexBehind(const EncodedSet& set, const EncodedProperty& property) {

@@ -2,6 +2,7 @@
 
 // The state folder: what the host keeps of an import until the next one.
 
+#include "importer/exchange/StateRecords.h"
 #include "importer/host/Model.h"
 
 #include <filesystem>

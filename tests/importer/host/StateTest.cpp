@@ -131,7 +131,7 @@ TEST(State, CutOffAnywhereOrContinuedIsRefused) {
     writeFile(state.file(), whole + '\0');
     EXPECT_NE(readingError(state), "");
     writeFile(state.file(), whole + whole);
-    EXPECT_TRUE(contains(readingError(state), "expected the end of the file behind 6 records"));
+    EXPECT_TRUE(contains(readingError(state), "expected the end of the file after 6 records, found more"));
     writeFile(state.file(), "not a state at all");
     EXPECT_TRUE(contains(readingError(state), "byte 0: expected"));
 }
