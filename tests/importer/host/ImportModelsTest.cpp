@@ -336,11 +336,11 @@ TEST_P(EachModel, ExportsItsClosedSolids) {
         EXPECT_EQ(files.size(), known->second);
     }
     EXPECT_THAT(run.output, HasSubstr(": solids " + std::to_string(files.size()) + ", textures "));
-    // Who has no file although it is a solid must be named for it: "... its solid is not handed over (in IFCWALL #12)".
+    // Who has no file although it is a solid must be named for it: "... its solid is not exported (in IFCWALL #12)".
     std::set<std::string> notHandedOver;
     std::istringstream lines(run.output);
     for (std::string line; std::getline(lines, line);) {
-        if (line.find("; its solid is not handed over (in ") != std::string::npos) {
+        if (line.find("; its solid is not exported (in ") != std::string::npos) {
             const auto number = line.substr(line.rfind('#') + 1);
             notHandedOver.insert(number.substr(0, number.find(')')));
         }

@@ -123,7 +123,7 @@ TEST(Curves, InvalidCurvesAreReported) {
         {"#20=IFCPOLYLINE((#30));#30=IFCCARTESIANPOINT((1.,2.,3.,4.));", "expected two or three"},
         {"#20=IFCPOLYLINE((#30));#30=IFCCARTESIANPOINT((1.,NAN));", "expected two or three"},
         {"#20=IFCPOLYLINE((#30));#30=IFCCARTESIANPOINT((1.,1E400));", "expected two or three"},
-        {"#20=IFCPOLYLINE((#30));#30=IFCCARTESIANPOINT((1.,1E13));", "farther than 1000000000000 m away"},
+        {"#20=IFCPOLYLINE((#30));#30=IFCCARTESIANPOINT((1.,1E13));", "has points more than 1000000000000 m from the origin"},
         {"#20=IFCTRIMMEDCURVE(#9,(#8),(#8),.T.,.CARTESIAN.);", "this kind of basis curve is not supported"},
         {"#20=IFCTRIMMEDCURVE(#30,(),(#8),.T.,.CARTESIAN.);#30=IFCCIRCLE(#9,1.);", "neither a point nor a parameter"},
         {"#20=IFCTRIMMEDCURVE(#30,(#8),(#8),.X.,.CARTESIAN.);#30=IFCCIRCLE(#9,1.);", ".T. or .F."},
