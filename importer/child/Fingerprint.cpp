@@ -1,12 +1,12 @@
 #include "importer/child/Fingerprint.h"
 
-#include "importer/exchange/Streams.h"
 #include "importer/exchange/Text.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace importer::child {
+
 namespace {
 
 using Velmor::ExternalGUID;
@@ -14,6 +14,12 @@ using Velmor::ExternalVersion;
 
 constexpr std::size_t globalIdLength = 22;
 constexpr char globalIdCharacters[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_$";
+constexpr std::size_t maxGlobalIdInMessage = 40; // bytes
+
+// The numbers of a spatial hash.
+constexpr std::size_t centerCount = 3;
+constexpr std::size_t octantCount = 8;
+constexpr std::size_t hashCount = centerCount + octantCount;
 
 bool isFinite(double value) {
     return std::isfinite(value);
@@ -22,7 +28,7 @@ bool isFinite(double value) {
 } // namespace
 
 Fingerprint fingerprint(Product& product) {
-    auto& xyz = product.vertices;
+    std::vector<double>& xyz = product.vertices;
     Fingerprint result{noIdentity(), ExternalVersion(), true};
     if (product.shape == Shape::None || xyz.size() < 3)
         return result;
@@ -33,12 +39,12 @@ Fingerprint fingerprint(Product& product) {
         high[i % 3] = std::max(high[i % 3], xyz[i]);
     }
     xyz.insert(xyz.end(), {xyz[0], xyz[1], xyz[2]});
-    const auto hash = ExternalGUID::spatialHashFromVertexes(static_cast<unsigned>(xyz.size() / 3), xyz.data());
+    const ExternalGUID hash = ExternalGUID::spatialHashFromVertexes(static_cast<unsigned>(xyz.size() / 3), xyz.data());
 
     const double* const numbers = hash.getSpatialHash();
-    double distances[8];
-    std::copy_n(numbers + 3, 8, distances);
-    if (!std::all_of(numbers, numbers + 11, isFinite) || !std::all_of(xyz.begin(), xyz.end(), isFinite)) {
+    double distances[octantCount];
+    std::copy_n(numbers + centerCount, octantCount, distances);
+    if (!std::all_of(numbers, numbers + hashCount, isFinite) || !std::all_of(xyz.begin(), xyz.end(), isFinite)) {
         result.finite = false;
         return result;
     }
@@ -46,7 +52,7 @@ Fingerprint fingerprint(Product& product) {
     const double box[3] = {high[0] - low[0], high[1] - low[1], high[2] - low[2]};
     const bool hasVolume = product.shape == Shape::Solid && isFinite(product.volume) &&
                            std::all_of(product.centroid, product.centroid + 3, isFinite);
-    if (std::all_of(distances, distances + 8, [](double d) { return d == 0.0; }))
+    if (std::all_of(distances, distances + octantCount, [](double d) { return d == 0.0; }))
         result.version = Velmor::createFromBoundingBox(box[0], box[1], box[2]);
     else if (hasVolume)
         result.version = Velmor::createFromSolid(box[0], box[1], box[2], distances, product.volume, product.centroid);
@@ -62,14 +68,14 @@ ExternalGUID GlobalIds::identify(const Product& product, std::string& reason) {
         return noIdentity();
     }
     if (id.size() != globalIdLength || id.find_first_not_of(globalIdCharacters) != std::string::npos) {
-        reason = std::string("'").append(shortened(id, 40)) + "' is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)";
+        reason = "'" + shortened(id, maxGlobalIdInMessage) + "' is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)";
         return noIdentity();
     }
-    const auto identity = ExternalGUID::fromIFCGlobalID(id.c_str());
+    const ExternalGUID identity = ExternalGUID::fromIFCGlobalID(id.c_str());
     const auto known = seen_.findGUID(identity);
     if (known != Velmor::NoRuntimeID) {
-        reason = "its GlobalId '" + id + "' was given to #" +
-                 std::to_string(instances_[Velmor::FirstKeyedRuntimeID - known]) + " before";
+        reason = "its GlobalId '" + id + "' is already used by #" +
+                 std::to_string(instances_[Velmor::FirstKeyedRuntimeID - known]);
         return noIdentity();
     }
     seen_.insertGUID(identity);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -11,14 +12,23 @@
     #include <unistd.h>
 #endif
 
+// Importer and host share the file position of an inherited handle, and a FileStream can neither report the position nor
+// read at another one. Therefore the importer only appends, each record has the same size, and each record is complete in
+// itself: the thousandths done so far. The host rewinds, reads to the end and takes the largest value.
+//
+// If the importer writes between the rewinding and the reading, its record overwrites an older and smaller one. The position
+// is still on a record boundary, and after the reading it is at the end again. So no record is torn, and the largest value
+// is always in the file.
+
 namespace importer::exchange {
+
 namespace {
 
-constexpr unsigned all = 1000;
+constexpr unsigned complete = 1000; // per mille
 constexpr std::size_t recordSize = 4;
 constexpr int barWidth = 50;
 
-bool standardErrorIsTerminal() {
+bool isTerminal() {
 #if defined(_WIN32)
     return _isatty(2) != 0;
 #else
@@ -29,11 +39,11 @@ bool standardErrorIsTerminal() {
 } // namespace
 
 void ProgressWriter::report(double done) {
-    // A NaN fails the comparison and is not told.
-    const unsigned perMille = done > 0.0 ? static_cast<unsigned>(std::min(done, 1.0) * all) : 0u;
-    if (perMille <= told_)
+    // A NaN fails the comparison and counts as 0.
+    const unsigned perMille = done > 0.0 ? static_cast<unsigned>(std::min(done, 1.0) * complete) : 0u;
+    if (perMille <= reported_)
         return;
-    told_ = perMille;
+    reported_ = perMille;
     const char record[recordSize] = {static_cast<char>(perMille & 0xFF), static_cast<char>(perMille >> 8), 0, 0};
     stream_.write(sizeof record, record);
 }
@@ -41,18 +51,18 @@ void ProgressWriter::report(double done) {
 unsigned ProgressReader::perMille() {
     std::vector<char> records;
     stream_.seekToBegin();
-    stream_.read((all + 1) * recordSize, records);
+    stream_.read((complete + 1) * recordSize, records);
     for (std::size_t i = 0; i + recordSize <= records.size(); i += recordSize) {
         std::uint32_t value = 0;
         for (std::size_t k = recordSize; k-- > 0;)
             value = value << 8 | static_cast<unsigned char>(records[i + k]);
-        if (value <= all)
+        if (value <= complete)
             largest_ = std::max(largest_, static_cast<unsigned>(value));
     }
     return largest_;
 }
 
-ProgressBar::ProgressBar() : isTerminal_(standardErrorIsTerminal()) {}
+ProgressBar::ProgressBar() : isTerminal_(isTerminal()) {}
 
 ProgressBar::~ProgressBar() {
     if (shown_ >= 0) {

@@ -1,41 +1,33 @@
 #pragma once
 
-// How far the importer is, across the progress stream.
-//
-// Child and parent share one file position of an inherited handle, and a stream can neither tell nor read past it. So the
-// child only appends, small records of one size, and each of them tells all: per mille of the work. The parent rewinds,
-// reads to the end, and takes the largest. If the child writes between the rewinding and the reading, its record lands on an
-// older, smaller one; the position is then still between two records, and after the reading it is at the end again. So no
-// record is torn and the largest is always in the file, for the next look if not for this one.
+// The progress stream: how much of the work the importer has done.
 
-#include <Velmor/Velmor.h>
-
-#include <cstdio>
+#include <Velmor/Platform.h>
 
 namespace importer::exchange {
 
-/// The child's side.
+/// Reports progress; used by the importer.
 class ProgressWriter {
 public:
-    /// @param stream not owned, outlives the writer.
+    /// @param stream not owned; must outlive the writer.
     explicit ProgressWriter(Velmor::FileStream& stream) : stream_(stream) {}
 
-    /// Tells which part of the work is done, 0 to 1. What is not at least a thousandth more than before is not told, so that
-    /// the stream stays below 4 KB. A stream that cannot be written is no reason to fail.
+    /// Reports the completed part of the work, 0 to 1. Growth of less than a thousandth is not written, so the stream stays
+    /// below 4 KB. A stream that cannot be written is ignored: progress is not part of the result.
     void report(double done);
 
 private:
     Velmor::FileStream& stream_;
-    unsigned told_ = 0;
+    unsigned reported_ = 0; // per mille
 };
 
-/// The parent's side.
+/// Reads progress; used by the host.
 class ProgressReader {
 public:
-    /// @param stream not owned, outlives the reader.
+    /// @param stream not owned; must outlive the reader.
     explicit ProgressReader(Velmor::FileStream& stream) : stream_(stream) {}
 
-    /// The part of the work that is done, in thousandths; never less than before.
+    /// The completed part of the work in thousandths; never less than before.
     unsigned perMille();
 
 private:
@@ -43,23 +35,23 @@ private:
     unsigned largest_ = 0;
 };
 
-/// A bar on standard error, when that is a terminal; nothing otherwise.
+/// A progress bar on standard error. Draws nothing unless standard error is a terminal.
 class ProgressBar {
 public:
     ProgressBar();
 
-    /// Removes the bar.
+    /// Erases the bar.
     ~ProgressBar();
 
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    /// Draws the bar anew when it has grown.
+    /// Redraws the bar if it has grown by a percent.
     void show(unsigned perMille);
 
 private:
     bool isTerminal_;
-    int shown_ = -1;
+    int shown_ = -1; // percent; -1 before the first drawing
 };
 
 } // namespace importer::exchange

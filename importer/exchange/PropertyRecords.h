@@ -1,7 +1,7 @@
 #pragma once
 
-// What goes through the attributes stream: the property sets of a model, each once, and which object has which of them.
-// docs/formats.md draws the records.
+// The attributes stream: the property sets of a model, each once, and which object has which sets. docs/formats.md specifies
+// the bytes.
 
 #include <Velmor/IFCPropertySets.h>
 
@@ -15,68 +15,69 @@
 
 namespace importer::exchange {
 
-/// How many complex properties may lie within each other; the properties of the innermost one are the last ones.
+/// Maximum number of complex properties within each other.
 inline constexpr unsigned deepestNesting = 64;
 
-/// One property of an encoded set. The views are parts of the set's bytes.
+/// One property of an encoded set. The views are parts of the bytes of the set.
 struct EncodedProperty {
     std::string_view name;
     std::string_view description;
     bool isComplex = false;
-    Velmor::IFC2X3PropertySingleValue::ValueType_t valueType = {}; ///< Unless it is complex.
-    std::string_view value; ///< The bytes of its value; the usage name of a complex property.
-    std::size_t behind = 0; ///< Index of what stands behind it and all that is within it.
+    Velmor::IFC2X3PropertySingleValue::ValueType_t valueType = {}; ///< Of a single value.
+    std::string_view value; ///< The bytes of a single value; the usage name of a complex property.
+    std::size_t next = 0;   ///< Index of the first property after this one and everything within it.
 };
 
-/// An encoded property set, taken apart.
+/// The parts of an encoded property set.
 struct EncodedSet {
     std::string_view globalId; ///< 22 bytes.
     std::string_view name;
     std::string_view description;
-    std::vector<EncodedProperty> properties; ///< Those within a complex property stand right behind it.
+    std::vector<EncodedProperty> properties; ///< The properties of a complex property follow it.
 };
 
-/// Which property sets an object has.
+/// The property sets of one object.
 struct Assignment {
-    std::uint64_t object = 0;        ///< The how many-th of the model's objects it is, from 0.
-    std::vector<std::uint32_t> sets; ///< The how many-th of the model's sets each of them is, from 0.
+    std::uint64_t object = 0;        ///< Index of the object in the objects stream.
+    std::vector<std::uint32_t> sets; ///< Indices of the sets among the sets of the stream.
 };
 
 /// The bytes of a record, without its length prefix. Texts end at their first NUL.
-/// @throws WriteError for properties that are nested deeper than `deepestNesting`.
+/// @throws WriteError for properties nested deeper than `deepestNesting`.
 std::string encode(const Velmor::IFC2X3_PSet_Custom_s& set);
 std::string encode(const Assignment& assignment);
 
-/// Whether the bytes claim to be a property set; otherwise they claim to be an assignment.
-/// @throws FormatError when they are neither.
+/// Whether a record is a property set; otherwise it is an assignment. Only the kind of the record is checked.
+/// @throws FormatError when it is neither.
 bool isPropertySet(std::string_view payload);
 
-/// A property set's bytes, taken apart and checked whole.
+/// Takes the bytes of a property set apart and checks all of them.
+/// @return views of the bytes; `payload` must outlive them.
 /// @throws FormatError
 EncodedSet parsePropertySet(std::string_view payload);
 
-/// The library's property set that the bytes hold.
+/// Builds the property set of the library from its bytes.
 /// @throws FormatError
 Velmor::IFC2X3_PSet_Custom_s decodePropertySet(std::string_view payload);
 
-/// The library's property that an encoded single value makes.
+/// Builds the property of the library from an encoded single value.
 Velmor::IFC2X3Property decodeSingleValue(const EncodedProperty& property);
 
-/// The name of a property set that has been parsed before.
+/// The name of a property set, from bytes that parsePropertySet has accepted.
 std::string_view nameOf(std::string_view payload);
 
-/// What a set's bytes hold beside the kind of the record and the GlobalId of the set: equal bytes are equal content.
+/// The bytes of a set after the kind of the record and the GlobalId of the set. Sets with equal bytes have equal content.
 std::string_view contentOf(std::string_view payload);
 
 /// @throws FormatError
 Assignment decodeAssignment(std::string_view payload);
 
-/// Reads as many property sets and assignments as the writer counted. A set comes before the assignments that name it, the
-/// assignments in the order of their objects.
-/// @param objects        how many objects the model has.
-/// @param setSink        gets the bytes of each set, which have been checked.
-/// @param assignmentSink gets each assignment, before the totals are compared.
-/// @throws FormatError when the stream is damaged or does not come to the same totals.
+/// Reads the number of property sets and assignments that the writer counted. A set precedes the assignments that refer to
+/// it; the objects of the assignments are in ascending order, with at most one assignment each.
+/// @param objects        number of objects of the model.
+/// @param setSink        receives the bytes of each set, after they have been checked.
+/// @param assignmentSink receives each assignment, before the totals are compared.
+/// @throws FormatError as readRecords.
 void readAttributes(RecordReader& reader, const StreamTotals& expected, std::uint64_t objects,
                     const std::function<void(std::string_view)>& setSink,
                     const std::function<void(Assignment&&)>& assignmentSink);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Text for people: messages and tables go out in UTF-8, on both systems.
+// Text for users: messages and tables are UTF-8 on both systems.
 
 #include <Velmor/WideText.h>
 
@@ -10,16 +10,16 @@
 
 namespace importer::exchange {
 
-/// Text of a model made fit for a terminal: control characters, marks of the direction of writing and halves of a character
-/// without the other half become '?'. The two halves of a character beyond U+FFFF, which the library encodes one by one,
-/// become one UTF-8 character.
+/// Makes text of a model safe for a terminal. Control characters, marks that change the direction of writing, and single
+/// surrogates become '?'. Two surrogates that form a character above U+FFFF, which the library encodes separately with three
+/// bytes each, become one UTF-8 character of four bytes.
 std::string printable(std::string_view text);
 
-/// The first part of a text, cut between two characters, with "..." when something is cut off.
+/// The text, or its beginning and "..." if it is longer than `bytes`. Cuts between two characters.
 std::string shortened(std::string_view text, std::size_t bytes);
 
-/// A path as the library takes it.
-/// @throws std::filesystem::filesystem_error for a path that is no text.
+/// A path in the form that the library expects.
+/// @throws std::filesystem::filesystem_error for a path that cannot be converted.
 Velmor::WideString wide(const std::filesystem::path& path);
 
 /// A path for a message.

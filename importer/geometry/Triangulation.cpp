@@ -4,10 +4,26 @@
 #include <cmath>
 #include <utility>
 
+// Ear clipping with bridges (D. Eberly, "Triangulation by Ear Clipping").
+//
+// 1. Projection. The face is projected along the coordinate axis closest to its normal, from the side on which the outer
+// loop
+//    runs counterclockwise. The following steps work on the projection; each corner keeps the index of its point.
+// 2. Bridges. Each hole is cut open at its rightmost corner and connected to a corner of the outline that is visible from
+//    there, by two coincident edges in opposite directions. Holes are connected from right to left, so only the outline and
+//    holes that are already part of it lie to the right of a hole. The result is one ring of corners.
+// 3. Ears. An ear is a convex corner whose triangle with its two neighbors contains no other corner. Ears are cut off one by
+//    one until a triangle is left. The ring is a doubly linked list in two arrays. Only reflex corners can lie in an ear, so
+//    only these are tested.
+//
+// Faces that are not simple polygons may run out of ears. Then the corner with the smallest triangle is cut off, so that the
+// number of triangles depends on the number of corners alone.
+
 namespace importer::geometry {
 
 namespace {
 
+// A corner of the projected face.
 struct Corner {
     double x;
     double y;
@@ -18,22 +34,50 @@ struct Corner {
 
 using Ring = std::vector<Corner>;
 
-/// Twice the area of the triangle; positive when it runs counterclockwise.
+// Twice the area of the triangle; positive when it runs counterclockwise.
 double turn(const Corner& a, const Corner& b, const Corner& c) {
     return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
 }
 
+// Whether p lies in the counterclockwise triangle or on its boundary.
 bool contains(const Corner& a, const Corner& b, const Corner& c, const Corner& p) {
     return turn(a, b, p) >= 0.0 && turn(b, c, p) >= 0.0 && turn(c, a, p) >= 0.0;
 }
 
-/// Twice the area of a loop, as a vector along its normal.
-Vector3 areaVector(const std::vector<Vector3>& points, const std::vector<std::uint32_t>& loop) {
-    Vector3 sum;
-    for (std::size_t i = 2; i < loop.size(); ++i)
-        sum = sum + cross(points[loop[i - 1]] - points[loop[0]], points[loop[i]] - points[loop[0]]);
-    return sum;
-}
+// The projection along the coordinate axis closest to the normal of a loop.
+class Projection {
+public:
+    Projection(const std::vector<Vector3>& points, const std::vector<std::uint32_t>& loop)
+        : points_(points), origin_(points[loop.front()]) {
+        for (std::size_t i = 2; i < loop.size(); ++i)
+            normal_ = normal_ + cross(points[loop[i - 1]] - origin_, points[loop[i]] - origin_);
+    }
+
+    Ring operator()(const std::vector<std::uint32_t>& loop) const {
+        Ring ring;
+        ring.reserve(loop.size());
+        for (const std::uint32_t index : loop)
+            ring.push_back(project(index));
+        return ring;
+    }
+
+private:
+    Corner project(std::uint32_t index) const {
+        const Vector3 p = points_[index] - origin_;
+        const double x = std::fabs(normal_.x);
+        const double y = std::fabs(normal_.y);
+        const double z = std::fabs(normal_.z);
+        if (z >= x && z >= y)
+            return normal_.z < 0.0 ? Corner{p.y, p.x, index} : Corner{p.x, p.y, index};
+        if (x >= y)
+            return normal_.x < 0.0 ? Corner{p.z, p.y, index} : Corner{p.y, p.z, index};
+        return normal_.y < 0.0 ? Corner{p.x, p.z, index} : Corner{p.z, p.x, index};
+    }
+
+    const std::vector<Vector3>& points_;
+    Vector3 origin_;
+    Vector3 normal_; // of the loop, twice its area long
+};
 
 class FaceCutter {
 public:
@@ -42,11 +86,29 @@ public:
     bool cut(const std::vector<Vector3>& points, const FaceLoops& loops);
 
 private:
+    // Where a ray to the right first meets the ring.
+    struct Hit {
+        double x = HUGE_VAL;    // infinite when the ray meets no edge
+        std::size_t corner = 0; // right end of the edge that was hit
+    };
+
     bool joinHole(const Ring& hole);
+    std::size_t findBridge(const Ring& hole) const;
+    Hit castRay(const Corner& from) const;
+    std::size_t findVisible(const Corner& from, const Hit& hit) const;
+    bool sees(std::size_t corner, const Corner& point) const;
+
     bool clipEars();
-    bool isEar(std::size_t previous, std::size_t ear, std::size_t next);
-    std::size_t flattest(std::size_t start);
-    void add(std::size_t a, std::size_t b, std::size_t c);
+    void linkRing();
+    bool isReflex(std::size_t corner) const;
+    bool isEar(std::size_t corner) const;
+    std::size_t findFlattest(std::size_t start) const;
+    void cutOff(std::size_t corner);
+    void addTriangle(std::size_t corner);
+
+    std::size_t before(std::size_t i) const { return i == 0 ? ring_.size() - 1 : i - 1; }
+
+    std::size_t after(std::size_t i) const { return i + 1 == ring_.size() ? 0 : i + 1; }
 
     bool spend(std::uint64_t corners) {
         const bool enough = corners <= work_;
@@ -56,40 +118,20 @@ private:
 
     std::vector<std::uint32_t>& triangles_;
     std::uint64_t& work_;
-    Ring ring_; // the outline with the holes joined to it, counterclockwise
-    std::vector<std::size_t> next_;
-    std::vector<std::size_t> previous_;
-    std::vector<std::size_t> reflex_; // corners that may lie in an ear
+    Ring ring_;                         // the outline with the holes joined to it, counterclockwise
+    std::vector<std::size_t> next_;     // of the corners that are left
+    std::vector<std::size_t> previous_; // of the corners that are left
+    std::vector<std::size_t> reflex_;   // corners that are not convex: only these can lie in an ear
 };
 
 bool FaceCutter::cut(const std::vector<Vector3>& points, const FaceLoops& loops) {
-    // The face as it is seen along the axis that it faces most, from the side from which it is counterclockwise.
-    const Vector3 normal = areaVector(points, loops.front());
-    const double x = std::fabs(normal.x);
-    const double y = std::fabs(normal.y);
-    const double z = std::fabs(normal.z);
-    const auto seen = [&](std::uint32_t index) -> Corner {
-        const Vector3 p = points[index] - points[loops.front().front()];
-        if (z >= x && z >= y)
-            return normal.z < 0.0 ? Corner{p.y, p.x, index} : Corner{p.x, p.y, index};
-        if (x >= y)
-            return normal.x < 0.0 ? Corner{p.z, p.y, index} : Corner{p.y, p.z, index};
-        return normal.y < 0.0 ? Corner{p.x, p.z, index} : Corner{p.z, p.x, index};
-    };
-    const auto seenLoop = [&](const std::vector<std::uint32_t>& loop) {
-        Ring ring;
-        ring.reserve(loop.size());
-        for (const std::uint32_t index : loop)
-            ring.push_back(seen(index));
-        return ring;
-    };
-    ring_ = seenLoop(loops.front());
+    const Projection project(points, loops.front());
+    ring_ = project(loops.front());
 
-    // Each hole begins at its rightmost corner, and the rightmost hole comes first: nothing but the outline, or a hole that
-    // has been joined to it, lies to its right.
+    // Each hole starts at its rightmost corner, and the rightmost hole comes first.
     std::vector<Ring> holes;
     for (std::size_t i = 1; i < loops.size(); ++i) {
-        Ring hole = seenLoop(loops[i]);
+        Ring hole = project(loops[i]);
         if (hole.empty())
             continue;
         std::rotate(hole.begin(),
@@ -101,73 +143,133 @@ bool FaceCutter::cut(const std::vector<Vector3>& points, const FaceLoops& loops)
     return std::all_of(holes.begin(), holes.end(), [this](const Ring& hole) { return joinHole(hole); }) && clipEars();
 }
 
+// Inserts a hole into the ring after the corner that its bridge leads to. Both ends of the bridge become two corners.
 bool FaceCutter::joinHole(const Ring& hole) {
     if (!spend(2 * ring_.size() + hole.size()))
         return false;
-    // Where a ray from the hole to the right first meets the ring.
-    const Corner from = hole.front();
-    const std::size_t count = ring_.size();
-    std::size_t bridge = 0; // of a hole that lies outside: anywhere
-    double nearest = HUGE_VAL;
-    for (std::size_t i = 0; i < count; ++i) {
-        const Corner& a = ring_[i];
-        const Corner& b = ring_[i + 1 == count ? 0 : i + 1];
-        if (!(a.y <= from.y && from.y <= b.y) || a.y == b.y)
-            continue; // only edges that have the inside to their left face the hole
-        const double at = a.x + (from.y - a.y) / (b.y - a.y) * (b.x - a.x);
-        if (at >= from.x && at < nearest) {
-            nearest = at;
-            bridge = a.x > b.x ? i : (i + 1 == count ? 0 : i + 1);
-        }
-    }
-    // That edge's right end is seen from the hole, unless corners lie in the triangle between: then the one of them that is
-    // nearest to the ray's direction.
-    // Of corners in the same place that one sees a point whose own angle the point lies in.
-    const auto sees = [this, count](std::size_t i, const Corner& point) {
-        const Corner& p = ring_[i];
-        const Corner& before = ring_[i == 0 ? count - 1 : i - 1];
-        const Corner& after = ring_[i + 1 == count ? 0 : i + 1];
-        const bool convex = turn(before, p, after) >= 0.0;
-        const bool left = turn(before, p, point) >= 0.0;
-        const bool right = turn(p, after, point) >= 0.0;
-        return convex ? left && right : left || right;
-    };
-    std::size_t touching = 0;
-    while (touching < count && !(ring_[touching].sameAs(from) && sees(touching, hole[1 % hole.size()])))
-        ++touching;
-    if (touching < count) {
-        bridge = touching;
-    } else if (nearest < HUGE_VAL) {
-        const Corner hit{nearest, from.y, 0};
-        const Corner end = ring_[bridge];
-        double slope = HUGE_VAL;
-        for (std::size_t i = 0; i < count; ++i) {
-            const Corner& p = ring_[i];
-            const bool between = end.y < from.y ? contains(from, end, hit, p) : contains(from, hit, end, p);
-            if (!between || p.x <= from.x)
-                continue;
-            const double steepness = std::fabs(p.y - from.y) / (p.x - from.x);
-            if (sees(i, from) && (steepness < slope || (steepness == slope && p.x < ring_[bridge].x))) {
-                slope = steepness;
-                bridge = i;
-            }
-        }
-    }
+    const auto bridge = static_cast<std::ptrdiff_t>(findBridge(hole));
     Ring joined;
-    joined.reserve(count + hole.size() + 2);
-    joined.insert(joined.end(), ring_.begin(), ring_.begin() + static_cast<std::ptrdiff_t>(bridge) + 1);
+    joined.reserve(ring_.size() + hole.size() + 2);
+    joined.insert(joined.end(), ring_.begin(), ring_.begin() + bridge + 1);
     joined.insert(joined.end(), hole.begin(), hole.end());
     joined.push_back(hole.front());
-    joined.insert(joined.end(), ring_.begin() + static_cast<std::ptrdiff_t>(bridge), ring_.end());
+    joined.insert(joined.end(), ring_.begin() + bridge, ring_.end());
     ring_ = std::move(joined);
     return true;
 }
 
-bool FaceCutter::isEar(std::size_t previous, std::size_t ear, std::size_t next) {
-    const Corner& a = ring_[previous];
-    const Corner& b = ring_[ear];
-    const Corner& c = ring_[next];
-    if (!(turn(a, b, c) > 0.0))
+// The corner of the ring that the first corner of a hole is connected to. A hole outside the ring gets the first corner.
+std::size_t FaceCutter::findBridge(const Ring& hole) const {
+    const Corner from = hole.front();
+    for (std::size_t i = 0; i < ring_.size(); ++i) {
+        if (ring_[i].sameAs(from) && sees(i, hole[1 % hole.size()]))
+            return i; // the hole touches the ring: a bridge without length
+    }
+    const Hit hit = castRay(from);
+    return hit.x < HUGE_VAL ? findVisible(from, hit) : hit.corner;
+}
+
+FaceCutter::Hit FaceCutter::castRay(const Corner& from) const {
+    Hit hit;
+    for (std::size_t i = 0; i < ring_.size(); ++i) {
+        const Corner& a = ring_[i];
+        const Corner& b = ring_[after(i)];
+        if (!(a.y <= from.y && from.y <= b.y) || a.y == b.y)
+            continue; // the inside is to the left of an edge, so only upward edges face the hole
+        const double x = a.x + (from.y - a.y) / (b.y - a.y) * (b.x - a.x);
+        if (x >= from.x && x < hit.x) {
+            hit.x = x;
+            hit.corner = a.x > b.x ? i : after(i);
+        }
+    }
+    return hit;
+}
+
+// The right end of the edge that was hit is visible, unless corners lie in the triangle between the ray and that end. Then
+// the corner closest to the direction of the ray is visible.
+std::size_t FaceCutter::findVisible(const Corner& from, const Hit& hit) const {
+    const Corner hitPoint{hit.x, from.y, 0};
+    const Corner end = ring_[hit.corner];
+    std::size_t best = hit.corner;
+    double leastSlope = HUGE_VAL;
+    for (std::size_t i = 0; i < ring_.size(); ++i) {
+        const Corner& p = ring_[i];
+        const bool isBetween = end.y < from.y ? contains(from, end, hitPoint, p) : contains(from, hitPoint, end, p);
+        if (!isBetween || p.x <= from.x)
+            continue;
+        const double slope = std::fabs(p.y - from.y) / (p.x - from.x);
+        if (sees(i, from) && (slope < leastSlope || (slope == leastSlope && p.x < ring_[best].x))) {
+            leastSlope = slope;
+            best = i;
+        }
+    }
+    return best;
+}
+
+// Whether a point lies in the inner angle of a corner. Bridges make corners in the same place; the angle selects one.
+bool FaceCutter::sees(std::size_t corner, const Corner& point) const {
+    const Corner& p = ring_[corner];
+    const Corner& previous = ring_[before(corner)];
+    const Corner& next = ring_[after(corner)];
+    const bool isConvex = turn(previous, p, next) >= 0.0;
+    const bool left = turn(previous, p, point) >= 0.0;
+    const bool right = turn(p, next, point) >= 0.0;
+    return isConvex ? left && right : left || right;
+}
+
+bool FaceCutter::clipEars() {
+    if (ring_.size() < 3)
+        return true;
+    linkRing();
+    std::size_t corner = 0;
+    std::size_t left = ring_.size();
+    std::size_t tried = 0; // corners since the last one that was cut off
+    while (left > 3) {
+        if (!spend(1 + reflex_.size()))
+            return false;
+        if (tried == left) {
+            // No ear is left: loops cross or touch, or all corners are collinear.
+            if (!spend(left))
+                return false;
+            corner = findFlattest(corner);
+        } else if (!isEar(corner)) {
+            corner = next_[corner];
+            ++tried;
+            continue;
+        }
+        const std::size_t neighbor = next_[corner];
+        addTriangle(corner);
+        cutOff(corner);
+        --left;
+        tried = 0;
+        corner = next_[neighbor]; // skips the neighbor: otherwise all triangles of a convex face would share one corner
+    }
+    addTriangle(corner);
+    return true;
+}
+
+void FaceCutter::linkRing() {
+    next_.resize(ring_.size());
+    previous_.resize(ring_.size());
+    for (std::size_t i = 0; i < ring_.size(); ++i) {
+        next_[i] = after(i);
+        previous_[i] = before(i);
+    }
+    for (std::size_t i = 0; i < ring_.size(); ++i) {
+        if (isReflex(i))
+            reflex_.push_back(i);
+    }
+}
+
+bool FaceCutter::isReflex(std::size_t corner) const {
+    return !(turn(ring_[previous_[corner]], ring_[corner], ring_[next_[corner]]) > 0.0);
+}
+
+bool FaceCutter::isEar(std::size_t corner) const {
+    const Corner& a = ring_[previous_[corner]];
+    const Corner& b = ring_[corner];
+    const Corner& c = ring_[next_[corner]];
+    if (isReflex(corner))
         return false;
     return std::none_of(reflex_.begin(), reflex_.end(), [&](std::size_t i) {
         const Corner& p = ring_[i];
@@ -175,15 +277,15 @@ bool FaceCutter::isEar(std::size_t previous, std::size_t ear, std::size_t next) 
     });
 }
 
-/// The corner whose loss changes the area least.
-std::size_t FaceCutter::flattest(std::size_t start) {
+// The corner whose triangle has the smallest area.
+std::size_t FaceCutter::findFlattest(std::size_t start) const {
     std::size_t best = start;
-    double least = HUGE_VAL;
+    double leastArea = HUGE_VAL;
     std::size_t i = start;
     do {
         const double area = std::fabs(turn(ring_[previous_[i]], ring_[i], ring_[next_[i]]));
-        if (area < least) {
-            least = area;
+        if (area < leastArea) {
+            leastArea = area;
             best = i;
         }
         i = next_[i];
@@ -191,57 +293,20 @@ std::size_t FaceCutter::flattest(std::size_t start) {
     return best;
 }
 
-bool FaceCutter::clipEars() {
-    const std::size_t count = ring_.size();
-    if (count < 3)
-        return true;
-    next_.resize(count);
-    previous_.resize(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        next_[i] = i + 1 == count ? 0 : i + 1;
-        previous_[i] = i == 0 ? count - 1 : i - 1;
-    }
-    const auto isReflex = [this](std::size_t i) { return !(turn(ring_[previous_[i]], ring_[i], ring_[next_[i]]) > 0.0); };
-    for (std::size_t i = 0; i < count; ++i) {
-        if (isReflex(i))
-            reflex_.push_back(i);
-    }
-    std::size_t corner = 0;
-    std::size_t left = count;
-    std::size_t tried = 0; // since the last ear
-    while (left > 3) {
-        if (!spend(1 + reflex_.size()))
-            return false;
-        if (tried == left) {
-            // Loops that cross or touch may have no ear left, corners in one line have none.
-            if (!spend(left))
-                return false;
-            corner = flattest(corner);
-        } else if (!isEar(previous_[corner], corner, next_[corner])) {
-            corner = next_[corner];
-            ++tried;
-            continue;
-        }
-        add(previous_[corner], corner, next_[corner]);
-        const std::size_t before = previous_[corner];
-        const std::size_t after = next_[corner];
-        next_[before] = after;
-        previous_[after] = before;
-        --left;
-        tried = 0;
-        // A corner only ever becomes less reflex.
-        reflex_.erase(
-            std::remove_if(reflex_.begin(), reflex_.end(),
-                           [&](std::size_t i) { return i == corner || ((i == before || i == after) && !isReflex(i)); }),
-            reflex_.end());
-        corner = next_[after]; // not beside the last one, or all triangles would meet in one corner
-    }
-    add(previous_[corner], corner, next_[corner]);
-    return true;
+// Removes a corner from the list. Its neighbors may become convex; a convex corner never becomes reflex.
+void FaceCutter::cutOff(std::size_t corner) {
+    const std::size_t previous = previous_[corner];
+    const std::size_t next = next_[corner];
+    next_[previous] = next;
+    previous_[next] = previous;
+    reflex_.erase(
+        std::remove_if(reflex_.begin(), reflex_.end(),
+                       [&](std::size_t i) { return i == corner || ((i == previous || i == next) && !isReflex(i)); }),
+        reflex_.end());
 }
 
-void FaceCutter::add(std::size_t a, std::size_t b, std::size_t c) {
-    triangles_.insert(triangles_.end(), {ring_[a].point, ring_[b].point, ring_[c].point});
+void FaceCutter::addTriangle(std::size_t corner) {
+    triangles_.insert(triangles_.end(), {ring_[previous_[corner]].point, ring_[corner].point, ring_[next_[corner]].point});
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #pragma once
 
-// Faces as triangles.
+// Triangulation of plane faces with holes.
 
 #include "importer/geometry/Vector.h"
 
@@ -9,19 +9,21 @@
 
 namespace importer::geometry {
 
-/// Loops of a plane face: first its outline, then its holes, which run the other way round. Indices into a list of points.
+/// The loops of a plane face: first the outer one, then its holes, which run in the opposite direction. Indices into a list
+/// of points.
 using FaceLoops = std::vector<std::vector<std::uint32_t>>;
 
-/// Cuts a face into triangles that run the same way round as its outline.
+/// Cuts a face into triangles with the orientation of its outer loop.
 ///
-/// There are always as many as the face has corners, plus two for each hole, minus two, so that the triangles of a closed
-/// body are closed again; corners in a straight line give some without area. A face that is not plane, or whose loops cross
-/// each other, is cut into as many, of some shape. Method: holes are joined to the outline by a bridge each, then ears are
-/// cut off one by one (D. Eberly, "Triangulation by Ear Clipping").
+/// The number of triangles is always the number of corners, plus two for each hole, minus two. Therefore the triangles of a
+/// closed body are closed again. Collinear corners produce triangles without area. A face that is not plane, or whose loops
+/// cross, produces the same number of triangles of unspecified shape.
 ///
-/// @param[out] triangles three indices for each are appended.
-/// @param[in,out] work   what it may cost, in corners looked at, and what is left of that.
-/// @return false when that was not enough; what was appended is then of no use.
+/// Complexity: O(n r) for n corners, r of them reflex.
+///
+/// @param[out] triangles receives three indices per triangle, appended.
+/// @param[in,out] work   maximum number of corners to visit, reduced by those visited.
+/// @return false when `work` was not enough; `triangles` then holds an unspecified part of the face.
 bool triangulate(const std::vector<Vector3>& points, const FaceLoops& loops, std::vector<std::uint32_t>& triangles,
                  std::uint64_t& work);
 

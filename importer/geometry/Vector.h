@@ -46,24 +46,28 @@ struct Transform {
     Vector3 origin;
 
     Vector3 direction(const Vector3& d) const { return x * d.x + y * d.y + z * d.z; }
+
     Vector3 point(const Vector3& p) const { return direction(p) + origin; }
 
     static Transform scaling(double factor) { return {{factor, 0, 0}, {0, factor, 0}, {0, 0, factor}, {}}; }
+
     static Transform translation(const Vector3& by) { return {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, by}; }
 };
 
-/// First `inner`, then `outer`.
+/// The map that applies `inner`, then `outer`.
 inline Transform operator*(const Transform& outer, const Transform& inner) {
     return {outer.direction(inner.x), outer.direction(inner.y), outer.direction(inner.z), outer.point(inner.origin)};
 }
 
 inline constexpr double pi = 3.14159265358979323846;
 
-/// A circle is taken as a polygon of so many corners, an arc as its share of them.
+/// A full circle is approximated by a regular polygon with this number of sides, an arc by its share of them.
 inline constexpr int segmentsPerTurn = 64;
 
-/// Number of the straight pieces that an arc is taken as; at least one.
+/// Number of straight segments that approximate an arc; at least one.
+/// @param angle in radians, of either sign; the part above a full turn is ignored.
 inline int segmentsOf(double angle) {
+    // Rounded up. The small number keeps a rounding error from adding a segment to an exact multiple.
     return 1 + static_cast<int>(std::fmin(std::fabs(angle), 2.0 * pi) / (2.0 * pi / segmentsPerTurn) - 1e-6);
 }
 

@@ -6,6 +6,7 @@
 
 #include "importer/host/ImporterRun.h"
 
+#include "importer/exchange/InfoRecords.h"
 #include "importer/exchange/Progress.h"
 #include "importer/exchange/PropertyRecords.h"
 #include "importer/exchange/Text.h"

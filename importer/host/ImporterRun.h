@@ -2,6 +2,7 @@
 
 #include <Velmor/Velmor.h>
 
+#include "importer/exchange/ProblemRecords.h"
 #include "importer/exchange/SolidRecords.h"
 #include "importer/host/Errors.h"
 #include "importer/host/Model.h"

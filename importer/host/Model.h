@@ -1,6 +1,6 @@
 #pragma once
 
-#include "importer/exchange/Streams.h"
+#include "importer/exchange/ObjectRecords.h"
 
 #include <string>
 #include <vector>

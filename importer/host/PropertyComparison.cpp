@@ -40,7 +40,7 @@ void merge(const Named<Item>& before, const Named<Item>& now, const OnlyOne& onl
 // The properties in a range of indices, without the properties nested in them.
 Named<const EncodedProperty*> namedProperties(const EncodedSet& set, std::size_t begin, std::size_t end) {
     Named<const EncodedProperty*> list;
-    for (std::size_t i = begin; i < end; i = set.properties[i].behind)
+    for (std::size_t i = begin; i < end; i = set.properties[i].next)
         list.emplace_back(set.properties[i].name, &set.properties[i]);
     sortByName(list);
     return list;
@@ -83,7 +83,7 @@ private:
         if (before.isComplex != now.isComplex || before.valueType != now.valueType || before.value != now.value)
             report(Kind::Changed, &before, &now);
         if (before.isComplex && now.isComplex)
-            compare(indexAfter(before_, before), before.behind, indexAfter(now_, now), now.behind);
+            compare(indexAfter(before_, before), before.next, indexAfter(now_, now), now.next);
     }
 
     static std::size_t indexAfter(const EncodedSet& set, const EncodedProperty& property) {

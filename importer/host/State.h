@@ -1,5 +1,6 @@
 #pragma once
 
+#include "importer/exchange/StateRecords.h"
 #include "importer/host/Errors.h"
 #include "importer/host/Model.h"
 

@@ -9,7 +9,7 @@ namespace {
 
 using Classes = std::unordered_map<std::string, Velmor::AttributeClassIFC_e>;
 
-/// All rows of the library's table; the first value without a name lies behind its end.
+/// All rows of the table of the library. It ends at the first value without a name. Of equal names the first is kept.
 Classes classesByName() {
     Classes classes;
     for (std::uint32_t value = 0;; ++value) {

@@ -1,6 +1,6 @@
 #pragma once
 
-// Entities by the library's tables of class names.
+// The class names of the library, as a table of entities.
 
 #include <Velmor/ReferenceObjectClass.h>
 
@@ -8,8 +8,8 @@
 
 namespace importer::ifc {
 
-/// The class of an entity, by its name in capitals; `IFCINVALID` for one that `ReferenceObjectClass` has no row for. Of two
-/// classes with the same name the first one.
+/// The class of an entity, by its name in capitals; `IFCINVALID` if `ReferenceObjectClass` has no such class. If two classes
+/// have the same name, the first one.
 Velmor::AttributeClassIFC_e classNamed(const std::string& entity);
 
 } // namespace importer::ifc

@@ -352,31 +352,13 @@ constexpr NamedEntity entities[] = {
 };
 
 constexpr bool isSorted() {
-    for (std::size_t i = 1; i < std::size(entities); ++i) {
+    for (std::size_t i = 1; i < std::size(entities); ++i)
         if (!(entities[i - 1].name < entities[i].name))
             return false;
-    }
     return true;
 }
 
-static_assert(isSorted(), "the table is searched by halves");
-
-} // namespace
-
-Entity entityNamed(std::string_view name) {
-    const auto* found = std::lower_bound(std::begin(entities), std::end(entities), name,
-                                         [](const NamedEntity& entry, std::string_view key) { return entry.name < key; });
-    return found != std::end(entities) && found->name == name ? found->entity : Entity::Other;
-}
-
-std::vector<const step::Instance*> instancesOf(const step::File& file, std::initializer_list<Entity> entities) {
-    std::vector<step::EntityCode> codes;
-    for (const Entity entity : entities)
-        codes.push_back(static_cast<step::EntityCode>(entity));
-    return file.instancesOf(codes);
-}
-
-namespace {
+static_assert(isSorted(), "entityNamed needs a sorted table for its binary search");
 
 bool isSupportedSchema(std::string_view name) {
     return name == "IFC4" || name.starts_with("IFC2X3") || name.starts_with("IFC4_ADD") || name.starts_with("IFC4X3");
@@ -387,6 +369,20 @@ step::EntityCode codeOf(std::string_view name) {
 }
 
 } // namespace
+
+Entity entityNamed(std::string_view name) {
+    const NamedEntity* const found =
+        std::lower_bound(std::begin(entities), std::end(entities), name,
+                         [](const NamedEntity& entry, std::string_view key) { return entry.name < key; });
+    return found != std::end(entities) && found->name == name ? found->entity : Entity::Other;
+}
+
+std::vector<const step::Instance*> instancesOf(const step::File& file, std::initializer_list<Entity> entities) {
+    std::vector<step::EntityCode> codes;
+    for (const Entity entity : entities)
+        codes.push_back(static_cast<step::EntityCode>(entity));
+    return file.instancesOf(codes);
+}
 
 const step::Application application = {&isSupportedSchema, "IFC2X3, IFC4 or IFC4X3", &codeOf};
 

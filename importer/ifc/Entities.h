@@ -1,6 +1,6 @@
 #pragma once
 
-// The entities that the reader knows, of IFC2X3, IFC4 and IFC4X3 together.
+// The entities of IFC2X3, IFC4 and IFC4X3 that the reader uses.
 
 #include "importer/step/File.h"
 
@@ -11,11 +11,11 @@
 
 namespace importer::ifc {
 
-/// What an instance is to the reader.
+/// An entity; products and similar property definitions share one value each.
 enum class Entity : std::uint16_t {
-    Other,              ///< Nothing that it reads.
+    Other,              ///< Not used by the reader.
     Product,            ///< A physical or spatial object: see `entityNamed`.
-    PropertyDefinition, ///< Says something of objects as a property set does, but is none: quantities, linings of doors.
+    PropertyDefinition, ///< Assigned to objects like a property set, but not read: quantities, predefined sets.
     AdvancedBrep,
     AdvancedBrepWithVoids,
     AdvancedFace,
@@ -145,12 +145,12 @@ enum class Entity : std::uint16_t {
     ZShapeProfileDef
 };
 
-/// The entity of a name in capitals.
+/// The entity with this name, which must be in capitals.
 ///
-/// Products are all subtypes of IfcElement (with openings and other features, and virtual elements), of IfcSpatialElement,
-/// of IfcPort, and IfcProxy; and of the positioning elements grids, alignments and referents. No products are what describes
-/// others or only their calculation: annotations, the segments of an alignment, and the items and loads of structural
-/// analysis.
+/// Products are all subtypes of IfcElement (including openings and other features, and virtual elements), of
+/// IfcSpatialElement and of IfcPort, IfcProxy, and of the positioning elements the grids, alignments and referents. Entities
+/// that describe other objects or their calculation are not products: annotations, segments of an alignment, and the items
+/// and loads of structural analysis.
 Entity entityNamed(std::string_view name);
 
 /// The entity of an instance.
@@ -161,7 +161,7 @@ inline Entity entityOf(const step::Instance& instance) {
 /// The instances of these entities, in the order of the file.
 std::vector<const step::Instance*> instancesOf(const step::File& file, std::initializer_list<Entity> entities);
 
-/// The schemas IFC2X3, IFC4 and IFC4X3 with the entities above.
+/// The schemas IFC2X3, IFC4 and IFC4X3 with these entities.
 extern const step::Application application;
 
 } // namespace importer::ifc

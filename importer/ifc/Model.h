@@ -1,6 +1,6 @@
 #pragma once
 
-// What the importer reads out of an IFC file, product by product.
+// The content of an IFC file as the reader passes it on, object by object.
 
 #include <Velmor/Georeferencing.h>
 #include <Velmor/IFCPropertySets.h>
@@ -15,31 +15,32 @@
 
 namespace importer::ifc {
 
-/// How much of a product's shape could be had.
+/// How much of the shape of a product is available.
 enum class Shape : std::uint32_t {
     None,   ///< No vertices.
-    Points, ///< Vertices, but no closed solid: box and octant distances make sense, volume and centroid do not.
-    Solid   ///< Closed solids: volume and centroid too.
+    Points, ///< Vertices without a closed solid: the bounding box and octant distances are valid, volume and centroid are
+            ///< not.
+    Solid   ///< Closed solids: volume and centroid are valid too.
 };
 
 /// One product: an instance of a subtype of IfcProduct that is a physical or spatial object of the model.
 struct Product {
     std::uint64_t instance = 0;   ///< Number of its instance in the file (#123).
     std::uint64_t line = 0;       ///< Line on which that instance begins, from 1.
-    std::string globalId;         ///< Its GlobalId, decoded, of whatever length; empty when not given.
-    std::string className;        ///< Its entity, in capitals as in the file: "IFCBEAM".
-    Velmor::WideString name;      ///< Its name, decoded; empty when not given.
-    Shape shape = Shape::None;    ///< What of the following carries data.
-    std::vector<double> vertices; ///< Triples x, y, z in metres, in the model's world; every vertex of the shape.
-    /// Of a solid, but for those that a problem tells of: its surface, three vertices by their index for each triangle,
-    /// counterclockwise from outside.
+    std::string globalId;         ///< Its GlobalId, decoded, of any length; empty if omitted.
+    std::string className;        ///< Its entity, in capitals: "IFCBEAM".
+    Velmor::WideString name;      ///< Its name, decoded; empty if omitted.
+    Shape shape = Shape::None;    ///< Which of the following members are valid.
+    std::vector<double> vertices; ///< x, y, z of each vertex of the shape, in meters, in the world of the model.
+    /// The surface of a solid: three indices of vertices for each triangle, counterclockwise from outside. Empty if it
+    /// cannot be triangulated, which is then a problem.
     std::vector<std::uint32_t> triangles;
-    double volume = 0.0;            ///< In cubic metres.
-    double centroid[3] = {0, 0, 0}; ///< In metres, in the model's world.
-    /// Its class by the tables of `ReferenceObjectClass`; `IFCINVALID` for an entity without a row.
+    double volume = 0.0;            ///< In cubic meters.
+    double centroid[3] = {0, 0, 0}; ///< In meters, in the world of the model.
+    /// The class of `ReferenceObjectClass`; `IFCINVALID` if it has no class for the entity.
     Velmor::AttributeClassIFC_e objectClass = Velmor::AttributeClassIFC_e::IFCINVALID;
-    /// Its property sets, by the order in which the sink got them: its own first, then those of its type whose names it does
-    /// not have itself.
+    /// Its property sets, numbered in the order of the calls of `ModelSink::propertySet`: first its own, then those of its
+    /// type whose names differ from those of its own.
     std::vector<std::uint32_t> propertySets;
 };
 
@@ -47,40 +48,40 @@ struct Product {
 struct Texture {
     std::uint64_t instance = 0; ///< Number of its instance.
     std::uint64_t line = 0;     ///< Line on which that instance begins, from 1.
-    std::string name;           ///< UTF-8: of an image beside the model its file's name, otherwise empty.
-    std::vector<char> png;      ///< The whole PNG file.
+    std::string name;           ///< The file name of an image file, in UTF-8; empty for an embedded image.
+    std::vector<char> png;      ///< The complete PNG file.
 };
 
-/// Receives a model as it is read.
+/// Receives the content of a model while it is read, in the order of these functions; problems and progress at any time. All
+/// calls come from the thread that reads. An exception of a function ends the reading and is passed on.
 class ModelSink {
 public:
     virtual ~ModelSink() = default;
 
-    /// Called once, before any product, with the schema's name: "IFC2X3", "IFC4", "IFC4X3_ADD2".
+    /// Called once, with the name of the schema: "IFC2X3", "IFC4", "IFC4X3_ADD2".
     virtual void schema(const std::string& name) = 0;
 
-    /// Called once when the model has a georeference, before any product.
+    /// Called once if the model has a georeference.
     virtual void georeference(const Velmor::IFC4_MapConversion& conversion) = 0;
 
-    /// Called for each property set of the model, once, before any product that has it. The first one is number 0.
+    /// Called for each property set of the model, in the order of the file. The first one has the number 0.
     virtual void propertySet(Velmor::IFC2X3_PSet_Custom_s&& set) = 0;
 
-    /// Called for each image of the model, in the order of the file, before any product.
+    /// Called for each image of the model, in the order of the file.
     virtual void texture(Texture&& texture) = 0;
 
     /// Called for each product, in the order of the file.
     virtual void product(Product&& product) = 0;
 
-    /// Called for each thing that spoils one object.
+    /// Called for each error that concerns one object; the import continues.
     virtual void problem(const step::Problem& problem) = 0;
 
-    /// Called now and then with the part of the work that is done, 0 to 1, never falling.
+    /// Called with the completed share of the work, from 0 to 1. It never decreases.
     virtual void progress(double done) = 0;
 };
 
 /// Reads an IFC file (ISO 10303-21; IFC2X3, IFC4, IFC4X3).
-/// @throws step::FileError for what makes the import meaningless: no such file, no STEP file, a file cut off, another
-/// schema.
+/// @throws step::FileError if the file cannot be read, is not a STEP file, is cut off, or has an unsupported schema.
 void readIfcModel(const Velmor::WideString& path, ModelSink& sink);
 
 } // namespace importer::ifc

@@ -1,34 +1,35 @@
 #pragma once
 
-// Where things are: points, directions, placements and their chains, transformation operators.
+// Points, directions, placements and their chains, and transformation operators. All lengths are in the unit of the file.
 
 #include "importer/geometry/Vector.h"
 #include "importer/ifc/Record.h"
 
 namespace importer::ifc {
 
-/// The point of an IfcCartesianPoint of two or three coordinates, in the file's unit.
+/// The point of an IfcCartesianPoint of two or three coordinates.
 Vector3 readPoint(IfcContext& context, const Instance& instance);
 
-/// The direction of an IfcDirection, of length 1.
+/// The unit vector of an IfcDirection of two or three components.
 Vector3 readDirection(IfcContext& context, const Instance& instance);
 
-/// The unit vector along `v`. @throws EntityError when it has none.
+/// `v` with length 1. @throws EntityError naming `instance` if its length is zero or out of range.
 Vector3 unitVector(const Vector3& v, const Instance& instance);
 
-/// Two directions perpendicular to `along`, and to each other.
+/// A coordinate system at `origin` whose z axis is the unit vector `along`.
 Transform frameAlong(const Vector3& along, const Vector3& origin);
 
-/// An IfcAxis2Placement3D, IfcAxis2Placement2D or IfcAxis1Placement (whose axis becomes z).
+/// The coordinate system of an IfcAxis2Placement3D, IfcAxis2Placement2D, or IfcAxis1Placement, whose axis becomes z.
 Transform readAxisPlacement(IfcContext& context, const Instance& instance);
 
-/// The same; the identity for null.
+/// The coordinate system of `instance`; the identity if it is null.
 Transform readAxisPlacement(IfcContext& context, const Instance* instance);
 
-/// A chain of IfcLocalPlacements, from the world to its last one. Others are not supported.
+/// The product of a chain of IfcLocalPlacements: from the coordinate system of `instance` to the world.
+/// @throws EntityError for another kind of placement, for a cycle, and for more than 256 placements.
 Transform readObjectPlacement(IfcContext& context, const Instance& instance);
 
-/// An IfcCartesianTransformationOperator of two or three dimensions, with one scale or several.
+/// An IfcCartesianTransformationOperator of two or three dimensions, with a uniform scale or one for each axis.
 Transform readOperator(IfcContext& context, const Instance& instance);
 
 } // namespace importer::ifc

@@ -1,14 +1,28 @@
+// The order of work. What products refer to is read before them, so that the sink can process each product at once and
+// nothing but the text of the file has to stay in memory:
+//
+// 1. the schema, and the damaged instances that the scanner found,
+// 2. the units and the georeference,
+// 3. the property sets, in the order of the file, which numbers them,
+// 4. the relations between products and property sets,
+// 5. the textures, in the order of the file,
+// 6. the products, in the order of the file: attributes, placement, shape, and the numbers of their property sets.
+//
+// Each object is read on its own. An error is noted in the context while the object is read; afterwards the notes become
+// problems, with the object that they belong to: "IFCCARTESIANPOINT: ... (in IFCBEAM #10)". Shapes, properties and textures
+// have separate contexts, so that the work of one kind does not use up the limit of another.
+
 #include "importer/ifc/Reader.h"
 
 #include <Velmor/Platform.h>
 #include <Velmor/Text.h>
 
+#include "importer/ifc/Attributes.h"
 #include "importer/ifc/Classes.h"
 #include "importer/ifc/Georeference.h"
 #include "importer/ifc/Placement.h"
 #include "importer/ifc/Textures.h"
 #include "importer/ifc/Units.h"
-#include "importer/ifc/property/CommonSets.h"
 #include "importer/ifc/property/Properties.h"
 #include "importer/ifc/property/Relations.h"
 #include "importer/ifc/shape/Shape.h"
@@ -18,15 +32,16 @@
 
 namespace importer::ifc {
 
+using namespace attribute;
+
 namespace {
 
-/// Share of the work that is done when the file's instances are known.
-constexpr double scanned = 0.3;
+/// The share of the work that is done when the file is scanned.
+constexpr double shareOfScan = 0.3;
 
-/// Problems beyond this many are only counted.
-constexpr std::uint64_t mostProblems = 100000;
+/// Further problems are only counted.
+constexpr std::uint64_t maxProblems = 100000;
 
-/// With an account of their own, so that what is no shape spoils none, and no shape spoils it: properties, textures.
 Limits withWork(Limits limits, std::uint64_t work) {
     limits.work = work;
     limits.workPerProduct = work;
@@ -45,17 +60,18 @@ public:
     void readAll();
 
 private:
-    void readModel();
+    void readUnitsOfModel();
+    void readGeoreferenceOfModel();
     void readSets();
     void readRelations();
     void readTextures();
-    void read(std::size_t place);
+    void readProduct(std::size_t index);
     void readAttributes(const Record& record, Product& product);
-    void readSetsOf(std::size_t place, Product& product);
-    void step();
-    void tell(const Problem& problem);
-    void tell(const Instance& instance, const std::string& reason);
-    void tellNotes(IfcContext& context, const std::string& owner);
+    void readPlacedShape(const Record& record, Product& product);
+    void finishStep();
+    void report(const Problem& problem);
+    void report(const Instance& instance, const std::string& reason);
+    void reportNotes(IfcContext& context, const std::string& owner);
 
     IfcContext context_;
     IfcContext propertyContext_;
@@ -67,8 +83,8 @@ private:
     const std::vector<const Instance*> sets_;
     const std::vector<const Instance*> textures_;
     PropertyRelations relations_;
-    std::vector<std::uint32_t> setNames_; // per set, a number for its name
-    std::uint64_t steps_;                 // sets, textures and products, each of them one
+    std::vector<std::uint32_t> setNames_; // a number for the name of each set; equal names have equal numbers
+    std::uint64_t steps_;                 // one for each set, texture and product
     std::uint64_t stepsDone_ = 0;
     std::uint64_t problems_ = 0;
 };
@@ -76,161 +92,147 @@ private:
 void ModelReader::readAll() {
     sink_.schema(file_.schema());
     for (const Problem& problem : file_.problems())
-        tell(problem);
-    readModel();
-    sink_.progress(scanned);
+        report(problem);
+    readUnitsOfModel();
+    readGeoreferenceOfModel();
+    sink_.progress(shareOfScan);
     readSets();
     readRelations();
     readTextures();
-    for (std::size_t place = 0; place < products_.size(); ++place) {
-        read(place);
-        step();
+    for (std::size_t index = 0; index < products_.size(); ++index) {
+        readProduct(index);
+        finishStep();
     }
-    if (problems_ > mostProblems)
-        sink_.problem({0, 0, "and " + std::to_string(problems_ - mostProblems) + " more problems"});
+    if (problems_ > maxProblems)
+        sink_.problem({0, 0, "and " + std::to_string(problems_ - maxProblems) + " more problems"});
     sink_.progress(1.0);
 }
 
-/// What holds for the model as a whole.
-void ModelReader::readModel() {
-    context_.beginProduct();
-    try {
-        readUnits(context_);
-    } catch (const LimitExceeded&) {
-        context_.note(file_.instances().front(), "the units take more work than a file of this size may ask for");
-    }
-    tellNotes(context_, "the model's units");
+void ModelReader::readUnitsOfModel() {
+    context_.beginObject();
+    context_.attempt(wholeModel, [&] { readUnits(context_); });
+    reportNotes(context_, "the model's units");
     propertyContext_.angleUnit = context_.angleUnit;
-
-    propertyContext_.beginProduct();
-    try {
-        if (const auto georeference = readGeoreference(propertyContext_))
-            sink_.georeference(*georeference);
-    } catch (const LimitExceeded& exceeded) {
-        propertyContext_.note(file_.instances().front(), exceeded.reason);
-    }
-    tellNotes(propertyContext_, "the model's georeference");
 }
 
-/// One set after the other: in the library's form a property takes more than 1 KiB.
+void ModelReader::readGeoreferenceOfModel() {
+    propertyContext_.beginObject();
+    propertyContext_.attempt(wholeModel, [&] {
+        if (const auto georeference = readGeoreference(propertyContext_))
+            sink_.georeference(*georeference);
+    });
+    reportNotes(propertyContext_, "the model's georeference");
+}
+
+/// Reads one set after the other and passes it on: each property takes more than 1 KiB.
 void ModelReader::readSets() {
     PropertyReader reader(propertyContext_);
     std::unordered_map<Velmor::WideString, std::uint32_t> numbers;
     for (const Instance* instance : sets_) {
         NamedSet read{};
         reader.read(*instance, read);
-        tellNotes(propertyContext_, "IFCPROPERTYSET #" + std::to_string(instance->number));
+        reportNotes(propertyContext_, "IFCPROPERTYSET #" + std::to_string(instance->number));
         setNames_.push_back(numbers.try_emplace(read.name, static_cast<std::uint32_t>(numbers.size())).first->second);
-        if (isCommonSet(read.set))
-            sink_.propertySet(withTemplate(read.set));
-        else
-            sink_.propertySet(std::move(read.set));
-        step();
+        sink_.propertySet(std::move(read.set));
+        finishStep();
     }
     for (const Problem& remark : reader.remarks())
-        tell(remark);
+        report(remark);
 }
 
 void ModelReader::readRelations() {
     for (const Instance* relation :
          instancesOf(file_, {Entity::RelDefinesByProperties, Entity::RelOverridesProperties, Entity::RelDefinesByType})) {
         relations_.read(*relation);
-        tellNotes(propertyContext_, "the relation #" + std::to_string(relation->number));
+        reportNotes(propertyContext_, "the relation #" + std::to_string(relation->number));
     }
-    relations_.order();
+    relations_.sort();
 }
 
-/// One after the other too: an image may be large.
+/// Reads one image after the other and passes it on: an image may be large.
 void ModelReader::readTextures() {
     TextureReader reader(textureContext_, folder_);
     for (const Instance* instance : textures_) {
-        try {
+        textureContext_.attempt(*instance, [&] {
             if (auto texture = reader.read(*instance))
                 sink_.texture(std::move(*texture));
-        } catch (const EntityError& fault) {
-            textureContext_.note(*fault.instance, fault.reason);
-        } catch (const LimitExceeded& exceeded) {
-            textureContext_.note(*instance, exceeded.reason);
-        }
-        tellNotes(textureContext_, "the model's textures");
-        step();
+        });
+        reportNotes(textureContext_, "the model's textures");
+        finishStep();
     }
     for (const Problem& remark : reader.remarks())
-        tell(remark);
+        report(remark);
 }
 
-void ModelReader::read(std::size_t place) {
-    const Instance& instance = *products_[place];
+void ModelReader::readProduct(std::size_t index) {
+    const Instance& instance = *products_[index];
     Product product;
     product.instance = instance.number;
     product.line = file_.lineAt(instance.offset);
     product.className = capitals(file_.nameOf(instance));
     product.objectClass = classNamed(product.className);
-    context_.beginProduct();
-    try {
+    context_.beginObject();
+    const Outcome outcome = context_.attempt(instance, [&] {
         const Record record(context_, instance);
         readAttributes(record, product);
-        const Instance* placement = record.optionalReference(5);
-        const Transform inModel = placement ? readObjectPlacement(context_, *placement) : Transform();
-        if (const Instance* shape = record.optionalReference(6))
-            readShape(context_, *shape, Transform::scaling(context_.lengthUnit) * inModel, product);
-    } catch (const EntityError& fault) {
-        context_.note(*fault.instance, fault.reason);
-    } catch (const LimitExceeded& exceeded) {
-        // Part of a shape would look like another one.
+        readPlacedShape(record, product);
+    });
+    if (outcome == Outcome::LimitExceeded) {
+        // An incomplete shape would look like another shape.
         product.shape = Shape::None;
         product.vertices = {};
         product.triangles = {};
         product.volume = 0.0;
-        context_.note(instance, exceeded.reason);
     }
-    readSetsOf(place, product);
-    tellNotes(context_, product.className + " #" + std::to_string(product.instance));
+    context_.attempt(instance, [&] { product.propertySets = relations_.setsOf(index, setNames_); });
+    reportNotes(context_, product.className + " #" + std::to_string(product.instance));
     sink_.product(std::move(product));
 }
 
 void ModelReader::readAttributes(const Record& record, Product& product) {
-    product.globalId = Velmor::StringOperations::ConvertToUTF8(record.text(0, "its GlobalId"));
-    product.name = record.text(2, "its name");
-    constexpr std::size_t fewest = 7;
-    if (record.count() < fewest)
-        record.fault("has " + std::to_string(record.count()) + " arguments; expected " + std::to_string(fewest) +
-                     " or more");
+    product.globalId = Velmor::StringOperations::ConvertToUTF8(record.text(IfcProduct::GlobalId, "its GlobalId"));
+    product.name = record.text(IfcProduct::Name, "its name");
+    if (record.count() < IfcProduct::Count)
+        record.fail("has " + std::to_string(record.count()) + " arguments; expected " + std::to_string(IfcProduct::Count) +
+                    " or more");
 }
 
-void ModelReader::readSetsOf(std::size_t place, Product& product) {
-    try {
-        product.propertySets = relations_.setsOf(place, setNames_);
-    } catch (const LimitExceeded& exceeded) {
-        context_.note(*products_[place], exceeded.reason);
-    }
+/// Without a valid placement there is no shape.
+void ModelReader::readPlacedShape(const Record& record, Product& product) {
+    const Instance* placement = record.optionalReference(IfcProduct::ObjectPlacement);
+    const Transform inModel = placement ? readObjectPlacement(context_, *placement) : Transform();
+    if (const Instance* shape = record.optionalReference(IfcProduct::Representation))
+        readShape(context_, *shape, Transform::scaling(context_.lengthUnit) * inModel, product);
 }
 
-void ModelReader::step() {
-    constexpr std::uint64_t reports = 200;
+void ModelReader::finishStep() {
+    constexpr std::uint64_t maxReports = 200;
     const std::uint64_t before = stepsDone_++;
-    if (stepsDone_ * reports / steps_ != before * reports / steps_)
-        sink_.progress(scanned + (1.0 - scanned) * static_cast<double>(stepsDone_) / static_cast<double>(steps_));
+    if (stepsDone_ * maxReports / steps_ != before * maxReports / steps_)
+        sink_.progress(shareOfScan + (1.0 - shareOfScan) * static_cast<double>(stepsDone_) / static_cast<double>(steps_));
 }
 
-void ModelReader::tell(const Problem& problem) {
-    if (problems_++ < mostProblems)
+void ModelReader::report(const Problem& problem) {
+    if (problems_++ < maxProblems)
         sink_.problem(problem);
 }
 
-void ModelReader::tell(const Instance& instance, const std::string& reason) {
-    tell(Problem{file_.lineAt(instance.offset), instance.number, reason});
+void ModelReader::report(const Instance& instance, const std::string& reason) {
+    report(Problem{file_.lineAt(instance.offset), instance.number, reason});
 }
 
-void ModelReader::tellNotes(IfcContext& context, const std::string& owner) {
+/// Reports the notes of the object that was read last.
+/// @param owner that object, for the messages.
+void ModelReader::reportNotes(IfcContext& context, const std::string& owner) {
     for (const EntityError& note : context.notes()) {
         const std::string name = capitals(file_.nameOf(*note.instance));
         std::string reason = name.empty() ? name : name + ": ";
         reason.append(note.reason).append(" (in ").append(owner).append(")");
-        tell(*note.instance, reason);
+        report(*note.instance, reason);
     }
-    if (context.moreNotes() != 0)
-        tell(*context.notes().back().instance, "and " + std::to_string(context.moreNotes()) + " more (in " + owner + ")");
+    if (context.omittedNotes() != 0)
+        report(*context.notes().back().instance,
+               "and " + std::to_string(context.omittedNotes()) + " more problems (in " + owner + ")");
 }
 
 } // namespace

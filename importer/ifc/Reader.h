@@ -1,6 +1,6 @@
 #pragma once
 
-// The reading of a model whose text is in memory already.
+// Reading a model whose text is in memory.
 
 #include "importer/ifc/Model.h"
 #include "importer/ifc/Record.h"
@@ -8,8 +8,8 @@
 
 namespace importer::ifc {
 
-/// Hands a model's products, textures and problems to a sink, in the order of the file.
-/// @param folder of the model, with its ending separator; where it is empty, images beside the model cannot be had.
+/// Passes the content of a model to a sink.
+/// @param folder of the model, with its ending separator. If it is empty, image files cannot be read.
 void readProducts(const step::File& file, const Limits& limits, ModelSink& sink, const Velmor::WideString& folder = {});
 
 } // namespace importer::ifc

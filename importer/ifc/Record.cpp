@@ -1,3 +1,9 @@
+// How reading is bounded. A text of a few kilobytes can describe a shape of any size: instances may be shared and nested, so
+// that the size doubles with each line. Everything that a reader does is therefore charged as work before it is done, in
+// units of about one byte of text: the length of an instance each time it is opened, and an amount for each point, corner
+// and property. There is one account per object and one for the model; each of shapes, properties and textures has its own
+// context, so that one cannot use up the limit of another.
+
 #include "importer/ifc/Record.h"
 
 #include "importer/step/Text.h"
@@ -6,52 +12,70 @@
 
 namespace importer::ifc {
 
-Limits Limits::forFile(std::uint64_t size) {
-    constexpr std::uint64_t mega = 1 << 20;
-    // Real models take up to 0.6 times their size for one product and 5 times for all; a mesh that fills its file, 4 to 5
-    // times for that one product.
-    // Those with many large property sets that share their properties take up to 40 times their size for them; products
-    // take up to 0.1 sets for each byte.
-    // Of embedded images the text itself is most of the work; those beside the model have no bound in its size.
-    return {mega / 4 + size / 8,     16 * mega + 16 * size, 64 * mega + 48 * size, mega / 4 + size / 64,
-            128 * mega + 128 * size, mega + size,           1024 * mega + 8 * size};
+namespace {
+
+/// Why a value does not refer to an instance of the file.
+std::string reasonOfInvalidReference(const Value& value) {
+    const std::optional<std::uint64_t> number = referenceOf(value);
+    return number ? "refers to #" + std::to_string(*number) + ", which the file does not have"
+                  : "'" + std::string(value.text.substr(0, 20)) + "' is not a reference to an instance";
 }
 
-void IfcContext::beginProduct() {
-    workOfProduct_ = 0;
+} // namespace
+
+Limits Limits::forFile(std::uint64_t size) {
+    constexpr std::uint64_t mega = 1 << 20;
+    Limits limits;
+    // Shapes of real models take up to 0.6 times the size of the file for one product and 5 times for all. A mesh that fills
+    // its file takes 4 to 5 times for one product.
+    limits.verticesPerProduct = mega / 4 + size / 8;
+    limits.workPerProduct = 16 * mega + 16 * size;
+    limits.work = 64 * mega + 48 * size;
+    // Real models with many large property sets that share properties take up to 40 times their size, and their products
+    // have up to 0.1 sets per byte.
+    limits.propertiesPerSet = mega / 4 + size / 64;
+    limits.workOfProperties = 128 * mega + 128 * size;
+    limits.setsOfProducts = mega + size;
+    // The text of embedded images is most of their work. The size of the model does not bound the size of its image files.
+    limits.workOfTextures = 1024 * mega + 8 * size;
+    return limits;
+}
+
+void IfcContext::beginObject() {
+    workOfObject_ = 0;
     notes_.clear();
-    moreNotes_ = 0;
+    omittedNotes_ = 0;
 }
 
 void IfcContext::note(const Instance& instance, const std::string& reason) {
-    constexpr std::size_t most = 16;
-    if (notes_.size() < most)
+    constexpr std::size_t maxNotes = 16;
+    if (notes_.size() < maxNotes)
         notes_.push_back({&instance, reason});
     else
-        ++moreNotes_;
+        ++omittedNotes_;
 }
 
 void IfcContext::charge(std::uint64_t work) {
-    workOfProduct_ += work;
+    workOfObject_ += work;
     workDone_ += work;
     if (workDone_ > limits.work)
-        throw LimitExceeded{"the objects of the file take more work than a file of its size may ask for"};
-    if (workOfProduct_ > limits.workPerProduct)
-        throw LimitExceeded{"it takes more work than one product of a file of this size may ask for"};
+        throw LimitExceeded{"the objects of the file take more work than the limit for a file of this size"};
+    if (workOfObject_ > limits.workPerProduct)
+        throw LimitExceeded{"it takes more work than the limit for one object in a file of this size"};
 }
 
-void IfcContext::chargePointsOfList(std::uint64_t had, std::uint64_t added) {
+void IfcContext::chargePointsOfList(std::uint64_t present, std::uint64_t added) {
     chargePoints(added);
-    if (had + added > limits.verticesPerProduct)
-        throw LimitExceeded{"the shape has more vertices than one product of a file of this size may have"};
+    if (present + added > limits.verticesPerProduct)
+        throw LimitExceeded{"the shape has more vertices than the limit for one product in a file of this size"};
 }
 
-RecursionGuard::RecursionGuard(IfcContext& context, const Instance& instance, std::size_t deepest) : context_(context) {
-    const auto& outer = context.nesting_;
+RecursionGuard::RecursionGuard(IfcContext& context, const Instance& instance, std::size_t maxDepth) : context_(context) {
+    const std::vector<const Instance*>& outer = context.nesting_;
     if (std::find(outer.begin(), outer.end(), &instance) != outer.end())
         throw EntityError{&instance, "contains itself"};
-    if (outer.size() == deepest)
-        throw EntityError{&instance, "lies within more than " + std::to_string(deepest) + " others"};
+    if (outer.size() == maxDepth)
+        throw EntityError{&instance, "is nested more than " + std::to_string(maxDepth) + " levels deep"};
     context.nesting_.push_back(&instance);
 }
 
@@ -59,7 +83,7 @@ Record::Record(IfcContext& context, const Instance& instance) : context_(context
     const std::string_view parameters = context.file.parametersOf(instance);
     context.charge(64 + parameters.size());
     ValueReader reader(parameters);
-    while (count_ < most && reader.next(values_[count_]))
+    while (count_ < capacity && reader.next(values_[count_]))
         ++count_;
     values_[count_] = Value();
 }
@@ -141,7 +165,7 @@ std::vector<const Instance*> Record::references(std::size_t index) const {
 Velmor::WideString Record::text(std::size_t index, const char* what) const {
     const Value& value = (*this)[index];
     if (value.kind != ValueKind::Text && value.kind != ValueKind::Omitted)
-        context_.note(instance_, std::string(what) + " is no text");
+        context_.note(instance_, std::string(what) + " is not a text");
     return value.kind == ValueKind::Text ? decodeText(value.text) : Velmor::WideString();
 }
 
@@ -150,38 +174,33 @@ const Instance* Record::find(const Value& value) const {
     return number ? context_.file.find(*number) : nullptr;
 }
 
-void Record::noteDamaged(const Value& first, std::uint64_t count) const {
-    try {
-        resolve(first);
-    } catch (const EntityError& fault) {
-        const std::string more = count == 1 ? "" : "; " + std::to_string(count - 1) + " more references of the list as well";
-        context_.note(instance_, fault.reason + more);
-    }
+void Record::noteInvalidReferences(const Value& first, std::uint64_t count) const {
+    std::string reason = reasonOfInvalidReference(first);
+    if (count > 1)
+        reason += "; further invalid references in the same list: " + std::to_string(count - 1);
+    context_.note(instance_, reason);
 }
 
 const Instance& Record::resolve(const Value& value) const {
-    const std::optional<std::uint64_t> number = referenceOf(value);
-    if (!number)
-        fault(std::string("'").append(value.text.substr(0, 20)) + "' is no reference to an instance");
-    const Instance* found = context_.file.find(*number);
-    if (!found)
-        fault("refers to #" + std::to_string(*number) + ", which the file does not have");
-    return *found;
+    if (const Instance* found = find(value))
+        return *found;
+    fail(reasonOfInvalidReference(value));
 }
 
 void Record::unexpected(std::size_t index, const char* expected) const {
-    fault("argument " + std::to_string(index + 1) + " of " + std::to_string(count_) + " is not as expected: " + expected);
+    fail("argument " + std::to_string(index + 1) + (index < count_ ? " is invalid" : " is missing") + "; expected " +
+         expected);
 }
 
-int readNumbers(std::string_view list, double* numbers, int most) {
+int readNumbers(std::string_view list, double* numbers, int capacity) {
     ValueReader reader(list);
     int count = 0;
     for (Value value; reader.next(value); ++count) {
         const std::optional<double> number = numberOf(value);
         if (!number)
             return -1;
-        if (count == most)
-            return most + 1;
+        if (count == capacity)
+            return capacity + 1;
         numbers[count] = *number;
     }
     return count;

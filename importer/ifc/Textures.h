@@ -1,6 +1,6 @@
 #pragma once
 
-// The images of a model, those within it and those beside it.
+// The images of a model: embedded images and image files.
 
 #include "importer/ifc/Record.h"
 
@@ -9,23 +9,23 @@
 
 namespace importer::ifc {
 
-/// Reads the textures of a model one after the other. PNG images alone are carried.
+/// Reads the textures of a model one after the other. Only PNG images are imported.
 class TextureReader {
 public:
-    /// @param folder where the images beside the model are, with its ending separator; empty when they cannot be had.
+    /// @param folder of the model, with its ending separator. If it is empty, image files cannot be read.
     TextureReader(IfcContext& context, Velmor::WideString folder) : context_(context), folder_(std::move(folder)) {}
 
     /// Reads an IfcBlobTexture, IfcImageTexture or IfcPixelTexture.
     ///
-    /// A model comes from anywhere: the name of an image leads to a file in the folder of the model, or in one below it, and
-    /// nowhere else. Links within that folder are followed only where they stay in it (on Windows, where the standard
-    /// library does not see through them, as the system does it).
-    /// @return nothing for what is only counted.
-    /// @throws EntityError when there is no PNG image.
+    /// A model may come from an untrusted source. An image file is therefore read only from the folder of the model or from
+    /// a folder below it. A symbolic link is followed only if its target is in that folder. (The standard library of mingw
+    /// does not resolve links; there the system follows them.)
+    /// @return nothing for a texture that is not imported and only counted for `remarks`.
+    /// @throws EntityError if the texture has no valid PNG image.
     /// @throws LimitExceeded
     std::optional<Texture> read(const Instance& instance);
 
-    /// What was met up to now and is not carried: one problem for each kind, at the first one.
+    /// The textures that were not imported: one problem for each kind, at the first texture of that kind.
     std::vector<Problem> remarks() const;
 
 private:
@@ -39,8 +39,11 @@ private:
         }
     };
 
-    bool readBlob(const Record& record, std::size_t index, Texture& texture);
-    void readImage(const Record& record, std::size_t index, Texture& texture);
+    bool readBlob(const Record& record, Texture& texture);
+    void readImage(const Record& record, Texture& texture);
+    std::size_t positionOf(std::size_t attribute) const;
+    Velmor::WideString findFile(const Record& record, const Velmor::WideString& name, Texture& texture) const;
+    void readFile(const Record& record, const Velmor::WideString& path, const std::string& shownName, Texture& texture);
     void checkSize(const Record& record, std::uint64_t size) const;
 
     IfcContext& context_;

@@ -1,5 +1,9 @@
+// A unit is an SI unit, whose size is its prefix, or a conversion-based unit, whose size is a factor times another unit: a
+// foot of 12 inches of 25.4 millimeters. Chains of conversions are followed recursively.
+
 #include "importer/ifc/Units.h"
 
+#include "importer/ifc/Attributes.h"
 #include "importer/step/Text.h"
 
 #include <algorithm>
@@ -8,6 +12,8 @@
 #include <string_view>
 
 namespace importer::ifc {
+
+using namespace attribute;
 
 namespace {
 
@@ -21,46 +27,62 @@ constexpr Prefix prefixes[] = {{"EXA", 1e18},  {"PETA", 1e15},  {"TERA", 1e12}, 
                                {"DECI", 1e-1}, {"CENTI", 1e-2}, {"MILLI", 1e-3},  {"MICRO", 1e-6},
                                {"NANO", 1e-9}, {"PICO", 1e-12}, {"FEMTO", 1e-15}, {"ATTO", 1e-18}};
 
-/// A unit in terms of metre or radian.
-double readUnit(IfcContext& context, const Instance& instance) {
-    const RecursionGuard nesting(context, instance);
-    const Record record(context, instance);
-    switch (record.entity()) {
-    case Entity::SIUnit: {
-        if (!record.given(2))
-            return 1.0;
-        const std::string_view name = record.enumeration(2);
-        const auto* found = std::find_if(std::begin(prefixes), std::end(prefixes),
-                                         [name](const Prefix& prefix) { return prefix.name == name; });
-        if (found == std::end(prefixes))
-            record.fault("no SI prefix: " + std::string(name.substr(0, 20)));
-        return found->factor;
-    }
-    case Entity::ConversionBasedUnit: {
-        const Record measure(context, record.reference(3));
-        const double factor = measure.positive(0) * readUnit(context, measure.reference(1));
-        if (!(factor > 0.0) || !std::isfinite(factor))
-            measure.fault("the factor of the unit is out of range");
-        return factor;
-    }
-    default:
-        record.fault("this kind of unit is not supported");
-    }
+bool isSupported(const Instance& unit) {
+    return entityOf(unit) == Entity::SIUnit || entityOf(unit) == Entity::ConversionBasedUnit;
 }
 
-/// The list of units: the project's, or the first one there is.
+double prefixFactor(const Record& unit) {
+    if (!unit.given(IfcSIUnit::Prefix))
+        return 1.0;
+    const std::string_view name = unit.enumeration(IfcSIUnit::Prefix);
+    const Prefix* const found =
+        std::find_if(std::begin(prefixes), std::end(prefixes), [name](const Prefix& prefix) { return prefix.name == name; });
+    if (found == std::end(prefixes))
+        unit.fail("unknown SI prefix: " + std::string(name.substr(0, 20)));
+    return found->factor;
+}
+
+/// The size of a unit of any type, in SI units without prefix.
+double readSize(IfcContext& context, const Instance& instance) {
+    const RecursionGuard guard(context, instance);
+    const Record record(context, instance);
+    if (!isSupported(instance))
+        record.fail("this kind of unit is not supported");
+    if (record.entity() == Entity::SIUnit)
+        return prefixFactor(record);
+    using namespace IfcMeasureWithUnit;
+    const Record measure(context, record.reference(IfcConversionBasedUnit::ConversionFactor));
+    const double size = measure.positive(ValueComponent) * readSize(context, measure.reference(UnitComponent));
+    if (!(size > 0.0) || !std::isfinite(size))
+        measure.fail("the factor of the unit is out of range");
+    return size;
+}
+
+/// The list of units of the project; otherwise the first list of units of the file; null if there is none.
 const Instance* findAssignment(IfcContext& context) {
     const Instance* assignment = nullptr;
     for (const Instance& instance : context.file.instances()) {
         if (entityOf(instance) == Entity::Project) {
             const Record project(context, instance);
-            if (project.given(8))
-                return &project.reference(8);
+            if (project.given(IfcProject::UnitsInContext))
+                return &project.reference(IfcProject::UnitsInContext);
         }
         if (entityOf(instance) == Entity::UnitAssignment && !assignment)
             assignment = &instance;
     }
     return assignment;
+}
+
+/// @return whether the unit is one of length.
+bool applyUnit(IfcContext& context, const Instance& unit) {
+    if (!isSupported(unit))
+        return false;
+    const std::string_view type = Record(context, unit).enumeration(IfcNamedUnit::UnitType);
+    if (type == "LENGTHUNIT")
+        context.lengthUnit = readSize(context, unit);
+    else if (type == "PLANEANGLEUNIT")
+        context.angleUnit = readSize(context, unit);
+    return type == "LENGTHUNIT";
 }
 
 } // namespace
@@ -69,60 +91,42 @@ Velmor::WideString nameOfUnit(IfcContext& context, const Instance& instance) {
     const Record record(context, instance);
     switch (record.entity()) {
     case Entity::SIUnit: {
-        std::string name(record.given(2) ? record.enumeration(2) : std::string_view());
-        name += record.enumeration(3);
+        std::string name;
+        if (record.given(IfcSIUnit::Prefix))
+            name = record.enumeration(IfcSIUnit::Prefix);
+        name += record.enumeration(IfcSIUnit::Name);
         return decodeText(name);
     }
     case Entity::ConversionBasedUnit:
-        return record.text(2, "its name");
+        return record.text(IfcConversionBasedUnit::Name, "its name");
     default:
-        record.fault("this kind of unit is not supported");
+        record.fail("this kind of unit is not supported");
     }
 }
 
-double readUnit(IfcContext& context, const Instance& instance, std::string_view kind) {
-    if (entityOf(instance) == Entity::SIUnit || entityOf(instance) == Entity::ConversionBasedUnit) {
+double readUnit(IfcContext& context, const Instance& instance, std::string_view type) {
+    if (isSupported(instance)) {
         const Record record(context, instance);
-        if (record.enumeration(1) != kind)
-            record.fault("is not of the expected kind: " + std::string(kind));
+        if (record.enumeration(IfcNamedUnit::UnitType) != type)
+            record.fail("is not a unit of the expected type " + std::string(type));
     }
-    return readUnit(context, instance);
+    return readSize(context, instance);
 }
 
 void readUnits(IfcContext& context) {
-    const auto noting = [&context](auto read) {
-        try {
-            read();
-        } catch (const EntityError& fault) {
-            context.note(*fault.instance, fault.reason);
-        }
-    };
-    static constexpr Instance none{};
     const Instance* assignment = nullptr;
-    bool lengthGiven = false;
-    noting([&] { assignment = findAssignment(context); });
-    noting([&] {
+    bool hasLength = false;
+    context.attemptPart([&] { assignment = findAssignment(context); });
+    context.attemptPart([&] {
         if (!assignment)
             return;
-        const Record units(context, *assignment);
-        ValueReader list = units.list(0);
-        for (Value value; list.next(value);) {
-            noting([&] {
-                const Instance& unit = units.resolve(value);
-                if (entityOf(unit) != Entity::SIUnit && entityOf(unit) != Entity::ConversionBasedUnit)
-                    return;
-                const std::string_view kind = Record(context, unit).enumeration(1);
-                if (kind == "LENGTHUNIT") {
-                    context.lengthUnit = readUnit(context, unit);
-                    lengthGiven = true;
-                } else if (kind == "PLANEANGLEUNIT") {
-                    context.angleUnit = readUnit(context, unit);
-                }
-            });
-        }
+        const Record record(context, *assignment);
+        ValueReader units = record.list(IfcUnitAssignment::Units);
+        for (Value unit; units.next(unit);)
+            context.attemptPart([&] { hasLength |= applyUnit(context, record.resolve(unit)); });
     });
-    if (!lengthGiven)
-        context.note(assignment ? *assignment : none, "no unit of length can be had; metre is taken");
+    if (!hasLength)
+        context.note(assignment ? *assignment : wholeModel, "no usable length unit is defined; meters are assumed");
 }
 
 } // namespace importer::ifc

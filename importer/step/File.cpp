@@ -1,3 +1,20 @@
+// The scanner. It walks over the text once, from statement to statement, and records for each instance its number, its
+// entity and its position (32 bytes). Parameters are skipped, not parsed.
+//
+// Statements end at a semicolon outside of texts and comments. Only the frame of the file must be intact: ISO-10303-21,
+// HEADER with FILE_SCHEMA, DATA, ENDSEC and END-ISO-10303-21. Any error there throws FileError, and so does a file that ends
+// too early: a file that was cut off must not be mistaken for a smaller model.
+//
+// An error within one instance costs that instance, which becomes a problem; scanning continues after the next semicolon.
+// The difficult case is a text without its closing apostrophe, since it swallows the following instances up to the next
+// apostrophe. A line that begins with "#1=" is therefore the limit of a search inside an instance: if a text or a binary is
+// open there, the instance is damaged and scanning continues at that line. If a comment is open there, the line is part of
+// the comment, and the search is repeated without the limit. These lines are found by one search that never goes back, so
+// that the whole scan stays linear.
+//
+// Line numbers are needed only for messages and products: the number of line ends is stored per block of 4 KiB, and counted
+// within the block on request.
+
 #include "importer/step/File.h"
 
 #include <Velmor/Platform.h>
@@ -23,13 +40,13 @@ constexpr std::size_t lineBlock = 1 << 12;
 constexpr const char* fileBegin = "ISO-10303-21";
 constexpr const char* fileEnd = "END-ISO-10303-21";
 
-/// Beyond this many problems they are only counted: nobody reads more, and each takes more memory than what it tells of.
-constexpr std::size_t mostProblems = 1000;
+/// Further problems are only counted: a problem takes more memory than a damaged instance takes in the file.
+constexpr std::size_t maxProblems = 1000;
 
-/// Longer than any entity's name.
-constexpr std::uint32_t longestName = 100;
+/// Longer than the name of any entity.
+constexpr std::uint32_t maxNameLength = 100;
 
-/// The name that a statement begins with.
+/// The name at the beginning of a statement.
 std::string_view keywordAt(const char* position, const char* end) {
     const char* last = position;
     while (last != end && (isNameCharacter(*last) || *last == '-'))
@@ -37,12 +54,12 @@ std::string_view keywordAt(const char* position, const char* end) {
     return {position, static_cast<std::size_t>(last - position)};
 }
 
-/// The same for the names of sections and of what the header holds, in capitals.
-std::string sectionAt(const char* position, const char* end) {
+/// The keyword at the beginning of a statement, in capitals: keywords of sections and of the header may be in any case.
+std::string keywordInCapitals(const char* position, const char* end) {
     return capitals(keywordAt(position, end));
 }
 
-/// What stands between the parentheses behind `position`; nothing when there are none.
+/// The text between the parentheses at `position`; empty if there are none.
 std::string_view parametersAt(const char* position, const char* end) {
     position = skipBlanks(position, end);
     if (position == end || *position != '(')
@@ -53,22 +70,22 @@ std::string_view parametersAt(const char* position, const char* end) {
                : std::string_view();
 }
 
-/// Whether something is there that may keep whoever opens or reads it waiting for ever: a pipe, a device. A folder counts,
-/// too.
+/// Whether the path exists and is not a regular file. Opening or reading a pipe or a device may block forever.
 bool isSpecial(const Velmor::WideString& path) {
     try {
         const std::filesystem::file_status status = std::filesystem::status(systemPath(path));
         return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
     } catch (const std::filesystem::filesystem_error&) {
-        return false; // opening it fails as well, and at once
+        return false; // opening the file fails too, without blocking
     }
 }
 
-/// A piece of the text for a message.
+/// The beginning of the text at `position`, for a message.
 std::string quoted(const char* position, const char* end) {
-    constexpr std::ptrdiff_t most = 30;
+    constexpr std::ptrdiff_t maxLength = 30;
     std::string result = "'";
-    for (const char* last = position + std::min(most, end - position); position != last && *position != '\n'; ++position)
+    for (const char* last = position + std::min(maxLength, end - position); position != last && *position != '\n';
+         ++position)
         result += *position >= ' ' && *position <= '~' ? *position : '?';
     return result + "'";
 }
@@ -86,17 +103,17 @@ File::File(std::vector<char>&& text, std::string name, const Application& applic
     : text_(std::move(text)), name_(std::move(name)), application_(application) {
     countLines();
     scan();
-    orderInstances();
-    tellMoreProblems();
+    sortInstances();
+    addCountOfOmittedProblems();
 }
 
 File File::open(const Velmor::WideString& path, const Application& application) {
     const std::string name = Velmor::StringOperations::ConvertToUTF8(path);
     if (isSpecial(path))
-        throw FileError(name + ": is no regular file; expected a STEP file (ISO 10303-21)");
+        throw FileError(name + ": not a regular file; expected a STEP file (ISO 10303-21)");
     const std::unique_ptr<Velmor::FileStream> stream(Velmor::FileStream::openFileForReading(path));
     if (stream->getHandle() == Velmor::ProcessOperations::InvalidHandle())
-        throw FileError(name + ": cannot be opened; expected a STEP file (ISO 10303-21) that can be read");
+        throw FileError(name + ": cannot be opened; expected a STEP file (ISO 10303-21)");
     std::vector<char> text;
     std::error_code unknown;
     const std::uintmax_t size = std::filesystem::file_size(systemPath(path), unknown);
@@ -105,7 +122,7 @@ File File::open(const Velmor::WideString& path, const Application& application) 
     std::vector<char> block;
     do {
         if (!stream->read(readBlock, block))
-            throw FileError(name + ": cannot be read behind byte " + std::to_string(text.size()) +
+            throw FileError(name + ": cannot be read after byte " + std::to_string(text.size()) +
                             "; expected a STEP file (ISO 10303-21)");
         text.insert(text.end(), block.begin(), block.end());
     } while (!block.empty());
@@ -114,10 +131,9 @@ File File::open(const Velmor::WideString& path, const Application& application) 
 
 std::vector<const Instance*> File::instancesOf(std::span<const EntityCode> entities) const {
     std::vector<const Instance*> result;
-    for (const Instance& instance : instances_) {
+    for (const Instance& instance : instances_)
         if (std::find(entities.begin(), entities.end(), instance.entity) != entities.end())
             result.push_back(&instance);
-    }
     std::sort(result.begin(), result.end(), [](const Instance* a, const Instance* b) { return a->offset < b->offset; });
     return result;
 }
@@ -130,7 +146,7 @@ const Instance* File::find(std::uint64_t number) const {
 
 std::string_view File::nameOf(const Instance& instance) const {
     const char* begin = text_.data() + instance.offset;
-    return keywordAt(begin + instance.name, begin + std::min(instance.parameters, instance.name + longestName));
+    return keywordAt(begin + instance.name, begin + std::min(instance.parameters, instance.name + maxNameLength));
 }
 
 std::string_view File::parametersOf(const Instance& instance) const {
@@ -167,20 +183,21 @@ void File::scan() {
     if (std::string_view(position_, text_.size()).starts_with("\xEF\xBB\xBF"))
         position_ += 3;
     position_ = skipBlanks(position_, end_);
-    if (sectionAt(position_, end_) != fileBegin)
-        fail(offsetOf(position_), "no STEP file (ISO 10303-21), but " + quoted(position_, end_), "'ISO-10303-21;'");
-    statement("';' behind ISO-10303-21");
+    if (keywordInCapitals(position_, end_) != fileBegin)
+        fail(offsetOf(position_), "not a STEP file (ISO 10303-21): it begins with " + quoted(position_, end_),
+             "'ISO-10303-21;'");
+    readStatement("';' after ISO-10303-21");
     scanHeader();
     bool data = false;
     for (;;) {
-        const Statement section = statement(data ? "'END-ISO-10303-21;' or a section" : "'DATA;'");
-        const std::string keyword = sectionAt(section.begin, section.end);
+        const Statement section = readStatement(data ? "'END-ISO-10303-21;' or a section" : "'DATA;'");
+        const std::string keyword = keywordInCapitals(section.begin, section.end);
         if (keyword == "DATA") {
             data = true;
             scanData();
         } else if (keyword == "ANCHOR" || keyword == "REFERENCE" || keyword == "SIGNATURE") {
-            for (Statement inside = section; sectionAt(inside.begin, inside.end) != "ENDSEC";)
-                inside = statement("'ENDSEC;' of a section");
+            for (Statement inside = section; keywordInCapitals(inside.begin, inside.end) != "ENDSEC";)
+                inside = readStatement("'ENDSEC;' of a section");
         } else if (keyword == fileEnd && data) {
             return;
         } else {
@@ -190,7 +207,7 @@ void File::scan() {
     }
 }
 
-File::Statement File::statement(const char* expected) {
+File::Statement File::readStatement(const char* expected) {
     const char* begin = skipBlanks(position_, end_);
     for (const char* last = begin; last != end_;) {
         if (*last == ';') {
@@ -202,7 +219,7 @@ File::Statement File::statement(const char* expected) {
             last = next == last ? last + 1 : next;
             continue;
         }
-        const char* const nextInstance = instanceLineBehind(last);
+        const char* const nextInstance = nextInstanceLine(last);
         last = skipText(last, nextInstance);
         if (!last && nextInstance != end_) {
             position_ = nextInstance;
@@ -213,9 +230,9 @@ File::Statement File::statement(const char* expected) {
     fail(text_.size(), "the file ends", expected);
 }
 
-/// The next line that begins with "#1=": a text that is still open there has lost its closing apostrophe. Asked for places
-/// that never go back, it looks at the file once.
-const char* File::instanceLineBehind(const char* position) {
+/// The first line after `position` that begins with "#1="; `end_` if there is none. Calls with increasing positions search
+/// the text only once altogether.
+const char* File::nextInstanceLine(const char* position) {
     if (instanceLine_ && instanceLine_ > position)
         return instanceLine_;
     const auto skipWhile = [this](const char* at, auto belongs) {
@@ -238,33 +255,36 @@ const char* File::instanceLineBehind(const char* position) {
 }
 
 void File::scanHeader() {
-    const Statement header = statement("'HEADER;'");
-    if (sectionAt(header.begin, header.end) != "HEADER")
+    const Statement header = readStatement("'HEADER;'");
+    if (keywordInCapitals(header.begin, header.end) != "HEADER")
         fail(offsetOf(header.begin), "found " + quoted(header.begin, header.end), "'HEADER;'");
-    const char* const headerBegin = header.begin;
     for (;;) {
-        const Statement entry = statement("'ENDSEC;' of the header");
-        const std::string keyword = sectionAt(entry.begin, entry.end);
+        const Statement entry = readStatement("'ENDSEC;' of the header");
+        const std::string keyword = keywordInCapitals(entry.begin, entry.end);
         if (keyword == "ENDSEC")
             break;
         if (keyword == "DATA" || keyword == fileEnd || entry.begin == entry.end || *entry.begin == '#')
             fail(offsetOf(entry.begin), "found " + quoted(entry.begin, entry.end), "'ENDSEC;' of the header");
-        if (keyword != "FILE_SCHEMA")
-            continue;
-        // A list of names within the list of parameters.
-        Value names;
-        Value first;
-        ValueReader(parametersAt(entry.begin + keyword.size(), entry.end)).next(names);
-        ValueReader(names.text).next(first);
-        if (names.kind != ValueKind::List || first.kind != ValueKind::Text)
-            fail(offsetOf(entry.begin), "found " + quoted(entry.begin, entry.end), "FILE_SCHEMA(('name of a schema'))");
-        schema_ = capitals(first.text);
-        if (!application_.supports(schema_))
-            fail(offsetOf(entry.begin), "the schema is " + quoted(schema_.data(), schema_.data() + schema_.size()),
-                 application_.supportedSchemas);
+        if (keyword == "FILE_SCHEMA")
+            readSchema(entry);
     }
     if (schema_.empty())
-        fail(offsetOf(headerBegin), "the header has no FILE_SCHEMA", application_.supportedSchemas);
+        fail(offsetOf(header.begin), "the header has no FILE_SCHEMA", application_.supportedSchemas);
+}
+
+void File::readSchema(const Statement& entry) {
+    // The only parameter is a list of names.
+    Value names;
+    Value first;
+    const std::string_view keyword = keywordAt(entry.begin, entry.end);
+    ValueReader(parametersAt(entry.begin + keyword.size(), entry.end)).next(names);
+    ValueReader(names.text).next(first);
+    if (names.kind != ValueKind::List || first.kind != ValueKind::Text)
+        fail(offsetOf(entry.begin), "found " + quoted(entry.begin, entry.end), "FILE_SCHEMA(('name of a schema'))");
+    schema_ = capitals(first.text);
+    if (!application_.supports(schema_))
+        fail(offsetOf(entry.begin), "the schema is " + quoted(schema_.data(), schema_.data() + schema_.size()),
+             application_.supportedSchemas);
 }
 
 void File::scanData() {
@@ -274,107 +294,120 @@ void File::scanData() {
             scanInstance();
             continue;
         }
-        const Statement entry = statement("'ENDSEC;' of the DATA section");
+        const Statement entry = readStatement("'ENDSEC;' of the DATA section");
         if (entry.begin == entry.end)
-            continue; // a semicolon too many harms nothing
-        const std::string keyword = sectionAt(entry.begin, entry.end);
+            continue; // a second semicolon is harmless
+        const std::string keyword = keywordInCapitals(entry.begin, entry.end);
         if (keyword == "ENDSEC")
             return;
         if (keyword == fileEnd || keyword == fileBegin || keyword == "DATA" || keyword == "HEADER")
             fail(offsetOf(entry.begin), "found " + quoted(entry.begin, entry.end), "'ENDSEC;' of the DATA section");
-        damaged(entry.begin, 0, "an instance '#1=NAME(...);'");
+        addDamage(entry.begin, 0, "an instance '#1=NAME(...);'");
     }
 }
 
 void File::scanInstance() {
-    const char* const begin = position_;
-    std::uint64_t number = 0;
-    const auto [digitsEnd, error] = std::from_chars(begin + 1, end_, number);
-    position_ = skipBlanks(digitsEnd, end_);
-    const bool numbered = error == std::errc() && number != 0 && position_ != end_ && *position_ == '=';
-    if (numbered)
-        position_ = skipBlanks(position_ + 1, end_);
-    const char* const nextInstance = instanceLineBehind(begin);
-    const std::string_view name = keywordAt(position_, end_);
-    position_ = skipBlanks(name.data() + name.size(), end_);
-    if (!numbered || position_ == end_ || *position_ != '(') {
-        // Nothing that is known about it helps to find its end: the next semicolon.
-        statement("'=', a name and '(' in the instance that begins here");
-        damaged(begin, numbered ? number : 0, "'#1=NAME(...);'");
+    InstanceStart start;
+    if (!readInstanceStart(start))
         return;
-    }
-    const char* const open = position_;
-    ParametersEnd parameters = findParametersEnd(open, std::max(open, nextInstance));
+    const char* const nextInstance = nextInstanceLine(start.begin);
+    ParametersEnd parameters = findParametersEnd(start.open, std::max(start.open, nextInstance));
     if (parameters.how == ParametersEnd::OpenText && nextInstance != end_) {
-        damaged(begin, number, "a text that ends before the next instance");
+        addDamage(start.begin, start.number, "a text that ends before the next instance");
         position_ = nextInstance;
         return;
     }
     if (parameters.how == ParametersEnd::CutOff)
-        parameters = findParametersEnd(open, end_); // the line that looks like an instance is part of a comment
+        parameters = findParametersEnd(start.open, end_); // the line that looks like an instance is inside a comment
     if (parameters.how == ParametersEnd::CutOff || parameters.how == ParametersEnd::OpenText)
         fail(text_.size(),
-             "the file ends inside #" + std::to_string(number) + ", which begins on line " +
-                 std::to_string(lineAt(offsetOf(begin))),
+             "the file ends inside #" + std::to_string(start.number) + ", which begins on line " +
+                 std::to_string(lineAt(offsetOf(start.begin))),
              "')' and ';'");
     position_ = skipBlanks(parameters.position, end_);
     if (position_ == end_)
-        fail(text_.size(), "the file ends behind #" + std::to_string(number), "';'");
+        fail(text_.size(), "the file ends after #" + std::to_string(start.number), "';'");
     const bool ended = *position_ == ';';
     if (ended)
         ++position_;
-    const auto length = static_cast<std::uint64_t>(parameters.position - begin);
-    if (parameters.how != ParametersEnd::Closed)
-        damaged(begin, number, "')' before ';'");
-    else if (length > std::numeric_limits<std::uint32_t>::max())
-        damaged(begin, number, "an instance of less than 4 GiB");
+    if (parameters.how == ParametersEnd::Closed)
+        addInstance(start, parameters.position);
     else
-        instances_.push_back({number, offsetOf(begin), static_cast<std::uint32_t>(length),
-                              static_cast<std::uint32_t>(name.data() - begin), static_cast<std::uint32_t>(open - begin),
-                              application_.codeOf(name)});
+        addDamage(start.begin, start.number, "')' before ';'");
     if (!ended) {
-        damaged(begin, number, "';' behind ')'");
+        addDamage(start.begin, start.number, "';' after ')'");
         if (*position_ != '#')
-            statement("';'");
+            readStatement("';'");
     }
 }
 
-void File::damaged(const char* instance, std::uint64_t number, const char* expected) {
-    const std::uint64_t offset = offsetOf(instance);
-    if (mayTellProblemAt(offset))
-        problems_.push_back({lineAt(offset), number, "found " + quoted(instance, end_) + "; expected " + expected});
-}
-
-bool File::mayTellProblemAt(std::uint64_t offset) {
-    if (problems_.size() < mostProblems)
+/// Reads "#1=NAME(". If that fails, the statement is skipped up to its semicolon and is a problem.
+bool File::readInstanceStart(InstanceStart& start) {
+    start.begin = position_;
+    start.number = 0;
+    const auto [digitsEnd, error] = std::from_chars(position_ + 1, end_, start.number);
+    position_ = skipBlanks(digitsEnd, end_);
+    const bool numbered = error == std::errc() && start.number != 0 && position_ != end_ && *position_ == '=';
+    if (numbered)
+        position_ = skipBlanks(position_ + 1, end_);
+    start.name = keywordAt(position_, end_);
+    position_ = skipBlanks(start.name.data() + start.name.size(), end_);
+    start.open = position_;
+    if (numbered && position_ != end_ && *position_ == '(')
         return true;
-    if (moreProblems_++ == 0)
-        firstMoreProblem_ = offset;
+    readStatement("'=', a name and '(' in the instance that begins here");
+    addDamage(start.begin, numbered ? start.number : 0, "'#1=NAME(...);'");
     return false;
 }
 
-void File::tellMoreProblems() {
-    if (moreProblems_ != 0)
-        problems_.push_back({lineAt(firstMoreProblem_), 0,
-                             "and " + std::to_string(moreProblems_) + " more damaged instances, from this line on"});
+void File::addInstance(const InstanceStart& start, const char* end) {
+    const auto length = static_cast<std::uint64_t>(end - start.begin);
+    if (length > std::numeric_limits<std::uint32_t>::max())
+        addDamage(start.begin, start.number, "an instance of less than 4 GiB");
+    else
+        instances_.push_back({start.number, offsetOf(start.begin), static_cast<std::uint32_t>(length),
+                              static_cast<std::uint32_t>(start.name.data() - start.begin),
+                              static_cast<std::uint32_t>(start.open - start.begin), application_.codeOf(start.name)});
 }
 
-void File::orderInstances() {
+void File::addDamage(const char* instance, std::uint64_t number, const char* expected) {
+    const std::uint64_t offset = offsetOf(instance);
+    if (mayAddProblem(offset))
+        problems_.push_back({lineAt(offset), number, "found " + quoted(instance, end_) + "; expected " + expected});
+}
+
+/// Whether a problem at this offset is stored; otherwise counts it.
+bool File::mayAddProblem(std::uint64_t offset) {
+    if (problems_.size() < maxProblems)
+        return true;
+    if (omittedProblems_++ == 0)
+        firstOmittedProblem_ = offset;
+    return false;
+}
+
+void File::addCountOfOmittedProblems() {
+    if (omittedProblems_ != 0)
+        problems_.push_back({lineAt(firstOmittedProblem_), 0,
+                             "and " + std::to_string(omittedProblems_) + " more damaged instances from this line on"});
+}
+
+/// Sorts the instances by number, and removes those whose number an earlier instance has.
+void File::sortInstances() {
     const auto before = [](const Instance& a, const Instance& b) {
         return a.number != b.number ? a.number < b.number : a.offset < b.offset;
     };
     if (!std::is_sorted(instances_.begin(), instances_.end(), before))
         std::sort(instances_.begin(), instances_.end(), before);
-    const auto again = [this](const Instance& first, const Instance& other) {
+    const auto isRepeated = [this](const Instance& first, const Instance& other) {
         if (first.number != other.number)
             return false;
-        if (mayTellProblemAt(other.offset))
+        if (mayAddProblem(other.offset))
             problems_.push_back({lineAt(other.offset), other.number,
-                                 "the number is given already on line " + std::to_string(lineAt(first.offset)) +
-                                     "; expected a number of its own"});
+                                 "the number is already used on line " + std::to_string(lineAt(first.offset)) +
+                                     "; expected a unique number; this instance is ignored"});
         return true;
     };
-    instances_.erase(std::unique(instances_.begin(), instances_.end(), again), instances_.end());
+    instances_.erase(std::unique(instances_.begin(), instances_.end(), isRepeated), instances_.end());
 }
 
 } // namespace importer::step

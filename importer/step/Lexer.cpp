@@ -1,3 +1,13 @@
+// The lexer works on the text in place and without recursion.
+//
+// A value is recognized by its first character. To skip a list, findParametersEnd counts parentheses and skips texts,
+// binaries and comments; the nesting depth is a counter, so that a deeply nested list cannot exhaust the stack. The same
+// search finds the end of an instance, so each byte of a file passes through it once when the file is scanned, and a table
+// decides which bytes need a closer look. When the values of a list are read, the inner lists are skipped again, once per
+// level of nesting that a caller reads.
+//
+// Damage never causes a read past `end`. An invalid value ends its list, because the begin of the next value is unknown.
+
 #include "importer/step/Lexer.h"
 
 #include <array>
@@ -8,8 +18,7 @@ namespace importer::step {
 
 namespace {
 
-/// The characters that mean nothing to the search for the end of parameters: nearly all, and it looks at every one of a
-/// file.
+/// The characters that findParametersEnd skips without a closer look. It visits every character of a file.
 constexpr std::array<bool, 256> isPlain = [] {
     std::array<bool, 256> plain{};
     plain.fill(true);
@@ -22,13 +31,13 @@ bool isBlank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r') || c == '\0';
 }
 
-/// Behind the closing quote of the binary at `position`; null when it is not closed.
+/// The position after the closing quote of the binary at `position`; null if it is not closed.
 const char* skipBinary(const char* position, const char* end) {
     const void* quote = std::memchr(position + 1, '"', static_cast<std::size_t>(end - position - 1));
     return quote ? static_cast<const char*>(quote) + 1 : nullptr;
 }
 
-/// Behind the comment at `position`, which begins with "/*"; `end` when it is not closed.
+/// The position after the comment at `position`, which begins with "/*"; `end` if it is not closed.
 const char* skipComment(const char* position, const char* end) {
     const std::string_view rest(position + 2, static_cast<std::size_t>(end - position - 2));
     const std::size_t close = rest.find("*/");
@@ -39,20 +48,20 @@ bool beginsComment(const char* position, const char* end) {
     return end - position >= 2 && position[0] == '/' && position[1] == '*';
 }
 
-/// Whether what follows a text, from `position` on, can follow a text in a list.
+/// Whether a text may end before `position`: a comma, a parenthesis or the end follows.
 bool textMayEndBefore(const char* position, const char* end) {
     while (position != end && isBlank(*position))
         ++position;
     return position == end || *position == ',' || *position == ')';
 }
 
-/// Behind the closing parenthesis of the one at `position`; null when there is none.
+/// The position after the list at `position`; null if the list is not closed.
 const char* skipList(const char* position, const char* end) {
     const ParametersEnd found = findParametersEnd(position, end);
     return found.how == ParametersEnd::Closed ? found.position : nullptr;
 }
 
-/// A value is recognised by its first character; `position` moves behind it, or becomes null.
+/// The value at `position`, which then moves after the value, or becomes null if the value is invalid.
 Value valueAt(const char*& position, const char* end) {
     const char* begin = position;
     const auto between = [&](std::ptrdiff_t first, std::ptrdiff_t last) {
@@ -124,7 +133,7 @@ bool ValueReader::next(Value& value) {
     if (position_)
         position_ = skipBlanks(position_, end_);
     if (!position_ || (position_ != end_ && *position_ != ',')) {
-        // Where the next value would begin is anybody's guess: this is the last one.
+        // The begin of the next value is unknown: this value is the last one.
         value = {ValueKind::Invalid, std::string_view(begin, static_cast<std::size_t>(end_ - begin))};
         position_ = end_;
     }
@@ -134,14 +143,13 @@ bool ValueReader::next(Value& value) {
 }
 
 const char* skipBlanks(const char* position, const char* end) {
-    while (position != end) {
+    while (position != end)
         if (isBlank(*position))
             ++position;
         else if (beginsComment(position, end))
             position = skipComment(position, end);
         else
             break;
-    }
     return position;
 }
 
@@ -154,7 +162,7 @@ const char* skipText(const char* position, const char* end) {
         const char* quote = static_cast<const char*>(found);
         const bool doubled = end - quote >= 2 && quote[1] == '\'';
         if (quote - begin >= 3 && std::memcmp(quote - 3, "\\S\\", 3) == 0) {
-            // The apostrophe is the character that \S\ shifts. Some writers double it here too, against the standard.
+            // This apostrophe is the character that \S\ shifts. Some programs double it here too, against the standard.
             position = doubled && !textMayEndBefore(quote + 2, end) ? quote + 2 : quote + 1;
         } else if (doubled) {
             position = quote + 2;
@@ -247,10 +255,9 @@ std::string_view contentOf(const Value& value) {
 
 std::string capitals(std::string_view name) {
     std::string result(name);
-    for (char& c : result) {
+    for (char& c : result)
         if (c >= 'a' && c <= 'z')
             c = static_cast<char>(c - 'a' + 'A');
-    }
     return result;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-// The values of the exchange structure (ISO 10303-21): how one of them begins and ends in the text. Nothing is copied,
-// nothing recurses: a value is a piece of the file's text, and what a list holds is looked at only by who asks for it.
+// The values of the exchange structure (ISO 10303-21): where each begins and ends in the text. A value is a view of the
+// file's text. Nothing is copied, and the content of a list is read only when a caller reads it.
 
 #include <cstdint>
 #include <optional>
@@ -10,22 +10,22 @@
 
 namespace importer::step {
 
-/// What a value is, seen from its first characters.
+/// The kind of a value. Its first characters decide it.
 enum class ValueKind : std::uint8_t {
-    Absent,      ///< There is none.
+    Absent,      ///< There is no value.
     Omitted,     ///< $
     Derived,     ///< *
     Number,      ///< 12 or -1.5E3
-    Text,        ///< 'text'; `Value::text` is what stands between the apostrophes, still encoded
+    Text,        ///< 'text'; `Value::text` is the part between the apostrophes, still encoded
     Enumeration, ///< .NAME.; `Value::text` is the name
-    Binary,      ///< "0AF"; `Value::text` is what stands between the quotes
+    Binary,      ///< "0AF"; `Value::text` is the part between the quotes
     Reference,   ///< #12; `Value::text` is the number
-    List,        ///< (...); `Value::text` is what stands between the parentheses
-    Typed,       ///< NAME(...); `Value::text` is all of it
+    List,        ///< (...); `Value::text` is the part between the parentheses
+    Typed,       ///< NAME(...); `Value::text` is the whole value
     Invalid      ///< None of these.
 };
 
-/// One value. The text is part of the file's, and lives as long as that does.
+/// One value. Its text is part of the file's text and is valid as long as the file.
 struct Value {
     ValueKind kind = ValueKind::Absent;
     std::string_view text;
@@ -33,63 +33,65 @@ struct Value {
     bool given() const { return kind != ValueKind::Absent && kind != ValueKind::Omitted && kind != ValueKind::Derived; }
 };
 
-/// Walks along the values of a list, which are separated by commas.
+/// Reads the values of a list one after the other. They are separated by commas.
 class ValueReader {
 public:
     /// @param list the text between the parentheses.
     explicit ValueReader(std::string_view list) : position_(list.data()), end_(list.data() + list.size()) {}
 
-    /// The next value; `Invalid` for what is none, and that is then the last one.
-    /// @return false behind the last one.
+    /// Reads the next value. Text that is not a value becomes an `Invalid` value. If no comma can be found after it,
+    /// it is the last value.
+    /// @return false after the last value.
     bool next(Value& value);
 
 private:
     const char* position_;
     const char* end_;
-    bool expected_ = false; // a comma promised one more value
+    bool expected_ = false; // a comma announced one more value
 };
 
-/// The first character at or behind `position` that is neither white space nor part of a comment; `end` if there is none.
+/// The first character from `position` on that is neither white space nor part of a comment; `end` if there is none.
 const char* skipBlanks(const char* position, const char* end);
 
-/// Behind the closing apostrophe of the text whose opening one is at `position`; null when it is not closed.
+/// The position after the closing apostrophe of the text whose opening apostrophe is at `position`; null if it is not
+/// closed.
 const char* skipText(const char* position, const char* end);
 
 /// Where the parameters of an instance end, and how.
 struct ParametersEnd {
-    const char* position; ///< Behind the closing parenthesis; at the semicolon; or at the end of the text.
-    enum { Closed, Semicolon, CutOff, OpenText } how; ///< The last: the text ends within a text or a binary.
+    const char* position; ///< After the closing parenthesis; at the semicolon; or at the end of the text.
+    enum { Closed, Semicolon, CutOff, OpenText } how; ///< OpenText: the end of the text is inside a text or a binary.
 };
 
-/// Looks for the parenthesis that closes the one at `position`. A semicolon outside of texts and comments ends the search.
+/// Finds the parenthesis that closes the one at `position`. A semicolon outside of texts and comments ends the search.
 ParametersEnd findParametersEnd(const char* position, const char* end);
 
-/// The number that a value of kind `Number` is; nothing when it is not a number or too large for one. What is too small is
-/// 0.
+/// The number of a value of kind `Number`; nothing if it is not a number or too large for a double. A number too small for a
+/// double is 0.
 std::optional<double> numberOf(const Value& value);
 
-/// The same for a number without a fraction.
+/// The number of a value of kind `Number` that has no fraction and fits 64 bits; otherwise nothing.
 std::optional<std::int64_t> integerOf(const Value& value);
 
-/// The instance number of a value of kind `Reference`; nothing when it is not a positive number of 64 bits.
+/// The instance number of a value of kind `Reference`; nothing if it is not a positive number of 64 bits.
 std::optional<std::uint64_t> referenceOf(const Value& value);
 
-/// The type's name of a value of kind `Typed`.
+/// The name of the type of a value of kind `Typed`.
 std::string_view typeOf(const Value& value);
 
-/// What stands between the parentheses of a value of kind `Typed`.
+/// The text between the parentheses of a value of kind `Typed`.
 std::string_view contentOf(const Value& value);
 
 inline bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/// Whether a character may be part of an entity's name.
+/// Whether a character may be part of the name of an entity.
 inline bool isNameCharacter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || isDigit(c) || c == '_';
 }
 
-/// A name in capitals.
+/// The name in capitals.
 std::string capitals(std::string_view name);
 
 } // namespace importer::step

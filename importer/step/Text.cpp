@@ -1,3 +1,7 @@
+// A text is decoded from left to right, one unit at a time: a directive, a doubled apostrophe, a UTF-8 sequence, or a single
+// byte. The only state is the code page of \S\, which \P?\ sets and which begins as ISO 8859-1. A directive that is invalid
+// or cut off decodes to its own characters: nothing is lost, and decoding cannot fail.
+
 #include "importer/step/Text.h"
 
 #include <Velmor/Text.h>
@@ -15,6 +19,7 @@ using Velmor::WideChar;
 using Velmor::WideString;
 
 /// Reads `digits` hexadecimal digits at `offset`.
+/// @return false if there are fewer.
 bool readHex(std::string_view text, std::size_t offset, std::size_t digits, std::uint32_t& value) {
     if (text.size() - offset < digits)
         return false;
@@ -37,7 +42,7 @@ void append(WideString& text, std::uint32_t character) {
     }
 }
 
-/// Length of the UTF-8 sequence at the beginning of `text`, and its character; 0 when there is none of 2 to 4 bytes.
+/// The length of the UTF-8 sequence at the beginning of `text`; 0 if it is not a valid one of 2 to 4 bytes.
 std::size_t readUtf8(std::string_view text, std::uint32_t& character) {
     static constexpr std::uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
     const auto lead = static_cast<unsigned char>(text[0]);
@@ -59,7 +64,7 @@ std::size_t readUtf8(std::string_view text, std::uint32_t& character) {
 }
 
 /// Decodes the directive at the beginning of `text`, which is a backslash.
-/// @return its length; 0 when it is none.
+/// @return its length; 0 if it is not a valid directive.
 std::size_t readDirective(std::string_view text, StringOperations::CharSet_e& page, WideString& result) {
     std::uint32_t value = 0;
     if (text.starts_with("\\\\")) {
@@ -101,8 +106,8 @@ bool isLineBreak(char c) {
     return c == '\n' || c == '\r';
 }
 
-/// Decodes the byte at the beginning of `bytes`, or the UTF-8 sequence that it begins.
-/// @return the length of what was decoded.
+/// Decodes the UTF-8 sequence at the beginning of `bytes`, or else its first byte as ISO 8859-1.
+/// @return the number of bytes decoded.
 std::size_t decodeOne(std::string_view bytes, WideString& result) {
     std::uint32_t character = 0;
     const std::size_t length = readUtf8(bytes, character);
@@ -155,7 +160,7 @@ std::optional<std::vector<char>> decodeBinary(std::string_view encoded) {
         return std::nullopt;
     std::vector<char> bytes;
     bytes.reserve(encoded.size() / 2);
-    int high = -1; // of the byte whose second digit is still to come
+    int high = -1; // first digit of a byte whose second digit has not been read
     for (const char c : encoded.substr(1)) {
         if (isLineBreak(c))
             continue;

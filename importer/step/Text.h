@@ -10,21 +10,21 @@
 
 namespace importer::step {
 
-/// Decodes what stands between the apostrophes of a text: doubled apostrophes and backslashes, \X2\..\X0\, \X4\..\X0\,
-/// \X\hh, \S\c in the code page that \P?\ chose. Line breaks, and the directives \N\ and \F\, are nothing. Bytes above 0x7F,
-/// which the standard does not allow but files have, are taken as UTF-8 where they are, else as ISO 8859-1. What is no valid
-/// directive stays as it stands.
+/// Decodes the part of a text between its apostrophes. Doubled apostrophes and backslashes become single ones. The
+/// directives \X2\..\X0\, \X4\..\X0\, \X\hh, and \S\c with the code page chosen by \P?\, become characters. Line breaks and
+/// the directives \N\ and \F\ are dropped. An invalid directive is kept as text. The standard does not allow bytes above
+/// 0x7F, but files contain them: they are decoded as UTF-8 if they are valid UTF-8, otherwise as ISO 8859-1.
 Velmor::WideString decodeText(std::string_view encoded);
 
-/// Decodes bytes as UTF-8 where they are, else as ISO 8859-1.
+/// Decodes bytes as UTF-8; those that are not valid UTF-8 as ISO 8859-1.
 Velmor::WideString decodeUtf8(std::string_view bytes);
 
-/// The number that a hexadecimal digit of either case stands for; -1 when it is none.
+/// The value of a hexadecimal digit of either case; -1 for another character.
 int hexDigit(char c);
 
-/// Decodes what stands between the quotes of a binary: the number of unused bits at its head, 0 to 3, and hexadecimal
-/// digits. Line breaks are nothing, as in a text.
-/// @return the bytes; nothing when it is damaged or no whole number of bytes, which leaves no bit unused.
+/// Decodes the part of a binary between its quotes: the number of unused bits, which is 0 for whole bytes, and hexadecimal
+/// digits. Line breaks are skipped.
+/// @return the bytes; nothing if the binary is damaged or is not a whole number of bytes.
 std::optional<std::vector<char>> decodeBinary(std::string_view encoded);
 
 } // namespace importer::step

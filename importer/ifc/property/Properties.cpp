@@ -1,5 +1,14 @@
+// How a set is read. Its properties arrive in the order of the file, each with its value as the file has it; the type of the
+// value decides its value type in the library (`measureTypes`). Only plane angles are converted, to radians. An error costs
+// the property that has it. Properties of kinds that the library has no type for are counted, and reported once for each
+// kind.
+//
+// A property may be in any number of sets and complex properties, and is read again for each of them. Complex properties
+// within each other multiply: hence the limits of nesting, of properties per set, and of the work of all sets.
+
 #include "importer/ifc/property/Properties.h"
 
+#include "importer/ifc/Attributes.h"
 #include "importer/ifc/Units.h"
 #include "importer/step/Text.h"
 
@@ -11,6 +20,8 @@
 #include <unordered_set>
 
 namespace importer::ifc {
+
+using namespace attribute;
 
 namespace {
 
@@ -24,7 +35,7 @@ struct MeasureType {
     Single::ValueType_t type;
 };
 
-/// How the defined types are carried. Numbers of all other types are reals of no known measure, and texts are texts.
+/// The value types of the defined types. Other types become `Unspecified` for numbers, and `String` for texts.
 constexpr MeasureType measureTypes[] = {
     {"IFCLABEL", Single::String},
     {"IFCTEXT", Single::String},
@@ -62,7 +73,8 @@ constexpr MeasureType measureTypes[] = {
     {"IFCCOMPOUNDPLANEANGLEMEASURE", Single::CompoundPlaneAngle},
 };
 
-/// The value within a typed one, and how that type is carried.
+/// Replaces a typed value by the value in it.
+/// @return the value type of the type.
 Single::ValueType_t openTyped(const Record& record, Value& value) {
     if (value.kind != ValueKind::Typed)
         return Single::Unspecified;
@@ -72,7 +84,7 @@ Single::ValueType_t openTyped(const Record& record, Value& value) {
     ValueReader content(contentOf(value));
     Value more;
     if (!content.next(value) || content.next(more))
-        record.fault("the value does not hold exactly one");
+        record.fail("its typed value does not contain exactly one value");
     return found != std::end(measureTypes) ? found->type : Single::Unspecified;
 }
 
@@ -86,18 +98,19 @@ std::optional<Single::Logical_s> logicalOf(const Value& value) {
     return value.text == "U" ? std::optional(Single::LogicalUnknown) : std::nullopt;
 }
 
-/// The number of a value that should be whole: "3." is.
-std::optional<std::int64_t> wholeOf(const Value& value) {
-    if (const auto integer = integerOf(value))
+/// The whole number of a value; "3." is one too.
+std::optional<std::int64_t> wholeNumberOf(const Value& value) {
+    if (const std::optional<std::int64_t> integer = integerOf(value))
         return integer;
-    constexpr double exact = 9007199254740992.0; // up to here every whole number is a double
+    constexpr double maxExact = 9007199254740992.0; // 2^53: up to here a double represents every whole number
     const std::optional<double> number = numberOf(value);
-    return number && std::abs(*number) <= exact && *number == std::trunc(*number)
+    return number && std::abs(*number) <= maxExact && *number == std::trunc(*number)
                ? std::optional(static_cast<std::int64_t>(*number))
                : std::nullopt;
 }
 
-/// Degrees, minutes, seconds, and perhaps millionths of a second.
+/// Reads degrees, minutes, seconds and, if given, millionths of a second.
+/// @return false if the value is not such a list.
 bool readCompoundAngle(const Value& value, int (&components)[4]) {
     if (value.kind != ValueKind::List)
         return false;
@@ -112,177 +125,201 @@ bool readCompoundAngle(const Value& value, int (&components)[4]) {
     return count >= 3;
 }
 
+/// Copies a text up to its first NUL, and cuts it to the capacity of the array.
 void copyText(const WideString& from, WideChar (&to)[Velmor::IFC2X3TextUnits]) {
-    const WideString text = from.c_str(); // up to its first NUL
+    const WideString text = from.c_str();
     to[text.copy(to, std::size(to) - 1)] = 0;
 }
+
+/// Adds a single value to a set. The functions that take a value return false if the value does not match the value type.
+class SingleValue {
+public:
+    SingleValue(const Record& record, IFC2X3PropertySet& set)
+        : name_(record.text(IfcPropertySingleValue::Name, "its name")),
+          description_(record.text(IfcPropertySingleValue::Specification, "its description")), set_(set) {}
+
+    void addText(const WideString& text) {
+        set_.addProperty(Velmor::createPropertySingleValueString(name_.c_str(), description_.c_str(), text));
+    }
+
+    bool addText(const Value& value) {
+        if (value.kind != ValueKind::Text && value.kind != ValueKind::Binary)
+            return false;
+        addText(decodeText(value.text));
+        return true;
+    }
+
+    bool addReal(Single::ValueType_t type, const std::optional<double>& number) {
+        if (number)
+            set_.addProperty(Velmor::createPropertySingleValueReal(name_.c_str(), description_.c_str(), type, *number));
+        return number.has_value();
+    }
+
+    /// A whole number becomes an integer of 32 bits if it fits, otherwise one of 64 bits; another number a real.
+    bool addInteger(const Value& value) {
+        const std::optional<std::int64_t> whole = wholeNumberOf(value);
+        if (!whole)
+            return addReal(Single::Real, numberOf(value));
+        const auto narrow = static_cast<std::int32_t>(*whole);
+        set_.addProperty(narrow == *whole ? Velmor::createPropertySingleValueInteger(name_.c_str(), description_.c_str(),
+                                                                                     Single::Integer, narrow)
+                                          : Velmor::createPropertySingleValueInteger64(name_.c_str(), description_.c_str(),
+                                                                                       Single::Integer64, *whole));
+        return true;
+    }
+
+    /// An unknown boolean becomes a logical.
+    bool addLogical(Single::ValueType_t type, const Value& value) {
+        const std::optional<Single::Logical_s> logical = logicalOf(value);
+        if (!logical)
+            return false;
+        const bool isBoolean = type == Single::Boolean && *logical != Single::LogicalUnknown;
+        set_.addProperty(isBoolean
+                             ? Velmor::createPropertySingleValueBoolean(name_.c_str(), description_.c_str(),
+                                                                        *logical == Single::LogicalTrue)
+                             : Velmor::createPropertySingleValueLogical(name_.c_str(), description_.c_str(), *logical));
+        return true;
+    }
+
+    bool addCompoundAngle(const Value& value) {
+        int components[4] = {0, 0, 0, 0};
+        if (!readCompoundAngle(value, components))
+            return false;
+        set_.addProperty(
+            Velmor::createPropertySingleValueCompoundPlaneAngle(name_.c_str(), description_.c_str(), components));
+        return true;
+    }
+
+private:
+    const WideString name_;
+    const WideString description_;
+    IFC2X3PropertySet& set_;
+};
 
 } // namespace
 
 void PropertyReader::read(const Instance& instance, NamedSet& result) {
     Velmor::IFC2X3_PSet_Custom_s& set = result.set;
     std::fill(std::begin(set.globalId), std::end(set.globalId), '0');
-    context_.beginProduct();
+    context_.beginObject();
     propertiesOfSet_ = 0;
-    try {
+    const Outcome outcome = context_.attempt(instance, [&] {
         const Record record(context_, instance);
-        const WideString globalId = record.text(0, "its GlobalId");
-        const auto isAscii = [](WideChar unit) { return unit > ' ' && unit <= '~'; };
-        if (globalId.size() == std::size(set.globalId) && std::all_of(globalId.begin(), globalId.end(), isAscii))
-            std::transform(globalId.begin(), globalId.end(), set.globalId,
-                           [](WideChar unit) { return static_cast<char>(unit); });
-        else
-            context_.note(instance, "its GlobalId does not have 22 characters; 22 zeros are taken");
-        result.name = record.text(2, "its name");
+        readGlobalId(record, set);
+        result.name = record.text(IfcPropertySet::Name, "its name");
         copyText(result.name, set.name);
-        copyText(record.text(3, "its description"), set.description);
-        addProperties(record, 4, 0, set.properties);
-    } catch (const EntityError& fault) {
-        context_.note(*fault.instance, fault.reason);
-    } catch (const LimitExceeded& exceeded) {
-        // Some of the properties would look like all of them.
-        set.properties = IFC2X3PropertySet();
-        context_.note(instance, exceeded.reason);
-    }
+        copyText(record.text(IfcPropertySet::Description, "its description"), set.description);
+        addProperties(record, IfcPropertySet::HasProperties, 0, set.properties);
+    });
+    if (outcome == Outcome::LimitExceeded)
+        set.properties = IFC2X3PropertySet(); // An incomplete set would look like a complete one.
+}
+
+void PropertyReader::readGlobalId(const Record& record, Velmor::IFC2X3_PSet_Custom_s& set) {
+    const WideString globalId = record.text(IfcPropertySet::GlobalId, "its GlobalId");
+    const auto isAscii = [](WideChar unit) { return unit > ' ' && unit <= '~'; };
+    if (globalId.size() == std::size(set.globalId) && std::all_of(globalId.begin(), globalId.end(), isAscii))
+        std::transform(globalId.begin(), globalId.end(), set.globalId,
+                       [](WideChar unit) { return static_cast<char>(unit); });
+    else
+        context_.note(record.instance(), "its GlobalId does not have 22 characters; 22 zeros are used instead");
 }
 
 void PropertyReader::addProperties(const Record& owner, std::size_t index, unsigned depth, IFC2X3PropertySet& set) {
     std::unordered_set<const Instance*> added;
-    std::uint64_t again = 0;
-    owner.eachReference(owner.list(index), [&](const Instance& property) {
-        if (!added.insert(&property).second) {
-            ++again;
-            return;
-        }
-        try {
-            addProperty(property, depth, set);
-        } catch (const EntityError& fault) {
-            context_.note(*fault.instance, fault.reason);
-        }
+    std::uint64_t repeated = 0;
+    owner.forEachReference(owner.list(index), [&](const Instance& property) {
+        if (added.insert(&property).second)
+            context_.attemptPart([&] { addProperty(property, depth, set); });
+        else
+            ++repeated;
     });
-    if (again != 0)
-        context_.note(owner.instance(), "names properties again that it has already: " + std::to_string(again));
+    if (repeated != 0)
+        context_.note(owner.instance(),
+                      "refers to properties more than once; repetitions ignored: " + std::to_string(repeated));
 }
 
 void PropertyReader::addProperty(const Instance& instance, unsigned depth, IFC2X3PropertySet& set) {
-    // Each complex property that it lies within copies it again.
+    // Adding a complex property to its set copies all properties within it: each level is one more copy.
     constexpr std::uint64_t workPerProperty = 128;
     context_.charge(workPerProperty * (1 + depth));
     if (++propertiesOfSet_ > context_.limits.propertiesPerSet)
-        throw LimitExceeded{"the set has more properties than one of a file of this size may have"};
+        throw LimitExceeded{"the set has more properties than the limit for a file of this size"};
     switch (entityOf(instance)) {
     case Entity::PropertySingleValue:
-        addSingleValue(instance, set);
-        break;
+        return addSingleValue(instance, set);
     case Entity::ComplexProperty:
-        addComplex(instance, depth, set);
-        break;
+        return addComplex(instance, depth, set);
     case Entity::PropertyEnumeratedValue:
-        remark(EnumeratedValue, instance);
-        break;
+        return remark(EnumeratedValue, instance);
     case Entity::PropertyListValue:
-        remark(ListValue, instance);
-        break;
+        return remark(ListValue, instance);
     case Entity::PropertyBoundedValue:
-        remark(BoundedValue, instance);
-        break;
+        return remark(BoundedValue, instance);
     case Entity::PropertyTableValue:
-        remark(TableValue, instance);
-        break;
+        return remark(TableValue, instance);
     case Entity::PropertyReferenceValue:
-        remark(ReferenceValue, instance);
-        break;
+        return remark(ReferenceValue, instance);
     default:
-        throw EntityError{&instance, "is no property"};
+        throw EntityError{&instance, "is not a property"};
     }
 }
 
 void PropertyReader::addComplex(const Instance& instance, unsigned depth, IFC2X3PropertySet& set) {
-    constexpr std::size_t deepest = 16;
-    const RecursionGuard nesting(context_, instance, deepest);
+    using namespace IfcComplexProperty;
+    constexpr std::size_t maxDepth = 16;
+    const RecursionGuard guard(context_, instance, maxDepth);
     const Record record(context_, instance);
     IFC2X3PropertySet nested;
-    addProperties(record, 3, depth + 1, nested);
-    set.addProperty(Velmor::createPropertyComplex(record.text(0, "its name"), record.text(1, "its description"),
-                                                  record.text(2, "its usage name"), nested));
+    addProperties(record, HasProperties, depth + 1, nested);
+    set.addProperty(Velmor::createPropertyComplex(record.text(Name, "its name"),
+                                                  record.text(Specification, "its description"),
+                                                  record.text(UsageName, "its usage name"), nested));
 }
 
 void PropertyReader::addSingleValue(const Instance& instance, IFC2X3PropertySet& set) {
     const Record record(context_, instance);
-    const WideString nameText = record.text(0, "its name");
-    const WideString descriptionText = record.text(1, "its description");
-    const WideChar* const name = nameText.c_str();
-    const WideChar* const description = descriptionText.c_str();
-    const auto addText = [&](const WideString& text) {
-        set.addProperty(Velmor::createPropertySingleValueString(name, description, text));
-    };
-    const auto addReal = [&](Single::ValueType_t type, double value) {
-        set.addProperty(Velmor::createPropertySingleValueReal(name, description, type, value));
-    };
-    const auto addInteger = [&](std::int64_t value) {
-        const auto narrow = static_cast<std::int32_t>(value);
-        set.addProperty(narrow == value
-                            ? Velmor::createPropertySingleValueInteger(name, description, Single::Integer, narrow)
-                            : Velmor::createPropertySingleValueInteger64(name, description, Single::Integer64, value));
-    };
-
-    Value value = record[2];
+    SingleValue property(record, set);
+    Value value = record[IfcPropertySingleValue::NominalValue];
     if (value.kind == ValueKind::Omitted) {
         remark(NoValue, instance);
-        return addText({});
+        return property.addText(WideString());
     }
     const Single::ValueType_t type = openTyped(record, value);
     const std::optional<double> number = numberOf(value);
-    if (number && record.given(3) && type != Single::PlaneAngle)
+    if (number && record.given(IfcPropertySingleValue::Unit) && type != Single::PlaneAngle)
         remark(OwnUnit, instance);
-    switch (type) {
-    case Single::Boolean:
-    case Single::Logical:
-        if (const auto logical = logicalOf(value)) {
-            const bool boolean = type == Single::Boolean && *logical != Single::LogicalUnknown;
-            set.addProperty(
-                boolean ? Velmor::createPropertySingleValueBoolean(name, description, *logical == Single::LogicalTrue)
-                        : Velmor::createPropertySingleValueLogical(name, description, *logical));
-            return;
+    if (type == Single::Unspecified && value.kind == ValueKind::List)
+        return remark(ValueList, instance);
+    const auto isAdded = [&] {
+        switch (type) {
+        case Single::Boolean:
+        case Single::Logical:
+            return property.addLogical(type, value);
+        case Single::Integer:
+            return property.addInteger(value);
+        case Single::CompoundPlaneAngle:
+            return property.addCompoundAngle(value);
+        case Single::String:
+            return property.addText(value);
+        case Single::Unspecified:
+            return property.addText(value) || property.addReal(type, number);
+        case Single::PlaneAngle:
+            return property.addReal(type, number ? std::optional(inRadians(record, *number)) : number);
+        default:
+            return property.addReal(type, number);
         }
-        break;
-    case Single::Integer:
-        if (const auto whole = wholeOf(value))
-            return addInteger(*whole);
-        if (number)
-            return addReal(Single::Real, *number);
-        break;
-    case Single::CompoundPlaneAngle: {
-        int components[4] = {0, 0, 0, 0};
-        if (readCompoundAngle(value, components)) {
-            set.addProperty(Velmor::createPropertySingleValueCompoundPlaneAngle(name, description, components));
-            return;
-        }
-        break;
-    }
-    case Single::String:
-    case Single::Unspecified:
-        if (value.kind == ValueKind::Text || value.kind == ValueKind::Binary)
-            return addText(decodeText(value.text));
-        if (number && type == Single::Unspecified)
-            return addReal(type, *number);
-        if (value.kind == ValueKind::List && type == Single::Unspecified)
-            return remark(OtherValue, instance);
-        break;
-    default:
-        if (number)
-            return addReal(type, type == Single::PlaneAngle ? inRadians(record, *number) : *number);
-        break;
-    }
-    record.fault("its value is not one of its type");
+    };
+    if (!isAdded())
+        record.fail("its value does not match its type");
 }
 
-/// An angle in the property's own unit, or else in the model's.
+/// Converts an angle from the unit of the property, or else from that of the model.
 double PropertyReader::inRadians(const Record& record, double value) {
-    const Instance* unit = record.optionalReference(3);
+    const Instance* unit = record.optionalReference(IfcPropertySingleValue::Unit);
     const double radians = value * (unit ? readUnit(context_, *unit, "PLANEANGLEUNIT") : context_.angleUnit);
     if (!std::isfinite(radians))
-        record.fault("its angle is out of range");
+        record.fail("its angle is out of range");
     return radians;
 }
 
@@ -294,14 +331,14 @@ void PropertyReader::remark(Remark remark, const Instance& instance) {
 
 std::vector<Problem> PropertyReader::remarks() const {
     static constexpr const char* texts[remarkKinds] = {
-        "IFCPROPERTYENUMERATEDVALUE: properties of this kind are not carried",
-        "IFCPROPERTYLISTVALUE: properties of this kind are not carried",
-        "IFCPROPERTYBOUNDEDVALUE: properties of this kind are not carried",
-        "IFCPROPERTYTABLEVALUE: properties of this kind are not carried",
-        "IFCPROPERTYREFERENCEVALUE: properties of this kind are not carried",
-        "IFCPROPERTYSINGLEVALUE: values that are lists are not carried",
-        "IFCPROPERTYSINGLEVALUE: values that are omitted are carried as empty texts",
-        "IFCPROPERTYSINGLEVALUE: units of single values are not carried",
+        "IFCPROPERTYENUMERATEDVALUE: properties of this kind are not imported",
+        "IFCPROPERTYLISTVALUE: properties of this kind are not imported",
+        "IFCPROPERTYBOUNDEDVALUE: properties of this kind are not imported",
+        "IFCPROPERTYTABLEVALUE: properties of this kind are not imported",
+        "IFCPROPERTYREFERENCEVALUE: properties of this kind are not imported",
+        "IFCPROPERTYSINGLEVALUE: values that are lists are not imported",
+        "IFCPROPERTYSINGLEVALUE: omitted values are imported as empty texts",
+        "IFCPROPERTYSINGLEVALUE: units of single values are not imported",
     };
     std::vector<Problem> problems;
     for (std::size_t i = 0; i < remarkKinds; ++i) {

@@ -12,7 +12,7 @@
 
 namespace importer::ifc {
 
-/// A property set and the name that the file gives it, of whatever length.
+/// A property set, and its name in the file: unlike that of the set it is not cut.
 struct NamedSet {
     Velmor::WideString name;
     Velmor::IFC2X3_PSet_Custom_s set;
@@ -23,22 +23,21 @@ class PropertyReader {
 public:
     explicit PropertyReader(IfcContext& context) : context_(context) {}
 
-    /// Reads an IfcPropertySet. What spoils it or one of its properties is noted. A set that takes too much has no
-    /// properties.
+    /// Reads an IfcPropertySet. Errors are noted. If a limit is exceeded, the set has no properties.
     void read(const Instance& instance, NamedSet& result);
 
-    /// What was met in the sets up to now and is not carried as it is: one problem for each kind, at the first one.
+    /// What was not imported as it is in the file: one problem for each kind, at the first property of that kind.
     std::vector<Problem> remarks() const;
 
 private:
-    /// What is counted, and not told for each property.
+    /// Kinds of remarks that are counted instead of reported for each property.
     enum Remark : std::size_t {
         EnumeratedValue,
         ListValue,
         BoundedValue,
         TableValue,
         ReferenceValue,
-        OtherValue,
+        ValueList,
         NoValue,
         OwnUnit,
         remarkKinds
@@ -50,6 +49,7 @@ private:
     };
 
     void remark(Remark remark, const Instance& instance);
+    void readGlobalId(const Record& record, Velmor::IFC2X3_PSet_Custom_s& set);
     void addProperties(const Record& owner, std::size_t index, unsigned depth, Velmor::IFC2X3PropertySet& set);
     void addProperty(const Instance& instance, unsigned depth, Velmor::IFC2X3PropertySet& set);
     void addComplex(const Instance& instance, unsigned depth, Velmor::IFC2X3PropertySet& set);

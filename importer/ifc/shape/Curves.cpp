@@ -1,36 +1,46 @@
 #include "importer/ifc/shape/Curves.h"
 
 #include "importer/ifc/Placement.h"
+#include "importer/ifc/shape/Attributes.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string>
+
+// Every curve becomes a list of points; a table maps the entity to its reader. Composite and indexed curves join the points
+// of their segments, and drop the first point of a segment that starts where the curve ends.
+//
+// Arcs of circles and ellipses are sampled at equal angles (addArc), so that an arc of a full turn has segmentsPerTurn
+// segments. Ends given as points are replaced by exactly these points; neighbors that share them then fit without gaps.
 
 namespace importer::ifc {
 
+using namespace attribute;
+
 namespace {
 
-constexpr double turn = 2.0 * pi;
+constexpr double fullTurn = 2.0 * pi;
 
 bool isSamePoint(const Vector3& a, const Vector3& b) {
     return length(a - b) <= samePoint;
 }
 
-/// Appends the points of a piece that goes on where the curve ends.
-void join(IfcContext& context, std::vector<Vector3>& points, const std::vector<Vector3>& piece) {
-    context.chargePointsOfList(points.size(), piece.size());
-    const bool touches = !points.empty() && !piece.empty() && isSamePoint(points.back(), piece.front());
-    points.insert(points.end(), piece.begin() + (touches ? 1 : 0), piece.end());
+// Appends the points of a segment. The end of the curve and the start of the segment become one point if they coincide.
+void join(IfcContext& context, std::vector<Vector3>& points, const std::vector<Vector3>& segment) {
+    context.chargePointsOfList(points.size(), segment.size());
+    const bool touches = !points.empty() && !segment.empty() && isSamePoint(points.back(), segment.front());
+    points.insert(points.end(), segment.begin() + (touches ? 1 : 0), segment.end());
 }
 
 std::vector<Vector3> readPolyline(IfcContext& context, const Record& record) {
     std::vector<Vector3> points;
-    ValueReader list = record.list(0);
+    ValueReader list = record.list(IfcPolyline::Points);
     for (Value value; list.next(value);)
         points.push_back(readPoint(context, record.resolve(value)));
     return points;
 }
 
-/// A circle or an ellipse: where its centre and axes are, and its radii.
+// A circle or an ellipse.
 struct Conic {
     Transform position;
     double radiusX;
@@ -44,26 +54,38 @@ struct Conic {
 
 Conic readConic(IfcContext& context, const Instance& instance) {
     const Record record(context, instance);
-    if (record.entity() != Entity::Circle && record.entity() != Entity::Ellipse)
-        record.fault("this kind of curve is not supported here");
-    const double radius = record.positive(1);
-    return {readAxisPlacement(context, record.reference(0)), radius,
-            record.entity() == Entity::Ellipse ? record.positive(2) : radius};
+    const bool isEllipse = record.entity() == Entity::Ellipse;
+    if (record.entity() != Entity::Circle && !isEllipse)
+        record.fail("this kind of basis curve is not supported");
+    const double radiusX = isEllipse ? record.positive(IfcEllipse::SemiAxis1) : record.positive(IfcCircle::Radius);
+    const Transform position = readAxisPlacement(context, record.reference(IfcConic::Position));
+    return {position, radiusX, isEllipse ? record.positive(IfcEllipse::SemiAxis2) : radiusX};
 }
 
-/// From one angle to another in the given direction: never nothing, at most a whole turn.
+std::vector<Vector3> readFullConic(IfcContext& context, const Record& record) {
+    const Conic conic = readConic(context, record.instance());
+    std::vector<Vector3> points;
+    context.chargePoints(segmentsPerTurn);
+    addArc(points, conic.position, conic.radiusX, conic.radiusY, 0.0, fullTurn);
+    points.back() = points.front();
+    return points;
+}
+
+// The angle from one direction to another: never zero, at most a full turn; negative against the sense of the curve.
 double sweepBetween(double from, double to, bool sameSense) {
-    const double difference = std::fmod(sameSense ? to - from : from - to, turn);
-    const double positive = difference <= 1e-9 ? difference + turn : difference;
+    const double difference = std::fmod(sameSense ? to - from : from - to, fullTurn);
+    const double positive = difference <= 1e-9 ? difference + fullTurn : difference;
     return sameSense ? positive : -positive;
 }
 
-/// One end of a trimmed curve: a point, a parameter, or both.
+// One end of a trimmed curve: a point, a parameter, or both.
 struct Trim {
     bool hasPoint = false;
     Vector3 point;
     bool hasParameter = false;
     double parameter = 0.0;
+
+    bool usesPoint(bool preferPoint) const { return hasPoint && (preferPoint || !hasParameter); }
 };
 
 Trim readTrim(IfcContext& context, const Record& record, std::size_t index) {
@@ -78,72 +100,82 @@ Trim readTrim(IfcContext& context, const Record& record, std::size_t index) {
         }
     }
     if (!trim.hasPoint && !trim.hasParameter)
-        record.fault("one of its ends is neither a point nor a parameter");
+        record.fail("one of its ends is neither a point nor a parameter");
     return trim;
 }
 
-std::vector<Vector3> readTrimmedCurve(IfcContext& context, const Record& record) {
-    const Instance& basis = record.reference(0);
-    const Trim ends[2] = {readTrim(context, record, 1), readTrim(context, record, 2)};
-    const bool sameSense = record.isTrue(3);
-    const bool byPoint = record[4].kind == ValueKind::Enumeration && record[4].text == "CARTESIAN";
+std::vector<Vector3> readTrimmedLine(IfcContext& context, const Instance& basis, const Trim (&ends)[2], bool preferPoint) {
+    const Record line(context, basis);
+    const Record vector(context, line.reference(IfcLine::Dir));
+    if (vector.entity() != Entity::Vector)
+        vector.fail("is used where an IFCVECTOR is expected");
+    const Vector3 origin = readPoint(context, line.reference(IfcLine::Pnt));
+    const Vector3 along =
+        readDirection(context, vector.reference(IfcVector::Orientation)) * vector.number(IfcVector::Magnitude);
     std::vector<Vector3> points;
-    if (entityOf(basis) == Entity::Line) {
-        const Record line(context, basis);
-        const Record vector(context, line.reference(1));
-        if (vector.entity() != Entity::Vector)
-            vector.fault("stands where an IFCVECTOR is expected");
-        const Vector3 origin = readPoint(context, line.reference(0));
-        const Vector3 along = readDirection(context, vector.reference(0)) * vector.number(1);
-        for (const Trim& trim : ends) {
-            const bool usePoint = trim.hasPoint && (byPoint || !trim.hasParameter);
-            points.push_back(usePoint ? trim.point : origin + along * trim.parameter);
-        }
-        return points;
-    }
+    for (const Trim& trim : ends)
+        points.push_back(trim.usesPoint(preferPoint) ? trim.point : origin + along * trim.parameter);
+    return points;
+}
+
+std::vector<Vector3> readTrimmedCurve(IfcContext& context, const Record& record) {
+    const Instance& basis = record.reference(IfcTrimmedCurve::BasisCurve);
+    const Trim ends[2] = {readTrim(context, record, IfcTrimmedCurve::Trim1),
+                          readTrim(context, record, IfcTrimmedCurve::Trim2)};
+    const bool sameSense = record.isTrue(IfcTrimmedCurve::SenseAgreement);
+    const Value& master = record[IfcTrimmedCurve::MasterRepresentation];
+    const bool preferPoint = master.kind == ValueKind::Enumeration && master.text == "CARTESIAN";
+    if (entityOf(basis) == Entity::Line)
+        return readTrimmedLine(context, basis, ends, preferPoint);
     const Conic conic = readConic(context, basis);
     context.chargePoints(segmentsPerTurn);
     double angles[2];
     for (int i = 0; i < 2; ++i) {
-        const bool usePoint = ends[i].hasPoint && (byPoint || !ends[i].hasParameter);
-        angles[i] = usePoint ? conic.angleOf(ends[i].point) : std::fmod(ends[i].parameter * context.angleUnit, turn);
+        angles[i] = ends[i].usesPoint(preferPoint) ? conic.angleOf(ends[i].point)
+                                                   : std::fmod(ends[i].parameter * context.angleUnit, fullTurn);
         if (!std::isfinite(angles[i]))
-            record.fault("one of its ends is out of range");
+            record.fail("one of its ends is out of range");
     }
+    std::vector<Vector3> points;
     addArc(points, conic.position, conic.radiusX, conic.radiusY, angles[0], sweepBetween(angles[0], angles[1], sameSense));
     return points;
 }
 
 std::vector<Vector3> readCompositeCurve(IfcContext& context, const Record& record) {
     std::vector<Vector3> points;
-    ValueReader list = record.list(0);
+    ValueReader list = record.list(IfcCompositeCurve::Segments);
     for (Value value; list.next(value);) {
         const Record segment(context, record.resolve(value));
         if (segment.entity() != Entity::CompositeCurveSegment &&
             segment.entity() != Entity::ReparametrisedCompositeCurveSegment)
-            segment.fault("this kind of segment is not supported");
-        std::vector<Vector3> piece = readCurve(context, segment.reference(2));
-        if (!segment.isTrue(1))
+            segment.fail("this kind of segment is not supported");
+        std::vector<Vector3> piece = readCurve(context, segment.reference(IfcCompositeCurveSegment::ParentCurve));
+        if (!segment.isTrue(IfcCompositeCurveSegment::SameSense))
             std::reverse(piece.begin(), piece.end());
         join(context, points, piece);
     }
     return points;
 }
 
-/// The arc through three points; the straight line if they lie on one.
+std::vector<Vector3> readSurfaceCurve(IfcContext& context, const Record& record) {
+    return readCurve(context, record.reference(IfcSurfaceCurve::Curve3D));
+}
+
+// The arc through three points; the points themselves if they are collinear.
 std::vector<Vector3> arcThrough(const Vector3& a, const Vector3& b, const Vector3& c) {
+    // Circumcenter of a triangle: a + (cross(n, ab) |ac|^2 + cross(ac, n) |ab|^2) / (2 |n|^2) with n = cross(ab, ac).
     const Vector3 ab = b - a;
     const Vector3 ac = c - a;
     const Vector3 normal = cross(ab, ac);
     const double square = dot(normal, normal);
     if (!(square > 1e-18 * dot(ab, ab) * dot(ac, ac)))
         return {a, b, c};
-    const Vector3 toCentre = (cross(normal, ab) * dot(ac, ac) + cross(ac, normal) * dot(ab, ab)) * (0.5 / square);
-    const Vector3 centre = a + toCentre;
-    const double radius = length(toCentre);
-    const Vector3 x = toCentre * (-1.0 / radius);
+    const Vector3 toCenter = (cross(normal, ab) * dot(ac, ac) + cross(ac, normal) * dot(ab, ab)) * (0.5 / square);
+    const Vector3 center = a + toCenter;
+    const double radius = length(toCenter);
+    const Vector3 x = toCenter * (-1.0 / radius);
     const Vector3 z = normal * (1.0 / std::sqrt(square));
-    const Transform position{x, cross(z, x), z, centre};
+    const Transform position{x, cross(z, x), z, center};
     const Conic circle{position, radius, radius};
     std::vector<Vector3> points;
     addArc(points, position, radius, radius, 0.0, sweepBetween(0.0, circle.angleOf(c), true));
@@ -152,93 +184,84 @@ std::vector<Vector3> arcThrough(const Vector3& a, const Vector3& b, const Vector
     return points;
 }
 
+// The points of an IfcLineIndex or IfcArcIndex.
+std::vector<Vector3> readIndexedSegment(IfcContext& context, const Record& record, const Value& segment,
+                                        const std::vector<Vector3>& listed) {
+    if (segment.kind != ValueKind::Typed)
+        record.fail("a segment is neither IFCLINEINDEX nor IFCARCINDEX");
+    const std::string type = capitals(typeOf(segment));
+    Value indices;
+    ValueReader(contentOf(segment)).next(indices);
+    std::vector<Vector3> points;
+    ValueReader list(indices.text);
+    for (Value value; indices.kind == ValueKind::List && list.next(value);) {
+        const std::int64_t index = integerOf(value).value_or(0);
+        if (index < 1 || index > static_cast<std::int64_t>(listed.size()))
+            record.fail("a segment refers to a point that its list does not have");
+        context.chargePointsOfList(points.size(), 1);
+        points.push_back(listed[static_cast<std::size_t>(index - 1)]);
+    }
+    if (type == "IFCARCINDEX" && points.size() == 3) {
+        context.chargePoints(segmentsPerTurn);
+        return arcThrough(points[0], points[1], points[2]);
+    }
+    if (type != "IFCLINEINDEX" || points.size() < 2)
+        record.fail("a segment is neither an IFCLINEINDEX of two or more points nor an IFCARCINDEX of three");
+    return points;
+}
+
 std::vector<Vector3> readIndexedPolyCurve(IfcContext& context, const Record& record) {
-    std::vector<Vector3> listed = readPointList(context, record.reference(0));
-    if (!record.given(1))
+    std::vector<Vector3> listed = readPointList(context, record.reference(IfcIndexedPolyCurve::Points));
+    if (!record.given(IfcIndexedPolyCurve::Segments))
         return listed;
     std::vector<Vector3> points;
-    ValueReader segments = record.list(1);
-    for (Value segment; segments.next(segment);) {
-        if (segment.kind != ValueKind::Typed)
-            record.fault("a segment is neither IFCLINEINDEX nor IFCARCINDEX");
-        const std::string type = capitals(typeOf(segment));
-        Value indices;
-        ValueReader(contentOf(segment)).next(indices);
-        std::vector<Vector3> piece;
-        ValueReader list(indices.text);
-        for (Value value; indices.kind == ValueKind::List && list.next(value);) {
-            const std::int64_t index = integerOf(value).value_or(0);
-            if (index < 1 || index > static_cast<std::int64_t>(listed.size()))
-                record.fault("a segment names a point that its list does not have");
-            context.chargePointsOfList(piece.size(), 1);
-            piece.push_back(listed[static_cast<std::size_t>(index - 1)]);
-        }
-        if (type == "IFCARCINDEX" && piece.size() == 3) {
-            context.chargePoints(segmentsPerTurn);
-            piece = arcThrough(piece[0], piece[1], piece[2]);
-        } else if (type != "IFCLINEINDEX" || piece.size() < 2) {
-            record.fault("a segment is neither an IFCLINEINDEX of two points or more nor an IFCARCINDEX of three");
-        }
-        join(context, points, piece);
-    }
+    ValueReader segments = record.list(IfcIndexedPolyCurve::Segments);
+    for (Value segment; segments.next(segment);)
+        join(context, points, readIndexedSegment(context, record, segment, listed));
     return points;
+}
+
+struct CurveReader {
+    Entity entity;
+    std::vector<Vector3> (*read)(IfcContext& context, const Record& record);
+};
+
+constexpr CurveReader curveReaders[] = {
+    {Entity::Polyline, readPolyline},
+    {Entity::IndexedPolyCurve, readIndexedPolyCurve},
+    {Entity::CompositeCurve, readCompositeCurve},
+    {Entity::CompositeCurve2D, readCompositeCurve},
+    {Entity::CompositeCurveOnSurface, readCompositeCurve},
+    {Entity::BoundaryCurve, readCompositeCurve},
+    {Entity::OuterBoundaryCurve, readCompositeCurve},
+    {Entity::TrimmedCurve, readTrimmedCurve},
+    {Entity::SurfaceCurve, readSurfaceCurve},
+    {Entity::SeamCurve, readSurfaceCurve},
+    {Entity::IntersectionCurve, readSurfaceCurve},
+    {Entity::Circle, readFullConic},
+    {Entity::Ellipse, readFullConic},
+};
+
+// Null for an entity that is not supported.
+const CurveReader* readerOf(Entity entity) {
+    const CurveReader* const reader = std::find_if(std::begin(curveReaders), std::end(curveReaders),
+                                                   [entity](const CurveReader& each) { return each.entity == entity; });
+    return reader == std::end(curveReaders) ? nullptr : reader;
 }
 
 } // namespace
 
 bool isCurve(Entity entity) {
-    switch (entity) {
-    case Entity::Polyline:
-    case Entity::IndexedPolyCurve:
-    case Entity::CompositeCurve:
-    case Entity::CompositeCurve2D:
-    case Entity::CompositeCurveOnSurface:
-    case Entity::BoundaryCurve:
-    case Entity::OuterBoundaryCurve:
-    case Entity::TrimmedCurve:
-    case Entity::SurfaceCurve:
-    case Entity::SeamCurve:
-    case Entity::IntersectionCurve:
-    case Entity::Circle:
-    case Entity::Ellipse:
-        return true;
-    default:
-        return false;
-    }
+    return readerOf(entity) != nullptr;
 }
 
 std::vector<Vector3> readCurve(IfcContext& context, const Instance& instance) {
-    const RecursionGuard nesting(context, instance);
+    const RecursionGuard guard(context, instance);
     const Record record(context, instance);
-    switch (record.entity()) {
-    case Entity::Polyline:
-        return readPolyline(context, record);
-    case Entity::IndexedPolyCurve:
-        return readIndexedPolyCurve(context, record);
-    case Entity::CompositeCurve:
-    case Entity::CompositeCurve2D:
-    case Entity::CompositeCurveOnSurface:
-    case Entity::BoundaryCurve:
-    case Entity::OuterBoundaryCurve:
-        return readCompositeCurve(context, record);
-    case Entity::TrimmedCurve:
-        return readTrimmedCurve(context, record);
-    case Entity::SurfaceCurve:
-    case Entity::SeamCurve:
-    case Entity::IntersectionCurve:
-        return readCurve(context, record.reference(0));
-    case Entity::Circle:
-    case Entity::Ellipse: {
-        const Conic conic = readConic(context, instance);
-        std::vector<Vector3> points;
-        context.chargePoints(segmentsPerTurn);
-        addArc(points, conic.position, conic.radiusX, conic.radiusY, 0.0, turn);
-        points.back() = points.front();
-        return points;
-    }
-    default:
-        record.fault("this kind of curve is not supported");
-    }
+    const CurveReader* const reader = readerOf(record.entity());
+    if (!reader)
+        record.fail("this kind of curve is not supported");
+    return reader->read(context, record);
 }
 
 std::vector<Vector3> readClosedCurve(IfcContext& context, const Instance& instance) {
@@ -246,7 +269,7 @@ std::vector<Vector3> readClosedCurve(IfcContext& context, const Instance& instan
     if (points.size() > 1 && isSamePoint(points.front(), points.back()))
         points.pop_back();
     if (points.size() < 3)
-        throw EntityError{&instance, "has fewer than three points, where a closed curve is expected"};
+        throw EntityError{&instance, "has fewer than three points; expected a closed curve"};
     return points;
 }
 
@@ -273,15 +296,15 @@ void addArc(std::vector<Vector3>& points, const Transform& position, double radi
 std::vector<Vector3> readPointList(IfcContext& context, const Instance& instance) {
     const Record record(context, instance);
     if (record.entity() != Entity::CartesianPointList2D && record.entity() != Entity::CartesianPointList3D)
-        record.fault("stands where a list of points is expected");
+        record.fail("is used where a list of points is expected");
     const int dimensions = record.entity() == Entity::CartesianPointList2D ? 2 : 3;
     std::vector<Vector3> points;
-    ValueReader list = record.list(0);
+    ValueReader list = record.list(IfcCartesianPointList::CoordList);
     for (Value value; list.next(value);) {
         double c[3] = {0.0, 0.0, 0.0};
         if (value.kind != ValueKind::List || readNumbers(value.text, c, dimensions) != dimensions)
-            record.fault("point " + std::to_string(points.size() + 1) + " is not of " + std::to_string(dimensions) +
-                         " numbers");
+            record.fail("point " + std::to_string(points.size() + 1) + " does not have " + std::to_string(dimensions) +
+                        " numbers");
         context.chargePointsOfList(points.size(), 1);
         points.push_back({c[0], c[1], c[2]});
     }

@@ -1,18 +1,29 @@
 #include "importer/ifc/shape/Faces.h"
 
+#include "importer/geometry/Loop.h"
 #include "importer/ifc/Placement.h"
+#include "importer/ifc/shape/Attributes.h"
 #include "importer/ifc/shape/Curves.h"
 
 #include <algorithm>
 #include <bit>
 #include <string>
 #include <unordered_map>
+#include <utility>
+
+// Points with equal coordinates become one point of the body, whether the file shares the instance or repeats the
+// coordinates: a hash table maps coordinates to indices. Polyhedron::isClosed compares edges by these indices.
+//
+// In a polyhedron, holes run opposite to the outer loop. Files do not always follow that rule, so each hole is compared with
+// the outer loop by the direction of its area and reversed if necessary.
 
 namespace importer::ifc {
 
+using namespace attribute;
+
 namespace {
 
-/// Gives points with the same coordinates one index, whatever instance they come from.
+// Adds points to a list; equal coordinates get the same index.
 class PointIndex {
 public:
     PointIndex(IfcContext& context, std::vector<Vector3>& points) : context_(context), points_(points) {}
@@ -20,8 +31,7 @@ public:
     std::uint32_t indexOf(const Vector3& point) {
         const auto [found, isNew] = index_.try_emplace(point, static_cast<std::uint32_t>(points_.size()));
         if (isNew) {
-            if (points_.size() >= context_.limits.verticesPerProduct)
-                throw LimitExceeded{"the shape has more vertices than one product of a file of this size may have"};
+            context_.chargePointsOfList(points_.size() + 1, 0); // only the limit: reading the point has been charged
             points_.push_back(point);
         }
         return found->second;
@@ -31,8 +41,10 @@ private:
     struct Hash {
         std::size_t operator()(const Vector3& p) const {
             std::uint64_t hash = 0;
-            for (const double c : {p.x, p.y, p.z})
-                hash = (hash ^ std::bit_cast<std::uint64_t>(c + 0.0)) * 0x9E3779B97F4A7C15u ^ hash >> 29;
+            for (const double c : {p.x, p.y, p.z}) {
+                const auto bits = std::bit_cast<std::uint64_t>(c + 0.0); // the sum makes -0.0 and 0.0 equal
+                hash = (hash ^ bits) * 0x9E3779B97F4A7C15u ^ hash >> 29;
+            }
             return static_cast<std::size_t>(hash ^ hash >> 32);
         }
     };
@@ -42,38 +54,29 @@ private:
     std::unordered_map<Vector3, std::uint32_t, Hash> index_;
 };
 
-using Loop = std::vector<Vector3>;
-
-/// Twice the area of a loop, as a vector along its normal.
-Vector3 areaVector(const Loop& loop) {
-    Vector3 sum;
-    for (std::size_t i = 2; i < loop.size(); ++i)
-        sum = sum + cross(loop[i - 1] - loop[0], loop[i] - loop[0]);
-    return sum;
-}
-
 Vector3 readVertex(IfcContext& context, const Instance& instance) {
     const Record vertex(context, instance);
     if (vertex.entity() != Entity::VertexPoint)
-        vertex.fault("this kind of vertex is not supported");
-    return readPoint(context, vertex.reference(0));
+        vertex.fail("this kind of vertex is not supported");
+    return readPoint(context, vertex.reference(IfcVertexPoint::VertexGeometry));
 }
 
-/// The points of an edge without its last one. Straight edges, and those on circles and ellipses, are read as they are; of
-/// others only the ends count, and the face is none that says all about the body.
+// Appends the points of an edge without its last one. An edge on another curve than a line, polyline, circle or ellipse is
+// replaced by the straight line between its ends; the face is then not plane.
 void addEdge(IfcContext& context, const Instance& instance, bool forward, Loop& loop, bool& plane) {
     const Record edge(context, instance);
-    const Vector3 start = readVertex(context, edge.reference(0));
-    const Vector3 end = readVertex(context, edge.reference(1));
+    const Vector3 start = readVertex(context, edge.reference(IfcEdge::EdgeStart));
+    const Vector3 end = readVertex(context, edge.reference(IfcEdge::EdgeEnd));
     Loop points{start, end};
     if (edge.entity() == Entity::EdgeCurve) {
-        const Instance& curve = edge.reference(2);
-        if (entityOf(curve) == Entity::Circle || entityOf(curve) == Entity::Ellipse)
-            points = readArcBetween(context, curve, start, end, edge.isTrue(3));
-        else if (entityOf(curve) != Entity::Line && entityOf(curve) != Entity::Polyline)
+        const Instance& curve = edge.reference(IfcEdgeCurve::EdgeGeometry);
+        const Entity entity = entityOf(curve);
+        if (entity == Entity::Circle || entity == Entity::Ellipse)
+            points = readArcBetween(context, curve, start, end, edge.isTrue(IfcEdgeCurve::SameSense));
+        else if (entity != Entity::Line && entity != Entity::Polyline)
             plane = false;
     } else if (edge.entity() != Entity::Edge) {
-        edge.fault("this kind of edge is not supported");
+        edge.fail("this kind of edge is not supported");
     }
     context.chargePoints(points.size());
     if (!forward)
@@ -81,40 +84,46 @@ void addEdge(IfcContext& context, const Instance& instance, bool forward, Loop& 
     loop.insert(loop.end(), points.begin(), points.end() - 1);
 }
 
-Loop readLoop(IfcContext& context, const Instance& instance, bool& plane) {
-    const Record record(context, instance);
+Loop readPolyLoop(IfcContext& context, const Record& record) {
     Loop loop;
-    switch (record.entity()) {
-    case Entity::PolyLoop: {
-        ValueReader list = record.list(0);
-        for (Value value; list.next(value);)
-            loop.push_back(readPoint(context, record.resolve(value)));
-        break;
-    }
-    case Entity::EdgeLoop: {
-        ValueReader list = record.list(0);
-        for (Value value; list.next(value);) {
-            const Record oriented(context, record.resolve(value));
-            if (oriented.entity() != Entity::OrientedEdge)
-                oriented.fault("stands where an IFCORIENTEDEDGE is expected");
-            addEdge(context, oriented.reference(2), oriented.isTrue(3), loop, plane);
-        }
-        break;
-    }
-    case Entity::VertexLoop:
-        loop.push_back(readVertex(context, record.reference(0)));
-        break;
-    default:
-        record.fault("this kind of loop is not supported");
+    ValueReader list = record.list(IfcPolyLoop::Polygon);
+    for (Value value; list.next(value);)
+        loop.push_back(readPoint(context, record.resolve(value)));
+    return loop;
+}
+
+Loop readEdgeLoop(IfcContext& context, const Record& record, bool& plane) {
+    Loop loop;
+    ValueReader list = record.list(IfcEdgeLoop::EdgeList);
+    for (Value value; list.next(value);) {
+        const Record oriented(context, record.resolve(value));
+        if (oriented.entity() != Entity::OrientedEdge)
+            oriented.fail("is used where an IFCORIENTEDEDGE is expected");
+        const Instance& edge = oriented.reference(IfcOrientedEdge::EdgeElement);
+        addEdge(context, edge, oriented.isTrue(IfcOrientedEdge::Orientation), loop, plane);
     }
     return loop;
 }
 
-/// Adds the loops of a face, the outer one first and the holes the other way round, as files do not always tell them.
+Loop readLoop(IfcContext& context, const Instance& instance, bool& plane) {
+    const Record record(context, instance);
+    switch (record.entity()) {
+    case Entity::PolyLoop:
+        return readPolyLoop(context, record);
+    case Entity::EdgeLoop:
+        return readEdgeLoop(context, record, plane);
+    case Entity::VertexLoop:
+        return {readVertex(context, record.reference(IfcVertexLoop::LoopVertex))};
+    default:
+        record.fail("this kind of loop is not supported");
+    }
+}
+
+// Adds a face: its outer loop, which comes first, and its holes.
 void addFace(std::vector<Loop>& loops, PointIndex& index, Polyhedron& body) {
-    const Vector3 outer = loops.empty() ? Vector3() : areaVector(loops.front());
+    const Vector3 outer = loops.empty() ? Vector3() : doubleAreaVector(loops.front());
     for (std::size_t i = 0; i < loops.size(); ++i) {
-        if (i != 0 && dot(areaVector(loops[i]), outer) > 0.0)
+        if (i != 0 && dot(doubleAreaVector(loops[i]), outer) > 0.0)
             std::reverse(loops[i].begin(), loops[i].end());
         if (i == 0)
             body.beginLoop();
@@ -127,77 +136,163 @@ void addFace(std::vector<Loop>& loops, PointIndex& index, Polyhedron& body) {
 
 void readFace(IfcContext& context, const Instance& instance, PointIndex& index, Faces& faces) {
     const Record face(context, instance);
-    switch (face.entity()) {
-    case Entity::Face:
-        break;
-    case Entity::FaceSurface:
-    case Entity::AdvancedFace:
-        faces.plane &= entityOf(face.reference(1)) == Entity::Plane;
-        break;
-    default:
-        face.fault("this kind of face is not supported");
-    }
+    if (face.entity() == Entity::FaceSurface || face.entity() == Entity::AdvancedFace)
+        faces.plane &= entityOf(face.reference(IfcFaceSurface::FaceSurface)) == Entity::Plane;
+    else if (face.entity() != Entity::Face)
+        face.fail("this kind of face is not supported");
     std::vector<Loop> loops;
-    ValueReader bounds = face.list(0);
+    ValueReader bounds = face.list(IfcFace::Bounds);
     for (Value value; bounds.next(value);) {
         const Record bound(context, face.resolve(value));
         if (bound.entity() != Entity::FaceBound && bound.entity() != Entity::FaceOuterBound)
-            bound.fault("stands where the bound of a face is expected");
-        Loop loop = readLoop(context, bound.reference(0), faces.plane);
-        if (!bound.isTrue(1))
+            bound.fail("is used where the bound of a face is expected");
+        Loop loop = readLoop(context, bound.reference(IfcFaceBound::Bound), faces.plane);
+        if (!bound.isTrue(IfcFaceBound::Orientation))
             std::reverse(loop.begin(), loop.end());
-        const bool outer = bound.entity() == Entity::FaceOuterBound;
-        loops.insert(outer ? loops.begin() : loops.end(), std::move(loop));
+        const bool isOuter = bound.entity() == Entity::FaceOuterBound;
+        loops.insert(isOuter ? loops.begin() : loops.end(), std::move(loop));
     }
     addFace(loops, index, faces.body);
 }
 
-/// Reads indices, from 1, into a list of points.
+// Reads indices, which a file counts from 1, and makes them count from 0.
 void readIndices(IfcContext& context, const Record& record, const Value& list, std::size_t points,
                  std::vector<std::uint32_t>& indices) {
     if (list.kind != ValueKind::List)
-        record.fault("a face is not a list of indices");
+        record.fail("a face is not a list of indices");
     indices.clear();
     ValueReader reader(list.text);
     for (Value value; reader.next(value);) {
         const std::int64_t index = integerOf(value).value_or(0);
         if (index < 1 || static_cast<std::uint64_t>(index) > points)
-            record.fault(std::string("'").append(value.text.substr(0, 20)) +
-                         "' names a point that the list of points does not have");
+            record.fail("'" + std::string(value.text.substr(0, 20)) +
+                        "' refers to a point that the list of points does not have");
         context.chargeCorners(1);
         indices.push_back(static_cast<std::uint32_t>(index - 1));
     }
 }
 
-/// The points of a face set's list. Those that a face uses become points of the body, those with the same coordinates one.
+// The list of points of a face set. A point becomes part of the body when a face first uses it.
 class ListedPoints {
 public:
     ListedPoints(IfcContext& context, const Instance& list, Polyhedron& body)
-        : points_(readPointList(context, list)), renumbered_(points_.size(), unused), index_(context, body.points) {}
+        : points_(readPointList(context, list)), indexInBody_(points_.size(), unused), index_(context, body.points) {}
 
     std::size_t size() const { return points_.size(); }
+
     const Vector3& point(std::uint32_t listed) const { return points_[listed]; }
 
     std::uint32_t indexOf(std::uint32_t listed) {
-        std::uint32_t& number = renumbered_[listed];
-        if (number == unused)
-            number = index_.indexOf(points_[listed]);
-        return number;
+        std::uint32_t& index = indexInBody_[listed];
+        if (index == unused)
+            index = index_.indexOf(points_[listed]);
+        return index;
     }
 
 private:
     static constexpr std::uint32_t unused = 0xFFFFFFFF;
 
     std::vector<Vector3> points_;
-    std::vector<std::uint32_t> renumbered_;
+    std::vector<std::uint32_t> indexInBody_; // by the index in the list
     PointIndex index_;
 };
 
-/// Whether an argument is a plain list of indices. In the first IFC4 the normals of triangles stand in its place, as
-/// triples.
+// Whether an attribute is a plain list of indices. In the first edition of IFC4, PnIndex is NormalIndex, a list of triples.
 bool isIndexList(const Value& value) {
     Value first;
     return value.kind == ValueKind::List && (!ValueReader(value.text).next(first) || first.kind != ValueKind::List);
+}
+
+class FaceSetReader {
+public:
+    FaceSetReader(IfcContext& context, const Record& set)
+        : context_(context), set_(set), points_(context, set.reference(IfcTessellatedFaceSet::Coordinates), faces_.body) {}
+
+    Faces readTriangles();
+    Faces readPolygons();
+
+private:
+    void readPointIndices(std::size_t attribute);
+    void readCorners(const Record& record, const Value& list);
+    void addCorners();
+    void readPolygon(const Record& face);
+    void readHoles(const Record& face);
+    Vector3 cornersArea() const;
+
+    IfcContext& context_;
+    const Record& set_;
+    Faces faces_;
+    ListedPoints points_;
+    std::vector<std::uint32_t> pointIndices_; // PnIndex: indices of faces refer to it; empty: they refer to the points
+    std::vector<std::uint32_t> corners_;      // of the loop being read, as indices into the list of points
+};
+
+Faces FaceSetReader::readTriangles() {
+    readPointIndices(IfcTriangulatedFaceSet::PnIndex);
+    ValueReader list = set_.list(IfcTriangulatedFaceSet::CoordIndex);
+    for (Value value; list.next(value);) {
+        readCorners(set_, value);
+        if (corners_.size() != 3)
+            set_.fail("a triangle does not have three corners");
+        faces_.body.beginLoop();
+        addCorners();
+    }
+    return std::move(faces_);
+}
+
+Faces FaceSetReader::readPolygons() {
+    readPointIndices(IfcPolygonalFaceSet::PnIndex);
+    ValueReader list = set_.list(IfcPolygonalFaceSet::Faces);
+    for (Value value; list.next(value);)
+        readPolygon(Record(context_, set_.resolve(value)));
+    return std::move(faces_);
+}
+
+void FaceSetReader::readPointIndices(std::size_t attribute) {
+    if (isIndexList(set_[attribute]))
+        readIndices(context_, set_, set_[attribute], points_.size(), pointIndices_);
+}
+
+void FaceSetReader::readCorners(const Record& record, const Value& list) {
+    const bool direct = pointIndices_.empty();
+    readIndices(context_, record, list, direct ? points_.size() : pointIndices_.size(), corners_);
+    for (std::uint32_t& corner : corners_)
+        corner = direct ? corner : pointIndices_[corner];
+}
+
+void FaceSetReader::addCorners() {
+    for (const std::uint32_t corner : corners_)
+        faces_.body.addCorner(points_.indexOf(corner));
+}
+
+void FaceSetReader::readPolygon(const Record& face) {
+    const bool hasHoles = face.entity() == Entity::IndexedPolygonalFaceWithVoids;
+    if (!hasHoles && face.entity() != Entity::IndexedPolygonalFace)
+        face.fail("is used where an IFCINDEXEDPOLYGONALFACE is expected");
+    readCorners(face, face[IfcIndexedPolygonalFaceWithVoids::CoordIndex]);
+    faces_.body.beginLoop();
+    addCorners();
+    if (hasHoles)
+        readHoles(face);
+}
+
+void FaceSetReader::readHoles(const Record& face) {
+    const Vector3 outer = cornersArea();
+    ValueReader holes = face.list(IfcIndexedPolygonalFaceWithVoids::InnerCoordIndices);
+    for (Value hole; holes.next(hole);) {
+        readCorners(face, hole);
+        if (dot(cornersArea(), outer) > 0.0)
+            std::reverse(corners_.begin(), corners_.end());
+        faces_.body.beginHole();
+        addCorners();
+    }
+}
+
+Vector3 FaceSetReader::cornersArea() const {
+    Loop loop;
+    for (const std::uint32_t corner : corners_)
+        loop.push_back(points_.point(corner));
+    return doubleAreaVector(loop);
 }
 
 } // namespace
@@ -206,10 +301,10 @@ Faces readShell(IfcContext& context, const Instance& instance) {
     const Record shell(context, instance);
     if (shell.entity() != Entity::ClosedShell && shell.entity() != Entity::OpenShell &&
         shell.entity() != Entity::ConnectedFaceSet)
-        shell.fault("stands where a shell is expected");
+        shell.fail("is used where a shell is expected");
     Faces faces;
     PointIndex index(context, faces.body.points);
-    ValueReader list = shell.list(0);
+    ValueReader list = shell.list(IfcConnectedFaceSet::CfsFaces);
     for (Value value; list.next(value);)
         readFace(context, shell.resolve(value), index, faces);
     return faces;
@@ -217,62 +312,8 @@ Faces readShell(IfcContext& context, const Instance& instance) {
 
 Faces readTessellation(IfcContext& context, const Instance& instance) {
     const Record set(context, instance);
-    const bool triangles = set.entity() != Entity::PolygonalFaceSet;
-    Faces faces;
-    ListedPoints points(context, set.reference(0), faces.body);
-    // Optional indices from the faces' points to the list's.
-    std::vector<std::uint32_t> detour;
-    const Value& pointIndices = set[triangles ? 4 : 3];
-    if (isIndexList(pointIndices))
-        readIndices(context, set, pointIndices, points.size(), detour);
-    const bool direct = detour.empty();
-    std::vector<std::uint32_t> corners;
-    const auto read = [&](const Record& record, const Value& list) {
-        readIndices(context, record, list, direct ? points.size() : detour.size(), corners);
-        for (std::uint32_t& corner : corners)
-            corner = direct ? corner : detour[corner];
-    };
-    const auto addCorners = [&](const std::vector<std::uint32_t>& loop) {
-        for (const std::uint32_t corner : loop)
-            faces.body.addCorner(points.indexOf(corner));
-    };
-    // The triangles are the fourth argument in all schemas, the faces the third.
-    ValueReader list = set.list(triangles ? 3 : 2);
-    for (Value value; list.next(value);) {
-        if (triangles) {
-            read(set, value);
-            if (corners.size() != 3)
-                set.fault("a triangle does not have three corners");
-            faces.body.beginLoop();
-            addCorners(corners);
-            continue;
-        }
-        const Record face(context, set.resolve(value));
-        const bool holes = face.entity() == Entity::IndexedPolygonalFaceWithVoids;
-        if (!holes && face.entity() != Entity::IndexedPolygonalFace)
-            face.fault("stands where an IFCINDEXEDPOLYGONALFACE is expected");
-        const auto areaOf = [&] {
-            Loop loop;
-            for (const std::uint32_t corner : corners)
-                loop.push_back(points.point(corner));
-            return areaVector(loop);
-        };
-        read(face, face[0]);
-        faces.body.beginLoop();
-        addCorners(corners);
-        if (!holes)
-            continue;
-        const Vector3 outer = areaOf();
-        ValueReader inner = face.list(1);
-        for (Value hole; inner.next(hole);) {
-            read(face, hole);
-            if (dot(areaOf(), outer) > 0.0)
-                std::reverse(corners.begin(), corners.end());
-            faces.body.beginHole();
-            addCorners(corners);
-        }
-    }
-    return faces;
+    FaceSetReader reader(context, set);
+    return set.entity() == Entity::PolygonalFaceSet ? reader.readPolygons() : reader.readTriangles();
 }
 
 } // namespace importer::ifc

@@ -2,25 +2,23 @@
 
 // The cross sections of swept solids.
 
-#include "importer/geometry/Vector.h"
+#include "importer/geometry/Loop.h"
 #include "importer/ifc/Record.h"
 
 #include <vector>
 
 namespace importer::ifc {
 
-/// A connected area in the plane of x and y: what its outer loop encloses without its holes. The outer loop runs
-/// counter-clockwise, the holes clockwise.
+/// A connected area in the xy plane: the inside of its outer loop without its holes. The outer loop runs counterclockwise,
+/// the holes clockwise.
 struct Region {
-    std::vector<Vector3> outer;
-    std::vector<std::vector<Vector3>> holes;
+    Loop outer;
+    std::vector<Loop> holes;
 };
 
-/// The regions of an IfcProfileDef of any closed kind. Those of a composite profile are taken as they are, overlapping or
-/// not.
+/// The regions of an IfcProfileDef of any closed kind, at least one. The regions of a composite profile are returned as they
+/// are; they may overlap.
+/// @throws EntityError, LimitExceeded
 std::vector<Region> readProfile(IfcContext& context, const Instance& instance);
-
-/// The area that a loop encloses; negative when it runs clockwise.
-double signedArea(const std::vector<Vector3>& loop);
 
 } // namespace importer::ifc

@@ -7,22 +7,21 @@
 
 namespace importer::ifc {
 
-/// Reads the representation that describes a product's shape best into the product: vertices in the world, in metres, and
-/// the volume and its centre if all its items are closed solids.
+/// Reads the representation that describes the form of a product best, and stores its vertices, in meters in world
+/// coordinates, in the product. If all its items are closed solids, also its volume, centroid and triangles.
 ///
-/// - The best is 'Body', then what else gives the form ('Facetation', 'Tessellation', 'Surface', ...), then what only says
-/// where
-///   the product is ('Box', 'FootPrint', 'Axis', ...). The first that yields vertices is taken; those that only say where
-///   make no solid.
-/// - A face set is a solid when its edges say so, whatever its entity calls it.
-/// - Of a boolean result the first operand is read, of a union both; none of it makes a solid, because what is cut off is
-/// not
-///   known. Openings are products of their own and are not cut off either.
-/// - Solids that overlap each other count twice.
-/// - Items that cannot be read are noted; the product is then no solid.
+/// - A representation that describes the form ('Body', 'Facetation', 'Surface', ...) is preferred to one that describes only
+///   the place ('Box', 'FootPrint', 'Axis', ...). The first one with vertices is used. A representation of the place is
+///   never a solid.
+/// - A face set is a solid if its edges close it, whatever its entity or its attributes say.
+/// - Of a boolean result only the first operand is read, also of a union. The product is then not a solid, because the
+/// removed
+///   part is unknown. Openings are products of their own and are not subtracted either.
+/// - Solids that overlap are counted twice.
+/// - An item that cannot be read becomes a note; the product is then not a solid.
 ///
-/// @param toWorld from the product's coordinates, in the file's unit, to the world's in metres.
-/// @throws LimitExceeded
+/// @param toWorld from product coordinates, in the length unit of the file, to world coordinates in meters.
+/// @throws LimitExceeded; EntityError when `productShape` itself cannot be read.
 void readShape(IfcContext& context, const Instance& productShape, const Transform& toWorld, Product& product);
 
 } // namespace importer::ifc

@@ -1,25 +1,39 @@
 #include "importer/ifc/shape/Sweeps.h"
 
+#include "importer/geometry/Loop.h"
 #include "importer/ifc/Placement.h"
+#include "importer/ifc/shape/Attributes.h"
 #include "importer/ifc/shape/Curves.h"
 #include "importer/ifc/shape/Profiles.h"
 
 #include <algorithm>
-#include <functional>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <optional>
+#include <utility>
+#include <vector>
+
+// A sweep places every loop of a profile at a sequence of sections. The copies of a loop are rings of the same number of
+// points; quadrilaterals between consecutive rings form the walls. An open sweep gets a lid at each end, with the holes of
+// the profile; a closed one joins its last ring to the first.
+//
+//   extrusion   two sections, shifted by the depth; a tapered one then moves the points of the far ring to the end profile
+//   revolution  one section per segment of the arc
+//   disk        a ring that is moved along each segment of the directrix into the plane that bisects the bend
 
 namespace importer::ifc {
 
-namespace {
+using namespace attribute;
 
-using Loop = std::vector<Vector3>;
+namespace {
 
 std::uint32_t size32(const std::vector<Vector3>& points) {
     return static_cast<std::uint32_t>(points.size());
 }
 
-/// Adds the wall between rings of the same number of points that lie behind each other in `body.points`, from `first` on; a
-/// closed one has its last ring joined to the first.
-void addWall(Polyhedron& body, std::uint32_t first, std::uint32_t count, std::uint32_t rings, bool closed) {
+// Adds the walls between consecutive rings of `body.points`. A closed sweep has walls from the last ring to the first.
+void addWalls(Polyhedron& body, std::uint32_t first, std::uint32_t count, std::uint32_t rings, bool closed) {
     for (std::uint32_t ring = 0; ring + (closed ? 0 : 1) < rings; ++ring) {
         const std::uint32_t a = first + ring * count;
         const std::uint32_t b = first + (ring + 1) % rings * count;
@@ -30,13 +44,13 @@ void addWall(Polyhedron& body, std::uint32_t first, std::uint32_t count, std::ui
     }
 }
 
-/// The rings of one loop that is swept.
+// The rings of one loop.
 struct Rings {
-    std::uint32_t first; // point
-    std::uint32_t count; // points of each ring
+    std::uint32_t first; // index of the first point
+    std::uint32_t count; // points per ring
 };
 
-/// Adds the two lids of what an outline and its holes have been swept to, between the first ring and the last one.
+// Adds the lids at the first and the last ring: the rings of an outer loop, followed by those of its holes.
 void addLids(Polyhedron& body, const std::vector<Rings>& loops, std::uint32_t rings) {
     for (const bool front : {true, false}) {
         for (std::size_t loop = 0; loop < loops.size(); ++loop) {
@@ -51,7 +65,6 @@ void addLids(Polyhedron& body, const std::vector<Rings>& loops, std::uint32_t ri
     }
 }
 
-/// Sweeps every loop of the regions through the sections.
 Polyhedron sweep(IfcContext& context, const std::vector<Region>& regions, const std::vector<Transform>& sections,
                  bool closed) {
     Polyhedron body;
@@ -64,7 +77,7 @@ Polyhedron sweep(IfcContext& context, const std::vector<Region>& regions, const 
             for (const Vector3& point : loop)
                 body.points.push_back(section.point(point));
         }
-        addWall(body, loops.back().first, loops.back().count, count, closed);
+        addWalls(body, loops.back().first, loops.back().count, count, closed);
     };
     for (const Region& region : regions) {
         loops.clear();
@@ -77,47 +90,63 @@ Polyhedron sweep(IfcContext& context, const std::vector<Region>& regions, const 
     return body;
 }
 
-Polyhedron extrude(IfcContext& context, const Record& record) {
-    const std::vector<Region> regions = readProfile(context, record.reference(0));
-    const Vector3 way = readDirection(context, record.reference(2)) * record.positive(3);
-    Polyhedron body = sweep(context, regions, {Transform(), Transform::translation(way)}, false);
-    if (record.entity() != Entity::ExtrudedAreaSolidTapered)
-        return body;
-    // The far ends of the walls move to the second profile.
-    const std::vector<Region> end = readProfile(context, record.reference(4));
+Polyhedron prism(IfcContext& context, const Loop& base, double height) {
+    return sweep(context, {{base, {}}}, {Transform(), Transform::translation({0.0, 0.0, height})}, false);
+}
+
+// Reads the attributes that plain and tapered extrusions have in common.
+Polyhedron extrude(IfcContext& context, const Record& record, const std::vector<Region>& regions, Vector3& shift) {
+    shift = readDirection(context, record.reference(IfcExtrudedAreaSolid::ExtrudedDirection)) *
+            record.positive(IfcExtrudedAreaSolid::Depth);
+    return sweep(context, regions, {Transform(), Transform::translation(shift)}, false);
+}
+
+Polyhedron readExtrusion(IfcContext& context, const Record& record) {
+    const std::vector<Region> regions = readProfile(context, record.reference(IfcExtrudedAreaSolid::SweptArea));
+    Vector3 shift;
+    return extrude(context, record, regions, shift);
+}
+
+Polyhedron readTaperedExtrusion(IfcContext& context, const Record& record) {
+    const std::vector<Region> regions = readProfile(context, record.reference(IfcExtrudedAreaSolidTapered::SweptArea));
+    Vector3 shift;
+    Polyhedron body = extrude(context, record, regions, shift);
+    const std::vector<Region> end = readProfile(context, record.reference(IfcExtrudedAreaSolidTapered::EndSweptArea));
     std::size_t at = 0;
     bool fits = regions.size() == end.size();
-    const auto move = [&](const Loop& near, const Loop& far) {
+    // The points of a loop are its near ring, then its far ring.
+    const auto moveFarRing = [&](const Loop& near, const Loop& far) {
         fits = fits && near.size() == far.size();
         at += near.size();
         for (std::size_t i = 0; fits && i < far.size(); ++i)
-            body.points[at++] = far[i] + way;
+            body.points[at++] = far[i] + shift;
     };
     for (std::size_t i = 0; fits && i < end.size(); ++i) {
         fits = regions[i].holes.size() == end[i].holes.size();
-        move(regions[i].outer, end[i].outer);
+        moveFarRing(regions[i].outer, end[i].outer);
         for (std::size_t hole = 0; fits && hole < end[i].holes.size(); ++hole)
-            move(regions[i].holes[hole], end[i].holes[hole]);
+            moveFarRing(regions[i].holes[hole], end[i].holes[hole]);
     }
     if (!fits)
-        record.fault("its two profiles do not have the same number of corners");
+        record.fail("its two profiles do not have the same number of corners");
     return body;
 }
 
-/// The rotation by an angle around the z axis of `axis`.
+// The rotation by an angle around the z axis of a placement.
 Transform rotation(const Transform& axis, double angle) {
     const Transform turned{
         {std::cos(angle), std::sin(angle), 0.0}, {-std::sin(angle), std::cos(angle), 0.0}, {0.0, 0.0, 1.0}, {}};
-    const Transform back{{axis.x.x, axis.y.x, axis.z.x}, {axis.x.y, axis.y.y, axis.z.y}, {axis.x.z, axis.y.z, axis.z.z}, {}};
-    return axis * turned * back * Transform::translation(axis.origin * -1.0);
+    const Transform inverse{
+        {axis.x.x, axis.y.x, axis.z.x}, {axis.x.y, axis.y.y, axis.z.y}, {axis.x.z, axis.y.z, axis.z.z}, {}};
+    return axis * turned * inverse * Transform::translation(axis.origin * -1.0);
 }
 
-Polyhedron revolve(IfcContext& context, const Record& record) {
-    const std::vector<Region> regions = readProfile(context, record.reference(0));
-    const Transform axis = readAxisPlacement(context, record.reference(2));
-    const double angle = record.number(3) * context.angleUnit;
+Polyhedron readRevolution(IfcContext& context, const Record& record) {
+    const std::vector<Region> regions = readProfile(context, record.reference(IfcRevolvedAreaSolid::SweptArea));
+    const Transform axis = readAxisPlacement(context, record.reference(IfcRevolvedAreaSolid::Axis));
+    const double angle = record.number(IfcRevolvedAreaSolid::Angle) * context.angleUnit;
     if (!(std::fabs(angle) > 0.0) || !(std::fabs(angle) <= 2.0 * pi * (1.0 + 1e-6)))
-        record.fault("its angle is not between nothing and a whole turn");
+        record.fail("its angle is zero or more than a full turn");
     const bool closed = std::fabs(angle) > 2.0 * pi * (1.0 - 1e-9);
     const int segments = segmentsOf(angle);
     const int count = segments + (closed ? 0 : 1);
@@ -128,61 +157,88 @@ Polyhedron revolve(IfcContext& context, const Record& record) {
     return sweep(context, regions, sections, closed);
 }
 
-/// A pipe: a ring is carried along the line, and at each bend cut by the plane that halves it.
-Polyhedron sweepDisk(IfcContext& context, const Record& record) {
-    Loop line = readCurve(context, record.reference(0));
-    line.erase(std::unique(line.begin(), line.end()), line.end());
-    const bool closed = line.size() > 3 && length(line.front() - line.back()) <= samePoint;
-    if (closed)
-        line.pop_back();
-    if (line.size() < 2)
-        record.fault("its line has fewer than two points");
-    if (record.given(3) || record.given(4))
-        context.note(record.instance(), "its start and end parameters are not supported; the whole line is taken");
-    const double outer = record.positive(1);
-    const double inner = record.radius(2);
-    if (!(inner < outer))
-        record.fault("its inner radius is not less than its radius");
-    const std::size_t count = line.size();
-    const auto leg = [&](std::size_t i) { return unitVector(line[(i + 1) % count] - line[i % count], record.instance()); };
-    const auto isEnd = [&](std::size_t i) { return !closed && (i == 0 || i + 1 == count); };
-    const auto normalAt = [&](std::size_t i) {
-        const Vector3 in = leg(i == 0 ? (closed ? count - 1 : 0) : i - 1);
-        return isEnd(i) ? in : unitVector(in + leg(i), record.instance());
-    };
-    // Everything is carried along the first leg of a frame across it, then moved along each leg into the next plane.
-    const Transform start = frameAlong(leg(0), line[0]);
-    Polyhedron body;
-    std::vector<Rings> pipes;
-    const auto addPipe = [&](double radius, bool hole) {
-        context.chargePoints(count * segmentsPerTurn);
-        const std::uint32_t first = size32(body.points);
-        Loop ring;
-        addArc(ring, start, radius, radius, 0.0, hole ? -2.0 * pi : 2.0 * pi);
-        ring.pop_back();
-        for (std::size_t i = 0; i < count; ++i) {
-            const Vector3 normal = normalAt(i);
-            const Vector3 along = leg(i == 0 ? 0 : i - 1);
-            const double cosine = dot(along, normal);
-            if (!(std::fabs(cosine) > 1e-3))
-                record.fault("its line turns back on itself");
-            for (Vector3& point : ring) {
-                point = point + along * (dot(line[i] - point, normal) / cosine);
-                body.points.push_back(point);
-            }
+// The polyline that a disk is swept along.
+class Directrix {
+public:
+    Directrix(const Record& record, Loop line) : record_(record), line_(std::move(line)) {
+        line_.erase(std::unique(line_.begin(), line_.end()), line_.end());
+        closed_ = line_.size() > 3 && length(line_.front() - line_.back()) <= samePoint;
+        if (closed_)
+            line_.pop_back();
+        if (line_.size() < 2)
+            record.fail("its directrix has fewer than two points");
+    }
+
+    std::size_t size() const { return line_.size(); }
+
+    bool isClosed() const { return closed_; }
+
+    const Vector3& point(std::size_t i) const { return line_[i]; }
+
+    // The direction of the segment that starts at a point.
+    Vector3 segment(std::size_t i) const {
+        return unitVector(line_[(i + 1) % size()] - line_[i % size()], record_.instance());
+    }
+
+    // The direction in which a ring arrives at a point; at the first point, the direction in which it starts.
+    Vector3 arrival(std::size_t i) const { return segment(i == 0 ? 0 : i - 1); }
+
+    // The normal of the plane that cuts the pipe at a point: it bisects the bend.
+    Vector3 normal(std::size_t i) const {
+        const bool isEnd = !closed_ && (i == 0 || i + 1 == size());
+        const Vector3 in = segment(i == 0 ? (closed_ ? size() - 1 : 0) : i - 1);
+        return isEnd ? in : unitVector(in + segment(i), record_.instance());
+    }
+
+private:
+    const Record& record_;
+    Loop line_;
+    bool closed_ = false;
+};
+
+// Adds the rings and walls of a pipe.
+// @param turn 2 pi for the outer surface, -2 pi for the inner one, whose walls face inward.
+Rings addPipe(IfcContext& context, const Record& record, const Directrix& directrix, double radius, double turn,
+              Polyhedron& body) {
+    const Transform start = frameAlong(directrix.segment(0), directrix.point(0));
+    context.chargePoints(directrix.size() * segmentsPerTurn);
+    const std::uint32_t first = size32(body.points);
+    Loop ring;
+    addArc(ring, start, radius, radius, 0.0, turn);
+    ring.pop_back();
+    for (std::size_t i = 0; i < directrix.size(); ++i) {
+        const Vector3 normal = directrix.normal(i);
+        const Vector3 along = directrix.arrival(i);
+        const double cosine = dot(along, normal);
+        if (!(std::fabs(cosine) > 1e-3))
+            record.fail("its directrix turns back on itself");
+        for (Vector3& point : ring) {
+            point = point + along * (dot(directrix.point(i) - point, normal) / cosine);
+            body.points.push_back(point);
         }
-        addWall(body, first, size32(ring), static_cast<std::uint32_t>(count), closed);
-        pipes.push_back({first, size32(ring)});
-    };
-    addPipe(outer, false);
+    }
+    addWalls(body, first, size32(ring), static_cast<std::uint32_t>(directrix.size()), directrix.isClosed());
+    return {first, size32(ring)};
+}
+
+Polyhedron readSweptDisk(IfcContext& context, const Record& record) {
+    const Directrix directrix(record, readCurve(context, record.reference(IfcSweptDiskSolid::Directrix)));
+    if (record.given(IfcSweptDiskSolid::StartParam) || record.given(IfcSweptDiskSolid::EndParam))
+        context.note(record.instance(), "its start and end parameters are not supported; the whole directrix is swept");
+    const double outer = record.positive(IfcSweptDiskSolid::Radius);
+    const double inner = record.radius(IfcSweptDiskSolid::InnerRadius);
+    if (!(inner < outer))
+        record.fail("its inner radius is not less than its radius");
+    Polyhedron body;
+    std::vector<Rings> pipes{addPipe(context, record, directrix, outer, 2.0 * pi, body)};
     if (inner > 0.0)
-        addPipe(inner, true);
-    if (!closed)
-        addLids(body, pipes, static_cast<std::uint32_t>(count));
+        pipes.push_back(addPipe(context, record, directrix, inner, -2.0 * pi, body));
+    if (!directrix.isClosed())
+        addLids(body, pipes, static_cast<std::uint32_t>(directrix.size()));
     return body;
 }
 
-/// A section that shrinks to a point.
+// The body between a loop and a point.
 Polyhedron cone(const Loop& base, const Vector3& top) {
     Polyhedron body;
     body.points = base;
@@ -207,8 +263,32 @@ Loop rectangle(double x, double y) {
     return {{0.0, 0.0, 0.0}, {x, 0.0, 0.0}, {x, y, 0.0}, {0.0, y, 0.0}};
 }
 
-Polyhedron sphere(double radius) {
-    constexpr std::uint32_t rings = segmentsPerTurn / 2 - 1;
+Polyhedron readBlock(IfcContext& context, const Record& record) {
+    const double x = record.positive(IfcBlock::XLength);
+    const double y = record.positive(IfcBlock::YLength);
+    return prism(context, rectangle(x, y), record.positive(IfcBlock::ZLength));
+}
+
+Polyhedron readCylinder(IfcContext& context, const Record& record) {
+    const double height = record.positive(IfcRightCircularCylinder::Height);
+    return prism(context, circle(record.positive(IfcRightCircularCylinder::Radius), 0.0), height);
+}
+
+Polyhedron readPyramid(IfcContext&, const Record& record) {
+    const double x = record.positive(IfcRectangularPyramid::XLength);
+    const double y = record.positive(IfcRectangularPyramid::YLength);
+    return cone(rectangle(x, y), {x / 2.0, y / 2.0, record.positive(IfcRectangularPyramid::Height)});
+}
+
+Polyhedron readCone(IfcContext&, const Record& record) {
+    const double height = record.positive(IfcRightCircularCone::Height);
+    return cone(circle(record.positive(IfcRightCircularCone::BottomRadius), 0.0), {0.0, 0.0, height});
+}
+
+Polyhedron readSphere(IfcContext& context, const Record& record) {
+    context.chargePoints(segmentsPerTurn * segmentsPerTurn / 2);
+    const double radius = record.positive(IfcSphere::Radius);
+    constexpr std::uint32_t rings = segmentsPerTurn / 2 - 1; // parallels between the poles
     constexpr std::uint32_t count = segmentsPerTurn;
     Polyhedron body;
     for (std::uint32_t ring = 1; ring <= rings; ++ring) {
@@ -216,13 +296,7 @@ Polyhedron sphere(double radius) {
         const Loop loop = circle(radius * std::sin(angle), -radius * std::cos(angle));
         body.points.insert(body.points.end(), loop.begin(), loop.end());
     }
-    for (std::uint32_t ring = 0; ring + 1 < rings; ++ring) {
-        for (std::uint32_t i = 0; i < count; ++i) {
-            const std::uint32_t a = ring * count;
-            const std::uint32_t next = (i + 1) % count;
-            body.addLoop(a + i, a + next, a + count + next, a + count + i);
-        }
-    }
+    addWalls(body, 0, count, rings, false);
     const std::uint32_t bottom = rings * count;
     body.points.push_back({0.0, 0.0, -radius});
     body.points.push_back({0.0, 0.0, radius});
@@ -234,60 +308,47 @@ Polyhedron sphere(double radius) {
     return body;
 }
 
-Polyhedron readLocal(IfcContext& context, const Record& record) {
-    const auto prism = [&](const Loop& base, double height) {
-        return sweep(context, {{base, {}}}, {Transform(), Transform::translation({0.0, 0.0, height})}, false);
-    };
-    switch (record.entity()) {
-    case Entity::ExtrudedAreaSolid:
-    case Entity::ExtrudedAreaSolidTapered:
-        return extrude(context, record);
-    case Entity::RevolvedAreaSolid:
-        return revolve(context, record);
-    case Entity::Block:
-        return prism(rectangle(record.positive(1), record.positive(2)), record.positive(3));
-    case Entity::RightCircularCylinder:
-        return prism(circle(record.positive(2), 0.0), record.positive(1));
-    case Entity::RectangularPyramid:
-        return cone(rectangle(record.positive(1), record.positive(2)),
-                    {record.positive(1) / 2.0, record.positive(2) / 2.0, record.positive(3)});
-    case Entity::RightCircularCone:
-        return cone(circle(record.positive(2), 0.0), {0.0, 0.0, record.positive(1)});
-    default:
-        context.chargePoints(segmentsPerTurn * segmentsPerTurn / 2);
-        return sphere(record.positive(1));
-    }
+struct SweepReader {
+    Entity entity;
+    Polyhedron (*read)(IfcContext& context, const Record& record);
+    std::optional<std::size_t> position; // the attribute; a swept disk has none
+};
+
+constexpr SweepReader readers[] = {
+    {Entity::ExtrudedAreaSolid, readExtrusion, IfcSweptAreaSolid::Position},
+    {Entity::ExtrudedAreaSolidTapered, readTaperedExtrusion, IfcSweptAreaSolid::Position},
+    {Entity::RevolvedAreaSolid, readRevolution, IfcSweptAreaSolid::Position},
+    {Entity::SweptDiskSolid, readSweptDisk, std::nullopt},
+    {Entity::SweptDiskSolidPolygonal, readSweptDisk, std::nullopt},
+    {Entity::Block, readBlock, IfcCsgPrimitive3D::Position},
+    {Entity::RectangularPyramid, readPyramid, IfcCsgPrimitive3D::Position},
+    {Entity::RightCircularCylinder, readCylinder, IfcCsgPrimitive3D::Position},
+    {Entity::RightCircularCone, readCone, IfcCsgPrimitive3D::Position},
+    {Entity::Sphere, readSphere, IfcCsgPrimitive3D::Position},
+};
+
+// Null for an entity that is not supported.
+const SweepReader* readerOf(Entity entity) {
+    const SweepReader* const reader = std::find_if(std::begin(readers), std::end(readers),
+                                                   [entity](const SweepReader& each) { return each.entity == entity; });
+    return reader == std::end(readers) ? nullptr : reader;
 }
 
 } // namespace
 
 bool isSweep(Entity entity) {
-    switch (entity) {
-    case Entity::ExtrudedAreaSolid:
-    case Entity::ExtrudedAreaSolidTapered:
-    case Entity::RevolvedAreaSolid:
-    case Entity::SweptDiskSolid:
-    case Entity::SweptDiskSolidPolygonal:
-    case Entity::Block:
-    case Entity::RectangularPyramid:
-    case Entity::RightCircularCylinder:
-    case Entity::RightCircularCone:
-    case Entity::Sphere:
-        return true;
-    default:
-        return false;
-    }
+    return readerOf(entity) != nullptr;
 }
 
 Polyhedron readSweep(IfcContext& context, const Instance& instance) {
     const Record record(context, instance);
-    if (record.entity() == Entity::SweptDiskSolid || record.entity() == Entity::SweptDiskSolidPolygonal)
-        return sweepDisk(context, record);
-    // The area of a swept solid comes before its position, in primitive solids the position comes first.
-    const bool swept = record.entity() == Entity::ExtrudedAreaSolid || record.entity() == Entity::ExtrudedAreaSolidTapered ||
-                       record.entity() == Entity::RevolvedAreaSolid;
-    const Transform position = readAxisPlacement(context, record.optionalReference(swept ? 1 : 0));
-    Polyhedron body = readLocal(context, record);
+    const SweepReader* const reader = readerOf(record.entity());
+    if (!reader)
+        record.fail("this kind of solid is not supported");
+    if (!reader->position)
+        return reader->read(context, record);
+    const Transform position = readAxisPlacement(context, record.optionalReference(*reader->position));
+    Polyhedron body = reader->read(context, record);
     for (Vector3& point : body.points)
         point = position.point(point);
     return body;

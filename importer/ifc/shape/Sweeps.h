@@ -1,17 +1,18 @@
 #pragma once
 
-// Bodies made by moving a section, and the primitive ones.
+// Bodies that a profile or a disk sweeps, and primitive solids.
 
 #include "importer/geometry/Polyhedron.h"
 #include "importer/ifc/Record.h"
 
 namespace importer::ifc {
 
-/// Whether `readSweep` reads an entity.
+/// Whether `readSweep` supports an entity.
 bool isSweep(Entity entity);
 
-/// The closed body of a swept area, a swept disk, a block, pyramid, cylinder, cone or sphere. What is round is taken as
-/// polygons, as `segmentsPerTurn` says.
+/// The closed body of a swept area, a swept disk, a block, pyramid, cylinder, cone or sphere. Round parts are approximated
+/// as `segmentsPerTurn` specifies.
+/// @throws EntityError, LimitExceeded
 Polyhedron readSweep(IfcContext& context, const Instance& instance);
 
 } // namespace importer::ifc

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <limits>
 
+namespace velmor_tests {
+
 using namespace importer::child;
 using namespace importer::exchange;
 using namespace importer::ifc;
@@ -13,14 +15,15 @@ using Velmor::ExternalVersion;
 
 namespace {
 
-// The corners of a box from the origin to (2, 4, 6), the farthest last.
+// A box from the origin to (2, 4, 6); the last vertex is the farthest one.
 Product box(Shape shape) {
     Product product;
     product.shape = shape;
     for (const double z : {0.0, 6.0}) {
-        for (const double y : {0.0, 4.0})
+        for (const double y : {0.0, 4.0}) {
             for (const double x : {0.0, 2.0})
                 product.vertices.insert(product.vertices.end(), {x, y, z});
+        }
     }
     product.volume = 48;
     product.centroid[0] = 1;
@@ -29,11 +32,9 @@ Product box(Shape shape) {
     return product;
 }
 
-} // namespace
-
-TEST(Fingerprint, OfASolidHasAllNumbersAndCountsTheLastVertex) {
-    auto product = box(Shape::Solid);
-    const auto print = fingerprint(product);
+TEST(Fingerprint, OfSolidHasAllNumbersAndUsesTheLastVertex) {
+    Product product = box(Shape::Solid);
+    const Fingerprint print = fingerprint(product);
     EXPECT_TRUE(print.finite);
     ASSERT_EQ(print.spatialHash.getType(), ExternalGUID::SpatialHash);
     const double* const hash = print.spatialHash.getSpatialHash();
@@ -59,15 +60,15 @@ TEST(Fingerprint, OfASolidHasAllNumbersAndCountsTheLastVertex) {
     EXPECT_EQ(print.version.getVolume(), 48);
 }
 
-TEST(Fingerprint, OfAnOpenShapeHasBoxAndDistances) {
-    auto product = box(Shape::Points);
-    const auto print = fingerprint(product);
+TEST(Fingerprint, OfOpenShapeHasBoxAndDistances) {
+    Product product = box(Shape::Points);
+    const Fingerprint print = fingerprint(product);
     EXPECT_EQ(print.spatialHash.getType(), ExternalGUID::SpatialHash);
     EXPECT_EQ(print.version.getType(), ExternalVersion::Geometry);
 }
 
-TEST(Fingerprint, OfASolidWithoutAFiniteVolumeIsThatOfAnOpenShape) {
-    auto product = box(Shape::Solid);
+TEST(Fingerprint, OfSolidWithoutFiniteVolumeEqualsThatOfOpenShape) {
+    Product product = box(Shape::Solid);
     product.volume = std::numeric_limits<double>::quiet_NaN();
     EXPECT_EQ(fingerprint(product).version.getType(), ExternalVersion::Geometry);
     product = box(Shape::Solid);
@@ -75,21 +76,21 @@ TEST(Fingerprint, OfASolidWithoutAFiniteVolumeIsThatOfAnOpenShape) {
     EXPECT_EQ(fingerprint(product).version.getType(), ExternalVersion::Geometry);
 }
 
-TEST(Fingerprint, OfASinglePointIsABoxWhoseSimilarityIsANumber) {
+TEST(Fingerprint, OfSinglePointIsABoxWithDefinedSimilarity) {
     Product product;
     product.shape = Shape::Points;
     product.vertices = {7, 8, 9};
-    const auto print = fingerprint(product);
+    const Fingerprint print = fingerprint(product);
     EXPECT_EQ(print.spatialHash.getSpatialHash()[1], 8);
     EXPECT_EQ(print.version.getType(), ExternalVersion::BoundingBox);
     EXPECT_EQ(print.version.similarity(print.version), 1.0);
 }
 
-TEST(Fingerprint, OfNoGeometryIsEmptyAndDefined) {
+TEST(Fingerprint, WithoutGeometryIsEmptyAndDefined) {
     Product without;
-    auto none = box(Shape::None);
+    Product none = box(Shape::None);
     for (Product* const product : {&without, &none}) {
-        const auto print = fingerprint(*product);
+        const Fingerprint print = fingerprint(*product);
         EXPECT_TRUE(print.finite);
         EXPECT_EQ(print.version.getType(), ExternalVersion::Invalid);
         unsigned size = 0;
@@ -98,35 +99,35 @@ TEST(Fingerprint, OfNoGeometryIsEmptyAndDefined) {
     }
 }
 
-TEST(Fingerprint, OfCoordinatesBeyondNumbersIsEmptyAndSaysSo) {
+TEST(Fingerprint, OfCoordinatesThatAreNotFiniteIsEmpty) {
     for (const double bad : {1e308 * 10, std::numeric_limits<double>::quiet_NaN(), 1.7e308}) {
-        auto product = box(Shape::Points);
+        Product product = box(Shape::Points);
         product.vertices[4] = bad;
         product.vertices[7] = -bad;
-        const auto print = fingerprint(product);
+        const Fingerprint print = fingerprint(product);
         EXPECT_FALSE(print.finite) << bad;
         EXPECT_EQ(print.spatialHash.getType(), ExternalGUID::Invalid);
         EXPECT_EQ(print.version.getType(), ExternalVersion::Invalid);
     }
 }
 
-TEST(GlobalIds, AreTakenOnceAndOnlyWith22CharactersOfTheirAlphabet) {
-    const std::string no = " is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)";
+TEST(GlobalIds, AreAcceptedOnceAndOnlyWith22ValidCharacters) {
+    const std::string invalid = " is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)";
     const struct {
         const char* id;
         std::string reason;
     } cases[] = {{"0123456789012345678901", ""},
                  {"0123456789012345678902", ""},
-                 {"0123456789012345678901", "its GlobalId '0123456789012345678901' was given to #100 before"},
-                 {"0123456789012345678902", "its GlobalId '0123456789012345678902' was given to #101 before"},
+                 {"0123456789012345678901", "its GlobalId '0123456789012345678901' is already used by #100"},
+                 {"0123456789012345678902", "its GlobalId '0123456789012345678902' is already used by #101"},
                  {"", "it has no GlobalId"},
-                 {"x", "'x'" + no},
-                 {"012345678901234567890", "'012345678901234567890'" + no},
-                 {"01234567890123456789012", "'01234567890123456789012'" + no},
-                 {"012345678901234567890-", "'012345678901234567890-'" + no},
-                 {" 123456789012345678901", "' 123456789012345678901'" + no},
-                 {"01234567890123456789\xC3\xBC", "'01234567890123456789\xC3\xBC'" + no},   // 22 bytes
-                 {"012345678901234567890\xC3\xBC", "'012345678901234567890\xC3\xBC'" + no}, // 22 characters
+                 {"x", "'x'" + invalid},
+                 {"012345678901234567890", "'012345678901234567890'" + invalid},
+                 {"01234567890123456789012", "'01234567890123456789012'" + invalid},
+                 {"012345678901234567890-", "'012345678901234567890-'" + invalid},
+                 {" 123456789012345678901", "' 123456789012345678901'" + invalid},
+                 {"01234567890123456789\xC3\xBC", "'01234567890123456789\xC3\xBC'" + invalid},   // 22 bytes
+                 {"012345678901234567890\xC3\xBC", "'012345678901234567890\xC3\xBC'" + invalid}, // 22 characters
                  {"ABCDEFGHIJKLMNOPQRSTUV", ""},
                  {"WXYZabcdefghijklmnopqr", ""},
                  {"stuvwxyz_$0123456789ab", ""},
@@ -137,7 +138,7 @@ TEST(GlobalIds, AreTakenOnceAndOnlyWith22CharactersOfTheirAlphabet) {
     for (const auto& each : cases) {
         product.globalId = each.id;
         std::string reason;
-        const auto identity = ids.identify(product, reason);
+        const ExternalGUID identity = ids.identify(product, reason);
         EXPECT_EQ(reason, each.reason);
         EXPECT_STREQ(identity.getType() == ExternalGUID::IFCGlobalID ? identity.getIFCGlobalID() : "",
                      reason.empty() ? each.id : "");
@@ -145,7 +146,7 @@ TEST(GlobalIds, AreTakenOnceAndOnlyWith22CharactersOfTheirAlphabet) {
     }
 }
 
-TEST(GlobalIds, OfAnyLengthAreToldInShort) {
+TEST(GlobalIds, AreShortenedInMessages) {
     GlobalIds ids;
     Product product;
     product.globalId.assign(1000000, 'x');
@@ -153,3 +154,6 @@ TEST(GlobalIds, OfAnyLengthAreToldInShort) {
     EXPECT_EQ(ids.identify(product, reason).getType(), ExternalGUID::Invalid);
     EXPECT_EQ(reason, "'" + std::string(40, 'x') + "...' is not a GlobalId of 22 characters (0-9, A-Z, a-z, _, $)");
 }
+
+} // namespace
+} // namespace velmor_tests

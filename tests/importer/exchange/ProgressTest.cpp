@@ -8,12 +8,14 @@
 #include <thread>
 #include <vector>
 
+namespace velmor_tests {
+
 using namespace importer::exchange;
 using Velmor::FileStream;
 
 namespace {
 
-// Two streams on one handle, as child and parent have it: they share the file position.
+// Two streams on one handle, like those of importer and host: they share the file position.
 struct Shared {
     std::unique_ptr<FileStream> child{FileStream::createTemporaryFile()};
     std::unique_ptr<FileStream> parent{FileStream::createFromHandle(child->getHandle())};
@@ -26,9 +28,7 @@ struct Shared {
     }
 };
 
-} // namespace
-
-TEST(Progress, IsSeenAsItGrows) {
+TEST(Progress, IsReadAsItIsWritten) {
     Shared file;
     ProgressWriter writer(*file.child);
     ProgressReader reader(*file.parent);
@@ -39,7 +39,7 @@ TEST(Progress, IsSeenAsItGrows) {
     }
 }
 
-TEST(Progress, IsToldOnlyWhenItHasGrownByAThousandth) {
+TEST(Progress, IsWrittenOnlyAfterGrowthOfAThousandth) {
     Shared file;
     ProgressWriter writer(*file.child);
     for (const double done : {0.0, 0.0005, 0.5, 0.5004, 0.3, -1.0, std::numeric_limits<double>::quiet_NaN(), 7.0, 8.0})
@@ -49,15 +49,15 @@ TEST(Progress, IsToldOnlyWhenItHasGrownByAThousandth) {
     EXPECT_EQ(reader.perMille(), 1000u);
 }
 
-TEST(Progress, SurvivesAWriteBetweenRewindingAndReading) {
+TEST(Progress, SurvivesWriteBetweenRewindingAndReading) {
     Shared file;
     ProgressWriter writer(*file.child);
     ProgressReader reader(*file.parent);
     writer.report(0.1);
     writer.report(0.2);
     writer.report(0.3);
-    file.parent->seekToBegin(); // the parent has come to here
-    writer.report(0.4);         // replaces 0.1
+    file.parent->seekToBegin(); // the first half of perMille()
+    writer.report(0.4);         // overwrites 0.1
     std::vector<char> rest;
     file.parent->read(4004, rest);
     EXPECT_EQ(rest.size(), 2u * 4);
@@ -67,7 +67,7 @@ TEST(Progress, SurvivesAWriteBetweenRewindingAndReading) {
     EXPECT_EQ(file.length(), 4u * 4);
 }
 
-TEST(Progress, NeverFallsAndNeverTearsWhileBothAreAtIt) {
+TEST(Progress, NeverFallsAndIsNeverTornWhileBothRun) {
     for (int round = 0; round < 20; ++round) {
         Shared file;
         std::atomic<bool> done{false};
@@ -91,13 +91,16 @@ TEST(Progress, NeverFallsAndNeverTearsWhileBothAreAtIt) {
     }
 }
 
-TEST(Progress, IgnoresWhatIsNoProgress) {
+TEST(Progress, IgnoresInvalidRecords) {
     Shared file;
-    const char nonsense[] = {'\xFF', '\xFF', '\xFF', '\xFF', 5, 0, 0, 0, 9, 9};
-    file.child->write(sizeof nonsense, nonsense);
+    const char invalid[] = {'\xFF', '\xFF', '\xFF', '\xFF', 5, 0, 0, 0, 9, 9};
+    file.child->write(sizeof invalid, invalid);
     ProgressReader reader(*file.parent);
     EXPECT_EQ(reader.perMille(), 5u);
     FileStream none;
-    ProgressReader ofNothing(none);
-    EXPECT_EQ(ofNothing.perMille(), 0u);
+    ProgressReader withoutHandle(none);
+    EXPECT_EQ(withoutHandle.perMille(), 0u);
 }
+
+} // namespace
+} // namespace velmor_tests

@@ -1,6 +1,6 @@
 #pragma once
 
-// Property sets for the tests, built as a reader builds them.
+// Property sets for tests, built with the factories of the library.
 
 #include <Velmor/Velmor.h>
 
@@ -35,7 +35,7 @@ inline Velmor::IFC2X3Property integerProperty(const std::string& name, std::int3
 
 inline Velmor::IFC2X3PropertySet propertiesOf(const std::vector<Velmor::IFC2X3Property>& properties) {
     Velmor::IFC2X3PropertySet set;
-    for (const auto& property : properties)
+    for (const Velmor::IFC2X3Property& property : properties)
         set.addProperty(property);
     return set;
 }
@@ -70,10 +70,9 @@ inline std::vector<Velmor::IFC2X3Property> onePropertyOfEachType() {
     all.push_back(integerProperty("integer", -2147483647 - 1));
     all.push_back(Velmor::createPropertySingleValueInteger64(wideText("long"), {}, SingleValue::Integer64,
                                                              -9223372036854775807LL - 1));
-    for (const unsigned logical : {0u, 1u, 2u, 7u}) {
+    for (const unsigned logical : {0u, 1u, 2u, 7u})
         all.push_back(
             Velmor::createPropertySingleValueLogical(wideText("logical"), {}, static_cast<SingleValue::Logical_s>(logical)));
-    }
     all.push_back(Velmor::createPropertySingleValueCompoundPlaneAngle(wideText("angle"), {}, angle));
     return all;
 }

@@ -1,5 +1,7 @@
 #include "importer/exchange/SolidRecords.h"
 
+#include "importer/exchange/RecordSamples.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,10 +13,11 @@
 #include <new>
 #include <random>
 
+namespace velmor_tests {
+
 using namespace importer::exchange;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using Velmor::FileStream;
 
 namespace {
 
@@ -32,8 +35,8 @@ ForeignObjectSolid solidOf(const std::string& bytes, std::uint32_t type = 1) {
     return {static_cast<ForeignObjectSolid::Type_t>(type), static_cast<unsigned>(bytes.size()), bytes.data()};
 }
 
-// Why a mesh is refused; empty when it is not.
-std::string refusalOf(const ForeignObjectSolid& solid) {
+// The message with which a mesh is rejected; empty if it is accepted.
+std::string rejectionOf(const ForeignObjectSolid& solid) {
     try {
         decodeMesh(solid);
         return {};
@@ -50,53 +53,37 @@ std::string textureBytes() {
                                 std::vector<char>(png.begin(), png.end())});
 }
 
-// A stream with records, and what they come to.
-struct Filled {
-    explicit Filled(const std::vector<std::string>& records) {
-        RecordWriter writer(*stream, "it");
-        for (const auto& record : records)
-            writer.write(record);
-        writer.flush();
-        totals = writer.totals();
-    }
-
-    std::unique_ptr<FileStream> stream{FileStream::createTemporaryFile()};
-    StreamTotals totals;
-};
-
-} // namespace
-
-TEST(Mesh, KeepsOnlyVerticesInUseAndEachPlaceOnce) {
+TEST(Mesh, HasUsedVerticesOnlyAndEqualOnesOnce) {
     const std::vector<double> vertices = {9, 9, 9, 0, 0, 0, 1, 0, 0, 0, 1, 0, -0.0, 0, 0, 1, 0, 0, 8, 8, 8, 0, 0, 1};
-    const auto mesh = meshOf(vertices, {1, 2, 3, 4, 5, 7});
+    const Mesh mesh = meshOf(vertices, {1, 2, 3, 4, 5, 7});
     EXPECT_THAT(mesh.vertices, ElementsAre(0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1));
     EXPECT_THAT(mesh.triangles, ElementsAre(0, 1, 2, 0, 1, 3));
 }
 
-TEST(Mesh, KeepsPlacesThatDifferInTheLastBit) {
+TEST(Mesh, PreservesVerticesThatDifferInTheLastBit) {
     const double next = std::nextafter(1.0, 2.0);
-    const auto mesh = meshOf({1, 0, 0, next, 0, 0, 0, 0, 0}, {0, 1, 2});
+    const Mesh mesh = meshOf({1, 0, 0, next, 0, 0, 0, 0, 0}, {0, 1, 2});
     EXPECT_THAT(mesh.vertices, ElementsAre(1, 0, 0, next, 0, 0, 0, 0, 0));
 }
 
-TEST(Mesh, ComesBackAsItWas) {
+TEST(Mesh, DecodesToTheEncodedValues) {
     Mesh mesh = tetrahedron();
     mesh.vertices[0] = -0.0;
     mesh.vertices[1] = std::numeric_limits<double>::denorm_min();
     mesh.vertices[2] = std::numeric_limits<double>::max();
-    const auto back = decodeMesh(encode(mesh));
+    const Mesh back = decodeMesh(encode(mesh));
     ASSERT_EQ(back.vertices.size(), mesh.vertices.size());
     EXPECT_EQ(std::memcmp(back.vertices.data(), mesh.vertices.data(), mesh.vertices.size() * sizeof(double)), 0);
     EXPECT_EQ(back.triangles, mesh.triangles);
 
-    const auto none = decodeMesh(encode(Mesh()));
+    const Mesh none = decodeMesh(encode(Mesh()));
     EXPECT_TRUE(none.vertices.empty() && none.triangles.empty());
 }
 
 TEST(Mesh, HasTheDocumentedLayout) {
-    const auto solid = encode(Mesh{{1, 0, 0, 0, -2, 0, 0, 0, 0.5}, {2, 1, 0}});
+    const ForeignObjectSolid solid = encode(Mesh{{1, 0, 0, 0, -2, 0, 0, 0, 0.5}, {2, 1, 0}});
     EXPECT_EQ(solid.getType(), 1u);
-    const auto bytes = bytesOf(solid);
+    const std::string bytes = bytesOf(solid);
     ASSERT_EQ(bytes.size(), 8u + 3 * 24 + 12);
     EXPECT_EQ(bytes.substr(0, 8), std::string("\3\0\0\0\1\0\0\0", 8));
     EXPECT_EQ(bytes.substr(8, 16), std::string("\0\0\0\0\0\0\xF0\x3F\0\0\0\0\0\0\0\0", 16));
@@ -105,78 +92,78 @@ TEST(Mesh, HasTheDocumentedLayout) {
     EXPECT_EQ(bytes.substr(80), std::string("\2\0\0\0\1\0\0\0\0\0\0\0", 12));
 }
 
-TEST(Mesh, IsRefusedWhenCutAnywhereOrTooLong) {
-    const auto bytes = bytesOf(encode(tetrahedron()));
+TEST(Mesh, RejectsTruncatedAndOverlongBytes) {
+    const std::string bytes = bytesOf(encode(tetrahedron()));
     for (std::size_t length = 0; length < bytes.size(); ++length)
-        EXPECT_NE(refusalOf(solidOf(bytes.substr(0, length))), "") << length;
-    EXPECT_NE(refusalOf(solidOf(bytes + '\0')), "");
+        EXPECT_NE(rejectionOf(solidOf(bytes.substr(0, length))), "") << length;
+    EXPECT_NE(rejectionOf(solidOf(bytes + '\0')), "");
 }
 
-TEST(Mesh, IsRefusedOfAnotherType) {
-    const auto bytes = bytesOf(encode(tetrahedron()));
-    EXPECT_EQ(refusalOf(solidOf(bytes, 1)), "");
+TEST(Mesh, RejectsSolidsOfOtherTypes) {
+    const std::string bytes = bytesOf(encode(tetrahedron()));
+    EXPECT_EQ(rejectionOf(solidOf(bytes, 1)), "");
     for (const std::uint32_t type : {0u, 2u, 0xFFFFFFFFu})
-        EXPECT_EQ(refusalOf(solidOf(bytes, type)), "expected a solid of type 1, found " + std::to_string(type));
+        EXPECT_EQ(rejectionOf(solidOf(bytes, type)), "expected a solid of type 1, found " + std::to_string(type));
 }
 
-TEST(Mesh, IsRefusedWhenACountLies) {
+TEST(Mesh, RejectsWrongCounts) {
     for (const std::size_t at : {0u, 4u}) {
         for (const std::uint32_t count : {0u, 3u, 5u, 0x80000000u, 0xFFFFFFFFu}) {
-            auto bytes = bytesOf(encode(tetrahedron()));
+            std::string bytes = bytesOf(encode(tetrahedron()));
             std::memcpy(bytes.data() + at, &count, 4);
-            EXPECT_NE(refusalOf(solidOf(bytes)), "") << at << ' ' << count;
+            EXPECT_NE(rejectionOf(solidOf(bytes)), "") << at << ' ' << count;
         }
     }
 }
 
-TEST(Mesh, IsRefusedWithATriangleBeyondItsVertices) {
+TEST(Mesh, RejectsIndicesOfMissingVertices) {
     for (std::size_t i = 0; i < 12; ++i) {
         for (const std::uint32_t index : {4u, 0x80000000u, 0xFFFFFFFFu}) {
-            auto mesh = tetrahedron();
+            Mesh mesh = tetrahedron();
             mesh.triangles[i] = index;
-            EXPECT_EQ(refusalOf(encode(mesh)), "expected one of the 4 vertices in triangle " + std::to_string(i / 3) +
-                                                   ", found number " + std::to_string(index));
+            EXPECT_EQ(rejectionOf(encode(mesh)), "expected a vertex index below 4 in triangle " + std::to_string(i / 3) +
+                                                     ", found " + std::to_string(index));
         }
     }
 }
 
-TEST(Mesh, IsRefusedWithACoordinateThatIsNoNumber) {
+TEST(Mesh, RejectsCoordinatesThatAreNotFinite) {
     for (std::size_t i = 0; i < 12; ++i) {
         for (const double number : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
                                     -std::numeric_limits<double>::infinity()}) {
-            auto mesh = tetrahedron();
+            Mesh mesh = tetrahedron();
             mesh.vertices[i] = number;
-            EXPECT_THAT(refusalOf(encode(mesh)), HasSubstr("of vertex " + std::to_string(i / 3)));
+            EXPECT_THAT(rejectionOf(encode(mesh)), HasSubstr("in vertex " + std::to_string(i / 3)));
         }
     }
 }
 
-// Whatever any byte becomes, a mesh that is taken can be used.
+// A mesh that is accepted is valid, whatever byte was changed.
 TEST(Mesh, SurvivesEveryChangeOfOneByte) {
-    const auto bytes = bytesOf(encode(tetrahedron()));
-    unsigned taken = 0;
+    const std::string bytes = bytesOf(encode(tetrahedron()));
+    unsigned accepted = 0;
     for (std::size_t at = 0; at < bytes.size(); ++at) {
         for (int value = 0; value < 256; ++value) {
-            auto damaged = bytes;
+            std::string damaged = bytes;
             damaged[at] = static_cast<char>(value);
-            const auto solid = solidOf(damaged);
-            if (!refusalOf(solid).empty())
+            const ForeignObjectSolid solid = solidOf(damaged);
+            if (!rejectionOf(solid).empty())
                 continue;
-            ++taken;
-            const auto mesh = decodeMesh(solid);
+            ++accepted;
+            const Mesh mesh = decodeMesh(solid);
             ASSERT_EQ(bytesOf(encode(mesh)), damaged);
-            ASSERT_TRUE(at >= 8 || damaged == bytes) << at; // no other count fits
+            ASSERT_TRUE(at >= 8 || damaged == bytes) << at; // a changed count never fits the size
             ASSERT_TRUE(std::all_of(mesh.vertices.begin(), mesh.vertices.end(), [](double d) { return std::isfinite(d); }));
             ASSERT_TRUE(std::all_of(mesh.triangles.begin(), mesh.triangles.end(), [](auto index) { return index < 4; }));
         }
     }
-    // Each value of the lower six bytes of a number, and each of the four indices in the lowest byte of an index; of the
-    // sign, the exponent and the other bytes of indices some.
-    EXPECT_GE(taken, 12u * 6 * 256 + 12 * 4);
+    // At least: any value in the lower six bytes of each coordinate, and the four valid values in the lowest byte of each
+    // index.
+    EXPECT_GE(accepted, 12u * 6 * 256 + 12 * 4);
 }
 
-TEST(SolidRecord, ComesBackAsItWas) {
-    const auto back = decodeSolid(encode(SolidRecord{0x0102030405060708u, solidOf("bytes", 0xFFFFFFFFu)}));
+TEST(SolidRecord, DecodesToTheEncodedValues) {
+    const SolidRecord back = decodeSolid(encode(SolidRecord{0x0102030405060708u, solidOf("bytes", 0xFFFFFFFFu)}));
     EXPECT_EQ(back.object, 0x0102030405060708u);
     EXPECT_EQ(back.solid.getType(), 0xFFFFFFFFu);
     EXPECT_EQ(bytesOf(back.solid), "bytes");
@@ -188,19 +175,19 @@ TEST(SolidRecord, HasTheDocumentedLayout) {
               std::string("\x08\x07\x06\x05\x04\x03\x02\x01\x0D\x0C\x0B\x0A\3\0\0\0abc", 19));
 }
 
-// As a copy is that found no memory: it must not go out as a damaged mesh.
-TEST(SolidRecord, OfAMeshThatHasLostItsBytesIsNotWritten) {
+// A copy of a solid without memory is empty; it must not be written as a damaged mesh.
+TEST(SolidRecord, FailsForAMeshWithoutBytes) {
     EXPECT_THROW(encode(SolidRecord{1, solidOf("")}), std::bad_alloc);
 }
 
-TEST(TextureRecord, ComesBackAsItWas) {
-    const auto back = decodeTexture(textureBytes());
+TEST(TextureRecord, DecodesToTheEncodedValues) {
+    const TextureRecord back = decodeTexture(textureBytes());
     EXPECT_EQ(back.instance, 0x0102030405060708u);
     EXPECT_EQ(back.name, "br\xC3\xBC"
                          "ck.png");
-    const auto& png = back.png.getData();
+    const std::vector<char>& png = back.png.getData();
     EXPECT_EQ(std::string(png.begin(), png.end()), std::string("\x89PNG\r\n\x1A\n\0bytes", 14));
-    const auto empty = decodeTexture(encode(TextureRecord()));
+    const TextureRecord empty = decodeTexture(encode(TextureRecord()));
     EXPECT_EQ(empty.instance, 0u);
     EXPECT_TRUE(empty.name.empty() && empty.png.getData().empty());
 }
@@ -210,25 +197,25 @@ TEST(TextureRecord, HasTheDocumentedLayout) {
               std::string("\x08\x07\x06\x05\x04\x03\x02\x01\2\0\0\0ab\3\0\0\0xyz", 21));
 }
 
-TEST(SolidAndTextureRecord, AreRefusedWhenCutAnywhereOrTooLong) {
-    const auto solid = encode(SolidRecord{1, encode(tetrahedron())});
+TEST(SolidAndTextureRecord, RejectTruncatedAndOverlongBytes) {
+    const std::string solid = encode(SolidRecord{1, encode(tetrahedron())});
     for (std::size_t length = 0; length < solid.size(); ++length)
         EXPECT_THROW(decodeSolid(std::string_view(solid).substr(0, length)), FormatError) << length;
     EXPECT_THROW(decodeSolid(solid + '\0'), FormatError);
-    const auto texture = textureBytes();
+    const std::string texture = textureBytes();
     for (std::size_t length = 0; length < texture.size(); ++length)
         EXPECT_THROW(decodeTexture(std::string_view(texture).substr(0, length)), FormatError) << length;
     EXPECT_THROW(decodeTexture(texture + '\0'), FormatError);
 }
 
 TEST(SolidAndTextureRecord, SurviveRandomBytes) {
-    const auto seed = std::random_device()();
+    const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
     const std::string records[] = {encode(SolidRecord{1, encode(tetrahedron())}), textureBytes()};
-    unsigned refused = 0;
+    unsigned rejected = 0;
     for (int round = 0; round < 20000; ++round) {
-        auto damaged = records[round % 2];
+        std::string damaged = records[round % 2];
         damaged[random() % damaged.size()] = static_cast<char>(random());
         damaged.resize(damaged.size() - random() % 3);
         try {
@@ -237,18 +224,18 @@ TEST(SolidAndTextureRecord, SurviveRandomBytes) {
             else
                 decodeTexture(damaged);
         } catch (const FormatError&) {
-            ++refused;
+            ++rejected;
         }
     }
-    EXPECT_GT(refused, 10000u); // two of three are cut
+    EXPECT_GT(rejected, 10000u); // two of three are truncated
 }
 
-TEST(SolidsStream, GivesBackTheSolidsOfItsObjects) {
-    const Filled filled({encode(SolidRecord{0, encode(tetrahedron())}), encode(SolidRecord{7, encode(Mesh())})});
-    RecordReader reader(*filled.stream, "it");
+TEST(SolidsStream, ReturnsSolidsWithTheirObjects) {
+    const RecordStream written({encode(SolidRecord{0, encode(tetrahedron())}), encode(SolidRecord{7, encode(Mesh())})});
+    RecordReader reader(*written.stream, "test stream");
     std::vector<std::uint64_t> objects;
     std::vector<std::size_t> triangles;
-    readSolids(reader, filled.totals, 8, [&](std::uint64_t object, const Mesh& mesh) {
+    readSolids(reader, written.totals, 8, [&](std::uint64_t object, const Mesh& mesh) {
         objects.push_back(object);
         triangles.push_back(mesh.triangles.size() / 3);
     });
@@ -256,22 +243,23 @@ TEST(SolidsStream, GivesBackTheSolidsOfItsObjects) {
     EXPECT_THAT(triangles, ElementsAre(4, 0));
 }
 
-TEST(SolidsStream, IsRefusedWhenObjectsAreOutOfOrderOrNotThere) {
+TEST(SolidsStream, RejectsObjectsOutOfOrderOrRange) {
     const auto record = [](std::uint64_t object) { return encode(SolidRecord{object, encode(Mesh())}); };
     const struct {
         std::vector<std::string> records;
         const char* reason;
     } cases[] = {
-        {{record(1), record(0)}, "it: byte 28: expected the solid of an object from 2 on, of 3, found that of 0"},
-        {{record(1), record(1)}, "it: byte 28: expected the solid of an object from 2 on, of 3, found that of 1"},
-        {{record(3)}, "it: byte 0: expected the solid of an object from 0 on, of 3, found that of 3"},
-        {{record(~0ull)}, "it: byte 0: expected the solid of an object from 0 on, of 3, found that of 18446744073709551615"},
+        {{record(1), record(0)}, "test stream: byte 28: expected a solid of an object >= 2 and < 3, found one of object 0"},
+        {{record(1), record(1)}, "test stream: byte 28: expected a solid of an object >= 2 and < 3, found one of object 1"},
+        {{record(3)}, "test stream: byte 0: expected a solid of an object >= 0 and < 3, found one of object 3"},
+        {{record(~0ull)},
+         "test stream: byte 0: expected a solid of an object >= 0 and < 3, found one of object 18446744073709551615"},
     };
     for (const auto& each : cases) {
-        const Filled filled(each.records);
-        RecordReader reader(*filled.stream, "it");
+        const RecordStream written(each.records);
+        RecordReader reader(*written.stream, "test stream");
         try {
-            readSolids(reader, filled.totals, 3, [](std::uint64_t, const Mesh&) {});
+            readSolids(reader, written.totals, 3, [](std::uint64_t, const Mesh&) {});
             ADD_FAILURE() << each.reason;
         } catch (const FormatError& error) {
             EXPECT_STREQ(error.what(), each.reason);
@@ -279,21 +267,24 @@ TEST(SolidsStream, IsRefusedWhenObjectsAreOutOfOrderOrNotThere) {
     }
 }
 
-TEST(TexturesStream, GivesBackItsTextures) {
-    const Filled filled({textureBytes(), encode(TextureRecord{2, "second", {}})});
-    RecordReader reader(*filled.stream, "it");
+TEST(TexturesStream, ReturnsTexturesInOrder) {
+    const RecordStream written({textureBytes(), encode(TextureRecord{2, "second", {}})});
+    RecordReader reader(*written.stream, "test stream");
     std::vector<std::uint64_t> instances;
-    readTextures(reader, filled.totals, [&](const TextureRecord& texture) { instances.push_back(texture.instance); });
+    readTextures(reader, written.totals, [&](const TextureRecord& texture) { instances.push_back(texture.instance); });
     EXPECT_THAT(instances, ElementsAre(0x0102030405060708u, 2));
 }
 
-TEST(SolidAndTextureStreams, AreRefusedWhenTheyDoNotComeToTheirTotals) {
-    Filled solids({encode(SolidRecord{0, encode(tetrahedron())})});
+TEST(SolidAndTextureStreams, FailUnlessTheTotalsMatch) {
+    RecordStream solids({encode(SolidRecord{0, encode(tetrahedron())})});
     ++solids.totals.checksum;
-    RecordReader solidsReader(*solids.stream, "it");
+    RecordReader solidsReader(*solids.stream, "test stream");
     EXPECT_THROW(readSolids(solidsReader, solids.totals, 1, [](std::uint64_t, const Mesh&) {}), FormatError);
-    Filled textures({textureBytes()});
+    RecordStream textures({textureBytes()});
     textures.totals.add("one more");
-    RecordReader texturesReader(*textures.stream, "it");
+    RecordReader texturesReader(*textures.stream, "test stream");
     EXPECT_THROW(readTextures(texturesReader, textures.totals, [](const TextureRecord&) {}), FormatError);
 }
+
+} // namespace
+} // namespace velmor_tests

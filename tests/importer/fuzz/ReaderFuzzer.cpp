@@ -1,4 +1,5 @@
-// Any bytes as a model: the reader hands over finite numbers or refuses, and neither crashes nor hangs.
+// Reads any bytes as a model. The reader must reject them with a FileError or pass valid objects on, without crashing or
+// hanging.
 
 #include "importer/ifc/Reader.h"
 
@@ -20,7 +21,7 @@ void writeImage(const std::filesystem::path& path, const char* tail) {
     std::ofstream(path, std::ios::binary) << signature << tail;
 }
 
-/// A folder for the models, with images, and one beside it that none of them may reach.
+/// A folder for the models with images in it and below it. Another image is outside and must never be read.
 Velmor::WideString folderOfModels() {
     const auto folder = std::filesystem::temp_directory_path() / "velmor-reader-fuzzer";
     std::filesystem::create_directories(folder / "model" / "textures");
@@ -30,6 +31,7 @@ Velmor::WideString folderOfModels() {
     return (folder / "model" / "").u16string();
 }
 
+/// Aborts if an object is invalid.
 class Checker : public importer::ifc::ModelSink {
 public:
     void schema(const std::string&) override {}
@@ -90,10 +92,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const Velmor::WideString folder = folderOfModels();
     Checker checker;
     try {
-        const importer::StepFile file(std::vector<char>(data, data + size), "fuzzed");
+        const importer::step::File file(std::vector<char>(data, data + size), "fuzzed", importer::ifc::application);
         importer::ifc::readProducts(file, {10000, 1 << 22, 1 << 23, 1000, 1 << 22, 1000}, checker, folder);
     } catch (const importer::step::FileError&) {
-        // What makes the import meaningless.
+        // The bytes are not a STEP file.
     }
     return 0;
 }

@@ -1,19 +1,23 @@
 #include "importer/geometry/Triangulation.h"
 
-#include "importer/ifc/ReaderSupport.h"
+#include "importer/geometry/Loop.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <cmath>
 #include <numeric>
 #include <random>
+#include <string>
+#include <vector>
 
 namespace velmor_tests {
 
 using namespace importer::geometry;
+
 namespace {
 
-using Loop = std::vector<Vector3>;
-
-/// A face of which the loops are given by their points, as it is cut.
+// The triangles of a face whose loops are given by their points.
 struct Cut {
     explicit Cut(const std::vector<Loop>& loops, std::uint64_t work = 1000000000) {
         FaceLoops indices;
@@ -22,7 +26,7 @@ struct Cut {
             std::iota(indices.back().begin(), indices.back().end(), static_cast<std::uint32_t>(points.size()));
             points.insert(points.end(), loop.begin(), loop.end());
         }
-        whole = triangulate(points, indices, triangles, work);
+        complete = triangulate(points, indices, triangles, work);
         workLeft = work;
     }
 
@@ -30,33 +34,34 @@ struct Cut {
 
     std::vector<Vector3> points;
     std::vector<std::uint32_t> triangles;
-    bool whole = false;
+    bool complete = false;
     std::uint64_t workLeft = 0;
 };
 
-Vector3 twiceArea(const Vector3& a, const Vector3& b, const Vector3& c) {
+Vector3 doubleArea(const Vector3& a, const Vector3& b, const Vector3& c) {
     return cross(b - a, c - a);
 }
 
-/// A face in the plane across `normal` is cut into the right number of triangles, none of them lies the wrong way round, and
-/// they have its area together: so none overlaps another, and none lies outside.
+// Expects the right number of triangles, none of them reversed, with the area of the face as their sum: then no triangle
+// overlaps another one and none lies outside.
+// @param normal of the plane of the face.
 void expectCut(const std::vector<Loop>& loops, const Vector3& normal, double area) {
     const Cut cut(loops);
-    ASSERT_TRUE(cut.whole);
+    ASSERT_TRUE(cut.complete);
     std::size_t corners = 0;
     for (const Loop& loop : loops)
         corners += loop.size();
     ASSERT_EQ(cut.triangles.size(), 3 * (corners + 2 * (loops.size() - 1) - 2));
     double sum = 0.0;
     for (std::size_t i = 0; i < cut.triangles.size(); i += 3) {
-        const double twice = dot(twiceArea(cut.corner(i), cut.corner(i + 1), cut.corner(i + 2)), normal);
+        const double twice = dot(doubleArea(cut.corner(i), cut.corner(i + 1), cut.corner(i + 2)), normal);
         EXPECT_GE(twice, -1e-9 * area);
         sum += twice / 2.0;
     }
     EXPECT_NEAR(sum, area, 1e-9 * area);
 }
 
-const Vector3 up{0.0, 0.0, 1.0};
+const Vector3 upward{0.0, 0.0, 1.0};
 
 Loop reversed(Loop loop) {
     std::reverse(loop.begin(), loop.end());
@@ -80,35 +85,35 @@ double areaOfCircle(double radius, int corners) {
     return corners * radius * radius * std::sin(2.0 * pi / corners) / 2.0;
 }
 
-TEST(Triangulation, ConvexFaces) {
-    expectCut({{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}}, up, 0.5);
-    expectCut({square(0, 0, 2)}, up, 4.0);
-    expectCut({circle(5, -3, 2, 64)}, up, areaOfCircle(2, 64));
+TEST(Triangulation, CutsConvexFaces) {
+    expectCut({{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}}, upward, 0.5);
+    expectCut({square(0, 0, 2)}, upward, 4.0);
+    expectCut({circle(5, -3, 2, 64)}, upward, areaOfCircle(2, 64));
 }
 
-TEST(Triangulation, ReentrantFaces) {
-    expectCut({{{0, 0, 0}, {3, 0, 0}, {3, 1, 0}, {1, 1, 0}, {1, 3, 0}, {0, 3, 0}}}, up, 5.0); // an L
+TEST(Triangulation, CutsConcaveFaces) {
+    expectCut({{{0, 0, 0}, {3, 0, 0}, {3, 1, 0}, {1, 1, 0}, {1, 3, 0}, {0, 3, 0}}}, upward, 5.0); // an L shape
     Loop comb{{0, 0, 0}};
     for (int tooth = 0; tooth < 50; ++tooth) {
         const double x = tooth;
         comb.insert(comb.end(), {{x + 0.1, 0.1, 0}, {x + 0.2, 10, 0}, {x + 0.8, 10, 0}, {x + 0.9, 0.1, 0}});
     }
     comb.insert(comb.end(), {{50, 0, 0}, {50, -1, 0}, {0, -1, 0}});
-    // Teeth with 0.6 and 0.8 wide ends, 9.9 high; a strip of 50 by 1 and, up to 0.1, trapezia between the teeth's feet.
+    // 50 teeth on a strip; the area is that of the polygon.
     double area = 0.0;
     for (std::size_t i = 0; i < comb.size(); ++i) {
         const Vector3& a = comb[i];
         const Vector3& b = comb[(i + 1) % comb.size()];
         area += (a.x * b.y - b.x * a.y) / 2.0;
     }
-    expectCut({reversed(comb)}, up, -area);
+    expectCut({reversed(comb)}, upward, -area);
 }
 
-TEST(Triangulation, CornersInALine) {
-    expectCut({{{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {2, 1, 0}, {2, 2, 0}, {1, 2, 0}, {0, 2, 0}, {0, 1, 0}}}, up, 4.0);
+TEST(Triangulation, CutsFacesWithCollinearCorners) {
+    expectCut({{{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {2, 1, 0}, {2, 2, 0}, {1, 2, 0}, {0, 2, 0}, {0, 1, 0}}}, upward, 4.0);
 }
 
-TEST(Triangulation, HolesInARowInAColumnAndNested) {
+TEST(Triangulation, CutsFacesWithHolesInRowsAndColumns) {
     std::vector<Loop> row{square(0, 0, 10)};
     std::vector<Loop> column = row;
     std::vector<Loop> grid = row;
@@ -118,18 +123,18 @@ TEST(Triangulation, HolesInARowInAColumnAndNested) {
         for (int j = 0; j < 4; ++j)
             grid.push_back(reversed(circle(2 + 2 * i, 2 + 2 * j, 0.5, 16)));
     }
-    expectCut(row, up, 96.0);
-    expectCut(column, up, 96.0);
-    expectCut(grid, up, 100.0 - 16.0 * areaOfCircle(0.5, 16));
+    expectCut(row, upward, 96.0);
+    expectCut(column, upward, 96.0);
+    expectCut(grid, upward, 100.0 - 16.0 * areaOfCircle(0.5, 16));
 }
 
-TEST(Triangulation, HolesThatTouchTheOutlineOrEachOther) {
-    expectCut({square(0, 0, 10), reversed({{5, 5, 0}, {10, 6, 0}, {5, 7, 0}})}, up, 95.0);
+TEST(Triangulation, CutsHolesThatTouchTheOutlineOrEachOther) {
+    expectCut({square(0, 0, 10), reversed({{5, 5, 0}, {10, 6, 0}, {5, 7, 0}})}, upward, 95.0);
     expectCut({square(0, 0, 10), reversed({{2, 4, 0}, {5, 5, 0}, {2, 6, 0}}), reversed({{5, 5, 0}, {8, 4, 0}, {8, 6, 0}})},
-              up, 94.0);
+              upward, 94.0);
 }
 
-TEST(Triangulation, FacesInAnyPlane) {
+TEST(Triangulation, CutsFacesInAnyPlane) {
     for (const Vector3& normal : {Vector3{1, 0, 0}, Vector3{-1, 0, 0}, Vector3{0, 1, 0}, Vector3{0, -1, 0},
                                   Vector3{0, 0, -1}, Vector3{0.6, 0.0, 0.8}, Vector3{-0.48, 0.6, -0.64}}) {
         const Vector3 side = std::fabs(normal.x) < 0.9 ? Vector3{1, 0, 0} : Vector3{0, 1, 0};
@@ -145,12 +150,12 @@ TEST(Triangulation, FacesInAnyPlane) {
     }
 }
 
-TEST(Triangulation, RandomStarsWithHoles) {
+TEST(Triangulation, CutsRandomStarsWithHoles) {
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
     std::uniform_real_distribution<double> share(0.0, 1.0);
-    // A star around a place: at each angle one radius.
+    // A star around a center: one random radius per angle.
     const auto star = [&](double x, double y, double inner, double outer, int corners) {
         Loop loop;
         for (int i = 0; i < corners; ++i) {
@@ -182,15 +187,15 @@ TEST(Triangulation, RandomStarsWithHoles) {
                 loops.push_back(reversed(hole));
             }
         }
-        expectCut(loops, up, area);
+        expectCut(loops, upward, area);
     }
 }
 
-TEST(Triangulation, WhatIsNoFaceGivesTrianglesAllTheSame) {
-    EXPECT_TRUE(Cut({}).whole);
+TEST(Triangulation, ReturnsTheUsualNumberOfTrianglesForInvalidFaces) {
+    EXPECT_TRUE(Cut({}).complete);
     EXPECT_TRUE(Cut({Loop()}).triangles.empty());
     EXPECT_TRUE(Cut({{{0, 0, 0}, {1, 0, 0}}}).triangles.empty());
-    // Crossing itself, in one line, in one point, a hole outside, coordinates that are no numbers.
+    // A loop that crosses itself, collinear corners, equal corners, a hole outside, coordinates that are NaN.
     EXPECT_EQ(Cut({{{0, 0, 0}, {1, 1, 0}, {1, 0, 0}, {0, 1, 0}}}).triangles.size(), 6u);
     EXPECT_EQ(Cut({{{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {3, 0, 0}}}).triangles.size(), 6u);
     EXPECT_EQ(Cut({Loop(5)}).triangles.size(), 9u);
@@ -199,12 +204,12 @@ TEST(Triangulation, WhatIsNoFaceGivesTrianglesAllTheSame) {
     EXPECT_EQ(Cut({{{0, 0, 0}, {nan, 0, 0}, {1, 1, nan}, {0, 1, 0}}}).triangles.size(), 6u);
 }
 
-TEST(Triangulation, GivesUpWhenItCostsTooMuch) {
+TEST(Triangulation, FailsWhenTheWorkIsNotEnough) {
     const Loop loop = circle(0, 0, 1, 1000);
-    EXPECT_FALSE(Cut({loop}, 500).whole);
+    EXPECT_FALSE(Cut({loop}, 500).complete);
     EXPECT_EQ(Cut({loop}, 500).workLeft, 0u);
-    EXPECT_FALSE(Cut({square(-5, -5, 10), reversed(loop)}, 10).whole);
-    EXPECT_TRUE(Cut({loop}, 2000).whole);
+    EXPECT_FALSE(Cut({square(-5, -5, 10), reversed(loop)}, 10).complete);
+    EXPECT_TRUE(Cut({loop}, 2000).complete);
 }
 
 } // namespace

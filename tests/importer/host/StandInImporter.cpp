@@ -3,6 +3,9 @@
 
 #include <Velmor/Velmor.h>
 
+#include "importer/exchange/InfoRecords.h"
+#include "importer/exchange/ObjectRecords.h"
+#include "importer/exchange/ProblemRecords.h"
 #include "importer/exchange/Progress.h"
 #include "importer/exchange/PropertyRecords.h"
 #include "importer/exchange/SolidRecords.h"

@@ -5,25 +5,26 @@
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
 using Velmor::AttributeClassIFC_e;
 
-TEST(Classes, EveryRowOfTheTableIsFoundByItsName) {
+TEST(Classes, FindsEveryClassByName) {
     for (std::uint32_t value = 0; value < 243; ++value) {
         char name[64];
         Velmor::ReferenceObjectClass::asString(static_cast<AttributeClassIFC_e>(value), name, sizeof(name));
-        const std::uint32_t expected = value == 195 ? 194 : value; // the two of the same name
+        const std::uint32_t expected = value == 195 ? 194 : value; // these two have the same name
         EXPECT_EQ(classNamed(name), static_cast<AttributeClassIFC_e>(expected)) << name;
     }
 }
 
-TEST(Classes, OtherNamesAreInvalid) {
+TEST(Classes, ReturnsInvalidForOtherNames) {
     for (const char* name : {"", "IFC", "IFCWAL", "IFCWALLS", "ifcwall", "IFCRAILWAYPART", "cadmatic", "DGNCELL"})
         EXPECT_EQ(classNamed(name), AttributeClassIFC_e::IFCINVALID) << name;
 }
 
-TEST(Classes, AProductHasTheClassOfItsEntity) {
+TEST(Classes, ProductHasTheClassOfItsEntity) {
     const std::pair<const char*, AttributeClassIFC_e> cases[] = {
         {"IFCBEAM", AttributeClassIFC_e::IFCBEAM},
         {"IFCWALLSTANDARDCASE", AttributeClassIFC_e::IFCWALLSTANDARDCASE},

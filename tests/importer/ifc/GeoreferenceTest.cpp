@@ -5,6 +5,7 @@
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
 using Velmor::IFC4_MapConversion;
@@ -16,7 +17,7 @@ const std::string target = "#30=IFCPROJECTEDCRS('EPSG:25832','UTM in band 32','E
                            "#31=IFCSIUNIT(*,.LENGTHUNIT.,$,.METRE.);\n";
 const std::string conversion = "#40=IFCMAPCONVERSION(#20,#30,458657.3,5438232.25,113.7,0.25,-0.75,1000.);\n";
 
-/// The one georeference of a model, which is read without a problem.
+/// The only georeference of a model. Expects that there was no problem.
 IFC4_MapConversion only(const std::string& data) {
     const Taken taken = readData(data);
     EXPECT_EQ(taken.reasons(), "");
@@ -24,7 +25,7 @@ IFC4_MapConversion only(const std::string& data) {
     return taken.georeferences.empty() ? IFC4_MapConversion() : taken.georeferences.front();
 }
 
-TEST(Georeference, EveryAttributeArrives) {
+TEST(Georeference, ReadsEveryAttribute) {
     const IFC4_MapConversion read = only(context + target + conversion + "#50=IFCWALL('x',$,$,$,$,$,$);\n");
     EXPECT_EQ(read.getSourceOrigin().x, 1.5);
     EXPECT_EQ(read.getSourceOrigin().y, -2.0);
@@ -46,7 +47,7 @@ TEST(Georeference, EveryAttributeArrives) {
     EXPECT_EQ(projection.getScaleToMetric(), 1.0);
 }
 
-TEST(Georeference, OmittedAttributesTakeTheLibrarysDefaults) {
+TEST(Georeference, OmittedAttributesHaveTheDefaultsOfTheLibrary) {
     const IFC4_MapConversion read =
         only("#20=IFCGEOMETRICREPRESENTATIONCONTEXT($,'Model',3,$,$,$);\n#30=IFCPROJECTEDCRS($,$,$,$,$,$,$);\n"
              "#40=IFCMAPCONVERSION(#20,#30,$,$,$,$,$,$);\n");
@@ -62,7 +63,7 @@ TEST(Georeference, OmittedAttributesTakeTheLibrarysDefaults) {
     EXPECT_EQ(read.getMapProjection().getScaleToMetric(), 1.0);
 }
 
-TEST(Georeference, TheMapUnitHasItsNameAndItsFactor) {
+TEST(Georeference, ReadsNameAndSizeOfTheMapUnit) {
     struct {
         const char* unit;
         const char* name;
@@ -82,7 +83,7 @@ TEST(Georeference, TheMapUnitHasItsNameAndItsFactor) {
     }
 }
 
-TEST(Georeference, TheSourceOriginIsThatOfTheContext) {
+TEST(Georeference, SourceOriginIsThatOfTheContext) {
     struct {
         const char* source;
         double x, y, z;
@@ -104,7 +105,7 @@ TEST(Georeference, TheSourceOriginIsThatOfTheContext) {
     }
 }
 
-TEST(Georeference, ItsNumbersAreTheFilesInTheFilesUnits) {
+TEST(Georeference, KeepsTheNumbersOfTheFileInItsUnits) {
     const Taken taken =
         readText(stepFile("#1=IFCPROJECT('0000000000000000000000',$,$,$,$,$,$,$,#2);\n#2=IFCUNITASSIGNMENT((#3));\n"
                           "#3=IFCSIUNIT(*,.LENGTHUNIT.,.MILLI.,.METRE.);\n" +
@@ -114,7 +115,7 @@ TEST(Georeference, ItsNumbersAreTheFilesInTheFilesUnits) {
     EXPECT_EQ(taken.georeferences[0].getEastings(), 458657.3);
 }
 
-TEST(Georeference, OfSeveralTheFirstThatCanBeReadCounts) {
+TEST(Georeference, UsesTheFirstValidConversionOfSeveral) {
     const Taken taken =
         readData("#39=IFCMAPCONVERSION(#20,#30,'east',$,$,$,$,$);\n" + context + target + conversion +
                  "#41=IFCMAPCONVERSION(#20,#30,2.,$,$,$,$,$);\n#42=IFCMAPCONVERSION(#20,#30,3.,$,$,$,$,$);\n");
@@ -124,32 +125,34 @@ TEST(Georeference, OfSeveralTheFirstThatCanBeReadCounts) {
     EXPECT_EQ(taken.problems[0].instance, 39u);
     EXPECT_EQ(taken.problems[1].instance, 41u);
     EXPECT_EQ(taken.problems[2].instance, 42u);
-    EXPECT_EQ(taken.problems[2].reason,
-              "IFCMAPCONVERSION: is one more map conversion; the first one counts (in the model's georeference)");
+    EXPECT_EQ(taken.problems[2].reason, "IFCMAPCONVERSION: is a further map conversion and is ignored; the first valid one "
+                                        "is used (in the model's georeference)");
 }
 
-TEST(Georeference, FactorsOfTheSingleAxesAreTold) {
+TEST(Georeference, ReportsFactorsOfSingleAxes) {
     const std::string scaled = "#40=IFCMAPCONVERSIONSCALED(#20,#30,1.,2.,3.,1.,0.,1.,";
     EXPECT_EQ(only(context + target + scaled + "1.,1.,1.);\n").getNorthings(), 2.0);
     const Taken taken = readData(context + target + scaled + "1.,1.,0.5);\n");
     EXPECT_EQ(taken.georeferences.size(), 1u);
-    EXPECT_NE(taken.reasons().find("its factors for the single axes are not carried"), std::string::npos);
+    EXPECT_NE(taken.reasons().find("its factors for single axes are not imported"), std::string::npos);
 }
 
-TEST(Georeference, AModelWithoutAMapConversionHasNone) {
+TEST(Georeference, ModelWithoutMapConversionHasNoGeoreference) {
     EXPECT_TRUE(readData(context + target).georeferences.empty());
 }
 
-TEST(Georeference, WhatIsDamagedIsToldAndNotCarried) {
+TEST(Georeference, ReportsInvalidConversionAndDoesNotImportIt) {
     const std::pair<std::string, const char*> cases[] = {
         {context + conversion, "refers to #30"},
         {target + conversion, "refers to #20"},
         {context + target + "#40=IFCMAPCONVERSION($,#30,1.,1.,1.,1.,1.,1.);\n", "a reference to an instance"},
-        {context + target + "#40=IFCMAPCONVERSION(#20,#30,1.,.T.,1.,1.,1.,1.);\n", "argument 4 of 8"},
-        {context + target + "#40=IFCMAPCONVERSION(#20,#30,1.,1E400,1.,1.,1.,1.);\n", "argument 4 of 8"},
-        {context + "#30=IFCWALL('x',$,$,$,$,$,$);\n" + conversion, "is no projected coordinate reference system"},
+        {context + target + "#40=IFCMAPCONVERSION(#20,#30,1.,.T.,1.,1.,1.,1.);\n",
+         "argument 4 is invalid; expected a number"},
+        {context + target + "#40=IFCMAPCONVERSION(#20,#30,1.,1E400,1.,1.,1.,1.);\n",
+         "argument 4 is invalid; expected a number"},
+        {context + "#30=IFCWALL('x',$,$,$,$,$,$);\n" + conversion, "is not a projected coordinate reference system"},
         {context + "#30=IFCPROJECTEDCRS($,$,$,$,$,$,#31);\n#31=IFCSIUNIT(*,.AREAUNIT.,$,.SQUARE_METRE.);\n" + conversion,
-         "is not of the expected kind: LENGTHUNIT"},
+         "is not a unit of the expected type LENGTHUNIT"},
         {context + "#30=IFCPROJECTEDCRS($,$,$,$,$,$,#31);\n#31=IFCMONETARYUNIT('EUR');\n" + conversion, "is not supported"},
         {"#20=IFCGEOMETRICREPRESENTATIONCONTEXT($,'Model',3,$,#21,$);\n#21=IFCAXIS2PLACEMENT3D(#22,$,$);\n"
          "#22=IFCCARTESIANPOINT(('x'));\n" +

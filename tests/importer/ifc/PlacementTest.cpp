@@ -5,9 +5,10 @@
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
-/// A wall with the placement #20, whose body is the point (1, 2, 3).
+/// A wall whose placement is #20 and whose body is the point (1, 2, 3).
 Taken placed(const std::string& data) {
     return readData("#10=IFCWALL('1234567890123456789012',$,$,$,$,#20,#11,$,$);\n#11=IFCPRODUCTDEFINITIONSHAPE($,$,(#12));\n"
                     "#12=IFCSHAPEREPRESENTATION($,'Body','any',(#13));\n#13=IFCCARTESIANPOINT((1.,2.,3.));\n"
@@ -25,35 +26,35 @@ void expectPoint(const std::string& data, double x, double y, double z) {
     EXPECT_NEAR(product.vertices[2], z, 1e-12);
 }
 
-TEST(Placements, AxesThatAreOmittedAreTheUsualOnes) {
+TEST(Placements, OmittedAxesHaveTheirDefaults) {
     expectPoint("#20=IFCLOCALPLACEMENT($,#21);#21=IFCAXIS2PLACEMENT3D(#9,$,$);", 11, 22, 33);
-    // Only the x axis is told: y to the left of it.
+    // Only the x axis is given: y is perpendicular to it.
     expectPoint("#20=IFCLOCALPLACEMENT($,#21);#21=IFCAXIS2PLACEMENT3D(#8,$,#6);", -2, 1, 3);
-    // Only the z axis is told: x is what is left of the world's.
+    // Only the z axis is given: x is the part of the x axis of the world that is perpendicular to it.
     expectPoint("#20=IFCLOCALPLACEMENT($,#21);#21=IFCAXIS2PLACEMENT3D(#8,#6,$);", 1, 3, -2);
-    // Along the world's x axis, its y axis takes that place.
+    // z is the x axis of the world: the reference direction is its y axis.
     expectPoint("#20=IFCLOCALPLACEMENT($,#21);#21=IFCAXIS2PLACEMENT3D(#8,#5,$);", 3, 1, 2);
 }
 
-TEST(Placements, TheXAxisIsMadePerpendicular) {
+TEST(Placements, MakesTheXAxisPerpendicular) {
     expectPoint("#20=IFCLOCALPLACEMENT($,#21);#21=IFCAXIS2PLACEMENT3D(#8,#7,#22);#22=IFCDIRECTION((0.,1.,5.));", -2, 1, 3);
 }
 
-TEST(Placements, TwoDimensionalPlacementsTurnAroundZ) {
+TEST(Placements, TwoDimensionalPlacementsRotateAroundZ) {
     expectPoint("#20=IFCLOCALPLACEMENT($,#21);#21=IFCAXIS2PLACEMENT2D(#22,#23);#22=IFCCARTESIANPOINT((10.,20.));"
                 "#23=IFCDIRECTION((0.,1.));",
                 8, 21, 3);
     expectPoint("#20=IFCLOCALPLACEMENT($,#21);#21=IFCAXIS2PLACEMENT2D(#22,$);#22=IFCCARTESIANPOINT((10.,20.));", 11, 22, 3);
 }
 
-TEST(Placements, ChainsGoFromTheWorldInwards) {
-    // Moved by (10, 20, 30) in a placement that is turned by 90 degrees around z.
+TEST(Placements, AppliesChainsFromTheWorldInward) {
+    // Translated by (10, 20, 30) within a placement that is rotated by 90 degrees around z.
     expectPoint("#20=IFCLOCALPLACEMENT(#21,#23);#21=IFCLOCALPLACEMENT($,#22);#22=IFCAXIS2PLACEMENT3D(#8,#7,#6);"
                 "#23=IFCAXIS2PLACEMENT3D(#9,$,$);",
                 -22, 11, 33);
 }
 
-TEST(Placements, AProductWithoutAPlacementIsInTheWorld) {
+TEST(Placements, ProductWithoutPlacementIsInTheWorld) {
     const Product product =
         onlyProduct(readData("#10=IFCWALL('1234567890123456789012',$,$,$,$,$,#11,$,$);\n"
                              "#11=IFCPRODUCTDEFINITIONSHAPE($,$,(#12));\n"
@@ -61,7 +62,7 @@ TEST(Placements, AProductWithoutAPlacementIsInTheWorld) {
     EXPECT_EQ(product.vertices, (std::vector<double>{1, 2, 3}));
 }
 
-TEST(Placements, ACycleIsToldWithTheInstanceThatClosesIt) {
+TEST(Placements, ReportsCycleWithTheInstanceThatClosesIt) {
     const std::string axes = "#21=IFCAXIS2PLACEMENT3D(#8,$,$);\n";
     const std::pair<const char*, std::uint64_t> cases[] = {
         {"#20=IFCLOCALPLACEMENT(#20,#21);", 20},
@@ -77,7 +78,7 @@ TEST(Placements, ACycleIsToldWithTheInstanceThatClosesIt) {
     }
 }
 
-TEST(Placements, OneThatCannotBeHadLeavesTheProductWithoutAPlaceAndSoWithoutAShape) {
+TEST(Placements, InvalidPlacementLeavesTheProductWithoutShape) {
     const std::pair<const char*, const char*> cases[] = {
         {"#20=IFCLOCALPLACEMENT(#20,#21);#21=IFCAXIS2PLACEMENT3D(#8,$,$);", "its chain of placements leads back to itself"},
         {"#20=IFCLOCALPLACEMENT(#22,#21);#22=IFCLOCALPLACEMENT(#20,#21);#21=IFCAXIS2PLACEMENT3D(#8,$,$);",
@@ -89,7 +90,7 @@ TEST(Placements, OneThatCannotBeHadLeavesTheProductWithoutAPlaceAndSoWithoutASha
         {"#20=IFCLOCALPLACEMENT($,#8);", "this kind of placement is not supported"},
         {"#20=IFCLOCALPLACEMENT($,$);", "a reference to an instance"},
         {"#20=IFCLOCALPLACEMENT(#99,#21);#21=IFCAXIS2PLACEMENT3D(#8,$,$);", "refers to #99"},
-        {"#20=IFCLOCALPLACEMENT($,#21);#21=IFCAXIS2PLACEMENT3D(#5,$,$);", "stands where an IFCCARTESIANPOINT is expected"},
+        {"#20=IFCLOCALPLACEMENT($,#21);#21=IFCAXIS2PLACEMENT3D(#5,$,$);", "is used where an IFCCARTESIANPOINT is expected"},
         {"#20=IFCLOCALPLACEMENT($,#21);#21=IFCAXIS2PLACEMENT3D(#8,#22,$);#22=IFCDIRECTION((0.,0.,0.));", "has no direction"},
         {"#20=IFCLOCALPLACEMENT($,#21);#21=IFCAXIS2PLACEMENT3D(#8,#22,$);#22=IFCDIRECTION((1E-320,0.,0.));",
          "has no direction"},

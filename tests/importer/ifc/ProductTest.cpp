@@ -5,9 +5,10 @@
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
-TEST(Products, HaveTheirAttributesDecoded) {
+TEST(Products, HaveDecodedAttributes) {
     const Taken taken = readData("\n#10=IFCBEAM('1234567890123456789012',$,'Tr\\X2\\00E4\\X0\\ger ''A''',$,$,$,$,$,$);\n");
     const Product product = onlyProduct(taken);
     EXPECT_EQ(product.instance, 10u);
@@ -19,7 +20,7 @@ TEST(Products, HaveTheirAttributesDecoded) {
     EXPECT_TRUE(product.vertices.empty());
 }
 
-TEST(Products, GlobalIdsOfAnyLengthAreHandedOver) {
+TEST(Products, PassGlobalIdsOfAnyLengthOn) {
     EXPECT_EQ(onlyProduct(readData("#10=IFCBEAM('',$,$,$,$,$,$);\n")).globalId, "");
     EXPECT_EQ(onlyProduct(readData("#10=IFCBEAM($,$,$,$,$,$,$);\n")).globalId, "");
     EXPECT_EQ(onlyProduct(readData("#10=IFCBEAM('short',$,$,$,$,$,$);\n")).globalId, "short");
@@ -28,9 +29,9 @@ TEST(Products, GlobalIdsOfAnyLengthAreHandedOver) {
     EXPECT_EQ(onlyProduct(readData("#10=IFCBEAM('\\X2\\00E4\\X0\\',$,$,$,$,$,$);\n")).globalId, "\xC3\xA4");
 }
 
-TEST(Products, ComeInTheOrderOfTheFileWithTheSchemaBeforeThem) {
+TEST(Products, FollowTheSchemaInTheOrderOfTheFile) {
     const Taken taken =
-        readText(stepFile("#90=IFCWALL('b',$,$,$,$,$,$);\n#30=IFCSLAB('a',$,$,$,$,$,$);\n" + inMetres, "IFC2X3"));
+        readText(stepFile("#90=IFCWALL('b',$,$,$,$,$,$);\n#30=IFCSLAB('a',$,$,$,$,$,$);\n" + inMeters, "IFC2X3"));
     EXPECT_EQ(taken.schemas, std::vector<std::string>{"IFC2X3"});
     ASSERT_EQ(taken.products.size(), 2u);
     EXPECT_EQ(taken.products[0].globalId, "b");
@@ -38,7 +39,7 @@ TEST(Products, ComeInTheOrderOfTheFileWithTheSchemaBeforeThem) {
     EXPECT_EQ(taken.reasons(), "");
 }
 
-TEST(Products, AreElementsSpacesPortsGridsAndNotWhatDescribesThem) {
+TEST(Products, AreElementsSpacesPortsAndGridsButNotAnnotations) {
     for (const char* name :
          {"IFCWALL", "IFCWALLSTANDARDCASE", "IFCBUILTELEMENT", "IFCSITE", "IFCSPACE", "IFCFACILITYPART",
           "IFCDISTRIBUTIONPORT", "IFCGRID", "IFCALIGNMENT", "IFCREFERENT", "IFCPROXY", "IFCOPENINGELEMENT",
@@ -49,7 +50,7 @@ TEST(Products, AreElementsSpacesPortsGridsAndNotWhatDescribesThem) {
         EXPECT_NE(entityNamed(name), Entity::Product) << name;
 }
 
-TEST(Products, WithTooFewArgumentsOrWrongOnesAreToldAndHandedOver) {
+TEST(Products, WithInvalidArgumentsAreReportedAndPassedOn) {
     const Taken few = readData("#10=IFCBEAM('1234567890123456789012',$,'n');\n");
     ASSERT_EQ(few.products.size(), 1u);
     EXPECT_EQ(few.products[0].globalId, "1234567890123456789012");
@@ -61,10 +62,10 @@ TEST(Products, WithTooFewArgumentsOrWrongOnesAreToldAndHandedOver) {
     ASSERT_EQ(wrong.products.size(), 1u);
     EXPECT_EQ(wrong.products[0].globalId, "");
     EXPECT_EQ(wrong.reasons(),
-              "IFCBEAM: its GlobalId is no text (in IFCBEAM #10)\nIFCBEAM: its name is no text (in IFCBEAM #10)\n");
+              "IFCBEAM: its GlobalId is not a text (in IFCBEAM #10)\nIFCBEAM: its name is not a text (in IFCBEAM #10)\n");
 }
 
-TEST(Products, WhatIsWrongWithTheFilesInstancesIsToldFirst) {
+TEST(Products, AreReportedAfterDamagedInstancesOfTheFile) {
     const Taken taken = readData("#10=IFCBEAM($,$,$,$,$,$,#99);\n#11 damaged;\n");
     ASSERT_EQ(taken.problems.size(), 2u);
     EXPECT_EQ(taken.problems[0].line, 13u);
@@ -72,7 +73,7 @@ TEST(Products, WhatIsWrongWithTheFilesInstancesIsToldFirst) {
     EXPECT_EQ(taken.problems[1].instance, 10u);
 }
 
-TEST(Products, ProgressNeverFallsAndEndsAtOne) {
+TEST(Products, ProgressNeverDecreasesAndEndsAtOne) {
     std::string data;
     for (int i = 0; i < 1000; ++i)
         data += "#" + std::to_string(100 + i) + "=IFCWALL($,$,$,$,$,$,$);\n";
@@ -86,20 +87,20 @@ TEST(Products, ProgressNeverFallsAndEndsAtOne) {
     }
 }
 
-TEST(Products, OneWithManyProblemsTellsTheFirstAndCountsTheOthers) {
+TEST(Products, WithManyProblemsReportTheFirstAndCountTheOthers) {
     std::string items;
     for (int i = 0; i < 100; ++i)
         items += (i ? ",#" : "#") + std::to_string(1000 + i);
     const Taken taken = readData(beamOf(items));
     EXPECT_EQ(taken.problems.size(), 17u);
-    EXPECT_EQ(taken.problems.back().reason, "and 84 more (in IFCBEAM #10)");
+    EXPECT_EQ(taken.problems.back().reason, "and 84 more problems (in IFCBEAM #10)");
 }
 
-TEST(Products, ExceptionsOfTheSinkGoThrough) {
-    class Refusing : public Taken {
+TEST(Products, ExceptionsOfTheSinkArePassedOn) {
+    class Throwing : public Taken {
         void problem(const Problem&) override { throw 7; }
     } sink;
-    const step::File file = fileOf(stepFile(inMetres + "#10=IFCBEAM(5,$,$,$,$,$,$);\n"));
+    const step::File file = fileOf(stepFile(inMeters + "#10=IFCBEAM(5,$,$,$,$,$,$);\n"));
     EXPECT_THROW(readProducts(file, Limits::forFile(file.size()), sink), int);
 }
 

@@ -1,12 +1,13 @@
 #pragma once
 
-// Small models, written in the tests, and what the reader says of them.
+// Small models as text, and what the reader returns for them.
 
 #include "importer/ifc/Reader.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <string_view>
@@ -19,7 +20,7 @@ namespace step = importer::step;
 using namespace importer::ifc;
 using importer::step::Problem;
 
-/// Takes down all that the reader hands over.
+/// A sink that stores everything that the reader passes on.
 class Taken : public ModelSink {
 public:
     void schema(const std::string& name) override { schemas.push_back(name); }
@@ -40,7 +41,7 @@ public:
     void problem(const step::Problem& problem) override { problems.push_back(problem); }
     void progress(double done) override { steps.push_back(done); }
 
-    /// All reasons, one per line, for looking into.
+    /// The reasons of all problems, one per line.
     std::string reasons() const {
         std::string all;
         for (const Problem& problem : problems)
@@ -57,19 +58,19 @@ public:
     std::vector<double> steps;
 };
 
-/// A file around the instances of its DATA section.
+/// The text of a file with these instances in its DATA section.
 inline std::string stepFile(const std::string& data, const std::string& schema = "IFC4") {
     return "ISO-10303-21;\nHEADER;\nFILE_DESCRIPTION((''),'2;1');\nFILE_NAME('','',(''),(''),'','','');\nFILE_SCHEMA(('" +
            schema + "'));\nENDSEC;\nDATA;\n" + data + "ENDSEC;\nEND-ISO-10303-21;\n";
 }
 
-/// #1 to #4: a project in metres and radians.
-inline const std::string inMetres = "#1=IFCPROJECT('0000000000000000000000',$,$,$,$,$,$,$,#2);\n"
+/// #1 to #4: a project in meters and radians.
+inline const std::string inMeters = "#1=IFCPROJECT('0000000000000000000000',$,$,$,$,$,$,$,#2);\n"
                                     "#2=IFCUNITASSIGNMENT((#3,#4));\n"
                                     "#3=IFCSIUNIT(*,.LENGTHUNIT.,$,.METRE.);\n"
                                     "#4=IFCSIUNIT(*,.PLANEANGLEUNIT.,$,.RADIAN.);\n";
 
-/// #10 to #12: a beam whose body is the items given, and some directions.
+/// #5 to #12: a beam whose body consists of these items, with some directions and placements.
 inline std::string beamOf(const std::string& items) {
     return "#5=IFCDIRECTION((1.,0.,0.));\n#6=IFCDIRECTION((0.,1.,0.));\n#7=IFCDIRECTION((0.,0.,1.));\n"
            "#8=IFCCARTESIANPOINT((0.,0.,0.));\n#9=IFCAXIS2PLACEMENT3D(#8,$,$);\n"
@@ -90,12 +91,30 @@ inline Taken readText(const std::string& text) {
     return taken;
 }
 
-/// What is read of a model in metres.
-inline Taken readData(const std::string& data) {
-    return readText(stepFile(inMetres + data));
+/// Reads a model in meters within these limits.
+/// @param folder of the model, for its images.
+inline Taken readWithin(const Limits& limits, const std::string& data, const Velmor::WideString& folder = {}) {
+    const step::File file = fileOf(stepFile(inMeters + data));
+    Taken taken;
+    readProducts(file, limits, taken, folder);
+    return taken;
 }
 
-/// The one product of a model, which is read without a problem.
+/// A path of the system as one of the library.
+inline Velmor::WideString wide(const std::filesystem::path& path) {
+#if defined(_WIN32)
+    return path.wstring();
+#else
+    return path.u16string();
+#endif
+}
+
+/// Reads a model in meters.
+inline Taken readData(const std::string& data) {
+    return readText(stepFile(inMeters + data));
+}
+
+/// The only product of a model. Expects that there was no problem.
 inline Product onlyProduct(const Taken& taken) {
     EXPECT_EQ(taken.reasons(), "");
     EXPECT_EQ(taken.products.size(), 1u);
@@ -107,7 +126,7 @@ inline Product beam(const std::string& data) {
     return onlyProduct(readData(beamOf("#20") + data));
 }
 
-/// The box of a product's vertices.
+/// The bounding box of the vertices of a product.
 struct Box {
     double low[3] = {0, 0, 0};
     double high[3] = {0, 0, 0};
@@ -134,10 +153,11 @@ inline void expectBox(const Product& product, double x0, double y0, double z0, d
     }
 }
 
-/// The triangles of a solid bound it: each edge is there as often one way as the other, and what they enclose, counted
-/// positive when they are counterclockwise from outside, is the solid's volume.
-/// @param share of the volume that may be missing: faces that are not quite plane enclose more or less, as they are cut.
-inline void expectTriangles(const Product& product, double share = 1e-9) {
+/// Expects that the triangles of a solid bound it: each edge occurs equally often in both directions, and the volume that
+/// the triangles enclose, which is positive if they are counterclockwise from outside, is the volume of the solid.
+/// @param tolerance relative to the volume: the volume within faces that are not exactly plane depends on their
+/// triangulation.
+inline void expectTriangles(const Product& product, double tolerance = 1e-9) {
     ASSERT_FALSE(product.triangles.empty());
     ASSERT_EQ(product.triangles.size() % 3, 0u);
     std::map<std::pair<std::uint32_t, std::uint32_t>, int> edges;
@@ -149,7 +169,7 @@ inline void expectTriangles(const Product& product, double share = 1e-9) {
             const std::uint32_t b = product.triangles[i + (corner + 1) % 3];
             ASSERT_LT(a, product.vertices.size() / 3);
             edges[{std::min(a, b), std::max(a, b)}] += a < b ? 1 : a > b ? -1 : 0;
-            for (std::size_t axis = 0; axis < 3; ++axis) // from a vertex, so that a place far away costs no digits
+            for (std::size_t axis = 0; axis < 3; ++axis) // relative to a vertex, for precision far from the origin
                 at[corner][axis] = product.vertices[3 * a + axis] - product.vertices[axis];
         }
         six += at[0][0] * (at[1][1] * at[2][2] - at[1][2] * at[2][1]) +
@@ -158,7 +178,7 @@ inline void expectTriangles(const Product& product, double share = 1e-9) {
     }
     for (const auto& [edge, balance] : edges)
         EXPECT_EQ(balance, 0) << "the edge from " << edge.first << " to " << edge.second;
-    EXPECT_NEAR(six / 6.0, product.volume, share * (1.0 + product.volume));
+    EXPECT_NEAR(six / 6.0, product.volume, tolerance * (1.0 + product.volume));
 }
 
 inline void expectSolid(const Product& product, double volume, double x, double y, double z) {
@@ -170,7 +190,7 @@ inline void expectSolid(const Product& product, double volume, double x, double 
     expectTriangles(product);
 }
 
-/// Area of the polygon of 64 corners that stands for a circle of radius 1: 32 sin(2 pi / 64).
+/// Area of the polygon of 64 corners that approximates a circle of radius 1: 32 sin(2 pi / 64).
 inline constexpr double polygonOfUnitCircle = 3.1365484905459393;
 
 } // namespace velmor_tests

@@ -1,16 +1,13 @@
-// Real models, from the folder that the environment variable VELMOR_MODELS names; without it there is nothing to check, and
-// one test says so. What is expected of known models was found in the files by other means: their own quantities, and a
-// count of their text.
+// Real models. Expected values of known models come from the files by other means: from their quantities, and from an
+// independent scan of their text.
 
 #include "importer/ifc/ReaderSupport.h"
+#include "importer/ifc/RealModels.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <set>
 #include <string>
@@ -18,27 +15,11 @@
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
-namespace fs = std::filesystem;
-
-/// The models of the folder, by their file names.
-std::map<std::string, std::string> models() {
-    std::map<std::string, std::string> result;
-    const char* folder = std::getenv("VELMOR_MODELS");
-    if (!folder || !*folder)
-        return result;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        if (entry.path().extension() != ".ifc")
-            continue;
-        std::ifstream in(entry.path(), std::ios::binary);
-        result[entry.path().filename().string()] = std::string(std::istreambuf_iterator<char>(in), {});
-    }
-    EXPECT_FALSE(result.empty()) << "no *.ifc in " << folder;
-    return result;
-}
-
-/// Number of instances per entity, by nothing but their beginnings: "#12= IFCWALL(" at the begin of a line.
+/// The number of instances per entity. An instance is recognized only by its beginning: "#12= IFCWALL(" at the start of a
+/// line.
 std::map<std::string, std::size_t> countEntities(const std::string& text) {
     std::map<std::string, std::size_t> counts;
     for (std::size_t line = 0; line < text.size();) {
@@ -55,53 +36,55 @@ std::map<std::string, std::size_t> countEntities(const std::string& text) {
     return counts;
 }
 
-/// Entities of everyday models that are products; written down apart from the reader's table.
-const std::set<std::string> everyday = {"IFCBEAM",
-                                        "IFCBUILDING",
-                                        "IFCBUILDINGELEMENTPROXY",
-                                        "IFCBUILDINGSTOREY",
-                                        "IFCCOLUMN",
-                                        "IFCCOVERING",
-                                        "IFCCURTAINWALL",
-                                        "IFCDISTRIBUTIONFLOWELEMENT",
-                                        "IFCDISTRIBUTIONPORT",
-                                        "IFCDOOR",
-                                        "IFCELEMENTASSEMBLY",
-                                        "IFCFLOWCONTROLLER",
-                                        "IFCFLOWFITTING",
-                                        "IFCFLOWSEGMENT",
-                                        "IFCFLOWTERMINAL",
-                                        "IFCFOOTING",
-                                        "IFCFURNISHINGELEMENT",
-                                        "IFCFURNITURE",
-                                        "IFCGRID",
-                                        "IFCMEMBER",
-                                        "IFCOPENINGELEMENT",
-                                        "IFCPILE",
-                                        "IFCPLATE",
-                                        "IFCRAILING",
-                                        "IFCRAMP",
-                                        "IFCREINFORCINGBAR",
-                                        "IFCROOF",
-                                        "IFCSITE",
-                                        "IFCSLAB",
-                                        "IFCSPACE",
-                                        "IFCSTAIR",
-                                        "IFCSTAIRFLIGHT",
-                                        "IFCVIRTUALELEMENT",
-                                        "IFCWALL",
-                                        "IFCWALLSTANDARDCASE",
-                                        "IFCWINDOW"};
+/// Entities of the models that are products; a list independent of the table of the reader.
+const std::set<std::string> commonProducts = {"IFCBEAM",
+                                              "IFCBUILDING",
+                                              "IFCBUILDINGELEMENTPROXY",
+                                              "IFCBUILDINGSTOREY",
+                                              "IFCCOLUMN",
+                                              "IFCCOVERING",
+                                              "IFCCURTAINWALL",
+                                              "IFCDISTRIBUTIONFLOWELEMENT",
+                                              "IFCDISTRIBUTIONPORT",
+                                              "IFCDOOR",
+                                              "IFCELEMENTASSEMBLY",
+                                              "IFCFLOWCONTROLLER",
+                                              "IFCFLOWFITTING",
+                                              "IFCFLOWSEGMENT",
+                                              "IFCFLOWTERMINAL",
+                                              "IFCFOOTING",
+                                              "IFCFURNISHINGELEMENT",
+                                              "IFCFURNITURE",
+                                              "IFCGRID",
+                                              "IFCMEMBER",
+                                              "IFCOPENINGELEMENT",
+                                              "IFCPILE",
+                                              "IFCPLATE",
+                                              "IFCRAILING",
+                                              "IFCRAMP",
+                                              "IFCREINFORCINGBAR",
+                                              "IFCROOF",
+                                              "IFCSITE",
+                                              "IFCSLAB",
+                                              "IFCSPACE",
+                                              "IFCSTAIR",
+                                              "IFCSTAIRFLIGHT",
+                                              "IFCVIRTUALELEMENT",
+                                              "IFCWALL",
+                                              "IFCWALLSTANDARDCASE",
+                                              "IFCWINDOW"};
 
-TEST(Models, HaveAsManyProductsOfEachClassAsTheirTextBegins) {
-    for (const auto& [name, text] : models()) {
+TEST(Models, HaveTheNumberOfProductsPerClassOfTheirText) {
+    for (const auto& path : realModels()) {
+        const std::string name = path.filename().string();
+        const std::string text = readFile(path);
         const Taken taken = readText(text);
         std::map<std::string, std::size_t> read;
         for (const Product& product : taken.products)
             ++read[product.className];
         const std::map<std::string, std::size_t> counted = countEntities(text);
         for (const auto& [entity, count] : counted) {
-            const bool product = everyday.count(entity) != 0 || read.count(entity) != 0;
+            const bool product = commonProducts.count(entity) != 0 || read.count(entity) != 0;
             EXPECT_EQ(read.count(entity) != 0 ? read.at(entity) : 0, product ? count : 0) << name << " " << entity;
         }
         for (const auto& [entity, count] : read)
@@ -110,13 +93,14 @@ TEST(Models, HaveAsManyProductsOfEachClassAsTheirTextBegins) {
     }
 }
 
-TEST(Models, AreReadWithSoundShapes) {
-    for (const auto& [name, text] : models()) {
-        for (const Product& product : readText(text).products) {
+TEST(Models, HaveValidShapes) {
+    for (const auto& path : realModels()) {
+        const std::string name = path.filename().string();
+        for (const Product& product : readText(readFile(path)).products) {
             EXPECT_EQ(product.shape == Shape::None, product.vertices.empty()) << name << " #" << product.instance;
             if (product.shape != Shape::Solid)
                 continue;
-            // The centre lies in the box. (The volume may be more than the box's: solids that overlap count twice.)
+            // The centroid is in the bounding box. The volume may exceed that of the box: overlapping solids count twice.
             const Box box = boxOf(product);
             for (int i = 0; i < 3; ++i) {
                 EXPECT_GE(product.centroid[i], box.low[i]) << name << " #" << product.instance;
@@ -132,12 +116,11 @@ const Product* find(const Taken& taken, const std::string& globalId) {
     return found == taken.products.end() ? nullptr : &*found;
 }
 
-TEST(Models, KnownOnesHaveTheVolumesOfTheirOwnQuantities) {
-    const auto all = models();
-    const auto known = all.find("AC11-FZK-Haus-IFC.ifc");
-    if (known == all.end())
+TEST(Models, KnownModelHasTheVolumesOfItsQuantities) {
+    const auto path = realModel("AC11-FZK-Haus-IFC.ifc");
+    if (path.empty())
         return;
-    const Taken taken = readText(known->second);
+    const Taken taken = readText(readFile(path));
     EXPECT_EQ(taken.products.size(), 142u);
     EXPECT_EQ(taken.reasons(), "");
     const std::pair<const char*, double> grossVolumes[] = {
@@ -153,37 +136,38 @@ TEST(Models, KnownOnesHaveTheVolumesOfTheirOwnQuantities) {
         EXPECT_EQ(product->shape, Shape::Solid) << globalId;
         EXPECT_NEAR(product->volume, volume, 1e-5 * volume) << globalId;
     }
-    // The ground slab: 12 m by 10 m, 0.2 m thick, its top at the level of the ground floor.
+    // The ground slab: 12 m by 10 m by 0.2 m, with its top at the level of the ground floor.
     expectBox(*find(taken, "1pPHnf7cXCpPsNEnQf8_6B"), 0, 0, -0.2, 12, 10, 0);
 }
 
-TEST(Models, KnownSteelBeamsHaveTheirPlaceAndSection) {
-    const auto all = models();
-    const auto known = all.find("beam-varying-profiles.ifc");
-    if (known == all.end())
+TEST(Models, KnownSteelBeamsHaveTheirPlacementAndSection) {
+    const auto path = realModel("beam-varying-profiles.ifc");
+    if (path.empty())
         return;
-    const Taken taken = readText(known->second);
+    const Taken taken = readText(readFile(path));
     EXPECT_EQ(taken.schemas, std::vector<std::string>{"IFC4X3_ADD2"});
-    // An IPE 200 of 1 m along y: by its tables the section has 28.5 cm2.
+    // An IPE 200 of 1 m along y: section tables give 28.5 cm2.
     const Product* ipe = find(taken, "0uo2yx7G19uwCu9sIjn6DQ");
     ASSERT_NE(ipe, nullptr);
     EXPECT_NEAR(ipe->volume, 28.5e-4, 0.01e-4);
     expectBox(*ipe, -0.05, 0, -0.1, 0.05, 1, 0.1);
-    // A pipe 219.1 x 6.3 beside it: pi (109.55^2 - 103.25^2) mm2, less what 64 corners leave out.
+    // A pipe 219.1 x 6.3 next to it: pi (109.55^2 - 103.25^2) mm2, less the difference between circles and polygons of 64
+    // corners.
     const Product* pipe = find(taken, "3_NFDdmqr7mxekvlvcgwa7");
     ASSERT_NE(pipe, nullptr);
     EXPECT_NEAR(pipe->volume, 42.118e-4, 0.08e-4);
     expectBox(*pipe, 0.39045, 0, -0.10955, 0.60955, 1, 0.10955);
 }
 
-TEST(Models, KnownRevisionsKeepWhatDidNotChange) {
-    const auto all = models();
-    if (all.count("compare_by_guid_rev_1.ifc") == 0 || all.count("compare_by_guid_rev_2.ifc") == 0)
+TEST(Models, KnownRevisionsKeepUnchangedProducts) {
+    const auto before = realModel("compare_by_guid_rev_1.ifc");
+    const auto after = realModel("compare_by_guid_rev_2.ifc");
+    if (before.empty() || after.empty())
         return;
-    const Taken one = readText(all.at("compare_by_guid_rev_1.ifc"));
-    const Taken two = readText(all.at("compare_by_guid_rev_2.ifc"));
+    const Taken one = readText(readFile(before));
+    const Taken two = readText(readFile(after));
     EXPECT_EQ(one.products.size(), 7u);
-    EXPECT_EQ(two.products.size(), 9u) << "a door and its opening came";
+    EXPECT_EQ(two.products.size(), 9u) << "a door and its opening were added";
     for (const Product& product : one.products) {
         const Product* again = find(two, product.globalId);
         ASSERT_NE(again, nullptr) << product.globalId;
@@ -195,15 +179,16 @@ TEST(Models, KnownRevisionsKeepWhatDidNotChange) {
 TEST(Models, TheFolderIsReadOrNotNamed) {
     if (!std::getenv("VELMOR_MODELS"))
         std::puts("VELMOR_MODELS is not set: no real model was read");
-    EXPECT_EQ(models().empty(), std::getenv("VELMOR_MODELS") == nullptr);
+    EXPECT_EQ(realModels().empty(), std::getenv("VELMOR_MODELS") == nullptr);
 }
 
 TEST(Models, SolidsAreBoundedByTheirTriangles) {
-    for (const auto& [name, text] : models()) {
+    for (const auto& path : realModels()) {
+        const std::string name = path.filename().string();
         SCOPED_TRACE(name);
         std::size_t solids = 0;
         std::size_t triangles = 0;
-        for (const Product& product : readText(text).products) {
+        for (const Product& product : readText(readFile(path)).products) {
             if (product.shape != Shape::Solid) {
                 EXPECT_TRUE(product.triangles.empty());
                 continue;

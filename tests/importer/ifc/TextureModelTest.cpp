@@ -1,39 +1,28 @@
-// Textures of real models, from the folder that VELMOR_MODELS names, beside what a plain search in their texts finds.
+// Textures of real models, compared with an independent search in their text.
 
-#include "importer/ifc/ReaderSupport.h"
+#include "importer/ifc/RealModels.h"
 #include "importer/ifc/TextureSupport.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <string>
 
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string contentOf(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 Taken readPath(const fs::path& path) {
     Taken taken;
-#if defined(_WIN32)
-    readIfcModel(path.wstring(), taken);
-#else
-    readIfcModel(path.u16string(), taken);
-#endif
+    readIfcModel(wide(path), taken);
     return taken;
 }
 
-/// What stands between the last two of these marks in each instance of an entity that has its line for itself.
+/// The text between the last two of these marks in each instance of an entity. An instance must be on a line of its own.
 std::map<std::uint64_t, std::string> lastArguments(const std::string& text, const std::string& entity, char mark) {
     std::map<std::uint64_t, std::string> found;
     for (std::size_t at = text.find(entity + "("); at != std::string::npos; at = text.find(entity + "(", at + 1)) {
@@ -44,8 +33,8 @@ std::map<std::uint64_t, std::string> lastArguments(const std::string& text, cons
     return found;
 }
 
-/// Whether bytes are a PNG image's chunks, from IHDR to IEND and no further.
-bool isWholePng(const std::string& image) {
+/// Whether the bytes are the chunks of a PNG image from IHDR to IEND, and nothing else.
+bool isCompletePng(const std::string& image) {
     std::size_t at = 8;
     for (bool first = true; at + 12 <= image.size(); first = false) {
         std::size_t length = 0;
@@ -61,54 +50,42 @@ bool isWholePng(const std::string& image) {
     return false;
 }
 
-TEST(Models, TexturesAreThoseOfTheirTexts) {
-    const char* folder = std::getenv("VELMOR_MODELS");
-    if (!folder || !*folder) {
-        std::puts("VELMOR_MODELS is not set: no real model was read");
-        return;
-    }
-    std::size_t models = 0;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        if (entry.path().extension() != ".ifc")
-            continue;
-        SCOPED_TRACE(entry.path().filename().string());
-        ++models;
-        const std::string text = contentOf(entry.path());
-        const Taken taken = readPath(entry.path());
-        std::map<std::uint64_t, std::string> expected; // binary or bytes, by the instance
+TEST(Models, TexturesAreThoseOfTheirText) {
+    for (const fs::path& path : realModels()) {
+        SCOPED_TRACE(path.filename().string());
+        const std::string text = readFile(path);
+        const Taken taken = readPath(path);
+        std::map<std::uint64_t, std::string> expected; // the image as a binary, by the number of the instance
+        std::map<std::uint64_t, std::string> missing;  // the name of the file
         for (const auto& [number, digits] : lastArguments(text, "IFCBLOBTEXTURE", '"'))
             expected[number] = "\"" + digits + "\"";
-        std::map<std::uint64_t, std::string> missing;
-        for (const auto& [number, name] : lastArguments(text, "IFCIMAGETEXTURE", '\'')) {
-            if (fs::exists(entry.path().parent_path() / name))
-                expected[number] = binaryOf(contentOf(entry.path().parent_path() / name));
+        for (const auto& [number, name] : lastArguments(text, "IFCIMAGETEXTURE", '\''))
+            if (fs::exists(path.parent_path() / name))
+                expected[number] = binaryOf(readFile(path.parent_path() / name));
             else
                 missing[number] = "'" + name + "'";
-        }
         ASSERT_EQ(taken.textures.size(), expected.size());
         for (const Texture& texture : taken.textures) {
             ASSERT_EQ(expected.count(texture.instance), 1u);
             EXPECT_EQ(binaryOf(bytesOf(texture)), expected[texture.instance]);
-            EXPECT_TRUE(isWholePng(bytesOf(texture)));
+            EXPECT_TRUE(isCompletePng(bytesOf(texture)));
         }
-        std::size_t told = 0;
+        std::size_t reported = 0;
         for (const Problem& problem : taken.problems) {
             if (problem.reason.find("IFCIMAGETEXTURE: ") != 0)
                 continue;
-            ++told;
-            EXPECT_NE(problem.reason.find(missing[problem.instance] + ": there is no such file"), std::string::npos);
+            ++reported;
+            EXPECT_NE(problem.reason.find(missing[problem.instance] + ": file not found"), std::string::npos);
         }
-        EXPECT_EQ(told, missing.size());
-        std::printf("%s: %zu textures, %zu missing\n", entry.path().filename().string().c_str(), taken.textures.size(),
+        EXPECT_EQ(reported, missing.size());
+        std::printf("%s: %zu textures, %zu missing\n", path.filename().string().c_str(), taken.textures.size(),
                     missing.size());
     }
-    EXPECT_NE(models, 0u) << "no *.ifc in " << folder;
 }
 
-TEST(Models, TheImageOfAKnownOneIsWhole) {
-    const char* folder = std::getenv("VELMOR_MODELS");
-    const fs::path path = fs::path(folder ? folder : "") / "tessellation-with-blob-texture.ifc";
-    if (!fs::exists(path))
+TEST(Models, ImageOfAKnownModelIsComplete) {
+    const fs::path path = realModel("tessellation-with-blob-texture.ifc");
+    if (path.empty())
         return;
     const Taken taken = readPath(path);
     ASSERT_EQ(taken.textures.size(), 1u);

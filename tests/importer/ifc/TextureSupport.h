@@ -1,6 +1,6 @@
 #pragma once
 
-// Images for models in tests. To the reader they are bytes behind a signature.
+// Images for models in tests. For the reader, an image is the PNG signature and any bytes after it.
 
 #include "importer/ifc/ReaderSupport.h"
 
@@ -11,7 +11,7 @@ namespace velmor_tests {
 
 using namespace importer::ifc;
 
-/// A PNG image, as far as its beginning tells.
+/// The PNG signature, followed by `tail`.
 inline std::string png(const std::string& tail) {
     return std::string("\x89PNG\r\n\x1A\n") + tail;
 }
@@ -20,7 +20,7 @@ inline std::string bytesOf(const Texture& texture) {
     return {texture.png.begin(), texture.png.end()};
 }
 
-/// Bytes as a binary of the exchange structure.
+/// The bytes as a binary of the exchange structure.
 inline std::string binaryOf(const std::string& bytes) {
     std::string binary = "\"0";
     for (const char byte : bytes) {
@@ -29,14 +29,6 @@ inline std::string binaryOf(const std::string& bytes) {
         binary += digits[byte & 0xF];
     }
     return binary + "\"";
-}
-
-/// What is read of a model in metres within these limits.
-inline Taken readWithin(const Limits& limits, const std::string& data, const Velmor::WideString& folder = {}) {
-    const step::File file = fileOf(stepFile(inMetres + data));
-    Taken taken;
-    readProducts(file, limits, taken, folder);
-    return taken;
 }
 
 } // namespace velmor_tests

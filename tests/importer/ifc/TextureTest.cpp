@@ -1,4 +1,4 @@
-// The images within a model. Those beside it: ImageFileTests.cpp.
+// Embedded images. Image files: ImageFileTest.cpp.
 
 #include "importer/ifc/TextureSupport.h"
 
@@ -9,9 +9,10 @@
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
-/// A blob texture with what its own two attributes are.
+/// A blob texture with these values of its last two attributes.
 std::string blob(int instance, const std::string& own) {
     return "#" + std::to_string(instance) + "=IFCBLOBTEXTURE(.T.,.F.,'DIFFUSE',$,('a','b')," + own + ");\n";
 }
@@ -20,7 +21,7 @@ std::string pngBlob(int instance, const std::string& tail) {
     return blob(instance, "'PNG'," + binaryOf(png(tail)));
 }
 
-TEST(BlobTexture, APngImageArrivesWhole) {
+TEST(BlobTexture, ReadsPngImageCompletely) {
     std::string tail;
     for (int byte = 0; byte < 256; ++byte)
         tail += static_cast<char>(byte);
@@ -33,14 +34,14 @@ TEST(BlobTexture, APngImageArrivesWhole) {
     EXPECT_EQ(bytesOf(taken.textures[0]), png(tail));
 }
 
-TEST(BlobTexture, ItsAttributesStandWhereTheSchemaHasThem) {
+TEST(BlobTexture, ReadsAttributesAtThePositionsOfTheSchema) {
     const std::string newer = pngBlob(20, "x");
     const std::string older = "#20=IFCBLOBTEXTURE(.T.,.T.,.TEXTURE.,$,'PNG'," + binaryOf(png("x")) + ");\n";
-    for (const auto& [schema, fits, fitsNot] :
+    for (const auto& [schema, valid, invalid] :
          {std::tuple("IFC2X3", older, newer), std::tuple("IFC2X3_TC1", older, newer), std::tuple("IFC4", newer, older),
           std::tuple("IFC4_ADD2", newer, older), std::tuple("IFC4X3_ADD2", newer, older)}) {
-        EXPECT_EQ(readText(stepFile(inMetres + fits, schema)).textures.size(), 1u) << schema;
-        const Taken taken = readText(stepFile(inMetres + fitsNot, schema));
+        EXPECT_EQ(readText(stepFile(inMeters + valid, schema)).textures.size(), 1u) << schema;
+        const Taken taken = readText(stepFile(inMeters + invalid, schema));
         EXPECT_TRUE(taken.textures.empty()) << schema;
         ASSERT_EQ(taken.problems.size(), 1u) << schema;
         EXPECT_EQ(taken.problems[0].instance, 20u) << schema;
@@ -48,7 +49,7 @@ TEST(BlobTexture, ItsAttributesStandWhereTheSchemaHasThem) {
     }
 }
 
-TEST(BlobTexture, TheFormatIsPngInAnyCase) {
+TEST(BlobTexture, AcceptsFormatInAnyCase) {
     for (const char* format : {"'PNG'", "'png'", "'Png'"}) {
         const Taken taken = readData(blob(20, std::string(format) + "," + binaryOf(png(""))));
         EXPECT_EQ(taken.reasons(), "");
@@ -56,11 +57,11 @@ TEST(BlobTexture, TheFormatIsPngInAnyCase) {
     }
 }
 
-TEST(BlobTexture, OtherFormatsAreCountedInOneProblem) {
+TEST(BlobTexture, CountsOtherFormatsInOneProblem) {
     const Taken taken = readData(pngBlob(20, "one") + blob(21, "'JPEG',\"0FFD8FFE0\"") + blob(22, "'GIF',$") +
                                  blob(23, "'BMP',\"0424D\"") + blob(24, "'',\"0\"") + pngBlob(25, "two"));
     ASSERT_EQ(taken.problems.size(), 1u) << taken.reasons();
-    EXPECT_EQ(taken.problems[0].reason, "IFCBLOBTEXTURE: formats other than PNG are not carried: 4");
+    EXPECT_EQ(taken.problems[0].reason, "IFCBLOBTEXTURE: only PNG images are imported; textures in other formats: 4");
     EXPECT_EQ(taken.problems[0].instance, 21u);
     EXPECT_EQ(taken.problems[0].line, 13u);
     ASSERT_EQ(taken.textures.size(), 2u);
@@ -68,7 +69,7 @@ TEST(BlobTexture, OtherFormatsAreCountedInOneProblem) {
     EXPECT_EQ(bytesOf(taken.textures[1]), png("two"));
 }
 
-TEST(BlobTexture, DigitsOfEitherCaseAndLineBreaksAreTaken) {
+TEST(BlobTexture, AcceptsDigitsOfEitherCaseAndLineBreaks) {
     for (const char* code : {"\"089504e470d0a1a0a6B\"", "\"0\n89504E47\r\n0D0A1A0\nA6B\n\""}) {
         const Taken taken = readData(blob(20, std::string("'PNG',") + code));
         EXPECT_EQ(taken.reasons(), "");
@@ -77,10 +78,10 @@ TEST(BlobTexture, DigitsOfEitherCaseAndLineBreaksAreTaken) {
     }
 }
 
-/// Reads a texture #20, which is spoilt while #21 is not.
+/// Reads an invalid texture #20 and a valid texture #21.
 void expectOneProblem(const std::string& own, const std::string& reason) {
     SCOPED_TRACE(own);
-    const Taken taken = readData(blob(20, own) + pngBlob(21, "sound"));
+    const Taken taken = readData(blob(20, own) + pngBlob(21, "valid"));
     ASSERT_EQ(taken.problems.size(), 1u) << taken.reasons();
     EXPECT_EQ(taken.problems[0].instance, 20u);
     EXPECT_EQ(taken.problems[0].line, 12u);
@@ -89,7 +90,7 @@ void expectOneProblem(const std::string& own, const std::string& reason) {
     EXPECT_EQ(taken.textures[0].instance, 21u);
 }
 
-TEST(BlobTexture, ADamagedBinaryIsAProblem) {
+TEST(BlobTexture, ReportsDamagedBinary) {
     const std::string reason = "its binary is damaged; expected 0 and two hexadecimal digits for each byte";
     const std::string digits = binaryOf(png("k")).substr(2, 18);
     for (const std::string& code :
@@ -99,34 +100,34 @@ TEST(BlobTexture, ADamagedBinaryIsAProblem) {
         expectOneProblem("'PNG',\"" + code + "\"", reason);
 }
 
-TEST(BlobTexture, WhatDoesNotBeginAsAPngImageIsAProblem) {
-    const std::string reason = "it does not begin as a PNG image does";
+TEST(BlobTexture, ReportsMissingPngSignature) {
+    const std::string reason = "its image does not begin with the signature of a PNG file";
     for (const std::string& image : {std::string(), std::string("\x89PNG\r\n\x1A"), std::string("\xFF\xD8\xFF\xE0 a JPEG"),
                                      " " + png("k"), std::string("\x89PNG\n\x1A\n a text file"), std::string(100, '\0')})
         expectOneProblem("'PNG'," + binaryOf(image), reason);
 }
 
-TEST(BlobTexture, ArgumentsOfAnotherKindAreAProblem) {
-    const std::string noText = "argument 6 of 7 is not as expected: a text";
-    const std::string noBinary = "argument 7 of 7 is not as expected: a binary";
+TEST(BlobTexture, ReportsArgumentsOfAnotherType) {
+    const std::string noText = "argument 6 is invalid; expected a text";
+    const std::string noBinary = "argument 7 is invalid; expected a binary";
     for (const std::string format : {"$", "*", "1", ".PNG.", "#20", "(1)"})
         expectOneProblem(format + "," + binaryOf(png("")), noText);
-    for (const char* code : {"$", ".T.", "'089504E470D0A1A0A'", "(.T.,.F.)", "#20"}) // IFC2X3 speaks of a BOOLEAN
+    for (const char* code : {"$", ".T.", "'089504E470D0A1A0A'", "(.T.,.F.)", "#20"}) // IFC2X3 declares a BOOLEAN
         expectOneProblem(std::string("'PNG',") + code, noBinary);
-    expectOneProblem("'PNG'", "argument 7 of 6 is not as expected: a binary");
+    expectOneProblem("'PNG'", "argument 7 is missing; expected a binary");
 }
 
-TEST(PixelTexture, IsCountedInOneProblem) {
+TEST(PixelTexture, AreCountedInOneProblem) {
     const std::string pixels = "=IFCPIXELTEXTURE(.T.,.T.,$,$,$,1,2,3,(\"0FF0000\",\"000FF00\"));\n";
     const Taken taken = readData("#20" + pixels + pngBlob(21, "") + "#22" + pixels + "#23=IFCPIXELTEXTURE();\n");
     ASSERT_EQ(taken.problems.size(), 1u) << taken.reasons();
-    EXPECT_EQ(taken.problems[0].reason, "IFCPIXELTEXTURE: textures of this kind are not carried: 3");
+    EXPECT_EQ(taken.problems[0].reason, "IFCPIXELTEXTURE: textures of this kind are not imported: 3");
     EXPECT_EQ(taken.problems[0].instance, 20u);
     EXPECT_EQ(taken.problems[0].line, 12u);
     EXPECT_EQ(taken.textures.size(), 1u);
 }
 
-TEST(Textures, ArriveInTheOrderOfTheFileBeforeAnyProduct) {
+TEST(Textures, PrecedeProductsInTheOrderOfTheFile) {
     const Taken taken = readData("#10=IFCWALL('1234567890123456789012',$,$,$,$,$,$,$);\n" + pngBlob(30, "a") +
                                  pngBlob(20, "b") + pngBlob(40, "a"));
     EXPECT_EQ(taken.reasons(), "");
@@ -138,7 +139,7 @@ TEST(Textures, ArriveInTheOrderOfTheFileBeforeAnyProduct) {
     EXPECT_EQ(bytesOf(taken.textures[2]), png("a")) << "the same image again";
 }
 
-TEST(Textures, ProgressGoesOnWithThem) {
+TEST(Textures, AdvanceTheProgress) {
     std::string data;
     for (int i = 0; i < 10; ++i)
         data += pngBlob(20 + i, "");
@@ -148,7 +149,7 @@ TEST(Textures, ProgressGoesOnWithThem) {
     EXPECT_EQ(taken.steps.back(), 1.0);
 }
 
-TEST(Textures, AnImageThatFillsItsFileIsReadWithinTheLimits) {
+TEST(Textures, ImageThatFillsItsFileIsWithinTheLimits) {
     const std::string tail(3000000, 'x');
     const Taken taken = readData(pngBlob(20, tail));
     EXPECT_EQ(taken.reasons(), "");
@@ -156,25 +157,26 @@ TEST(Textures, AnImageThatFillsItsFileIsReadWithinTheLimits) {
     EXPECT_EQ(bytesOf(taken.textures[0]), png(tail));
 }
 
-TEST(Textures, BeyondTheirWorkTheFurtherOnesAreToldAndShapesAreRead) {
+TEST(Textures, LimitOfWorkDoesNotAffectShapes) {
     Limits limits = Limits::forFile(0);
     limits.workOfTextures = 1000;
     std::string data = beamOf("#13") + "#13=IFCBLOCK(#9,1.,1.,1.);\n";
     for (int i = 0; i < 4; ++i)
-        data += pngBlob(20 + i, std::string(150, 'x')); // each of some 400 bytes
+        data += pngBlob(20 + i, std::string(150, 'x')); // about 400 bytes each
     const Taken taken = readWithin(limits, data);
     EXPECT_EQ(taken.textures.size(), 2u);
     ASSERT_EQ(taken.problems.size(), 2u);
     EXPECT_EQ(taken.problems[0].instance, 22u);
-    EXPECT_EQ(taken.problems[0].reason,
-              "IFCBLOBTEXTURE: the objects of the file take more work than a file of its size may ask for (in the model's "
-              "textures)");
+    EXPECT_EQ(
+        taken.problems[0].reason,
+        "IFCBLOBTEXTURE: the objects of the file take more work than the limit for a file of this size (in the model's "
+        "textures)");
     EXPECT_EQ(taken.problems[1].instance, 23u);
     ASSERT_EQ(taken.products.size(), 1u);
     EXPECT_EQ(taken.products[0].shape, Shape::Solid);
 }
 
-TEST(Textures, AnImageBeyondTheLargestIsAProblem) {
+TEST(Textures, ReportsImagesAboveTheLimitOfSize) {
     Limits limits = Limits::forFile(0);
     limits.bytesPerTexture = 100;
     const Taken taken = readWithin(limits, pngBlob(20, std::string(93, 'x')) + pngBlob(21, std::string(92, 'x')));

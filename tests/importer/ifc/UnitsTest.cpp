@@ -5,6 +5,7 @@
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
 const std::string point =
@@ -15,41 +16,41 @@ Taken withUnits(const std::string& units) {
     return readText(stepFile("#1=IFCPROJECT('0000000000000000000000',$,$,$,$,$,$,$,#2);\n" + units + point));
 }
 
-/// One unit of the file in metres.
-double metres(const std::string& units) {
+/// The length unit of the file, in meters.
+double meters(const std::string& units) {
     const Product product = onlyProduct(withUnits(units));
     return product.vertices.empty() ? 0.0 : product.vertices[0];
 }
 
-TEST(Units, SiUnitsWithTheirPrefixes) {
+TEST(Units, ReadsSiUnitsWithPrefixes) {
     const std::pair<const char*, double> cases[] = {
         {"$", 1.0},       {".MILLI.", 1e-3}, {".CENTI.", 1e-2},  {".DECI.", 1e-1},  {".KILO.", 1e3},
         {".HECTO.", 1e2}, {".DECA.", 1e1},   {".MICRO.", 1e-6},  {".NANO.", 1e-9},  {".PICO.", 1e-12},
         {".MEGA.", 1e6},  {".GIGA.", 1e9},   {".FEMTO.", 1e-15}, {".ATTO.", 1e-18}, {".TERA.", 1e12}};
     for (const auto& [prefix, factor] : cases)
-        EXPECT_DOUBLE_EQ(metres("#2=IFCUNITASSIGNMENT((#4,#3));\n#3=IFCSIUNIT(*,.LENGTHUNIT.," + std::string(prefix) +
+        EXPECT_DOUBLE_EQ(meters("#2=IFCUNITASSIGNMENT((#4,#3));\n#3=IFCSIUNIT(*,.LENGTHUNIT.," + std::string(prefix) +
                                 ",.METRE.);\n#4=IFCSIUNIT(*,.AREAUNIT.,.KILO.,.SQUARE_METRE.);\n"),
                          factor)
             << prefix;
 }
 
-TEST(Units, ConvertedUnitsSuchAsFootAndInch) {
+TEST(Units, ReadsConvertedUnitsSuchAsFootAndInch) {
     const std::string unit = "#2=IFCUNITASSIGNMENT((#3));\n#3=IFCCONVERSIONBASEDUNIT(#4,.LENGTHUNIT.,'any name',#5);\n"
                              "#4=IFCDIMENSIONALEXPONENTS(1,0,0,0,0,0,0);\n";
     EXPECT_DOUBLE_EQ(
-        metres(unit + "#5=IFCMEASUREWITHUNIT(IFCLENGTHMEASURE(0.3048),#6);\n#6=IFCSIUNIT(*,.LENGTHUNIT.,$,.METRE.);\n"),
+        meters(unit + "#5=IFCMEASUREWITHUNIT(IFCLENGTHMEASURE(0.3048),#6);\n#6=IFCSIUNIT(*,.LENGTHUNIT.,$,.METRE.);\n"),
         0.3048);
     EXPECT_DOUBLE_EQ(
-        metres(unit + "#5=IFCMEASUREWITHUNIT(IFCRATIOMEASURE(25.4),#6);\n#6=IFCSIUNIT(*,.LENGTHUNIT.,.MILLI.,.METRE.);\n"),
+        meters(unit + "#5=IFCMEASUREWITHUNIT(IFCRATIOMEASURE(25.4),#6);\n#6=IFCSIUNIT(*,.LENGTHUNIT.,.MILLI.,.METRE.);\n"),
         0.0254);
     // A foot of twelve inches.
     EXPECT_DOUBLE_EQ(
-        metres(unit + "#5=IFCMEASUREWITHUNIT(12.,#6);\n#6=IFCCONVERSIONBASEDUNIT(#4,.LENGTHUNIT.,'inch',#7);\n"
+        meters(unit + "#5=IFCMEASUREWITHUNIT(12.,#6);\n#6=IFCCONVERSIONBASEDUNIT(#4,.LENGTHUNIT.,'inch',#7);\n"
                       "#7=IFCMEASUREWITHUNIT(IFCLENGTHMEASURE(0.0254),#8);\n#8=IFCSIUNIT(*,.LENGTHUNIT.,$,.METRE.);\n"),
         12 * 0.0254);
 }
 
-TEST(Units, VolumesAreInCubicMetres) {
+TEST(Units, VolumesAreInCubicMeters) {
     const Taken taken =
         readText(stepFile("#1=IFCPROJECT('0000000000000000000000',$,$,$,$,$,$,$,#2);\n#2=IFCUNITASSIGNMENT((#3));\n"
                           "#3=IFCSIUNIT(*,.LENGTHUNIT.,.MILLI.,.METRE.);\n" +
@@ -57,7 +58,7 @@ TEST(Units, VolumesAreInCubicMetres) {
     expectSolid(onlyProduct(taken), 6.0, 0.5, 1, 1.5);
 }
 
-TEST(Units, AnglesAreInTheProjectsUnit) {
+TEST(Units, AnglesAreInTheUnitOfTheProject) {
     const Taken taken = readText(
         stepFile("#1=IFCPROJECT('0000000000000000000000',$,$,$,$,$,$,$,#2);\n#2=IFCUNITASSIGNMENT((#3,#4));\n"
                  "#3=IFCSIUNIT(*,.LENGTHUNIT.,$,.METRE.);\n#4=IFCCONVERSIONBASEDUNIT($,.PLANEANGLEUNIT.,'DEGREE',#40);\n"
@@ -69,21 +70,21 @@ TEST(Units, AnglesAreInTheProjectsUnit) {
     expectBox(onlyProduct(taken), 0, 0, 0, 1, 1, 0);
 }
 
-TEST(Units, WithoutAProjectTheFirstAssignmentCounts) {
+TEST(Units, UsesTheFirstAssignmentWithoutAProject) {
     const Taken taken = readText(stepFile("#2=IFCUNITASSIGNMENT((#3));\n#3=IFCSIUNIT(*,.LENGTHUNIT.,.CENTI.,.METRE.);\n"
                                           "#4=IFCUNITASSIGNMENT(());\n" +
                                           point));
     EXPECT_DOUBLE_EQ(onlyProduct(taken).vertices[0], 0.01);
 }
 
-TEST(Units, WhatCannotBeHadIsToldAndMetreTaken) {
+TEST(Units, ReportsInvalidUnitsAndAssumesMetres) {
     const std::pair<const char*, const char*> cases[] = {
         {"", "refers to #2, which the file does not have"},
-        {"#2=IFCUNITASSIGNMENT(());\n", "no unit of length can be had; metre is taken (in the model's units)"},
+        {"#2=IFCUNITASSIGNMENT(());\n", "no usable length unit is defined; meters are assumed (in the model's units)"},
         {"#2=IFCUNITASSIGNMENT($);\n", "a list"},
         {"#2=IFCUNITASSIGNMENT((#99));\n", "refers to #99"},
-        {"#2=IFCUNITASSIGNMENT((#3));\n#3=IFCSIUNIT(*,.LENGTHUNIT.,.DOZEN.,.METRE.);\n", "no SI prefix: DOZEN"},
-        {"#2=IFCUNITASSIGNMENT((#3));\n#3=IFCCONTEXTDEPENDENTUNIT($,.LENGTHUNIT.,'step');\n", "metre is taken"},
+        {"#2=IFCUNITASSIGNMENT((#3));\n#3=IFCSIUNIT(*,.LENGTHUNIT.,.DOZEN.,.METRE.);\n", "unknown SI prefix: DOZEN"},
+        {"#2=IFCUNITASSIGNMENT((#3));\n#3=IFCCONTEXTDEPENDENTUNIT($,.LENGTHUNIT.,'step');\n", "meters are assumed"},
         {"#2=IFCUNITASSIGNMENT((#3));\n#3=IFCCONVERSIONBASEDUNIT($,.LENGTHUNIT.,'x',#4);\n#4=IFCMEASUREWITHUNIT(0.,#3);\n",
          "a positive number"},
         {"#2=IFCUNITASSIGNMENT((#3));\n#3=IFCCONVERSIONBASEDUNIT($,.LENGTHUNIT.,'x',#4);\n#4=IFCMEASUREWITHUNIT(2.,#3);\n",
@@ -95,14 +96,14 @@ TEST(Units, WhatCannotBeHadIsToldAndMetreTaken) {
     for (const auto& [units, expected] : cases) {
         const Taken taken = withUnits(units);
         EXPECT_NE(taken.reasons().find(expected), std::string::npos) << units << ": " << taken.reasons();
-        EXPECT_NE(taken.reasons().find("metre is taken"), std::string::npos) << units;
+        EXPECT_NE(taken.reasons().find("meters are assumed"), std::string::npos) << units;
         ASSERT_EQ(taken.products.size(), 1u);
         EXPECT_EQ(taken.products[0].vertices, (std::vector<double>{1, 0, 0})) << units;
     }
-    EXPECT_NE(readText(stepFile(point)).reasons().find("no unit of length can be had"), std::string::npos);
+    EXPECT_NE(readText(stepFile(point)).reasons().find("no usable length unit is defined"), std::string::npos);
 }
 
-TEST(Units, ABadUnitDoesNotSpoilTheOthers) {
+TEST(Units, InvalidUnitDoesNotAffectTheOthers) {
     const Taken taken = withUnits("#2=IFCUNITASSIGNMENT((#98,#4,#3));\n#3=IFCSIUNIT(*,.LENGTHUNIT.,.MILLI.,.METRE.);\n"
                                   "#4=IFCSIUNIT(*,.PLANEANGLEUNIT.,.DOZEN.,.RADIAN.);\n");
     EXPECT_EQ(taken.problems.size(), 2u) << taken.reasons();

@@ -8,6 +8,7 @@
 namespace velmor_tests {
 
 using namespace importer::step;
+
 namespace {
 
 std::vector<Value> valuesOf(std::string_view list) {
@@ -24,7 +25,7 @@ Value first(std::string_view list) {
     return value;
 }
 
-TEST(StepLexer, EveryKindOfValueIsSeenFromItsFirstCharacters) {
+TEST(StepLexer, RecognizesEveryKindOfValue) {
     const struct {
         const char* text;
         ValueKind kind;
@@ -59,7 +60,7 @@ TEST(StepLexer, EveryKindOfValueIsSeenFromItsFirstCharacters) {
     }
 }
 
-TEST(StepLexer, WhatIsNoValueIsInvalidAndTheLast) {
+TEST(StepLexer, InvalidValueIsTheLastOne) {
     for (const char* text : {"", "?", "1 2", ".AREA", "'open", "\"open", "(open", "NAME", "NAME 1", "(1))", "= 1", "#1#2"}) {
         const std::vector<Value> values = valuesOf(std::string("1,") + text + ",3");
         ASSERT_GE(values.size(), 2u) << text;
@@ -69,7 +70,7 @@ TEST(StepLexer, WhatIsNoValueIsInvalidAndTheLast) {
     }
 }
 
-TEST(StepLexer, EmptyPlacesBetweenCommasAreInvalidValues) {
+TEST(StepLexer, MissingValuesBetweenCommasAreInvalid) {
     EXPECT_EQ(valuesOf("").size(), 0u);
     EXPECT_EQ(valuesOf(" /* nothing */ ").size(), 0u);
     const std::vector<Value> values = valuesOf("1,,2,");
@@ -79,7 +80,7 @@ TEST(StepLexer, EmptyPlacesBetweenCommasAreInvalidValues) {
     EXPECT_EQ(values[3].kind, ValueKind::Invalid);
 }
 
-TEST(StepLexer, NumbersAreReadAsTheyStandOrNotAtAll) {
+TEST(StepLexer, ReadsNumbersExactlyOrNotAtAll) {
     EXPECT_EQ(numberOf(first("1.")), 1.0);
     EXPECT_EQ(numberOf(first("+1.25E2")), 125.0);
     EXPECT_EQ(numberOf(first("-0.1")), -0.1);
@@ -93,34 +94,34 @@ TEST(StepLexer, NumbersAreReadAsTheyStandOrNotAtAll) {
         EXPECT_EQ(integerOf(first(text)), std::nullopt) << text;
 }
 
-TEST(StepLexer, ReferencesArePositiveNumbersOf64Bits) {
+TEST(StepLexer, ReferencesArePositive64BitNumbers) {
     EXPECT_EQ(referenceOf(first("#18446744073709551615")), UINT64_MAX);
     for (const char* text : {"#18446744073709551616", "#0", "#", "#-1", "1"})
         EXPECT_EQ(referenceOf(first(text)), std::nullopt) << text;
 }
 
-TEST(StepLexer, TypedValuesHaveATypeAndAContent) {
+TEST(StepLexer, SplitsTypedValuesIntoTypeAndContent) {
     const Value value = first("IFCLINEINDEX /* ( */ ((1,2))");
     EXPECT_EQ(typeOf(value), "IFCLINEINDEX");
     EXPECT_EQ(contentOf(value), "(1,2)");
     EXPECT_EQ(capitals("IfcWall_2"), "IFCWALL_2");
 }
 
-TEST(StepLexer, ApostropheBehindShiftIsACharacterOfTheText) {
+TEST(StepLexer, ApostropheAfterShiftBelongsToTheText) {
     EXPECT_EQ(first("'\\S\\' 5'").text, "\\S\\' 5");
-    EXPECT_EQ(first("'\\S\\'' 5'").text, "\\S\\'' 5") << "doubled, as some writers do";
+    EXPECT_EQ(first("'\\S\\'' 5'").text, "\\S\\'' 5") << "some programs double it";
     EXPECT_EQ(first("'\\S\\'',1").text, "\\S\\'") << "the end of the text";
-    EXPECT_EQ(valuesOf("'C:\\\\S\\\\',1").size(), 2u) << "a path that ends with a folder S";
+    EXPECT_EQ(valuesOf("'C:\\\\S\\\\',1").size(), 2u) << "a path whose last folder is S";
 }
 
-TEST(StepLexer, CommentsHideWhatTheyHold) {
+TEST(StepLexer, SkipsCommentsWithAnyContent) {
     const std::vector<Value> values = valuesOf("1/*,'*/,/**/2/* ( */,(3/*)*/)");
     ASSERT_EQ(values.size(), 3u);
     EXPECT_EQ(values[1].text, "2");
     EXPECT_EQ(values[2].text, "3/*)*/");
 }
 
-TEST(StepLexer, DeeplyNestedListsAreNoRecursion) {
+TEST(StepLexer, SkipsDeeplyNestedListsWithoutRecursion) {
     const std::size_t depth = 2000000;
     const std::string text = std::string(depth, '(') + std::string(depth, ')');
     const Value value = first(text);

@@ -7,11 +7,12 @@
 namespace velmor_tests {
 
 using namespace importer::step;
+
 namespace {
 
 using Velmor::WideString;
 
-/// Code units in hexadecimal, for a message that can be read.
+/// Code units in hexadecimal, for readable messages.
 std::string hex(const WideString& text) {
     static const char digits[] = "0123456789ABCDEF";
     std::string result;
@@ -24,12 +25,12 @@ std::string hex(const WideString& text) {
     return result;
 }
 
-TEST(StepText, PlainTextStaysAsItIs) {
+TEST(StepText, KeepsPlainText) {
     EXPECT_EQ(decodeText(""), WideString());
     EXPECT_EQ(decodeText("Wand-Ext 1 (a;b)"), VELMOR_WIDE("Wand-Ext 1 (a;b)"));
 }
 
-TEST(StepText, EveryDirectiveIsDecoded) {
+TEST(StepText, DecodesEveryDirective) {
     const struct {
         const char* encoded;
         const char* expected;
@@ -55,7 +56,7 @@ TEST(StepText, EveryDirectiveIsDecoded) {
         EXPECT_EQ(hex(decodeText(c.encoded)), c.expected) << c.encoded;
 }
 
-TEST(StepText, WhatIsNoDirectiveStaysAsItStands) {
+TEST(StepText, KeepsInvalidDirectivesAsText) {
     for (const char* text :
          {"\\", "\\X", "\\X\\", "\\X\\1", "\\X\\GG", "\\X2\\00E", "\\X2\\00E4", "\\X2\\00E4\\X", "\\X4\\0001F60\\X0\\",
           "\\X4\\00110000\\X0\\", "\\X4\\FFFFFFFF\\X0\\", "\\S\\", "\\PJ\\", "\\P", "\\PA", "\\Q\\", "\\x\\E4"}) {
@@ -64,7 +65,7 @@ TEST(StepText, WhatIsNoDirectiveStaysAsItStands) {
     }
 }
 
-TEST(StepText, BytesAboveAsciiAreUtf8OrLatin1) {
+TEST(StepText, DecodesBytesAboveAsciiAsUtf8OrLatin1) {
     EXPECT_EQ(hex(decodeText("\xC3\xA4")), "00E4 ");
     EXPECT_EQ(hex(decodeText("\xE2\x82\xAC")), "20AC ");
     EXPECT_EQ(hex(decodeText("\xF0\x9F\x98\x80")), "D83D DE00 ");
@@ -72,7 +73,7 @@ TEST(StepText, BytesAboveAsciiAreUtf8OrLatin1) {
     EXPECT_EQ(hex(decodeText("\xC3")), "00C3 ") << "cut off";
     EXPECT_EQ(hex(decodeText("\xC0\x80")), "00C0 0080 ") << "overlong";
     EXPECT_EQ(hex(decodeText("\xED\xA0\x80")), "00ED 00A0 0080 ") << "a surrogate";
-    EXPECT_EQ(hex(decodeText("\xF4\x90\x80\x80")), "00F4 0090 0080 0080 ") << "beyond Unicode";
+    EXPECT_EQ(hex(decodeText("\xF4\x90\x80\x80")), "00F4 0090 0080 0080 ") << "above U+10FFFF";
 }
 
 } // namespace

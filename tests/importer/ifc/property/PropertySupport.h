@@ -1,6 +1,6 @@
 #pragma once
 
-// Properties as text, for comparing them.
+// Properties as text, for comparisons.
 
 #include <Velmor/Text.h>
 
@@ -8,7 +8,6 @@
 
 #include <charconv>
 #include <string>
-#include <vector>
 
 namespace velmor_tests {
 
@@ -18,7 +17,7 @@ inline std::string utf8(const Velmor::WideString& text) {
     return Velmor::StringOperations::ConvertToUTF8(text);
 }
 
-/// The shortest text that is this number and no other.
+/// The shortest text that converts back to this number.
 inline std::string shown(double number) {
     char text[64];
     return std::string(text, std::to_chars(text, text + sizeof(text), number).ptr);
@@ -75,19 +74,12 @@ inline std::string shown(const Velmor::IFC2X3_PSet_Custom_s& set) {
     return utf8(set.name) + ": " + shown(set.properties);
 }
 
-inline std::vector<std::string> names(const Velmor::IFC2X3_PSet_Custom_s& set) {
-    std::vector<std::string> result;
-    for (unsigned i = 0; i < set.properties.getCount(); ++i)
-        result.push_back(utf8(set.properties.getProperty(i).getName()));
-    return result;
-}
-
-/// #100: a set of the properties given.
+/// #100: a set of these properties.
 inline std::string setOf(const std::string& properties, const std::string& name = "A set") {
     return "#100=IFCPROPERTYSET('1234567890123456789012',$,'" + name + "',$,(" + properties + "));\n";
 }
 
-/// The one set of a model.
+/// The only set of a model.
 inline Velmor::IFC2X3_PSet_Custom_s onlySet(const Taken& taken) {
     EXPECT_EQ(taken.sets.size(), 1u);
     return taken.sets.empty() ? Velmor::IFC2X3_PSet_Custom_s{} : taken.sets.front();

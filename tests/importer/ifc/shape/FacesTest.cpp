@@ -8,6 +8,7 @@
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
 std::string number(int n) {
@@ -18,11 +19,12 @@ std::string coordinates(double x, double y, double z) {
     return "((" + std::to_string(x) + "," + std::to_string(y) + "," + std::to_string(z) + "))";
 }
 
-/// The faces of a cube, seen from outside, counter-clockwise; corner i is at (i & 1, i & 2, i & 4).
+// The faces of a cube, counterclockwise seen from outside; corner i is at (i & 1, i & 2, i & 4).
 const std::vector<std::vector<int>> cubeFaces = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4},
                                                  {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
 
-/// A shell of polygons between the corners of a cube, from number `first` on: itself, then what it needs.
+// A shell of polygons between the corners of a cube. The shell has the number `first`, the instances it needs the following
+// numbers.
 std::string shell(int first, const std::vector<std::vector<int>>& faces, double low, double high,
                   const std::string& entity = "IFCCLOSEDSHELL", const std::string& orientation = ".T.") {
     std::string text;
@@ -44,13 +46,13 @@ std::string shell(int first, const std::vector<std::vector<int>>& faces, double 
     return number(first) + "=" + entity + "((" + list + "));\n" + text;
 }
 
-TEST(Faces, AFacettedCubeIsASolid) {
+TEST(Faces, FacetedCubeIsASolid) {
     const Product cube = beam("#20=IFCFACETEDBREP(#30);\n" + shell(30, cubeFaces, 1, 3));
     expectSolid(cube, 8.0, 2, 2, 2);
-    EXPECT_EQ(cube.vertices.size(), 8u * 3u) << "corners that faces share are one vertex";
+    EXPECT_EQ(cube.vertices.size(), 8u * 3u) << "a corner that faces share is one vertex";
 }
 
-TEST(Faces, ABodyInsideOutIsTakenAsMeant) {
+TEST(Faces, ReversedFacesMakeTheSameSolid) {
     auto faces = cubeFaces;
     for (auto& face : faces)
         face = {face[3], face[2], face[1], face[0]};
@@ -58,17 +60,17 @@ TEST(Faces, ABodyInsideOutIsTakenAsMeant) {
     expectSolid(beam("#20=IFCFACETEDBREP(#30);\n" + shell(30, cubeFaces, 1, 3, "IFCCLOSEDSHELL", ".F.")), 8.0, 2, 2, 2);
 }
 
-TEST(Faces, AMissingATurnedAndADoubledFaceMakeNoSolid) {
+TEST(Faces, MissingReversedOrRepeatedFacesMakeNoSolid) {
     auto missing = cubeFaces;
     missing.pop_back();
-    auto turned = cubeFaces;
-    turned[2] = {4, 5, 1, 0};
-    auto doubled = cubeFaces;
-    doubled.push_back(cubeFaces[0]);
+    auto reversed = cubeFaces;
+    reversed[2] = {4, 5, 1, 0};
+    auto repeated = cubeFaces;
+    repeated.push_back(cubeFaces[0]);
     auto sheet = cubeFaces;
     sheet.push_back({0, 1, 3, 2});
     sheet.push_back({0, 2, 3, 1});
-    for (const auto& faces : {missing, turned, doubled, sheet}) {
+    for (const auto& faces : {missing, reversed, repeated, sheet}) {
         const Product product = beam("#20=IFCFACETEDBREP(#30);\n" + shell(30, faces, 1, 3));
         EXPECT_EQ(product.shape, Shape::Points);
         EXPECT_EQ(product.volume, 0.0);
@@ -77,8 +79,8 @@ TEST(Faces, AMissingATurnedAndADoubledFaceMakeNoSolid) {
     }
 }
 
-TEST(Faces, PointsWithTheSameCoordinatesAreOneCorner) {
-    // Every face has points of its own.
+TEST(Faces, PointsWithEqualCoordinatesAreOneVertex) {
+    // Each face has its own instances of points.
     std::string text = "#20=IFCFACETEDBREP(#30);\n#30=IFCCLOSEDSHELL((#1000,#1100,#1200,#1300,#1400,#1500));\n";
     for (int f = 0; f < 6; ++f) {
         const int base = 1000 + 100 * f;
@@ -95,8 +97,8 @@ TEST(Faces, PointsWithTheSameCoordinatesAreOneCorner) {
     expectSolid(beam(text), 1.0, 0.5, 0.5, 0.5);
 }
 
-TEST(Faces, HolesRunTheOtherWayHoweverTheyAreTold) {
-    // A square tube from z = 0 to 1: 3 by 3 outside, 1 by 1 inside; its lids have holes.
+TEST(Faces, HolesMayHaveEitherDirection) {
+    // A square tube from z = 0 to 1, 3 by 3 outside and 1 by 1 inside; its lids have holes.
     for (const std::string orientation : {".T.", ".F."}) {
         std::string text =
             "#20=IFCFACETEDBREP(#30);\n#30=IFCCLOSEDSHELL((#101,#102,#103,#104,#111,#112,#113,#114,#121,#122));\n";
@@ -121,7 +123,7 @@ TEST(Faces, HolesRunTheOtherWayHoweverTheyAreTold) {
                         (l == 0 ? "IFCFACEOUTERBOUND(" : "IFCFACEBOUND(") + number(next) + "," +
                         (l == 0 ? ".T." : orientation) + ");\n";
                 bounds =
-                    bounds.empty() ? number(next + 1) : number(next + 1) + "," + bounds; // the hole before the outer bound
+                    bounds.empty() ? number(next + 1) : number(next + 1) + "," + bounds; // the hole precedes the outer bound
                 next += 2;
             }
             text += number(id) + "=IFCFACE((" + bounds + "));\n";
@@ -137,13 +139,13 @@ TEST(Faces, HolesRunTheOtherWayHoweverTheyAreTold) {
     }
 }
 
-TEST(Faces, VoidsAreTakenOff) {
+TEST(Faces, VoidsAreSubtracted) {
     expectSolid(
         beam("#20=IFCFACETEDBREPWITHVOIDS(#30,(#130));\n" + shell(30, cubeFaces, 0, 3) + shell(130, cubeFaces, 1, 2)), 26.0,
         1.5, 1.5, 1.5);
 }
 
-TEST(Faces, SurfaceModelsAreSolidsWhenTheirEdgesSaySo) {
+TEST(Faces, ClosedSurfaceModelsAreSolids) {
     expectSolid(beam("#20=IFCSHELLBASEDSURFACEMODEL((#30));\n" + shell(30, cubeFaces, 0, 2, "IFCOPENSHELL")), 8.0, 1, 1, 1);
     expectSolid(beam("#20=IFCFACEBASEDSURFACEMODEL((#30,#130));\n" + shell(30, cubeFaces, 0, 1, "IFCCONNECTEDFACESET") +
                      shell(130, cubeFaces, 2, 3, "IFCCONNECTEDFACESET")),
@@ -158,12 +160,12 @@ const std::string cubeList = "#30=IFCCARTESIANPOINTLIST3D(((0.,0.,0.),(1.,0.,0.)
 const std::string cubeTriangles =
     "((1,3,4),(1,4,2),(5,6,8),(5,8,7),(1,2,6),(1,6,5),(3,7,8),(3,8,4),(1,5,7),(1,7,3),(2,4,8),(2,8,6))";
 
-TEST(Faces, TriangulatedFaceSetsOfAllSchemas) {
-    // IFC4 has normals and then whether it is closed, IFC4X3 the other way round.
+TEST(Faces, TriangulatedFaceSetsFollowAllSchemas) {
+    // Normals and Closed, in either order and also omitted: files differ, and neither is used.
     for (const std::string arguments : {"$,.T.,", "((0.,0.,1.)),$,", ".T.,$,", "$,$,"}) {
         const Product cube = beam("#20=IFCTRIANGULATEDFACESET(#30," + arguments + cubeTriangles + ",$);\n" + cubeList);
         expectSolid(cube, 1.0, 0.5, 0.5, 0.5);
-        EXPECT_EQ(cube.vertices.size(), 8u * 3u) << "a point that no triangle uses is no vertex";
+        EXPECT_EQ(cube.vertices.size(), 8u * 3u) << "a point that no triangle uses is not a vertex";
     }
     expectSolid(beam("#20=IFCTRIANGULATEDFACESET(#30,$,.T.," + cubeTriangles + ",((1,1,1)));\n" + cubeList), 1.0, 0.5, 0.5,
                 0.5);
@@ -171,33 +173,33 @@ TEST(Faces, TriangulatedFaceSetsOfAllSchemas) {
                 0.5, 0.5);
 }
 
-TEST(Faces, WhetherAFaceSetIsClosedIsSeenAndNotBelieved) {
+TEST(Faces, ClosedAttributeIsIgnored) {
     EXPECT_EQ(beam("#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,3,4)),$);\n" + cubeList).shape, Shape::Points);
     EXPECT_EQ(beam("#20=IFCTRIANGULATEDFACESET(#30,$,.F.," + cubeTriangles + ",$);\n" + cubeList).shape, Shape::Solid);
 }
 
-TEST(Faces, PointIndicesLeadToTheList) {
+TEST(Faces, PointIndicesReferToTheList) {
     const std::string swapped = "#30=IFCCARTESIANPOINTLIST3D(((1.,1.,1.),(0.,1.,1.),(1.,0.,1.),(0.,0.,1.),"
                                 "(1.,1.,0.),(0.,1.,0.),(1.,0.,0.),(0.,0.,0.)));\n";
     expectSolid(beam("#20=IFCTRIANGULATEDFACESET(#30,$,.T.," + cubeTriangles + ",(8,7,6,5,4,3,2,1));\n" + swapped), 1.0, 0.5,
                 0.5, 0.5);
 }
 
-TEST(Faces, PolygonalFaceSetsWithAndWithoutVoids) {
+TEST(Faces, PolygonalFaceSetsMayHaveVoids) {
     const std::string quads = "#31=IFCINDEXEDPOLYGONALFACE((1,3,4,2));#32=IFCINDEXEDPOLYGONALFACE((5,6,8,7));"
                               "#33=IFCINDEXEDPOLYGONALFACE((1,2,6,5));#34=IFCINDEXEDPOLYGONALFACE((3,7,8,4));"
                               "#35=IFCINDEXEDPOLYGONALFACE((1,5,7,3));#36=IFCINDEXEDPOLYGONALFACE((2,4,8,6));\n";
     expectSolid(beam("#20=IFCPOLYGONALFACESET(#30,.T.,(#31,#32,#33,#34,#35,#36),$);\n" + quads + cubeList), 1.0, 0.5, 0.5,
                 0.5);
-    const Product holed =
+    const Product withHole =
         beam("#20=IFCPOLYGONALFACESET(#30,.T.,(#31),$);\n#31=IFCINDEXEDPOLYGONALFACEWITHVOIDS((1,2,4,3),((5,6,8,7)));\n" +
              cubeList);
-    EXPECT_EQ(holed.shape, Shape::Points);
-    EXPECT_EQ(holed.vertices.size(), 8u * 3u);
+    EXPECT_EQ(withHole.shape, Shape::Points);
+    EXPECT_EQ(withHole.vertices.size(), 8u * 3u);
 }
 
-TEST(Faces, EdgeLoopsGiveTheirVertices) {
-    // The bottom of a cylinder of radius 1: two half circles.
+TEST(Faces, EdgeLoopsFollowTheirCurves) {
+    // A disk of radius 1, bounded by two half circles.
     const std::string disk =
         "#20=IFCADVANCEDBREP(#30);\n#30=IFCCLOSEDSHELL((#31));\n#31=IFCADVANCEDFACE((#32),#33,.T.);\n"
         "#32=IFCFACEOUTERBOUND(#34,.T.);\n#33=IFCPLANE(#9);\n#34=IFCEDGELOOP((#35,#36));\n"
@@ -211,9 +213,9 @@ TEST(Faces, EdgeLoopsGiveTheirVertices) {
     expectBox(product, -1, -1, 0, 1, 1, 0);
 }
 
-TEST(Faces, ABrepOfPlanesAndStraightEdgesIsASolidAndACurvedOneIsNot) {
+TEST(Faces, OnlyBrepsWithPlaneSurfacesAreSolids) {
     for (const bool plane : {true, false}) {
-        // A tetrahedron with edges of its own for each pair of corners.
+        // A tetrahedron with one edge for each pair of corners.
         std::string text = "#20=IFCADVANCEDBREP(#30);\n#30=IFCCLOSEDSHELL((#100,#110,#120,#130));\n#33=";
         text += plane ? "IFCPLANE(#9);\n" : "IFCCYLINDRICALSURFACE(#9,1.);\n";
         const double corners[4][3] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
@@ -248,28 +250,28 @@ TEST(Faces, ABrepOfPlanesAndStraightEdgesIsASolidAndACurvedOneIsNot) {
     }
 }
 
-TEST(Faces, WhatIsNoFaceIsTold) {
+TEST(Faces, InvalidFacesAreReported) {
     const std::pair<std::string, const char*> cases[] = {
-        {"#20=IFCFACETEDBREP(#8);", "stands where a shell is expected"},
+        {"#20=IFCFACETEDBREP(#8);", "is used where a shell is expected"},
         {"#20=IFCFACETEDBREP(#30);#30=IFCCLOSEDSHELL(());", "has no points"},
         {"#20=IFCFACETEDBREP(#30);#30=IFCCLOSEDSHELL((#8));", "this kind of face is not supported"},
         {"#20=IFCFACETEDBREP(#30);#30=IFCCLOSEDSHELL((#31));#31=IFCFACE((#8));",
-         "stands where the bound of a face is expected"},
+         "is used where the bound of a face is expected"},
         {"#20=IFCFACETEDBREP(#30);#30=IFCCLOSEDSHELL((#31));#31=IFCFACE((#32));#32=IFCFACEBOUND(#8,.T.);",
          "this kind of loop is not supported"},
         {"#20=IFCFACETEDBREP(#30);#30=IFCCLOSEDSHELL((#31));#31=IFCFACE((#32));#32=IFCFACEBOUND(#33,.T.);#33=IFCPOLYLOOP((#"
          "8,#99));",
          "refers to #99"},
-        {"#20=IFCTRIANGULATEDFACESET(#8,$,.T.,((1,2,3)),$);", "stands where a list of points is expected"},
+        {"#20=IFCTRIANGULATEDFACESET(#8,$,.T.,((1,2,3)),$);", "is used where a list of points is expected"},
         {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,2)),$);" + cubeList, "does not have three corners"},
         {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,2,10)),$);" + cubeList,
-         "'10' names a point that the list of points does not have"},
-        {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,2,0)),$);" + cubeList, "'0' names a point"},
-        {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,2,99999999999999999999)),$);" + cubeList, "names a point"},
+         "'10' refers to a point that the list of points does not have"},
+        {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,2,0)),$);" + cubeList, "'0' refers to a point"},
+        {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,2,99999999999999999999)),$);" + cubeList, "refers to a point"},
         {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,(1,2,3),$);" + cubeList, "a face is not a list of indices"},
-        {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.);" + cubeList, "argument 4 of 3 is not as expected: a list"},
-        {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((3,2,1)),(1,2));" + cubeList, "'3' names a point"},
-        {"#20=IFCPOLYGONALFACESET(#30,.T.,(#8),$);" + cubeList, "stands where an IFCINDEXEDPOLYGONALFACE is expected"},
+        {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.);" + cubeList, "argument 4 is missing; expected a list"},
+        {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((3,2,1)),(1,2));" + cubeList, "'3' refers to a point"},
+        {"#20=IFCPOLYGONALFACESET(#30,.T.,(#8),$);" + cubeList, "is used where an IFCINDEXEDPOLYGONALFACE is expected"},
     };
     for (const auto& [data, expected] : cases) {
         const Taken taken = readData(beamOf("#20") + data + "\n");

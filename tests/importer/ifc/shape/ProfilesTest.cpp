@@ -6,15 +6,16 @@
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
-/// The profile #30, extruded by 1 along z: its area is the volume, its centre the centroid.
+// The profile #30, extruded by 1 along z: the volume is its area, the centroid its center.
 std::string extruded(const std::string& data) {
     return beamOf("#20") + "#20=IFCEXTRUDEDAREASOLID(#30,$,#7,1.);\n" + data;
 }
 
 Product profile(const std::string& data, const std::string& schema = "IFC4") {
-    return onlyProduct(readText(stepFile(inMetres + extruded(data), schema)));
+    return onlyProduct(readText(stepFile(inMeters + extruded(data), schema)));
 }
 
 void expectProfile(const std::string& data, double area, double x, double y, double width, double height) {
@@ -26,7 +27,7 @@ void expectProfile(const std::string& data, double area, double x, double y, dou
 
 constexpr double p = polygonOfUnitCircle;
 
-TEST(Profiles, Rectangles) {
+TEST(Profiles, RectanglesMayBeRoundedAndHollow) {
     expectProfile("#30=IFCRECTANGLEPROFILEDEF(.AREA.,$,$,3.,4.);", 12.0, 0, 0, 3, 4);
     expectProfile("#30=IFCROUNDEDRECTANGLEPROFILEDEF(.AREA.,$,$,3.,4.,0.5);", 12.0 - (4.0 - p) * 0.25, 0, 0, 3, 4);
     expectProfile("#30=IFCRECTANGLEHOLLOWPROFILEDEF(.AREA.,$,$,10.,6.,1.,$,$);", 60.0 - 32.0, 0, 0, 10, 6);
@@ -34,93 +35,94 @@ TEST(Profiles, Rectangles) {
                   60.0 - (4.0 - p) * 4.0 - 32.0 + (4.0 - p) * 1.0, 0, 0, 10, 6);
 }
 
-TEST(Profiles, ARectangleRoundedToACircleHasNoStraightEdge) {
+TEST(Profiles, FilletsMayMeet) {
     expectProfile("#30=IFCROUNDEDRECTANGLEPROFILEDEF(.AREA.,$,$,4.,4.,2.);", 4.0 * p, 0, 0, 4, 4);
 }
 
-TEST(Profiles, CirclesAndEllipsesArePolygonsOf64Corners) {
+TEST(Profiles, CirclesAndEllipsesHave64Corners) {
     expectProfile("#30=IFCCIRCLEPROFILEDEF(.AREA.,$,$,2.);", 4.0 * p, 0, 0, 4, 4);
     expectProfile("#30=IFCCIRCLEHOLLOWPROFILEDEF(.AREA.,$,$,2.,0.5);", (4.0 - 2.25) * p, 0, 0, 4, 4);
     expectProfile("#30=IFCELLIPSEPROFILEDEF(.AREA.,$,$,3.,1.);", 3.0 * p, 0, 0, 6, 2);
     EXPECT_EQ(profile("#30=IFCCIRCLEPROFILEDEF(.AREA.,$,$,2.);").vertices.size(), 2u * 64u * 3u);
 }
 
-TEST(Profiles, IShapes) {
+TEST(Profiles, IShapesHaveFilletsEdgesAndSlopes) {
     expectProfile("#30=IFCISHAPEPROFILEDEF(.AREA.,$,$,6.,10.,1.,2.,$,$,$);", 2 * 12.0 + 6.0, 0, 0, 6, 10);
-    // A fillet adds what the circle leaves of its square.
+    // Each of the four fillets adds (1 - pi / 4) r^2.
     expectProfile("#30=IFCISHAPEPROFILEDEF(.AREA.,$,$,6.,10.,1.,2.,0.5,$,$);", 30.0 + (4.0 - p) * 0.25, 0, 0, 6, 10);
-    // A rounded edge takes it away.
+    // Each of the four rounded edges removes as much.
     expectProfile("#30=IFCISHAPEPROFILEDEF(.AREA.,$,$,6.,10.,1.,2.,0.5,0.25,$);",
                   30.0 + (4.0 - p) * 0.25 - (4.0 - p) * 0.0625, 0, 0, 6, 10);
-    // The thickness of a sloping flange is that of its middle.
+    // The thickness of a sloping flange is measured in its middle, so the area is the same.
     expectProfile("#30=IFCISHAPEPROFILEDEF(.AREA.,$,$,6.,10.,1.,2.,$,$,0.1);", 30.0, 0, 0, 6, 10);
     // IFC2X3 ends with the fillet.
     expectProfile("#30=IFCISHAPEPROFILEDEF(.AREA.,$,$,6.,10.,1.,2.,$);", 30.0, 0, 0, 6, 10);
 }
 
-TEST(Profiles, AsymmetricIShapesOfBothSchemas) {
-    // Flanges of 10 by 2 below and 6 by 1 above, a web of 7 by 1: 20 (-4) + 6 (4.5) + 7 (0.5) over 33.
+TEST(Profiles, AsymmetricIShapesFollowBothSchemas) {
+    // Flanges of 10 by 2 at the bottom and 6 by 1 at the top, a web of 1 by 7: the center is at
+    // (20 * -4 + 6 * 4.5 + 7 * 0.5) / 33.
     expectProfile("#30=IFCASYMMETRICISHAPEPROFILEDEF(.AREA.,$,$,10.,10.,1.,2.,$,6.,1.,$,$,$,$,$);", 33.0, 0, -49.5 / 33.0,
                   10, 10);
     expectProfile("#30=IFCASYMMETRICISHAPEPROFILEDEF(.AREA.,$,$,10.,10.,1.,2.,$,6.,1.,$,5.);", 33.0, 0, -49.5 / 33.0, 10,
                   10);
-    // Without a thickness of its own the upper flange has that of the lower one: 20 (-4) + 12 (4) over 38.
+    // An omitted thickness of the top flange is that of the bottom flange: (20 * -4 + 12 * 4 + 6 * 0) / 38.
     expectProfile("#30=IFCASYMMETRICISHAPEPROFILEDEF(.AREA.,$,$,10.,10.,1.,2.,$,6.,$,$,$);", 38.0, 0, -32.0 / 38.0, 10, 10);
 }
 
-TEST(Profiles, LShapes) {
-    // A leg of 1 by 6 at x = -1.5, and the rest of 3 by 1 at (0.5, -2.5).
+TEST(Profiles, LShapesHaveFilletsEdgesAndSlopes) {
+    // A leg of 1 by 6 at x = -1.5, and one of 3 by 1 at (0.5, -2.5).
     expectProfile("#30=IFCLSHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,$,$,$);", 9.0, -7.5 / 9.0, -7.5 / 9.0, 4, 6);
     expectProfile("#30=IFCLSHAPEPROFILEDEF(.AREA.,$,$,4.,$,1.,$,$,$,$,$);", 7.0, (4 * -1.5 + 3 * 0.5) / 7, (3 * -1.5) / 7, 4,
                   4);
-    // Inner faces that rise 1 in 10 meet at (1.474747, 1.252525) from the outer corner.
+    // Inner faces with a slope of 1 in 10 intersect at (1.474747, 1.252525) from the outer corner.
     const Product sloping = profile("#30=IFCLSHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,$,$,0.09966865249116204);");
     EXPECT_NEAR(sloping.volume, 10.565656565656566, 1e-9);
     const Product rounded = profile("#30=IFCLSHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,0.5,0.25,$);");
     EXPECT_NEAR(rounded.volume, 9.0 + (1.0 - p / 4.0) * 0.25 - 2.0 * (1.0 - p / 4.0) * 0.0625, 1e-9);
 }
 
-TEST(Profiles, TShapes) {
+TEST(Profiles, TShapesHaveSlopes) {
     expectProfile("#30=IFCTSHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,1.,$,$,$,$,$);", 9.0, 0, 7.5 / 9.0, 4, 6);
-    // Thicknesses of sloping parts are those of their middles, so the area stays.
+    // The thickness of sloping parts is measured in their middle, so the area is the same.
     EXPECT_NEAR(profile("#30=IFCTSHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,1.,$,$,$,$,0.1);").volume, 9.0, 1e-9);
 }
 
-TEST(Profiles, UShapes) {
+TEST(Profiles, UShapesHaveFilletsEdgesAndSlopes) {
     expectProfile("#30=IFCUSHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,1.,$,$,$);", 12.0, -0.5, 0, 4, 6);
     const Product sloping = profile("#30=IFCUSHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,1.,$,$,0.1,$);");
     EXPECT_NEAR(sloping.volume, 12.0, 1e-9);
     const Product rounded = profile("#30=IFCUSHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,1.,0.5,0.5,$);");
-    EXPECT_NEAR(rounded.volume, 12.0, 1e-9) << "two fillets add what two edges take";
+    EXPECT_NEAR(rounded.volume, 12.0, 1e-9) << "two fillets add what two rounded edges remove";
 }
 
-TEST(Profiles, CShapes) {
-    // A web of 10, flanges of 5, lips of 2 more, all 1 thick.
+TEST(Profiles, CShapesHaveLipsAndBends) {
+    // A web of 10, two flanges of 5 and two lips of 2, all 1 thick.
     expectProfile("#30=IFCCSHAPEPROFILEDEF(.AREA.,$,$,10.,6.,1.,3.,$);", 24.0, -10.0 / 24.0, 0, 6, 10);
-    // Bends of the inner radius 0.5 and the outer radius 1.5.
+    // Four bends with inner radius 0.5 and outer radius 1.5.
     const Product bent = profile("#30=IFCCSHAPEPROFILEDEF(.AREA.,$,$,10.,6.,1.,3.,0.5,$);");
     EXPECT_NEAR(bent.volume, 24.0 - (4.0 - p) * 2.25 + (4.0 - p) * 0.25, 1e-9);
 }
 
-TEST(Profiles, ZShapesHaveTheUpperFlangeToTheLeft) {
+TEST(Profiles, ZShapesHaveTheTopFlangeOnTheLeft) {
     expectProfile("#30=IFCZSHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,1.,$,$);", 12.0, 0, 0, 7, 6);
     const Product z = profile("#30=IFCZSHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,1.,$,$);");
-    bool upperLeft = false;
-    bool upperRight = false;
+    bool topLeft = false;
+    bool topRight = false;
     for (std::size_t i = 0; i < z.vertices.size(); i += 3) {
-        upperLeft |= z.vertices[i] == -3.5 && z.vertices[i + 1] == 3.0;
-        upperRight |= z.vertices[i] == 3.5 && z.vertices[i + 1] == 3.0;
+        topLeft |= z.vertices[i] == -3.5 && z.vertices[i + 1] == 3.0;
+        topRight |= z.vertices[i] == 3.5 && z.vertices[i + 1] == 3.0;
     }
-    EXPECT_TRUE(upperLeft);
-    EXPECT_FALSE(upperRight);
+    EXPECT_TRUE(topLeft);
+    EXPECT_FALSE(topRight);
 }
 
-TEST(Profiles, Trapeziums) {
-    // The centre of the area lies at (b + 2t) / (b + t) h / 3 above the bottom.
+TEST(Profiles, TrapeziumsHaveTheirAreaAndCenter) {
+    // The center of the area is (b + 2t) / (b + t) h / 3 above the bottom.
     expectProfile("#30=IFCTRAPEZIUMPROFILEDEF(.AREA.,$,$,4.,2.,3.,1.);", 9.0, 0, -1.5 + 4.0 / 3.0, 4, 3);
 }
 
-TEST(Profiles, ParameterizedProfilesHaveAPosition) {
+TEST(Profiles, ParameterizedProfilesApplyTheirPosition) {
     const Product product = profile("#30=IFCRECTANGLEPROFILEDEF(.AREA.,$,#31,4.,2.);\n#31=IFCAXIS2PLACEMENT2D(#32,#33);\n"
                                     "#32=IFCCARTESIANPOINT((10.,20.));\n#33=IFCDIRECTION((0.,2.));\n");
     expectSolid(product, 8.0, 10, 20, 0.5);
@@ -134,16 +136,16 @@ const std::string hole =
     "#50=IFCPOLYLINE((#51,#52,#53));\n#51=IFCCARTESIANPOINT((1.,1.));\n#52=IFCCARTESIANPOINT((3.,1.));\n"
     "#53=IFCCARTESIANPOINT((1.,3.));\n";
 
-TEST(Profiles, ArbitraryProfilesWithAndWithoutVoids) {
+TEST(Profiles, ArbitraryProfilesMayHaveVoids) {
     const Product closed = profile("#30=IFCARBITRARYCLOSEDPROFILEDEF(.AREA.,$,#40);\n" + square);
     expectSolid(closed, 16.0, 2, 2, 0.5);
-    EXPECT_EQ(closed.vertices.size(), 8u * 3u) << "the repeated corner is one";
-    // A triangle of area 2 and centre (5/3, 5/3) is missing: (32 - 10/3) / 14.
+    EXPECT_EQ(closed.vertices.size(), 8u * 3u) << "the repeated corner occurs once";
+    // Without a triangle of area 2 around (5/3, 5/3): the center is at (32 - 10/3) / 14.
     const Product hollow = profile("#30=IFCARBITRARYPROFILEDEFWITHVOIDS(.AREA.,$,#40,(#50));\n" + square + hole);
     expectSolid(hollow, 14.0, (32.0 - 10.0 / 3.0) / 14.0, (32.0 - 10.0 / 3.0) / 14.0, 0.5);
 }
 
-TEST(Profiles, DerivedAndMirroredProfiles) {
+TEST(Profiles, DerivedProfilesApplyTheirOperator) {
     const std::string l = "#31=IFCLSHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,$,$,$);\n";
     const Product derived =
         profile("#30=IFCDERIVEDPROFILEDEF(.AREA.,$,#31,#32,$);\n#32=IFCCARTESIANTRANSFORMATIONOPERATOR2D($,$,#33,2.);\n"
@@ -152,14 +154,14 @@ TEST(Profiles, DerivedAndMirroredProfiles) {
     expectSolid(derived, 36.0, 10.0 - 15.0 / 9.0, -15.0 / 9.0, 0.5);
     const Product mirrored = profile("#30=IFCMIRROREDPROFILEDEF(.AREA.,$,#31,*,$);\n" + l);
     expectSolid(mirrored, 9.0, 7.5 / 9.0, -7.5 / 9.0, 0.5);
-    const Product uneven = profile("#30=IFCDERIVEDPROFILEDEF(.AREA.,$,#31,#32,$);\n"
-                                   "#32=IFCCARTESIANTRANSFORMATIONOPERATOR2DNONUNIFORM($,$,#33,2.,3.);\n"
-                                   "#33=IFCCARTESIANPOINT((0.,0.));\n" +
-                                   l);
-    expectSolid(uneven, 54.0, -15.0 / 9.0, -22.5 / 9.0, 0.5);
+    const Product nonUniform = profile("#30=IFCDERIVEDPROFILEDEF(.AREA.,$,#31,#32,$);\n"
+                                       "#32=IFCCARTESIANTRANSFORMATIONOPERATOR2DNONUNIFORM($,$,#33,2.,3.);\n"
+                                       "#33=IFCCARTESIANPOINT((0.,0.));\n" +
+                                       l);
+    expectSolid(nonUniform, 54.0, -15.0 / 9.0, -22.5 / 9.0, 0.5);
 }
 
-TEST(Profiles, CompositeProfilesAreTheSumOfTheirParts) {
+TEST(Profiles, CompositeProfilesAddTheirParts) {
     const Product product =
         profile("#30=IFCCOMPOSITEPROFILEDEF(.AREA.,$,(#31,#32),$);\n#31=IFCRECTANGLEPROFILEDEF(.AREA.,$,$,1.,1.);\n"
                 "#32=IFCRECTANGLEPROFILEDEF(.AREA.,$,#33,1.,2.);\n#33=IFCAXIS2PLACEMENT2D(#34,$);\n"
@@ -167,32 +169,32 @@ TEST(Profiles, CompositeProfilesAreTheSumOfTheirParts) {
     expectSolid(product, 3.0, 2, 0, 0.5);
 }
 
-TEST(Profiles, CenterLineProfilesAreStripsWithMitredBends) {
-    // Along (0,0) (4,0) (4,3), 1 wide: 4.5 by 1 and 1 by 2.5.
+TEST(Profiles, CenterLineProfilesHaveMiteredBends) {
+    // Along (0,0) (4,0) (4,3), 1 wide: rectangles of 4.5 by 1 and 1 by 2.5.
     const Product open =
         profile("#30=IFCCENTERLINEPROFILEDEF(.CURVE.,$,#31,1.);\n#31=IFCPOLYLINE((#32,#33,#34));\n"
                 "#32=IFCCARTESIANPOINT((0.,0.));\n#33=IFCCARTESIANPOINT((4.,0.));\n#34=IFCCARTESIANPOINT((4.,3.));\n");
     expectSolid(open, 7.0, (4.5 * 2.25 + 2.5 * 4) / 7.0, (2.5 * 1.75) / 7.0, 0.5);
-    // Around the square of 4: a frame from 5 by 5 to 3 by 3.
+    // Around a square of 4 by 4: a frame of 5 by 5 outside and 3 by 3 inside.
     const Product closed = profile("#30=IFCCENTERLINEPROFILEDEF(.CURVE.,$,#40,1.);\n" + square);
     expectSolid(closed, 16.0, 2, 2, 0.5);
     expectBox(closed, -0.5, -0.5, 0, 4.5, 4.5, 1);
 }
 
-TEST(Profiles, ARoundingThatDoesNotFitLeavesASharpCornerAndIsTold) {
+TEST(Profiles, FilletsThatDoNotFitAreReportedAndOmitted) {
     const Taken taken = readData(extruded("#30=IFCROUNDEDRECTANGLEPROFILEDEF(.AREA.,$,$,3.,4.,2.);"));
     ASSERT_EQ(taken.products.size(), 1u);
     expectSolid(taken.products[0], 12.0, 0, 0, 0.5);
-    EXPECT_NE(taken.reasons().find("a rounding is larger than its edges"), std::string::npos);
+    EXPECT_NE(taken.reasons().find("a fillet does not fit between the neighboring corners"), std::string::npos);
 }
 
-TEST(Profiles, DimensionsThatMakeNoProfileAreTold) {
+TEST(Profiles, InvalidDimensionsAreReported) {
     const std::pair<const char*, const char*> cases[] = {
-        {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,0.,4.)", "argument 4 of 5 is not as expected: a positive number"},
+        {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,0.,4.)", "argument 4 is invalid; expected a positive number"},
         {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,-3.,4.)", "a positive number"},
         {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,1E400,4.)", "a number"},
         {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,'3',4.)", "a number"},
-        {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,3.)", "argument 5 of 4 is not as expected"},
+        {"IFCRECTANGLEPROFILEDEF(.AREA.,$,$,3.)", "argument 5 is missing"},
         {"IFCRECTANGLEHOLLOWPROFILEDEF(.AREA.,$,$,10.,6.,3.,$,$)", "contradict each other"},
         {"IFCCIRCLEHOLLOWPROFILEDEF(.AREA.,$,$,2.,2.)", "contradict each other"},
         {"IFCISHAPEPROFILEDEF(.AREA.,$,$,6.,4.,1.,2.,$,$,$)", "contradict each other"},
@@ -223,7 +225,7 @@ TEST(Profiles, DimensionsThatMakeNoProfileAreTold) {
     }
 }
 
-TEST(Profiles, LinesWithoutAnAreaAreTold) {
+TEST(Profiles, ProfilesWithoutAreaAreReported) {
     const Taken taken =
         readData(extruded("#30=IFCARBITRARYCLOSEDPROFILEDEF(.AREA.,$,#31);\n#31=IFCPOLYLINE((#32,#33,#34));\n"
                           "#32=IFCCARTESIANPOINT((0.,0.));\n#33=IFCCARTESIANPOINT((1.,0.));\n"

@@ -6,25 +6,26 @@
 namespace velmor_tests {
 
 using namespace importer::ifc;
+
 namespace {
 
 constexpr double p = polygonOfUnitCircle;
 
 const std::string unitSquare = "#30=IFCRECTANGLEPROFILEDEF(.AREA.,$,$,1.,1.);\n";
 
-TEST(Sweeps, ExtrusionsAlongAndAcrossTheProfile) {
+TEST(Sweeps, ExtrusionsFollowTheirDirection) {
     expectSolid(beam("#20=IFCEXTRUDEDAREASOLID(#30,$,#7,3.);\n" + unitSquare), 3.0, 0, 0, 1.5);
-    // As long as the diagonal of a unit square, but leaning: the height is 1.
-    const Product leaning =
+    // As long as the diagonal of a unit square, and inclined by 45 degrees: the height is 1.
+    const Product inclined =
         beam("#20=IFCEXTRUDEDAREASOLID(#30,#9,#21,1.4142135623730951);\n#21=IFCDIRECTION((1.,0.,1.));\n" + unitSquare);
-    expectSolid(leaning, 1.0, 0.5, 0, 0.5);
-    expectBox(leaning, -0.5, -0.5, 0, 1.5, 0.5, 1);
-    // Downwards: as solid as upwards.
+    expectSolid(inclined, 1.0, 0.5, 0, 0.5);
+    expectBox(inclined, -0.5, -0.5, 0, 1.5, 0.5, 1);
+    // Downward extrusions are solids too.
     expectSolid(beam("#20=IFCEXTRUDEDAREASOLID(#30,$,#21,3.);\n#21=IFCDIRECTION((0.,0.,-1.));\n" + unitSquare), 3.0, 0, 0,
                 -1.5);
 }
 
-TEST(Sweeps, ExtrusionsHaveAPosition) {
+TEST(Sweeps, ExtrusionsApplyTheirPosition) {
     const Product product = beam("#20=IFCEXTRUDEDAREASOLID(#30,#21,#7,3.);\n#21=IFCAXIS2PLACEMENT3D(#22,#5,#6);\n"
                                  "#22=IFCCARTESIANPOINT((10.,20.,30.));\n" +
                                  unitSquare);
@@ -32,18 +33,19 @@ TEST(Sweeps, ExtrusionsHaveAPosition) {
     expectBox(product, 10, 19.5, 29.5, 13, 20.5, 30.5);
 }
 
-TEST(Sweeps, TaperedExtrusions) {
-    // A frustum from 2 by 2 to 1 by 1, 3 high: 4 + 2 + 1. Its centre lies at h/4 (A + 2 sqrt(AB) + 3B) / (A + sqrt(AB) + B).
+TEST(Sweeps, TaperedExtrusionsEndAtTheSecondProfile) {
+    // A frustum from A = 4 to B = 1, h = 3 high: volume h/3 (A + sqrt(AB) + B) = 7, centroid at
+    // h/4 (A + 2 sqrt(AB) + 3B) / (A + sqrt(AB) + B).
     const Product product = beam(
         "#20=IFCEXTRUDEDAREASOLIDTAPERED(#31,$,#7,3.,#30);\n#31=IFCRECTANGLEPROFILEDEF(.AREA.,$,$,2.,2.);\n" + unitSquare);
     expectSolid(product, 7.0, 0, 0, 0.75 * 11.0 / 7.0);
-    const Taken unlike = readData(
+    const Taken different = readData(
         beamOf("#20") + "#20=IFCEXTRUDEDAREASOLIDTAPERED(#31,$,#7,3.,#30);\n#31=IFCCIRCLEPROFILEDEF(.AREA.,$,$,2.);\n" +
         unitSquare);
-    EXPECT_NE(unlike.reasons().find("do not have the same number of corners"), std::string::npos);
+    EXPECT_NE(different.reasons().find("do not have the same number of corners"), std::string::npos);
 }
 
-/// A unit square at x = 2.5 turned around the y axis.
+// A unit square at x = 2.5, revolved around the y axis.
 std::string revolved(const std::string& angle) {
     return "#20=IFCREVOLVEDAREASOLID(#30,$,#21," + angle +
            ");\n#21=IFCAXIS1PLACEMENT(#8,#6);\n"
@@ -51,8 +53,8 @@ std::string revolved(const std::string& angle) {
            ");\n";
 }
 
-TEST(Sweeps, RevolvedAreas) {
-    // The polygon's share of rings from radius 2 to 3.
+TEST(Sweeps, RevolutionsTurnByTheirAngle) {
+    // A ring of radius 2 to 3, approximated by a polygon.
     expectSolid(beam(revolved("6.283185307179586")), 5.0 * p, 0, 0, 0);
     const Product quarter = beam(revolved("1.5707963267948966"));
     EXPECT_EQ(quarter.shape, Shape::Solid);
@@ -61,40 +63,41 @@ TEST(Sweeps, RevolvedAreas) {
     expectBox(beam(revolved("-1.5707963267948966")), 0, -0.5, 0, 3, 0.5, 3);
     EXPECT_NEAR(beam(revolved("-1.5707963267948966")).volume, 5.0 * p / 4.0, 1e-9);
     for (const char* angle : {"0.", "7.", "-7."})
-        EXPECT_NE(readData(beamOf("#20") + revolved(angle)).reasons().find("its angle is not between"), std::string::npos)
+        EXPECT_NE(readData(beamOf("#20") + revolved(angle)).reasons().find("its angle is zero or more than a full turn"),
+                  std::string::npos)
             << angle;
 }
 
-TEST(Sweeps, ProfilesThatTouchTheAxisMakeSolidsToo) {
+TEST(Sweeps, ProfilesThatTouchTheAxisMakeSolids) {
     const Product cylinder = beam("#20=IFCREVOLVEDAREASOLID(#30,$,#21,6.283185307179586);\n#21=IFCAXIS1PLACEMENT(#8,#6);\n"
                                   "#30=IFCRECTANGLEPROFILEDEF(.AREA.,$,#31,1.,1.);\n#31=IFCAXIS2PLACEMENT2D(#32,$);\n"
                                   "#32=IFCCARTESIANPOINT((0.5,0.));\n");
     expectSolid(cylinder, p, 0, 0, 0);
 }
 
-TEST(Sweeps, SweptDisks) {
+TEST(Sweeps, SweptDisksAreClosedPipes) {
     const std::string straight = "#30=IFCPOLYLINE((#8,#31));\n#31=IFCCARTESIANPOINT((2.,0.,0.));\n";
     expectSolid(beam("#20=IFCSWEPTDISKSOLID(#30,0.5,$,$,$);\n" + straight), 0.25 * p * 2, 1, 0, 0);
     expectSolid(beam("#20=IFCSWEPTDISKSOLID(#30,0.5,0.25,$,$);\n" + straight), (0.25 - 0.0625) * p * 2, 1, 0, 0);
-    // Round a corner, cut by the plane that halves it: the volume is that of both legs.
+    // Around a corner: the cut by the bisecting plane preserves the volume of the two segments.
     const Product bent = beam("#20=IFCSWEPTDISKSOLIDPOLYGONAL(#30,0.5,$,$,$,$);\n#30=IFCPOLYLINE((#8,#31,#32));\n"
                               "#31=IFCCARTESIANPOINT((2.,0.,0.));\n#32=IFCCARTESIANPOINT((2.,3.,0.));\n");
     EXPECT_EQ(bent.shape, Shape::Solid);
     EXPECT_NEAR(bent.volume, 0.25 * p * 5, 1e-9);
     expectBox(bent, 0, -0.5, -0.5, 2.5, 3, 0.5);
-    // Round a square: no lids.
+    // Around a square: no lids.
     const Product ring =
         beam("#20=IFCSWEPTDISKSOLID(#30,0.5,$,$,$);\n#30=IFCPOLYLINE((#8,#31,#32,#33,#8));\n"
              "#31=IFCCARTESIANPOINT((4.,0.,0.));\n#32=IFCCARTESIANPOINT((4.,4.,0.));\n#33=IFCCARTESIANPOINT((0.,4.,0.));\n");
     expectSolid(ring, 0.25 * p * 16, 2, 2, 0);
 }
 
-TEST(Sweeps, PrimitiveSolids) {
+TEST(Sweeps, PrimitiveSolidsHaveTheirVolume) {
     expectSolid(beam("#20=IFCBLOCK(#9,1.,2.,3.);"), 6.0, 0.5, 1, 1.5);
     expectSolid(beam("#20=IFCRECTANGULARPYRAMID(#9,2.,2.,3.);"), 4.0, 1, 1, 0.75);
     expectSolid(beam("#20=IFCRIGHTCIRCULARCYLINDER(#9,3.,2.);"), 12.0 * p, 0, 0, 1.5);
     expectSolid(beam("#20=IFCRIGHTCIRCULARCONE(#9,3.,2.);"), 4.0 * p, 0, 0, 0.75);
-    // 32 slices, each the frustum of a polygon.
+    // A sphere is 32 slices, each the frustum of a pyramid on a polygon.
     double volume = 0.0;
     for (int i = 0; i < 32; ++i) {
         const double a = std::acos(-1.0) * i / 32;
@@ -108,13 +111,13 @@ TEST(Sweeps, PrimitiveSolids) {
     expectBox(sphere, -2, -2, -2, 2, 2, 2);
 }
 
-TEST(Sweeps, WhatCannotBeSweptIsTold) {
+TEST(Sweeps, InvalidSweepsAreReported) {
     const std::pair<const char*, const char*> cases[] = {
         {"#20=IFCEXTRUDEDAREASOLID(#30,$,#7,0.);", "a positive number"},
         {"#20=IFCEXTRUDEDAREASOLID(#30,$,#7,$);", "a number"},
         {"#20=IFCEXTRUDEDAREASOLID(#30,$,$,1.);", "a reference to an instance"},
         {"#20=IFCEXTRUDEDAREASOLID($,$,#7,1.);", "a reference to an instance"},
-        {"#20=IFCEXTRUDEDAREASOLID(#30,$,#8,1.);", "stands where an IFCDIRECTION is expected"},
+        {"#20=IFCEXTRUDEDAREASOLID(#30,$,#8,1.);", "is used where an IFCDIRECTION is expected"},
         {"#20=IFCEXTRUDEDAREASOLID(#30,$,#21,1.);#21=IFCDIRECTION((0.,0.,0.));", "has no direction"},
         {"#20=IFCEXTRUDEDAREASOLID(#30,#8,#7,1.);", "this kind of placement is not supported"},
         {"#20=IFCEXTRUDEDAREASOLID(#30,#21,#7,1.);#21=IFCAXIS2PLACEMENT3D(#8,#7,#7);", "its axes are parallel"},
