@@ -119,6 +119,8 @@ private:
     char* bytes_; // from malloc; null if and only if size_ is 0
 };
 
+static_assert(sizeof(ForeignObjectSolid) == 16, "the layout of a solid is part of the binary interface");
+
 namespace Velmor {
 
 /// The bytes of one image in PNG format. The library does not read them.

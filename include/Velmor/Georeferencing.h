@@ -18,6 +18,8 @@ struct Vertex {
     double z;
 };
 
+static_assert(sizeof(Vertex) == 24, "the layout of a point is part of the binary interface");
+
 } // namespace Plexor
 
 namespace Velmor {

@@ -71,6 +71,8 @@ private:
     IFC2X3Property** items_; // capacity_ slots from the C heap; the first count_ are in use
 };
 
+static_assert(sizeof(IFC2X3PropertySet) == 16, "the layout of a property set is part of the binary interface");
+
 /// The typed value of a property. Only the field that the value type selects has a meaning.
 ///
 /// Failure: a getter that does not fit the value type returns a fixed default. The first such call in the process, per
@@ -189,6 +191,8 @@ private:
     IFC2X3PropertySet propertySet_;
 };
 
+static_assert(sizeof(IFC2X3PropertyComplex) == 528, "the layout of a complex property is part of the binary interface");
+
 /// A named property with a single value or a complex content. The factories below create properties.
 ///
 /// Failure: a failed allocation throws `std::bad_alloc`, leaks nothing and leaves the property unchanged. The exception is
@@ -250,6 +254,8 @@ private:
     IFC2X3PropertySingleValue* singleValue_; // owned, may be null
     IFC2X3PropertyComplex* complex_;         // owned, may be null
 };
+
+static_assert(sizeof(IFC2X3Property) == 1048, "the layout of a property is part of the binary interface");
 
 /// @name Factories
 ///

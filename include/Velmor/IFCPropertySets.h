@@ -41,6 +41,8 @@ struct IFC2X3_PSet_Custom_s {
     IFC2X3PropertySet properties;          ///< The properties.
 };
 
+static_assert(sizeof(IFC2X3_PSet_Custom_s) == 1064, "the layout of a named property set is part of the binary interface");
+
 /// How a span or slope is written. The enumeration can hold any 32-bit number.
 enum class MeasureKind : std::int32_t {
     None = 0,      ///< Not written; the same applies to any number without a name.
@@ -64,6 +66,9 @@ struct IFC2X3_PSet_BeamCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
+static_assert(sizeof(IFC2X3_PSet_BeamCommon_s) == 1056,
+              "the layout of a common property set is part of the binary interface");
+
 /// Converts to the property set "Pset_ColumnCommon".
 struct IFC2X3_PSet_ColumnCommon_s {
     WideChar reference[IFC2X3TextUnits];
@@ -76,6 +81,9 @@ struct IFC2X3_PSet_ColumnCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_ColumnCommon_s) == 1048,
+              "the layout of a common property set is part of the binary interface");
 
 /// Converts to the property set "Pset_IFC2X3_PSet_CurtainWallCommon". Note the name.
 struct IFC2X3_PSet_CurtainWallCommon_s {
@@ -91,6 +99,9 @@ struct IFC2X3_PSet_CurtainWallCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_CurtainWallCommon_s) == 2064,
+              "the layout of a common property set is part of the binary interface");
 
 /// Converts to the property set "Pset_DoorCommon".
 struct IFC2X3_PSet_DoorCommon_s {
@@ -113,6 +124,9 @@ struct IFC2X3_PSet_DoorCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_DoorCommon_s) == 2088,
+              "the layout of a common property set is part of the binary interface");
 
 /// Converts to the property set "Pset_DoorWindowGlazingType".
 struct IFC2X3_PSet_DoorWindowGlazingType_s {
@@ -149,6 +163,9 @@ struct IFC2X3_PSet_DoorWindowGlazingType_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
+static_assert(sizeof(IFC2X3_PSet_DoorWindowGlazingType_s) == 1128,
+              "the layout of a common property set is part of the binary interface");
+
 /// Converts to the property set "Pset_DoorWindowShadingType".
 struct IFC2X3_PSet_DoorWindowShadingType_s {
     double externalShadingCoefficient;
@@ -160,6 +177,9 @@ struct IFC2X3_PSet_DoorWindowShadingType_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_DoorWindowShadingType_s) == 32,
+              "the layout of a common property set is part of the binary interface");
 
 /// Converts to the property set "Pset_MemberCommon".
 struct IFC2X3_PSet_MemberCommon_s {
@@ -177,6 +197,9 @@ struct IFC2X3_PSet_MemberCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
+static_assert(sizeof(IFC2X3_PSet_MemberCommon_s) == 1056,
+              "the layout of a common property set is part of the binary interface");
+
 /// Converts to the property set "Pset_RailingCommon".
 struct IFC2X3_PSet_RailingCommon_s {
     WideChar reference[IFC2X3TextUnits];
@@ -188,6 +211,9 @@ struct IFC2X3_PSet_RailingCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_RailingCommon_s) == 536,
+              "the layout of a common property set is part of the binary interface");
 
 /// Converts to the property set "Pset_RampCommon".
 struct IFC2X3_PSet_RampCommon_s {
@@ -207,6 +233,9 @@ struct IFC2X3_PSet_RampCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
+static_assert(sizeof(IFC2X3_PSet_RampCommon_s) == 1056,
+              "the layout of a common property set is part of the binary interface");
+
 /// Converts to the property set "Pset_RoofCommon".
 struct IFC2X3_PSet_RoofCommon_s {
     WideChar reference[IFC2X3TextUnits];
@@ -215,6 +244,9 @@ struct IFC2X3_PSet_RoofCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_RoofCommon_s) == 1026,
+              "the layout of a common property set is part of the binary interface");
 
 /// Converts to the property set "Pset_SlabCommon".
 struct IFC2X3_PSet_SlabCommon_s {
@@ -235,6 +267,9 @@ struct IFC2X3_PSet_SlabCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_SlabCommon_s) == 2080,
+              "the layout of a common property set is part of the binary interface");
 
 /// Converts to the property set "Pset_StairCommon".
 struct IFC2X3_PSet_StairCommon_s {
@@ -258,6 +293,9 @@ struct IFC2X3_PSet_StairCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
+static_assert(sizeof(IFC2X3_PSet_StairCommon_s) == 1072,
+              "the layout of a common property set is part of the binary interface");
+
 /// Converts to the property set "Pset_WallCommon", which has neither "IsExternal" nor "IsLoadBearing".
 struct IFC2X3_PSet_WallCommon_s {
     WideChar reference[IFC2X3TextUnits];
@@ -278,6 +316,9 @@ struct IFC2X3_PSet_WallCommon_s {
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
 
+static_assert(sizeof(IFC2X3_PSet_WallCommon_s) == 2072,
+              "the layout of a common property set is part of the binary interface");
+
 /// Converts to the property set "Pset_WindowCommon".
 struct IFC2X3_PSet_WindowCommon_s {
     WideChar reference[IFC2X3TextUnits];
@@ -296,5 +337,8 @@ struct IFC2X3_PSet_WindowCommon_s {
 
     VELMOR_API operator IFC2X3_PSet_Custom_s() const;
 };
+
+static_assert(sizeof(IFC2X3_PSet_WindowCommon_s) == 2080,
+              "the layout of a common property set is part of the binary interface");
 
 } // namespace Velmor

@@ -2,7 +2,8 @@
 
 #include <cstddef>
 
-// The memory layouts that importers, hosts and this library share, field by field.
+// The memory layouts that importers, hosts and this library share, field by field. The size of a solid is asserted in the
+// public header, so that users' compilers check it.
 
 #define VELMOR_SIZE(record, size) static_assert(sizeof(record) == (size))
 #define VELMOR_FIELD(record, field, offset) static_assert(offsetof(record, field) == (offset))
@@ -18,7 +19,6 @@ VELMOR_FIELD(ForeignObjectEnv_t, handles, 8 + 3 * sizeof(WideString));
 
 // Private fields. The classes declare this structure a friend.
 struct Layouts {
-    VELMOR_SIZE(ForeignObjectSolid, 16);
     VELMOR_FIELD(ForeignObjectSolid, type_, 0);
     VELMOR_FIELD(ForeignObjectSolid, size_, 4);
     VELMOR_FIELD(ForeignObjectSolid, bytes_, 8);

@@ -6,7 +6,7 @@
 
 // The memory layouts that importers, hosts and this library share, field by field. They are the same on every system and for
 // every compiler, except where WideString is part of a layout: its size is that of the compiler's std::wstring or
-// std::u16string.
+// std::u16string. Sizes that do not depend on it are asserted in the public headers, so that users' compilers check them.
 
 #define VELMOR_SIZE(record, size) static_assert(sizeof(record) == (size))
 #define VELMOR_FIELD(record, field, offset) static_assert(offsetof(record, field) == (offset))
@@ -15,7 +15,6 @@ namespace Velmor::ifc {
 
 // Private fields. The classes declare this structure a friend.
 struct Layouts {
-    VELMOR_SIZE(IFC2X3Property, 1048);
     VELMOR_FIELD(IFC2X3Property, type_, 0);
     VELMOR_FIELD(IFC2X3Property, name_, 4);
     VELMOR_FIELD(IFC2X3Property, description_, 516);
@@ -32,11 +31,9 @@ struct Layouts {
     VELMOR_FIELD(IFC2X3PropertySingleValue, string_, 32);
     VELMOR_FIELD(IFC2X3PropertySingleValue, compoundPlaneAngle_, 32 + sizeof(WideString));
 
-    VELMOR_SIZE(IFC2X3PropertyComplex, 528);
     VELMOR_FIELD(IFC2X3PropertyComplex, usageName_, 0);
     VELMOR_FIELD(IFC2X3PropertyComplex, propertySet_, 512);
 
-    VELMOR_SIZE(IFC2X3PropertySet, 16);
     VELMOR_FIELD(IFC2X3PropertySet, count_, 0);
     VELMOR_FIELD(IFC2X3PropertySet, capacity_, 4);
     VELMOR_FIELD(IFC2X3PropertySet, items_, 8);
@@ -62,18 +59,15 @@ struct Layouts {
     VELMOR_FIELD(IFC4_MapConversion, mapProjection_, 72);
 };
 
-VELMOR_SIZE(Plexor::Vertex, 24);
 VELMOR_FIELD(Plexor::Vertex, x, 0);
 VELMOR_FIELD(Plexor::Vertex, y, 8);
 VELMOR_FIELD(Plexor::Vertex, z, 16);
 
-VELMOR_SIZE(IFC2X3_PSet_Custom_s, 1064);
 VELMOR_FIELD(IFC2X3_PSet_Custom_s, globalId, 0);
 VELMOR_FIELD(IFC2X3_PSet_Custom_s, name, 22);
 VELMOR_FIELD(IFC2X3_PSet_Custom_s, description, 534);
 VELMOR_FIELD(IFC2X3_PSet_Custom_s, properties, 1048);
 
-VELMOR_SIZE(IFC2X3_PSet_BeamCommon_s, 1056);
 VELMOR_FIELD(IFC2X3_PSet_BeamCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_BeamCommon_s, span, 512);
 VELMOR_FIELD(IFC2X3_PSet_BeamCommon_s, slope, 520);
@@ -85,7 +79,6 @@ VELMOR_FIELD(IFC2X3_PSet_BeamCommon_s, slopeKind, 1048);
 VELMOR_FIELD(IFC2X3_PSet_BeamCommon_s, hasSpan, 1052);
 VELMOR_FIELD(IFC2X3_PSet_BeamCommon_s, hasSlope, 1053);
 
-VELMOR_SIZE(IFC2X3_PSet_ColumnCommon_s, 1048);
 VELMOR_FIELD(IFC2X3_PSet_ColumnCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_ColumnCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_ColumnCommon_s, slope, 1024);
@@ -94,7 +87,6 @@ VELMOR_FIELD(IFC2X3_PSet_ColumnCommon_s, isLoadBearing, 1033);
 VELMOR_FIELD(IFC2X3_PSet_ColumnCommon_s, slopeKind, 1036);
 VELMOR_FIELD(IFC2X3_PSet_ColumnCommon_s, hasSlope, 1040);
 
-VELMOR_SIZE(IFC2X3_PSet_CurtainWallCommon_s, 2064);
 VELMOR_FIELD(IFC2X3_PSet_CurtainWallCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_CurtainWallCommon_s, unusedText, 512);
 VELMOR_FIELD(IFC2X3_PSet_CurtainWallCommon_s, fireRating, 1024);
@@ -105,7 +97,6 @@ VELMOR_FIELD(IFC2X3_PSet_CurtainWallCommon_s, isExternal, 2057);
 VELMOR_FIELD(IFC2X3_PSet_CurtainWallCommon_s, hasThermalTransmittance, 2058);
 VELMOR_FIELD(IFC2X3_PSet_CurtainWallCommon_s, hasCombustible, 2059);
 
-VELMOR_SIZE(IFC2X3_PSet_DoorCommon_s, 2088);
 VELMOR_FIELD(IFC2X3_PSet_DoorCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_DoorCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_DoorCommon_s, acousticRating, 1024);
@@ -123,7 +114,6 @@ VELMOR_FIELD(IFC2X3_PSet_DoorCommon_s, hasThermalTransmittance, 2078);
 VELMOR_FIELD(IFC2X3_PSet_DoorCommon_s, hasGlazingAreaFraction, 2079);
 VELMOR_FIELD(IFC2X3_PSet_DoorCommon_s, hasHandicapAccessible, 2080);
 
-VELMOR_SIZE(IFC2X3_PSet_DoorWindowGlazingType_s, 1128);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowGlazingType_s, fillGas, 0);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowGlazingType_s, glassColor, 512);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowGlazingType_s, glassThickness1, 1024);
@@ -154,7 +144,6 @@ VELMOR_FIELD(IFC2X3_PSet_DoorWindowGlazingType_s, hasSolarHeatGainTransmittance,
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowGlazingType_s, hasThermalTransmittanceSummer, 1119);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowGlazingType_s, hasThermalTransmittanceWinter, 1120);
 
-VELMOR_SIZE(IFC2X3_PSet_DoorWindowShadingType_s, 32);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowShadingType_s, externalShadingCoefficient, 0);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowShadingType_s, internalShadingCoefficient, 8);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowShadingType_s, insetShadingCoefficient, 16);
@@ -162,7 +151,6 @@ VELMOR_FIELD(IFC2X3_PSet_DoorWindowShadingType_s, hasExternalShadingCoefficient,
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowShadingType_s, hasInternalShadingCoefficient, 25);
 VELMOR_FIELD(IFC2X3_PSet_DoorWindowShadingType_s, hasInsetShadingCoefficient, 26);
 
-VELMOR_SIZE(IFC2X3_PSet_MemberCommon_s, 1056);
 VELMOR_FIELD(IFC2X3_PSet_MemberCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_MemberCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_MemberCommon_s, span, 1024);
@@ -174,7 +162,6 @@ VELMOR_FIELD(IFC2X3_PSet_MemberCommon_s, hasSlope, 1043);
 VELMOR_FIELD(IFC2X3_PSet_MemberCommon_s, spanKind, 1044);
 VELMOR_FIELD(IFC2X3_PSet_MemberCommon_s, slopeKind, 1048);
 
-VELMOR_SIZE(IFC2X3_PSet_RailingCommon_s, 536);
 VELMOR_FIELD(IFC2X3_PSet_RailingCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_RailingCommon_s, height, 512);
 VELMOR_FIELD(IFC2X3_PSet_RailingCommon_s, diameter, 520);
@@ -182,7 +169,6 @@ VELMOR_FIELD(IFC2X3_PSet_RailingCommon_s, isExternal, 528);
 VELMOR_FIELD(IFC2X3_PSet_RailingCommon_s, hasHeight, 529);
 VELMOR_FIELD(IFC2X3_PSet_RailingCommon_s, hasDiameter, 530);
 
-VELMOR_SIZE(IFC2X3_PSet_RampCommon_s, 1056);
 VELMOR_FIELD(IFC2X3_PSet_RampCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_RampCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_RampCommon_s, slope, 1024);
@@ -196,12 +182,10 @@ VELMOR_FIELD(IFC2X3_PSet_RampCommon_s, hasRequiredHeadroom, 1045);
 VELMOR_FIELD(IFC2X3_PSet_RampCommon_s, hasSlope, 1046);
 VELMOR_FIELD(IFC2X3_PSet_RampCommon_s, slopeKind, 1048);
 
-VELMOR_SIZE(IFC2X3_PSet_RoofCommon_s, 1026);
 VELMOR_FIELD(IFC2X3_PSet_RoofCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_RoofCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_RoofCommon_s, isExternal, 1024);
 
-VELMOR_SIZE(IFC2X3_PSet_SlabCommon_s, 2080);
 VELMOR_FIELD(IFC2X3_PSet_SlabCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_SlabCommon_s, acousticRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_SlabCommon_s, fireRating, 1024);
@@ -217,7 +201,6 @@ VELMOR_FIELD(IFC2X3_PSet_SlabCommon_s, hasCombustible, 2075);
 VELMOR_FIELD(IFC2X3_PSet_SlabCommon_s, hasThermalTransmittance, 2076);
 VELMOR_FIELD(IFC2X3_PSet_SlabCommon_s, hasPitchAngle, 2077);
 
-VELMOR_SIZE(IFC2X3_PSet_StairCommon_s, 1072);
 VELMOR_FIELD(IFC2X3_PSet_StairCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_StairCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_StairCommon_s, numberOfRiser, 1024);
@@ -235,7 +218,6 @@ VELMOR_FIELD(IFC2X3_PSet_StairCommon_s, hasRiserHeight, 1062);
 VELMOR_FIELD(IFC2X3_PSet_StairCommon_s, hasTreadLength, 1063);
 VELMOR_FIELD(IFC2X3_PSet_StairCommon_s, hasRequiredHeadroom, 1064);
 
-VELMOR_SIZE(IFC2X3_PSet_WallCommon_s, 2072);
 VELMOR_FIELD(IFC2X3_PSet_WallCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_WallCommon_s, acousticRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_WallCommon_s, fireRating, 1024);
@@ -251,7 +233,6 @@ VELMOR_FIELD(IFC2X3_PSet_WallCommon_s, hasCombustible, 2062);
 VELMOR_FIELD(IFC2X3_PSet_WallCommon_s, hasExtendToStructure, 2063);
 VELMOR_FIELD(IFC2X3_PSet_WallCommon_s, hasCompartmentation, 2064);
 
-VELMOR_SIZE(IFC2X3_PSet_WindowCommon_s, 2080);
 VELMOR_FIELD(IFC2X3_PSet_WindowCommon_s, reference, 0);
 VELMOR_FIELD(IFC2X3_PSet_WindowCommon_s, fireRating, 512);
 VELMOR_FIELD(IFC2X3_PSet_WindowCommon_s, acousticRating, 1024);
