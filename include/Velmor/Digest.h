@@ -59,9 +59,8 @@ public:
 
         /// Parses hexadecimal text.
         /// @param text 40 digits, upper or lower case. Any other character counts as the digit 0.
-        /// @return a digest of 20 bytes; for a text of any other length a digest of five zero bytes, which equals no digest
-        /// of
-        ///         20 bytes.
+        /// @return a digest of 20 bytes; for a text of any other length a digest of five zero bytes, which
+        ///         equals no digest of 20 bytes.
         static Digest fromString(const std::string& text);
 
     private:
@@ -89,8 +88,7 @@ public:
     /// Computes the digest of the content of a file, which is read in pieces of 1 MiB.
     /// @param path the file.
     /// @return the digest. If the file cannot be opened, twenty zero bytes; `FileStream::openFileForReading` reports this.
-    /// If a
-    ///         read fails, the digest of the bytes before it.
+    ///         If a read fails, the digest of the bytes before it.
     static Digest FromFile(const WideString& path);
 
 private:

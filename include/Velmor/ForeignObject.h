@@ -95,7 +95,7 @@ public:
     /// Creates a deep copy.
     ForeignObjectSolid(const ForeignObjectSolid& other);
 
-    /// Frees the own block, then copies type and bytes. Assigning a solid to itself is not supported.
+    /// Frees the block of this object, then copies type and bytes. Assigning a solid to itself is not supported.
     /// @param other not changed, although the parameter is not const.
     ForeignObjectSolid& operator=(ForeignObjectSolid& other);
 

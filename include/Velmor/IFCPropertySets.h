@@ -85,7 +85,7 @@ struct IFC2X3_PSet_ColumnCommon_s {
 static_assert(sizeof(IFC2X3_PSet_ColumnCommon_s) == 1048,
               "the layout of a common property set is part of the binary interface");
 
-/// Converts to the property set "Pset_IFC2X3_PSet_CurtainWallCommon". Note the name.
+/// Converts to the property set "Pset_IFC2X3_PSet_CurtainWallCommon", whose name contains the name of the structure.
 struct IFC2X3_PSet_CurtainWallCommon_s {
     WideChar reference[IFC2X3TextUnits];
     WideChar unusedText[IFC2X3TextUnits]; ///< Not read.

@@ -16,7 +16,7 @@ namespace Velmor {
 /// is undefined behavior.
 ///
 /// Threads: threads of one process may share an object. The thread that holds the lock may enter it again; it must leave it
-/// as often as it entered.
+/// once for each time that it entered.
 class VELMOR_API CriticalSection {
 public:
     /// Scope guard: holds a critical section from its construction to its destruction.
@@ -62,7 +62,7 @@ private:
 static_assert(sizeof(CriticalSection) == 2 * sizeof(void*), "the layout of a critical section is fixed");
 static_assert(sizeof(CriticalSection::Lock) == sizeof(void*), "the layout of a guard is fixed");
 
-/// Announces one event. A signal that was raised stays raised; there is no reset.
+/// A manual-reset event that cannot be reset: a signal that was raised stays raised.
 ///
 /// Failure: the constructor does not report that it could not create the event. `raise` and `wait` then do nothing.
 ///

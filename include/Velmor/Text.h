@@ -47,9 +47,7 @@ public:
     /// six bits are used; overlong forms are accepted. A sequence that begins with a continuation byte or with a byte from
     /// 0xF0 up is an error.
     /// @param source NUL-terminated text, or null.
-    /// @return the text; empty on error and for null. If the end of the source cuts off a sequence, the text ends with a
-    /// zero
-    ///         unit.
+    /// @return the text; empty on error and for null. If the last sequence is incomplete, the text ends with a zero unit.
     static WideString ConvertFromUTF8(const unsigned char* source);
 
     /// Decodes UTF-8 up to its first zero byte or up to `sourceLength` bytes, like the form above.
@@ -57,9 +55,9 @@ public:
     /// @param sourceLength its length in bytes.
     static WideString ConvertFromUTF8(const unsigned char* source, std::size_t sourceLength);
 
-    /// Decodes UTF-8 into a buffer, like the forms above except for a sequence that the end of the source cuts off. If such
-    /// a sequence has two bytes, the text ends before it. If it has three bytes, its first byte is dropped and the byte
-    /// after it begins a new sequence; a continuation byte there is an error.
+    /// Decodes UTF-8 into a buffer, like the forms above except for an incomplete sequence at the end of the source. If its
+    /// first byte begins a sequence of two bytes, the text ends before it. If it begins a sequence of three bytes, this
+    /// byte is dropped and the byte after it begins a new sequence; a continuation byte there is an error.
     /// @param source              the text.
     /// @param sourceLength        its length in bytes.
     /// @param[out] destination    receives the text and a terminating zero unit. Text that does not fit is cut off.
@@ -80,9 +78,8 @@ public:
     /// Decodes text in the code page of the calling thread into a buffer. No failure is reported.
     /// @param source              the text.
     /// @param sourceLength        its length in bytes, truncated to 32 bits.
-    /// @param[out] destination    receives the text without a terminator. If the text does not fit, the content depends on
-    /// the
-    ///                            operating system.
+    /// @param[out] destination    receives the text without a terminator. If the text does not fit, the content
+    ///                            depends on the operating system.
     /// @param destinationCapacity size of `destination` in code units, truncated to 32 bits.
     static void ConvertFromCurrentLocale(const char* source, std::size_t sourceLength, WideChar* destination,
                                          std::size_t destinationCapacity);
@@ -94,9 +91,8 @@ public:
     /// Encodes wide text in the code page of the system into a buffer, like the form above.
     /// @param source              the text.
     /// @param sourceLength        its length in code units.
-    /// @param[out] destination    receives the part of the text that fits, then zero bytes up to its end. It has a
-    /// terminator
-    ///                            only if the text is shorter than the capacity.
+    /// @param[out] destination    receives the part of the text that fits, then zero bytes up to its end. It has
+    ///                            a terminator only if the text is shorter than the capacity.
     /// @param destinationCapacity size of `destination` in bytes.
     static void ConvertToCurrentLocale(const WideChar* source, std::size_t sourceLength, char* destination,
                                        std::size_t destinationCapacity);

@@ -38,8 +38,8 @@ void breakIntoDebugger();
 ///     static ReportOnce once;
 ///     once([&] { reportDiagnostic(diagnosticLevel, "Error writing to file, %d\n", code); });
 ///
-/// The first call sets the flag, also without a debugger. Only under a debugger is the report made and its arguments
-/// converted.
+/// The first call sets the flag, also without a debugger. The report is made, and its arguments are converted, only if
+/// a debugger is attached.
 ///
 /// Threads: may be called from any thread; concurrent first calls may each make the report.
 class ReportOnce {

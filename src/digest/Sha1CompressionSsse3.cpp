@@ -80,7 +80,7 @@ VELMOR_SSSE3_INLINE void oneStep(Word (&working)[5], const Schedule& schedule) {
     const Word d = working[(83 - step) % 5];
     Word& e = working[(84 - step) % 5];
     // Volatile forces a read from memory. Otherwise compilers extract the words from the vector registers one by one, which
-    // costs a tenth of the speed.
+    // is ten percent slower.
     e += static_cast<const volatile Word&>(schedule.addends[step]);
     e += mix<step>(b, c, d);
     e += std::rotl(a, 5);

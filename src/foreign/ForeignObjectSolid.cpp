@@ -36,7 +36,7 @@ char* copyBlock(std::uint32_t& size, const char* bytes, ReportOnce& once) {
 using Velmor::diagnostics::ReportOnce;
 using Velmor::foreign::copyBlock;
 
-// Frozen: without memory for the block the solid is empty, with its type set, and nothing is thrown. Each of the three
+// Frozen: if the block cannot be allocated, the solid is empty, with its type set, and nothing is thrown. Each of the three
 // operations reports its own first failure.
 
 ForeignObjectSolid::ForeignObjectSolid(Type_t type, unsigned size, const char* bytes) : type_(type), size_(size) {

@@ -237,7 +237,7 @@ ExternalGUIDRuntimeID_e ExternalGUIDDatabase::insertGUID(const ExternalGUID& gui
     const int status = keys.table ? tabrix::findOrInsert(keys.keyIndex, row.bytes) : tabrix::statusFailed;
     if (status == tabrix::statusOk)
         return runtimeID(idOf(row.bytes));
-    // Frozen: the id is used up even if the store refuses the row.
+    // Frozen: the id is consumed even if the row cannot be stored.
     // Frozen: the counter is not stopped at 0x80000000, where the ids of spatial hashes begin.
     --state_->nextKeyedID;
     if (status != tabrix::statusNotFound)

@@ -1,6 +1,6 @@
 #include "identity/SpatialHashSteps.h"
 
-// The definition: one pass for the bounding box, one for the radii.
+// The reference implementation: one pass for the bounding box, one for the radii.
 
 namespace Velmor::identity {
 

@@ -88,7 +88,7 @@ std::uint32_t insertSpatialHash(SpatialTree& tree, const double* key) {
     if ((!tree.last || tree.last->used == spatialChunkSize) && !addSpatialChunk(tree))
         return 0;
 
-    // Frozen: the key is written to the next free slot before the search, where its id makes it visible.
+    // Frozen: the key is written to the next free slot before the search, so `spatialHashAt` can return it.
     SpatialNode* candidate = tree.last->nodes + tree.last->used;
     candidate->id = tree.count;
     candidate->high = nullptr;

@@ -34,7 +34,7 @@ IFC2X3PropertySet::IFC2X3PropertySet(const IFC2X3PropertySet& other) : IFC2X3Pro
         return;
     items_ = static_cast<IFC2X3Property**>(std::calloc(other.count_, sizeof(void*)));
     if (!items_)
-        return; // Frozen: without memory for the array the copy is empty, without a report.
+        return; // Frozen: if the array cannot be allocated, the copy is empty, without a report.
     capacity_ = other.count_;
     // If the copy of a property throws, the destructor releases the copies made so far: the constructor of the empty set has
     // completed by delegation.
@@ -61,7 +61,7 @@ void IFC2X3PropertySet::addProperty(const IFC2X3Property& property) {
         capacity += growthStep;
         void* const grown = std::realloc(items_, capacity * sizeof(void*));
         if (!grown)
-            return; // Frozen: without memory for the array the property is not added, without a report.
+            return; // Frozen: if the array cannot grow, the property is not added, without a report.
         items_ = static_cast<IFC2X3Property**>(grown);
     }
     // capacity_ changes last: if the copy throws, the set is unchanged for its caller. The array is then larger than
@@ -82,7 +82,7 @@ unsigned int IFC2X3PropertySet::getCount() const {
     return count_;
 }
 
-// Frozen: an index out of range is a shared default property, without a report.
+// Frozen: for an index out of range the result is a shared default property, without a report.
 const IFC2X3Property& IFC2X3PropertySet::getProperty(unsigned int index) const {
     if (index < count_)
         return *items_[index];

@@ -179,8 +179,8 @@ void findClose(HANDLE search);                      ///< FindClose
 bool getDiskFreeSpace(const WideChar* path, std::uint64_t* available);
 
 /// GetFileSecurityW, ImpersonateSelf, OpenThreadToken, RevertToSelf and AccessCheck: whether the user of the calling thread
-/// may read the attributes of a file or folder, and whether he may write or append to it. POSIX: faccessat for the effective
-/// user.
+/// may read the attributes of a file or folder, and whether this user may write or append to it. POSIX: faccessat for the
+/// effective user.
 /// @param[out] read,write not changed on failure.
 void checkFileAccess(const WideChar* path, bool* read, bool* write);
 

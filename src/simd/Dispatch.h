@@ -10,7 +10,7 @@
 //
 //     X.h          the contract, the functions that the library calls, and the dispatch object
 //     X.cpp        the table of kernels
-//     XPlain.cpp   the algorithm in plain C++: the definition, to which the tests compare all other kernels
+//     XPlain.cpp   the reference implementation in plain C++, with which the tests compare all other kernels
 //     XSse2.cpp    and so on: one file per instruction set, with the same results bit by bit
 //
 // The dispatch object chooses a kernel at the first call; all later calls use it.
@@ -51,7 +51,7 @@ public:
         return functions != nullptr ? *functions : choose();
     }
 
-    /// Makes the whole process use a kernel, for tests and benchmarks. Null: the fastest one again.
+    /// Makes the whole process use a kernel, for tests and benchmarks. Null selects the fastest kernel again.
     /// @param kernel must exist as long as it is in use.
     void force(const Kernel<Functions>* kernel) {
         chosen_.store(kernel != nullptr ? &kernel->functions : nullptr, std::memory_order_relaxed);

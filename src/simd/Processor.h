@@ -6,7 +6,7 @@
 
 namespace Velmor::simd {
 
-/// What a kernel needs of the processor.
+/// The instruction set that a kernel requires.
 enum class InstructionSet {
     Baseline,     ///< The instructions of every processor that the compiler's target includes.
     Sse2,         ///< Part of the baseline of x86-64.

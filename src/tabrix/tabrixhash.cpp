@@ -174,7 +174,7 @@ const unsigned char* walkChain(const Index& index, std::uint32_t hash, HasKey ha
 } // namespace
 
 void* allocate(std::size_t bytes, const char* label) {
-    // Never zero bytes: the result could be null without a failure.
+    // At least one byte: for zero bytes calloc may return null without a failure.
     void* block = std::calloc(1, std::max<std::size_t>(bytes, 1));
     // Frozen: the text of the message and standard error as its destination.
     if (!block)

@@ -6,7 +6,7 @@
 
 #include <cstddef>
 
-// The UTF-8 of StringOperations. One sequence of one, two or three bytes is one code unit:
+// The variant of UTF-8 that StringOperations uses. One sequence of one, two or three bytes is one code unit:
 //
 //     bytes                         code unit
 //     0xxxxxxx                      0000 to 007F
@@ -24,9 +24,9 @@ struct DecodeResult {
     bool valid;        ///< False if an invalid first byte was found.
 };
 
-/// Decodes up to the first zero byte, or until the destination is full. When the end of the source cuts off a sequence of
-/// two bytes, decoding ends. When it cuts off a sequence of three bytes, only the first byte is dropped and the next byte
-/// begins a new sequence.
+/// Decodes up to the first zero byte, or until the destination is full. At an incomplete sequence of two bytes at
+/// the end of the source, decoding ends. Of an incomplete sequence of three bytes only the first byte is dropped; the next
+/// byte begins a new sequence.
 /// @param capacity size of `destination` in code units. Nothing after the code units of the result changes.
 using DecodeUtf8 = DecodeResult(const unsigned char* source, std::size_t length, WideChar* destination,
                                 std::size_t capacity);
@@ -45,7 +45,7 @@ struct Utf8Size {
     std::size_t bytes; ///< Bytes of their encoding.
 };
 
-/// Measures a text without its first zero unit and what follows.
+/// Measures a text up to its first zero unit, which is not included.
 using MeasureUtf8 = Utf8Size(const WideChar* source, std::size_t length);
 
 namespace plain {

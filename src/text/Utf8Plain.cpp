@@ -1,6 +1,6 @@
 #include "text/Utf8.h"
 
-// The definition: one character after another. See Utf8.h for the format.
+// The reference implementation: one character after another. See Utf8.h for the format.
 
 namespace Velmor::text {
 

@@ -214,8 +214,9 @@ private:
                                _mm_cmpeq_epi16(_mm_and_si128(high_, everyUnit(bits)), zero));
     }
 
-    /// Stores the encodings one after another. Each store writes up to sizeof(Bytes) - 1 bytes too many. As many units are
-    /// left for the next block; each of them has one byte or more, so their encodings overwrite these bytes.
+    /// Stores the encodings one after another. Each store writes up to sizeof(Bytes) - 1 unused bytes. The last
+    /// sizeof(Bytes) - 1 units of the block are left for the next block: each has at least one byte, so they overwrite the
+    /// unused bytes.
     template <class Bytes>
     std::size_t storeCharacters(const Bytes (&characters)[blockSize], unsigned char* destination,
                                 std::size_t& written) const {

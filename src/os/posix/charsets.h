@@ -12,7 +12,7 @@ inline constexpr unsigned utf8CodePage = 65001;
 /// A code page other than UTF-8. All of them are extensions of ASCII.
 struct CodePage {
     unsigned number;       ///< The number in Windows.
-    const char* converter; ///< The iconv name of the charset that Windows means by this number.
+    const char* converter; ///< The iconv name of the charset with this Windows number.
     /// The private-use character of the first undefined byte from 0xA0 on; the next undefined bytes have the next
     /// characters. 0 if undefined bytes become the default character.
     WideChar privateUse;

@@ -119,7 +119,7 @@ HANDLE createFile(const WideChar* path, const FileArguments& arguments) {
         if (arguments.create && ftruncate(file.number(), 0) != 0)
             return failWithErrno();
     }
-    // Now instead of at the last close, so that the file is deleted even if its processes are killed.
+    // The name is removed now, not at the last close, so that the file is deleted even if its processes are killed.
     if (arguments.deleteOnClose && unlink(name->c_str()) != 0)
         return failWithErrno();
     if (arguments.sequential)

@@ -36,7 +36,7 @@ namespace Velmor::os {
 
 namespace {
 
-/// The exit code of a process for which the program itself has called waitpid, or ignores SIGCHLD.
+/// The exit code of a process if the program itself has called waitpid for it, or ignores SIGCHLD.
 constexpr unsigned unavailableExitCode = 0xFFFFFFFF;
 
 /// Children whose handles are closed and for which no thread waits.
