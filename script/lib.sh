@@ -29,8 +29,8 @@ need_packages() {
     rm -f "$log"
 }
 
-# show_progress LABEL: reads the output of ninja and shows how far it is: on a terminal in one line that is overwritten, elsewhere
-# in one line for each tenth of the work.
+# show_progress LABEL: reads the output of ninja and shows its progress: on a terminal in one line that is overwritten,
+# otherwise in one line for each tenth of the work.
 show_progress() {
     local terminal=0
     [[ ! -t 1 ]] || terminal=1
@@ -49,8 +49,8 @@ show_progress() {
         END { if (terminal && shown) printf "\n" }'
 }
 
-# build PRESET [CMAKE-OPTION...] [-- TARGET...]: configures a preset if necessary, and builds it. Shows the progress; of the
-# output of the tools it prints only that of a step that failed.
+# build PRESET [CMAKE-OPTION...] [-- TARGET...]: configures a preset if necessary, and builds it. Shows the progress; the
+# output of the tools is printed only if a step fails.
 build() {
     local preset=$1 options=() log
     shift

@@ -19,8 +19,8 @@
 
 namespace importer::child {
 
-/// Writes a model to the streams of an environment, as docs/formats.md specifies. All functions throw WriteError when a
-/// stream cannot be written.
+/// Writes a model to the streams of an environment. docs/importer/streams.md describes the records. All functions throw
+/// WriteError when a stream cannot be written.
 class StreamSink : public ModelSink {
 public:
     /// @param environment its stream handles must stay open while the sink exists.

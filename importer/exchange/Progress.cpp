@@ -17,8 +17,8 @@
 // itself: the thousandths done so far. The host rewinds, reads to the end and takes the largest value.
 //
 // If the importer writes between the rewinding and the reading, its record overwrites an older and smaller one. The position
-// is still on a record boundary, and after the reading it is at the end again. So no record is torn, and the largest value
-// is always in the file.
+// is still on a record boundary, and after the reading it is at the end again. So every record is complete, and the
+// largest value is always in the file.
 
 namespace importer::exchange {
 

@@ -129,7 +129,7 @@ void add(IFC2X3PropertySet& set, const IFC2X3Property& property) {
     const unsigned count = set.getCount();
     set.addProperty(property);
     if (set.getCount() == count)
-        throw std::bad_alloc(); // without memory, addProperty does nothing and reports nothing
+        throw std::bad_alloc(); // when memory is exhausted, addProperty adds nothing and reports no error
 }
 
 // The properties in a range of indices, with everything within them.

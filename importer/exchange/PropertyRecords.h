@@ -1,7 +1,7 @@
 #pragma once
 
-// The attributes stream: the property sets of a model, each once, and which object has which sets. docs/formats.md specifies
-// the bytes.
+// The attributes stream: the property sets of a model, each once, and which object has which sets.
+// docs/importer/streams.md describes the bytes.
 
 #include <Velmor/IFCPropertySets.h>
 
@@ -15,7 +15,7 @@
 
 namespace importer::exchange {
 
-/// Maximum number of complex properties within each other.
+/// Maximum nesting depth of complex properties.
 inline constexpr unsigned deepestNesting = 64;
 
 /// One property of an encoded set. The views are parts of the bytes of the set.
@@ -51,7 +51,7 @@ std::string encode(const Assignment& assignment);
 /// @throws FormatError when it is neither.
 bool isPropertySet(std::string_view payload);
 
-/// Takes the bytes of a property set apart and checks all of them.
+/// Parses the bytes of a property set and checks all of them.
 /// @return views of the bytes; `payload` must outlive them.
 /// @throws FormatError
 EncodedSet parsePropertySet(std::string_view payload);

@@ -22,10 +22,10 @@ void appendReal(std::string& out, double value);
 /// @throws WriteError for a text of more than 4 GiB.
 void appendText(std::string& out, std::string_view text);
 
-/// The number that up to eight bytes form, the lowest first.
+/// Decodes an unsigned number of up to eight bytes, the lowest byte first.
 std::uint64_t numberIn(std::string_view bytes);
 
-/// The number that eight bytes form.
+/// Decodes a floating-point number of eight bytes.
 double realIn(std::string_view bytes);
 
 /// Takes the fields of a record one after another.

@@ -1,6 +1,7 @@
 #pragma once
 
-// The solids stream and the textures stream: surfaces of closed solids, and images. docs/formats.md specifies the bytes.
+// The solids stream and the textures stream: surfaces of closed solids, and images.
+// docs/importer/streams.md describes the bytes.
 
 #include <Velmor/ForeignObject.h>
 
@@ -23,13 +24,14 @@ struct Mesh {
 /// The type of a ForeignObjectSolid whose bytes are a mesh.
 inline constexpr auto meshSolid = static_cast<ForeignObjectSolid::Type_t>(1);
 
-/// Makes a mesh of the vertices that triangles use. Vertices with equal coordinates become one.
+/// Makes a mesh of triangles and the vertices that they use. Vertices with equal coordinates become one vertex.
 /// @param vertices  triples x, y, z.
 /// @param triangles indices within `vertices`; not checked.
 Mesh meshOf(const std::vector<double>& vertices, const std::vector<std::uint32_t>& triangles);
 
 /// The solid whose bytes are a mesh.
-/// @throws WriteError for a mesh of more than 4 GiB. Without memory the solid is empty; encoding its record throws.
+/// @return an empty solid if memory is exhausted; encoding its record throws.
+/// @throws WriteError for a mesh of more than 4 GiB.
 ForeignObjectSolid encode(const Mesh& mesh);
 
 /// The mesh in the bytes of a solid.
@@ -51,12 +53,13 @@ struct TextureRecord {
 };
 
 /// The bytes of a record, without its length prefix.
-/// @throws WriteError for data of more than 4 GiB; std::bad_alloc for a mesh that lost its bytes for lack of memory.
+/// @throws WriteError for data of more than 4 GiB; std::bad_alloc if the solid is empty because memory was exhausted.
 std::string encode(const SolidRecord& record);
 std::string encode(const TextureRecord& record);
 
 /// The record in the bytes, which must be exactly one record.
-/// @throws FormatError. Without memory the solid is empty.
+/// @return a record with an empty solid if memory is exhausted.
+/// @throws FormatError
 SolidRecord decodeSolid(std::string_view payload);
 TextureRecord decodeTexture(std::string_view payload);
 

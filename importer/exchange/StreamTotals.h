@@ -10,8 +10,8 @@ namespace importer::exchange {
 
 class Fields;
 
-/// What writer and reader of a stream compute from its records. Both must get the same result: a write that comes out short
-/// may report success.
+/// What writer and reader of a stream compute from its records. Both must get the same result: a write may be
+/// shorter than requested and still report success.
 struct StreamTotals {
     std::uint64_t records = 0;
     std::uint64_t bytes = 0;                      ///< Of all records, including their length prefixes.

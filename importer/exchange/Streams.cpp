@@ -6,10 +6,11 @@
 #include <vector>
 
 // A stream is a sequence of records: length (4 bytes, little-endian) and payload. Writer and reader buffer one block, so
-// that small records cost no system call each. Both count records, bytes and a checksum (StreamTotals); the reader of a
-// stream compares its totals with those that the writer reported elsewhere.
+// that a small record does not need a system call of its own. Both compute totals: number of records, number of bytes, and
+// checksum (StreamTotals). The reader compares its totals with those of the writer, which are in the info record or in the
+// header of the state file.
 //
-// A length is not trusted: the reader requests one block at a time and stores only bytes that the stream really has.
+// The length of a record is not trusted: the reader requests one block at a time and stores only the bytes it received.
 
 namespace importer::exchange {
 
@@ -33,7 +34,7 @@ void RecordWriter::write(std::string_view payload) {
 void RecordWriter::flush() {
     // A write that reports success may still be short when the disk has become full. The totals reveal that.
     if (!block_.empty() && !stream_.write(block_.size(), block_.data()))
-        throw WriteError(name_ + " cannot be written; is the disk full?");
+        throw WriteError(name_ + " cannot be written; check that the disk is not full");
     block_.clear();
 }
 

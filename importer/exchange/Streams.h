@@ -1,7 +1,7 @@
 #pragma once
 
 // Writing and reading sequences of records: the streams between importer and host, and the state file of the host.
-// docs/formats.md specifies the bytes.
+// docs/importer/streams.md describes the bytes.
 
 #include <Velmor/Platform.h>
 

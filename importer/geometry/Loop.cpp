@@ -3,7 +3,8 @@
 namespace importer::geometry {
 
 Vector3 doubleAreaVector(const Loop& loop) {
-    // A fan of triangles around the first corner. Differences to that corner keep the digits of a loop far from the origin.
+    // A fan of triangles around the first corner. Coordinates relative to that corner preserve precision far from the
+    // origin.
     Vector3 sum;
     for (std::size_t i = 2; i < loop.size(); ++i)
         sum = sum + cross(loop[i - 1] - loop[0], loop[i] - loop[0]);

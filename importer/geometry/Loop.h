@@ -11,7 +11,7 @@ namespace importer::geometry {
 /// The corners of a closed polygon in order; the first one is not repeated at the end.
 using Loop = std::vector<Vector3>;
 
-/// The area of a loop as a vector: along its normal, twice its area long. Seen from the tip of the vector the loop runs
+/// The normal of a loop; its length is twice the area of the loop. Seen from the tip of the vector the loop runs
 /// counterclockwise. Zero for fewer than three corners.
 Vector3 doubleAreaVector(const Loop& loop);
 

@@ -49,7 +49,7 @@ bool Polyhedron::isClosed() const {
 }
 
 Polyhedron::Measure Polyhedron::measure(const std::vector<Vector3>& moved) const {
-    // The base point is a point of the body: a body far from the origin loses no digits.
+    // The base point is a point of the body, to preserve precision when the body is far from the origin.
     const Vector3 base = moved.empty() ? Vector3() : moved.front();
     double sixfoldVolume = 0.0;
     Vector3 moment;

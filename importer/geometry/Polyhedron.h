@@ -1,6 +1,6 @@
 #pragma once
 
-// Bodies bounded by plane faces: whether they are closed, their volume, their centroid and their triangles.
+// Bodies bounded by planar faces: whether they are closed, their volume, their centroid and their triangles.
 
 #include "importer/geometry/Vector.h"
 

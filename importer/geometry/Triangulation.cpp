@@ -6,9 +6,8 @@
 
 // Ear clipping with bridges (D. Eberly, "Triangulation by Ear Clipping").
 //
-// 1. Projection. The face is projected along the coordinate axis closest to its normal, from the side on which the outer
-// loop
-//    runs counterclockwise. The following steps work on the projection; each corner keeps the index of its point.
+// 1. Projection. The face is projected along the coordinate axis closest to its normal, so that the outer loop runs
+//    counterclockwise. The following steps use the projection; each corner stores the index of its point.
 // 2. Bridges. Each hole is cut open at its rightmost corner and connected to a corner of the outline that is visible from
 //    there, by two coincident edges in opposite directions. Holes are connected from right to left, so only the outline and
 //    holes that are already part of it lie to the right of a hole. The result is one ring of corners.
@@ -76,7 +75,7 @@ private:
 
     const std::vector<Vector3>& points_;
     Vector3 origin_;
-    Vector3 normal_; // of the loop, twice its area long
+    Vector3 normal_; // of the loop; its length is twice the area
 };
 
 class FaceCutter {

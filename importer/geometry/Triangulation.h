@@ -1,6 +1,6 @@
 #pragma once
 
-// Triangulation of plane faces with holes.
+// Triangulation of planar faces with holes.
 
 #include "importer/geometry/Vector.h"
 
@@ -9,15 +9,15 @@
 
 namespace importer::geometry {
 
-/// The loops of a plane face: first the outer one, then its holes, which run in the opposite direction. Indices into a list
+/// The loops of a planar face: first the outer one, then its holes, which run in the opposite direction. Indices into a list
 /// of points.
 using FaceLoops = std::vector<std::vector<std::uint32_t>>;
 
 /// Cuts a face into triangles with the orientation of its outer loop.
 ///
 /// The number of triangles is always the number of corners, plus two for each hole, minus two. Therefore the triangles of a
-/// closed body are closed again. Collinear corners produce triangles without area. A face that is not plane, or whose loops
-/// cross, produces the same number of triangles of unspecified shape.
+/// closed body are closed again. Collinear corners produce triangles without area. A face that is not planar, or whose
+/// loops cross, produces the same number of triangles of unspecified shape.
 ///
 /// Complexity: O(n r) for n corners, r of them reflex.
 ///

@@ -61,7 +61,8 @@ inline Transform operator*(const Transform& outer, const Transform& inner) {
 
 inline constexpr double pi = 3.14159265358979323846;
 
-/// A full circle is approximated by a regular polygon with this number of sides, an arc by its share of them.
+/// A full circle is approximated by a regular polygon with this number of sides, an arc in proportion to its
+/// angle.
 inline constexpr int segmentsPerTurn = 64;
 
 /// Number of straight segments that approximate an arc; at least one.

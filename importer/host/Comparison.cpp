@@ -1,7 +1,7 @@
 // The comparison of two imports:
 //   1. all objects of both imports are registered in one identity database, which gives each a runtime id;
-//   2. objects of equal id are paired, the best match first (see Comparison.h);
-//   3. each pair is compared; what has no partner is new or gone.
+//   2. objects with equal ids are paired, the best match first (see Comparison.h);
+//   3. each pair is compared; an object without a partner is new or gone.
 // Time: O(n log n) for n objects with distinct identities; O(n * maxCopiesSearched) for copies in the same place.
 
 #include "importer/host/Comparison.h"
@@ -22,7 +22,7 @@ namespace {
 
 using Velmor::ExternalGUID;
 
-constexpr double positionTolerance = 0.001; // metres; ExternalVersion compares positions with the same tolerance
+constexpr double positionTolerance = 0.001; // meters; ExternalVersion compares positions with the same tolerance
 constexpr std::size_t none = static_cast<std::size_t>(-1);
 
 const ExternalGUID& identityOf(const ObjectRecord& object, bool byGeometry) {
@@ -30,8 +30,8 @@ const ExternalGUID& identityOf(const ObjectRecord& object, bool byGeometry) {
     return useGlobalId ? object.globalId : object.spatialHash;
 }
 
-// The runtime ids of all objects. They are registered in a random order: a row of equal objects, registered from one end to
-// the other, would make the spatial tree of the database degenerate into a list.
+// The runtime ids of all objects. The objects are registered in random order: if equal objects in a row were registered from
+// one end to the other, the spatial tree of the database would degenerate into a list.
 std::vector<std::uint32_t> runtimeIds(Velmor::ExternalGUIDDatabase& database, const std::vector<ObjectRecord>& objects,
                                       bool byGeometry) {
     std::vector<std::size_t> order(objects.size());
@@ -102,7 +102,7 @@ void pairWithinClasses(const IdentifiedObjects& before, const IdentifiedObjects&
     }
 }
 
-// Pairs the remaining objects of equal id, whatever their classes.
+// Pairs the remaining objects with equal ids; their classes may differ.
 void pairAcrossClasses(const IdentifiedObjects& before, const IdentifiedObjects& now, Partners& partners) {
     std::vector<bool> hasPartner(before.objects.size());
     for (const std::size_t b : partners)

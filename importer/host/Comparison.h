@@ -39,8 +39,8 @@ struct Comparison {
     std::vector<std::size_t> unidentified; ///< Objects of this import without an identity; not counted above.
 };
 
-/// The most copies in the same place that are searched for an equal one, for each object. A search through all of them would
-/// take quadratic time.
+/// Maximum number of copies in the same place that are searched for an equal one, per object. A search through all copies
+/// would take quadratic time.
 inline constexpr std::size_t maxCopiesSearched = 64;
 
 /// Compares two imports.
@@ -48,7 +48,7 @@ inline constexpr std::size_t maxCopiesSearched = 64;
 /// Two objects are the same when the identity database gives them the same runtime id: by GlobalId, or by spatial hash if
 /// they have no GlobalId or GlobalIds are ignored. Objects that share an id (copies in the same place) are paired in this
 /// order: same class with equal version and properties, same class with equal version, same class, any class; within each
-/// step in the order of the files. Only the first `maxCopiesSearched` unpaired copies are searched, so with more than that
+/// step in the order of the files. Only the first `maxCopiesSearched` unpaired copies are searched, so with more copies
 /// an object may be reported as modified although an equal copy exists.
 ///
 /// A version of type `Geometry` or `BoundingBox` does not contain a position. An object with such a version that was only

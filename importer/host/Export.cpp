@@ -113,7 +113,7 @@ std::string objFile(const Mesh& mesh, std::string_view comment) {
 }
 
 // Not safe against another process that can write to the folder: it could create a link after the old file is removed and
-// before the new one is created. FileStream cannot create a file only if none exists.
+// before the new one is created. FileStream has no mode that fails if the file exists.
 void writeExported(const fs::path& file, std::string_view content) {
     std::error_code error;
     if (fs::is_directory(fs::symlink_status(file, error)))

@@ -22,7 +22,7 @@ std::string fileNamePart(std::string_view name);
 /// Makes the names of all files with the same ending. All names differ, also on file systems that ignore case.
 class FileNames {
 public:
-    /// @param prefix the beginning of each name. Since a number follows, no name is that of a Windows device.
+    /// @param prefix the beginning of each name. A number follows it, so that no file has the name of a Windows device.
     /// @param ending the end of each name: ".obj".
     FileNames(std::string prefix, std::string ending) : prefix_(std::move(prefix)), ending_(std::move(ending)) {}
 

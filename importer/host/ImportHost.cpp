@@ -34,7 +34,7 @@ fs::path defaultImporter() {
 void print(const std::string& text) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
         throw ImportError(
-            "cannot write to standard output; check that the disk is not full and the reading program is still running");
+            "cannot write to standard output; check that the disk is not full and its reader is still running");
 }
 
 // Whether the options require an import even if the model has not changed.

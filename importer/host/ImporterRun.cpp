@@ -177,7 +177,7 @@ ImportResult runImporter(const fs::path& importer, const fs::path& model) {
             throw incomplete("its output is discarded");
         return readResult(streams, *info);
     } catch (const VersionError& error) {
-        throw ImportError("the importer " + utf8(importer) + " does not fit this program: " + error.what() +
+        throw ImportError("the importer " + utf8(importer) + " is not compatible with this program: " + error.what() +
                           "; use programs of the same build");
     } catch (const FormatError& error) {
         throw incomplete(std::string("its output is incomplete: ") + error.what());

@@ -17,7 +17,7 @@ const char* const usageText =
     "all models in it (*.ifc, sorted by name, without subfolders) are imported; if one of them fails, the import\n"
     "continues with the next one.\n"
     "\n"
-    "  --state DIR             store the imported model in DIR. All models of this call are then revisions of one another.\n"
+    "  --state DIR             store the imported model in DIR. All models of this run are then revisions of one another.\n"
     "                          Default: import-state/<file name> in the current folder. Only the file name counts:\n"
     "                          a/model.ifc and b/model.ifc are revisions of one another.\n"
     "  --identify-by-geometry  ignore GlobalIds; objects are the same if they have the same geometry in the same place\n"

@@ -111,7 +111,7 @@ std::string propertyDifference(const PropertyDifference& difference) {
     if (oldValue == newValue) { // they differ in text that is cut off, or in characters that are printed as a question mark
         const auto firstDifference =
             std::mismatch(before->value.begin(), before->value.end(), now->value.begin(), now->value.end());
-        path += " (they differ from byte " + std::to_string(firstDifference.first - before->value.begin() + 1) + " on)";
+        path += " (first difference at byte " + std::to_string(firstDifference.first - before->value.begin() + 1) + ")";
     }
     return path;
 }
@@ -162,7 +162,7 @@ std::string changeList(const Comparison& comparison, const Model& before, const 
     const auto withProperties =
         std::count_if(changes.begin(), changes.end(), [](const Change& change) { return change.propertiesDiffer; });
     std::string text = "changes: renamed " + countOf(Change::Renamed) + ", reclassified " + countOf(Change::Reclassified) +
-                       ", moved without a change of shape " + countOf(Change::Moved) + ", with other properties " +
+                       ", moved without a change of shape " + countOf(Change::Moved) + ", with changed properties " +
                        std::to_string(withProperties) + '\n';
     const std::size_t shown = std::min(changes.size(), maxReportedChanges);
     for (std::size_t i = 0; i < shown; ++i)

@@ -1,8 +1,8 @@
 #pragma once
 
-// Positions of the attributes of entities, from 0, as in IFC2X3, IFC4 and IFC4X3. The names are those of the schemas; where
-// a later schema renamed an attribute, the later name. Inherited attributes come first, and derived ones keep their place,
-// as in the file. The entities of shapes are in importer/ifc/shape/Attributes.h.
+// Positions of the attributes of entities, from 0, as in IFC2X3, IFC4 and IFC4X3. The names are those of the schemas; if a
+// later schema renamed an attribute, the later name is used. Inherited attributes come first. Derived attributes are counted
+// too, because the file has a * in their position. The entities of shapes are in importer/ifc/shape/Attributes.h.
 
 #include <cstddef>
 

@@ -147,10 +147,10 @@ enum class Entity : std::uint16_t {
 
 /// The entity with this name, which must be in capitals.
 ///
-/// Products are all subtypes of IfcElement (including openings and other features, and virtual elements), of
-/// IfcSpatialElement and of IfcPort, IfcProxy, and of the positioning elements the grids, alignments and referents. Entities
-/// that describe other objects or their calculation are not products: annotations, segments of an alignment, and the items
-/// and loads of structural analysis.
+/// These are products: all subtypes of IfcElement (including openings and other features, and virtual elements), of
+/// IfcSpatialElement and of IfcPort; IfcProxy; and three positioning elements, namely grids, alignments and referents.
+/// Entities that describe other objects or their analysis are not products: annotations, segments of an alignment, and the
+/// items and loads of structural analysis.
 Entity entityNamed(std::string_view name);
 
 /// The entity of an instance.

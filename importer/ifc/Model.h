@@ -31,12 +31,12 @@ struct Product {
     std::string className;        ///< Its entity, in capitals: "IFCBEAM".
     Velmor::WideString name;      ///< Its name, decoded; empty if omitted.
     Shape shape = Shape::None;    ///< Which of the following members are valid.
-    std::vector<double> vertices; ///< x, y, z of each vertex of the shape, in meters, in the world of the model.
-    /// The surface of a solid: three indices of vertices for each triangle, counterclockwise from outside. Empty if it
-    /// cannot be triangulated, which is then a problem.
+    std::vector<double> vertices; ///< x, y, z of each vertex of the shape, in meters, in world coordinates.
+    /// The surface of a solid: three vertex indices for each triangle, counterclockwise seen from outside. Empty if it
+    /// cannot be triangulated; the reader then reports a problem.
     std::vector<std::uint32_t> triangles;
     double volume = 0.0;            ///< In cubic meters.
-    double centroid[3] = {0, 0, 0}; ///< In meters, in the world of the model.
+    double centroid[3] = {0, 0, 0}; ///< In meters, in world coordinates of the model.
     /// The class of `ReferenceObjectClass`; `IFCINVALID` if it has no class for the entity.
     Velmor::AttributeClassIFC_e objectClass = Velmor::AttributeClassIFC_e::IFCINVALID;
     /// Its property sets, numbered in the order of the calls of `ModelSink::propertySet`: first its own, then those of its
@@ -52,8 +52,9 @@ struct Texture {
     std::vector<char> png;      ///< The complete PNG file.
 };
 
-/// Receives the content of a model while it is read, in the order of these functions; problems and progress at any time. All
-/// calls come from the thread that reads. An exception of a function ends the reading and is passed on.
+/// Receives the content of a model while it is read. The functions are called in the order of their declaration; `problem`
+/// and `progress` at any time. All calls are made on the thread that reads the model. An exception that a function throws
+/// ends the reading and propagates to the caller.
 class ModelSink {
 public:
     virtual ~ModelSink() = default;
@@ -73,7 +74,7 @@ public:
     /// Called for each product, in the order of the file.
     virtual void product(Product&& product) = 0;
 
-    /// Called for each error that concerns one object; the import continues.
+    /// Called for each problem; the import continues.
     virtual void problem(const step::Problem& problem) = 0;
 
     /// Called with the completed share of the work, from 0 to 1. It never decreases.

@@ -120,7 +120,7 @@ Transform readObjectPlacement(IfcContext& context, const Instance& instance) {
     const Instance* current = &instance;
     while (current) {
         if (visited.size() == maxLength)
-            throw EntityError{&instance, "its chain of placements has more than " + std::to_string(maxLength) + " members"};
+            throw EntityError{&instance, "its chain of placements has more than " + std::to_string(maxLength) + " steps"};
         visited.push_back(current);
         const Record record(context, *current);
         if (record.entity() != Entity::LocalPlacement)
@@ -128,7 +128,7 @@ Transform readObjectPlacement(IfcContext& context, const Instance& instance) {
         result = readAxisPlacement(context, record.reference(RelativePlacement)) * result;
         current = record.optionalReference(PlacementRelTo);
         if (std::find(visited.begin(), visited.end(), current) != visited.end())
-            record.fail("its chain of placements leads back to itself");
+            record.fail("its chain of placements is circular");
     }
     return result;
 }

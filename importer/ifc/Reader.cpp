@@ -1,5 +1,5 @@
-// The order of work. What products refer to is read before them, so that the sink can process each product at once and
-// nothing but the text of the file has to stay in memory:
+// The order of reading. Everything that products refer to is read before the products, so that the sink can process each
+// product when it receives it. Only the text of the file stays in memory:
 //
 // 1. the schema, and the damaged instances that the scanner found,
 // 2. the units and the georeference,

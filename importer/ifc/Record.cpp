@@ -1,8 +1,8 @@
-// How reading is bounded. A text of a few kilobytes can describe a shape of any size: instances may be shared and nested, so
-// that the size doubles with each line. Everything that a reader does is therefore charged as work before it is done, in
-// units of about one byte of text: the length of an instance each time it is opened, and an amount for each point, corner
-// and property. There is one account per object and one for the model; each of shapes, properties and textures has its own
-// context, so that one cannot use up the limit of another.
+// Limits of the work. A file of a few kilobytes can describe a shape of any size: instances may be shared and nested, so
+// that the size doubles with each line. Therefore a reader counts its work before it does it. The unit is about one byte of
+// text. Work is the length of an instance, each time the instance is read, and an amount for each point, corner and
+// property. The work is limited for each object and for the model. Shapes, properties and textures have separate contexts,
+// so that the work of one kind does not use up the limit of another.
 
 #include "importer/ifc/Record.h"
 
@@ -17,7 +17,7 @@ namespace {
 /// Why a value does not refer to an instance of the file.
 std::string reasonOfInvalidReference(const Value& value) {
     const std::optional<std::uint64_t> number = referenceOf(value);
-    return number ? "refers to #" + std::to_string(*number) + ", which the file does not have"
+    return number ? "refers to #" + std::to_string(*number) + ", which does not exist in the file"
                   : "'" + std::string(value.text.substr(0, 20)) + "' is not a reference to an instance";
 }
 

@@ -27,7 +27,8 @@ struct EntityError {
 /// The instance of an EntityError or of a note that concerns the model as a whole: it has no number and no name.
 inline constexpr Instance wholeModel{};
 
-/// Ends the reading of an object. A small text can describe a shape of any size, or one that takes any time.
+/// Thrown when a limit is exceeded. Ends the reading of an object. A small file can describe a shape of any size, or one
+/// that takes any amount of time to read.
 struct LimitExceeded {
     std::string reason;
 };
@@ -44,7 +45,7 @@ struct Limits {
     std::uint64_t workOfTextures = 1 << 30; ///< Including the bytes of image files, each time one is read.
     std::uint64_t bytesPerTexture = 1 << 28;
 
-    /// Limits that no real file of this size reaches, and that end the reading of a hostile one soon.
+    /// The limits for a file of this size. Real files do not reach them; the reading of a malicious file ends early.
     static Limits forFile(std::uint64_t size);
 };
 
@@ -92,7 +93,7 @@ public:
     template <typename Read>
     bool attemptPart(Read read);
 
-    const std::vector<EntityError>& notes() const { return notes_; } ///< The first ones of the current object.
+    const std::vector<EntityError>& notes() const { return notes_; } ///< The first notes of the current object.
     std::uint64_t omittedNotes() const { return omittedNotes_; }     ///< Number of its further notes.
 
 private:

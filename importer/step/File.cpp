@@ -5,12 +5,12 @@
 // HEADER with FILE_SCHEMA, DATA, ENDSEC and END-ISO-10303-21. Any error there throws FileError, and so does a file that ends
 // too early: a file that was cut off must not be mistaken for a smaller model.
 //
-// An error within one instance costs that instance, which becomes a problem; scanning continues after the next semicolon.
-// The difficult case is a text without its closing apostrophe, since it swallows the following instances up to the next
-// apostrophe. A line that begins with "#1=" is therefore the limit of a search inside an instance: if a text or a binary is
-// open there, the instance is damaged and scanning continues at that line. If a comment is open there, the line is part of
-// the comment, and the search is repeated without the limit. These lines are found by one search that never goes back, so
-// that the whole scan stays linear.
+// An instance with an error is skipped and reported as a problem; scanning continues after the next semicolon. The difficult
+// case is a text without its closing apostrophe: it would extend over the following instances up to the next apostrophe.
+// Therefore the search for the end of an instance stops at a line that begins with "#1=". If a text or a binary is open
+// there, the instance is damaged and scanning continues at that line. If a comment is open there, the line is part of the
+// comment, and the search is repeated without that limit. The search for these lines only moves forward, so the whole scan
+// is linear.
 //
 // Line numbers are needed only for messages and products: the number of line ends is stored per block of 4 KiB, and counted
 // within the block on request.

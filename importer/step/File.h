@@ -17,7 +17,7 @@ namespace importer::step {
 /// The code of an entity. The application assigns it; 0 is an entity that the application does not read.
 using EntityCode = std::uint16_t;
 
-/// The part of a STEP file that its application defines: the supported schemas, and the codes of their entities.
+/// What the caller supports: the schemas, and the codes of their entities. The STEP reader itself depends on no schema.
 struct Application {
     bool (*supports)(std::string_view schema); ///< Whether a name in FILE_SCHEMA, in capitals, is a supported schema.
     const char* supportedSchemas;              ///< For messages: "IFC2X3, IFC4 or IFC4X3".
@@ -55,8 +55,8 @@ std::filesystem::path systemPath(Velmor::WideString path);
 /// A STEP file: its text, and its instances by number.
 class File {
 public:
-    /// Takes the text of a file and finds its instances. Linear in the size of the text, but for sorting the instances when
-    /// they are not in the order of their numbers.
+    /// Takes the text of a file and finds its instances. Linear in the size of the text. If the instances are not in the
+    /// order of their numbers, they are also sorted.
     /// @param name the name of the file, in UTF-8, for messages.
     /// @throws FileError if the text is not a STEP file, is cut off, has no DATA section, or has an unsupported schema.
     File(std::vector<char>&& text, std::string name, const Application& application);

@@ -10,7 +10,7 @@
 
 namespace importer::step {
 
-/// The kind of a value. Its first characters decide it.
+/// The kind of a value. The first characters of the value determine it.
 enum class ValueKind : std::uint8_t {
     Absent,      ///< There is no value.
     Omitted,     ///< $
@@ -47,7 +47,7 @@ public:
 private:
     const char* position_;
     const char* end_;
-    bool expected_ = false; // a comma announced one more value
+    bool expected_ = false; // a comma was read: another value must follow
 };
 
 /// The first character from `position` on that is neither white space nor part of a comment; `end` if there is none.

@@ -195,7 +195,7 @@ TEST(Sha1Memory, ExhaustionThrowsWithoutALeak) {
             ASSERT_LT(n, 50u);
             const Outcome outcome = outcomeOf(n, false, operation);
             EXPECT_EQ(outcome.threw, outcome.failed) << "allocation " << n;
-            EXPECT_EQ(outcome.kept, 0) << "allocation " << n;
+            EXPECT_EQ(outcome.leaked, 0) << "allocation " << n;
             if (!outcome.failed) {
                 EXPECT_GT(n, 1u) << "no allocation failed";
                 return;

@@ -38,7 +38,7 @@ void expectNoLeak(Creation& creation) {
     const long before = liveAllocations();
     creation.record.reset();
     const long released = before - liveAllocations();
-    EXPECT_EQ(released, creation.kept);
+    EXPECT_EQ(released, creation.leaked);
 }
 
 } // namespace
@@ -141,7 +141,7 @@ TEST_P(CommonPropertySetMemory, FailedAssignmentHasNewTextsAndOldProperties) {
         }
         if (outcome.threw) {
             ++thrown;
-            EXPECT_EQ(outcome.kept, 0);
+            EXPECT_EQ(outcome.leaked, 0);
             EXPECT_EQ(propertiesOf(target.properties), before);
         } else // the array could not be allocated
             EXPECT_EQ(target.properties.getCount(), 0u);

@@ -16,7 +16,7 @@ template <class Operation>
 void expectThrowsForEachText(Operation operation) {
     for (unsigned n = 1; n <= 8; ++n) {
         const Outcome outcome = outcomeOf(n, false, operation);
-        EXPECT_EQ(outcome.kept, 0) << n;
+        EXPECT_EQ(outcome.leaked, 0) << n;
         EXPECT_EQ(outcome.threw, n <= 7) << n;
         EXPECT_EQ(outcome.failed, n <= 7) << "each text must be copied once: " << n;
     }

@@ -47,7 +47,7 @@ struct Outcome {
     bool failed = false;  ///< Whether the allocation was reached.
     std::size_t size = 0; ///< The requested size in bytes.
     bool threw = false;   ///< Whether it threw std::bad_alloc.
-    long kept = 0;        ///< Number of blocks that it allocated and did not free.
+    long leaked = 0;      ///< Number of blocks that it allocated and did not free.
 };
 
 /// Throws an exception while malloc fails, so that the runtime allocates now what it needs for exceptions: per-thread data,
@@ -77,7 +77,7 @@ Outcome outcomeOf(unsigned n, bool andAllLater, Operation operation) {
         outcome.failed = fail.happened();
         outcome.size = fail.failedSize();
     }
-    outcome.kept = liveAllocations() - before;
+    outcome.leaked = liveAllocations() - before;
     return outcome;
 }
 

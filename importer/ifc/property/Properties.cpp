@@ -1,10 +1,11 @@
-// How a set is read. Its properties arrive in the order of the file, each with its value as the file has it; the type of the
-// value decides its value type in the library (`measureTypes`). Only plane angles are converted, to radians. An error costs
-// the property that has it. Properties of kinds that the library has no type for are counted, and reported once for each
+// Reading a set. Its properties are added in the order of the file, with the values of the file. The type of a value in the
+// file determines its value type in the library (`measureTypes`). Only plane angles are converted, to radians. A property
+// with an error is skipped. Properties of kinds for which the library has no type are counted, and reported once for each
 // kind.
 //
-// A property may be in any number of sets and complex properties, and is read again for each of them. Complex properties
-// within each other multiply: hence the limits of nesting, of properties per set, and of the work of all sets.
+// A property may be in any number of sets and complex properties, and is read again for each of them. Nested
+// complex properties multiply the number of properties. Therefore the nesting depth, the properties per set, and the work of
+// all sets are limited.
 
 #include "importer/ifc/property/Properties.h"
 
@@ -338,7 +339,7 @@ std::vector<Problem> PropertyReader::remarks() const {
         "IFCPROPERTYREFERENCEVALUE: properties of this kind are not imported",
         "IFCPROPERTYSINGLEVALUE: values that are lists are not imported",
         "IFCPROPERTYSINGLEVALUE: omitted values are imported as empty texts",
-        "IFCPROPERTYSINGLEVALUE: units of single values are not imported",
+        "IFCPROPERTYSINGLEVALUE: properties with a unit of their own are imported without the unit",
     };
     std::vector<Problem> problems;
     for (std::size_t i = 0; i < remarkKinds; ++i) {

@@ -1,8 +1,8 @@
 #pragma once
 
 // Positions of the attributes of the entities of shapes, from 0, as in IFC2X3, IFC4 and IFC4X3. The names are those of the
-// schemas; where a later schema renamed an attribute, the later name. Inherited attributes come first, and derived ones keep
-// their place, as in the file.
+// schemas; if a later schema renamed an attribute, the later name is used. Inherited attributes come first. Derived
+// attributes are counted too, because the file has a * in their position.
 
 #include <cstddef>
 
@@ -124,7 +124,7 @@ namespace IfcVertexPoint {
 enum : std::size_t { VertexGeometry };
 }
 
-/// The first edition of IFC4 has NormalIndex at the end: triples in place of plain indices.
+/// In the first edition of IFC4 the last attribute is NormalIndex, a list of index triples, instead of PnIndex.
 namespace IfcTriangulatedFaceSet {
 enum : std::size_t { Coordinates, Normals, Closed, CoordIndex, PnIndex };
 }

@@ -197,7 +197,7 @@ std::vector<Vector3> readIndexedSegment(IfcContext& context, const Record& recor
     for (Value value; indices.kind == ValueKind::List && list.next(value);) {
         const std::int64_t index = integerOf(value).value_or(0);
         if (index < 1 || index > static_cast<std::int64_t>(listed.size()))
-            record.fail("a segment refers to a point that its list does not have");
+            record.fail("a segment refers to a point that does not exist in the list of points");
         context.chargePointsOfList(points.size(), 1);
         points.push_back(listed[static_cast<std::size_t>(index - 1)]);
     }

@@ -166,7 +166,7 @@ void readIndices(IfcContext& context, const Record& record, const Value& list, s
         const std::int64_t index = integerOf(value).value_or(0);
         if (index < 1 || static_cast<std::uint64_t>(index) > points)
             record.fail("'" + std::string(value.text.substr(0, 20)) +
-                        "' refers to a point that the list of points does not have");
+                        "' refers to a point that does not exist in the list of points");
         context.chargeCorners(1);
         indices.push_back(static_cast<std::uint32_t>(index - 1));
     }

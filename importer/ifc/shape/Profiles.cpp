@@ -39,10 +39,10 @@ Region strip(const Record& record, Loop line, double thickness) {
         const Vector3 out = isLast ? in : line[(i + 1) % count] - line[i];
         const Vector3 a = in * (1.0 / length(in));
         const Vector3 b = out * (1.0 / length(out));
-        const Vector3 sum{-a.y - b.y, a.x + b.x, 0.0}; // along the bisector, 2 cos(bend / 2) long
+        const Vector3 sum{-a.y - b.y, a.x + b.x, 0.0}; // along the bisector; its length is 2 cos(bend / 2)
         const double scale = thickness / dot(sum, sum);
         if (!(dot(sum, sum) > 1e-6))
-            record.fail("its curve turns back on itself");
+            record.fail("its curve reverses its direction at a point");
         left.push_back(line[i] + sum * scale);
         right.push_back(line[i] - sum * scale);
     }

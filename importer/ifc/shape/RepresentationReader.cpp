@@ -11,8 +11,8 @@
 #include <utility>
 
 // Every item adds its vertices, transformed to world coordinates. As long as all items are closed solids, their volumes,
-// first moments and triangles are added up too; the hollows of a boundary representation count negatively. The first item
-// that is not a closed solid ends that (solid_), and the product keeps its vertices only.
+// first moments and triangles are added up too; the voids of a boundary representation count negatively. After the first
+// item that is not a closed solid, only vertices are added (solid_ is then false).
 //
 // A table maps the entity of an item to the member function that reads it. Mapped items, boolean results and sets contain
 // further items; RecursionGuard bounds the depth.
@@ -118,10 +118,10 @@ void RepresentationReader::readBrep(const Record& record, const Transform& toWor
 
 void RepresentationReader::readBrepWithVoids(const Record& record, const Transform& toWorld) {
     readBrep(record, toWorld);
-    for (const Instance* const hollow : record.references(IfcFacetedBrepWithVoids::Voids)) {
-        const Faces faces = readShell(context_, *hollow);
+    for (const Instance* const voidShell : record.references(IfcFacetedBrepWithVoids::Voids)) {
+        const Faces faces = readShell(context_, *voidShell);
         solid_ &= faces.plane;
-        addSolid(*hollow, faces.body, toWorld, -1.0);
+        addSolid(*voidShell, faces.body, toWorld, -1.0);
     }
 }
 
@@ -228,7 +228,7 @@ void RepresentationReader::addFaces(const Instance& instance, const Faces& faces
 }
 
 // Adds a body that may be a closed solid.
-// @param sign -1 for a hollow, whose volume is subtracted.
+// @param sign -1 for a void, whose volume is subtracted.
 void RepresentationReader::addSolid(const Instance& instance, const Polyhedron& body, const Transform& toWorld,
                                     double sign) {
     const std::vector<Vector3> moved = addVertices(instance, body.points, toWorld);

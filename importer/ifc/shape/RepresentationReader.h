@@ -21,8 +21,8 @@ public:
     /// @throws LimitExceeded
     void read(const Instance& representation, const Transform& toWorld);
 
-    /// Sets what of the product carries data.
-    /// @param mayBeSolid false for a representation that does not describe the form.
+    /// Sets the shape, volume and centroid of the product, after all items are read.
+    /// @param mayBeSolid false for a representation that describes only the position, such as `Box` or `Axis`.
     void finish(bool mayBeSolid);
 
 private:

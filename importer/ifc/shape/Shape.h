@@ -13,11 +13,10 @@ namespace importer::ifc {
 /// - A representation that describes the form ('Body', 'Facetation', 'Surface', ...) is preferred to one that describes only
 ///   the place ('Box', 'FootPrint', 'Axis', ...). The first one with vertices is used. A representation of the place is
 ///   never a solid.
-/// - A face set is a solid if its edges close it, whatever its entity or its attributes say.
-/// - Of a boolean result only the first operand is read, also of a union. The product is then not a solid, because the
-/// removed
-///   part is unknown. Openings are products of their own and are not subtracted either.
-/// - Solids that overlap are counted twice.
+/// - A face set is a solid if each edge belongs to exactly two faces. Its entity and its attribute Closed are ignored.
+/// - Only the first operand of a boolean result is read, even of a union. The product is then not a solid, because the
+///   volume of the result is unknown. Openings are separate products and are not subtracted.
+/// - The volumes of overlapping solids are added up: the common part counts twice.
 /// - An item that cannot be read becomes a note; the product is then not a solid.
 ///
 /// @param toWorld from product coordinates, in the length unit of the file, to world coordinates in meters.

@@ -15,7 +15,7 @@
 #include <vector>
 
 // A sweep places every loop of a profile at a sequence of sections. The copies of a loop are rings of the same number of
-// points; quadrilaterals between consecutive rings form the walls. An open sweep gets a lid at each end, with the holes of
+// points; quadrilaterals between consecutive rings form the walls. An open sweep gets a cap at each end, with the holes of
 // the profile; a closed one joins its last ring to the first.
 //
 //   extrusion   two sections, shifted by the depth; a tapered one then moves the points of the far ring to the end profile
@@ -50,8 +50,8 @@ struct Rings {
     std::uint32_t count; // points per ring
 };
 
-// Adds the lids at the first and the last ring: the rings of an outer loop, followed by those of its holes.
-void addLids(Polyhedron& body, const std::vector<Rings>& loops, std::uint32_t rings) {
+// Adds the caps at the first and the last ring: the rings of an outer loop, followed by those of its holes.
+void addCaps(Polyhedron& body, const std::vector<Rings>& loops, std::uint32_t rings) {
     for (const bool front : {true, false}) {
         for (std::size_t loop = 0; loop < loops.size(); ++loop) {
             const auto [first, count] = loops[loop];
@@ -85,7 +85,7 @@ Polyhedron sweep(IfcContext& context, const std::vector<Region>& regions, const 
         for (const Loop& hole : region.holes)
             add(hole);
         if (!closed)
-            addLids(body, loops, count);
+            addCaps(body, loops, count);
     }
     return body;
 }
@@ -211,7 +211,7 @@ Rings addPipe(IfcContext& context, const Record& record, const Directrix& direct
         const Vector3 along = directrix.arrival(i);
         const double cosine = dot(along, normal);
         if (!(std::fabs(cosine) > 1e-3))
-            record.fail("its directrix turns back on itself");
+            record.fail("its directrix reverses its direction at a point");
         for (Vector3& point : ring) {
             point = point + along * (dot(directrix.point(i) - point, normal) / cosine);
             body.points.push_back(point);
@@ -234,7 +234,7 @@ Polyhedron readSweptDisk(IfcContext& context, const Record& record) {
     if (inner > 0.0)
         pipes.push_back(addPipe(context, record, directrix, inner, -2.0 * pi, body));
     if (!directrix.isClosed())
-        addLids(body, pipes, static_cast<std::uint32_t>(directrix.size()));
+        addCaps(body, pipes, static_cast<std::uint32_t>(directrix.size()));
     return body;
 }
 

@@ -73,7 +73,7 @@ std::size_t countOf(const Comparison& comparison, Change::Kind kind) {
 
 } // namespace
 
-TEST(Comparison, OfEmptyImportsIsEmpty) {
+TEST(Comparison, IsEmptyForEmptyImports) {
     const auto comparison = compareObjects({}, {}, false);
     EXPECT_TRUE(comparison.classes.empty());
     EXPECT_EQ(text(comparison.total), "0 0 0 0 0");
@@ -260,7 +260,7 @@ TEST(Report, ContainsTableChangesAndProblems) {
               "  IFCBEAM        1    0          0         1              0.999     0\n"
               "  IFCWALL        1    0          1         0                  -     1\n"
               "  total          2    0          1         1              0.999     1\n"
-              "changes: renamed 1, reclassified 0, moved without a change of shape 0, with other properties 0\n"
+              "changes: renamed 1, reclassified 0, moved without a change of shape 0, with changed properties 0\n"
               "  modified      IFCBEAM 'a' (line 12, #34), similarity 0.999\n"
               "  renamed       IFCWALL 'new?name' (line 0), was 'b'\n"
               "  gone          IFCWALL 'c' (line 0) of the previous model\n"

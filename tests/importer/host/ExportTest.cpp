@@ -186,7 +186,7 @@ TEST_F(Export, CreatesItsFolderAndTheFoldersAbove) {
     EXPECT_EQ(filesIn(deep, ".obj").size(), 26u);
 }
 
-TEST_F(Export, IsNotDoneWithoutTheOption) {
+TEST_F(Export, WritesNothingWithoutTheOption) {
     ASSERT_EQ(runHost({workshop, "--state", (folder / "state").string()}).exitCode, 0);
     EXPECT_EQ(everythingIn(folder / "").size(), 2u); // the state folder and the state file
 }

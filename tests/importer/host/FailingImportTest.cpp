@@ -146,7 +146,8 @@ TEST_F(ImportFails, IfTheOutputOfTheImporterIsInvalid) {
         {"surplus-set", "the attributes stream: byte 67: expected the end of the file"},
         {"altered-set", "expected the checksum "},
         {"unknown-set", "expected a property set number below 1, found 1"},
-        {"old-version", "does not fit this program: expected format version 3, found 1; use programs of the same build"},
+        {"old-version",
+         "is not compatible with this program: expected format version 3, found 1; use programs of the same build"},
         {"missing-solid", "the solids stream: byte "},
         {"surplus-solid", "the solids stream: byte 172: expected the end of the file"},
         {"altered-solid", "the solids stream: byte 0: expected the checksum "},
@@ -210,12 +211,14 @@ TEST_F(ImportFails, WithoutDiskSpaceForTheState) {
     const auto limit = [](std::size_t blocks) { return "trap '' XFSZ; ulimit -f " + std::to_string(blocks) + ';'; };
 
     expectFailure({model}, "cannot store the state: the new state file ", limit(objects / 512));
-    expectFailure({model}, "the objects stream cannot be written; is the disk full?", limit(objects / 512 - 1));
+    expectFailure({model}, "the objects stream cannot be written; check that the disk is not full",
+                  limit(objects / 512 - 1));
 }
 
 TEST_F(ImportFails, WithoutDiskSpaceForPropertySets) {
     const auto model = changedWorkshop(folder / "long.ifc", "'hot-dip", '\'' + std::string(40000, 'x'));
-    expectFailure({model}, "the attributes stream cannot be written; is the disk full?", "trap '' XFSZ; ulimit -f 64;");
+    expectFailure({model}, "the attributes stream cannot be written; check that the disk is not full",
+                  "trap '' XFSZ; ulimit -f 64;");
 }
 
 TEST_F(ImportFails, WithoutDiskSpaceForTheLog) {
@@ -226,7 +229,8 @@ TEST_F(ImportFails, WithoutDiskSpaceForTheLog) {
     const auto model = (folder / "full.ifc").string();
     const auto unlimited = runHost({model, "--state", (folder / "other").string()});
     ASSERT_THAT(unlimited.output, HasSubstr("problems: 100\n"));
-    expectFailure({model}, "the log stream cannot be written; is the disk full?", "trap '' XFSZ; ulimit -f 4;");
+    expectFailure({model}, "the log stream cannot be written; check that the disk is not full",
+                  "trap '' XFSZ; ulimit -f 4;");
 }
 
 TEST_F(ImportFails, WithoutDiskSpaceForTheInfoRecord) {

@@ -208,7 +208,7 @@ TEST_F(FolderImport, StopsWhenItsReportsCannotBePrinted) {
     EXPECT_EQ(failed.exitCode, 1);
     EXPECT_EQ(failed.error, "import_host: " + models.string() +
                                 ": cannot store the state: cannot write to standard output; check that the disk is not full "
-                                "and the reading program is still running\n");
+                                "and its reader is still running\n");
     EXPECT_FALSE(hasState("a.ifc") || hasState("b.ifc"));
 }
 

@@ -83,7 +83,7 @@ TEST(ImportHost, ListsTheChangesOfTheWorkshop) {
     const auto second = runHost({workshop, revised, "--state", (folder / "state").string()});
     EXPECT_THAT(
         second.output,
-        HasSubstr("changes: renamed 1, reclassified 1, moved without a change of shape 1, with other properties 5\n"));
+        HasSubstr("changes: renamed 1, reclassified 1, moved without a change of shape 1, with changed properties 5\n"));
     EXPECT_THAT(second.output, HasSubstr("renamed       IFCCOLUMN 'Column A1' ("));
     EXPECT_THAT(second.output, HasSubstr(", was 'Column C1'\n"));
     EXPECT_THAT(second.output, HasSubstr("reclassified  IFCFOOTING 'Machine base M1' ("));

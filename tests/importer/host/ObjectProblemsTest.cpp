@@ -87,13 +87,13 @@ TEST(ObjectProblem, InvalidShapeOrPlacementIsReported) {
         const char* instance;
         const char* reason;
         const char* owner;
-    } cases[] = {{"#171=IFCAXIS2PLACEMENT3D(#170,$,$)", "#171=IFCAXIS2PLACEMENT3D(#99999,$,$)", "#171",
-                  "refers to #99999, which the file does not have", "IFCCOLUMN #173"},
-                 {"#172=IFCLOCALPLACEMENT(#26,#171)", "#172=IFCLOCALPLACEMENT(#172,#171)", "#172", "leads back to itself",
-                  "IFCCOLUMN #173"},
-                 // The profile of the sixth beam only.
-                 {"#203=IFCEXTRUDEDAREASOLID(#42,#8,#7,6000.)", "#203=IFCSECTIONEDSPINE(#8,(#42),(#8))", "#203",
-                  "not supported", "IFCBEAM #273"}};
+    } cases[] = {
+        {"#171=IFCAXIS2PLACEMENT3D(#170,$,$)", "#171=IFCAXIS2PLACEMENT3D(#99999,$,$)", "#171",
+         "refers to #99999, which does not exist in the file", "IFCCOLUMN #173"},
+        {"#172=IFCLOCALPLACEMENT(#26,#171)", "#172=IFCLOCALPLACEMENT(#172,#171)", "#172", "is circular", "IFCCOLUMN #173"},
+        // The profile of the sixth beam only.
+        {"#203=IFCEXTRUDEDAREASOLID(#42,#8,#7,6000.)", "#203=IFCSECTIONEDSPINE(#8,(#42),(#8))", "#203", "not supported",
+         "IFCBEAM #273"}};
     for (const auto& each : cases) {
         SCOPED_TRACE(each.instance);
         const auto model = changedWorkshop(folder / "bad.ifc", each.part, each.by);

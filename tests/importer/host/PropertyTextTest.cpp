@@ -157,7 +157,7 @@ std::string changeLine(const PropertySet& before, const PropertySet& now) {
     const auto text = report("m.ifc", result, &old, compare(old, result.model, false));
     const std::string begin = "  modified      IFCBEAM 'B' (line 0), ";
     const auto at = text.find(begin);
-    if (at == std::string::npos || text.find(", with other properties 1\n") == std::string::npos)
+    if (at == std::string::npos || text.find(", with changed properties 1\n") == std::string::npos)
         return text;
     return text.substr(at + begin.size(), text.find('\n', at) - at - begin.size());
 }
@@ -211,10 +211,10 @@ TEST(PropertyChange, CutsLongTextsAndReplacesControlCharacters) {
 
 TEST(PropertyChange, ContainsThePositionOfADifferenceThatIsNotVisible) {
     EXPECT_EQ(changeLine(textProperty("P", "a\tb"), textProperty("P", "a\nb")),
-              "S.P 'a?b' -> 'a?b' (they differ from byte 2 on)");
+              "S.P 'a?b' -> 'a?b' (first difference at byte 2)");
     const std::string start(100, 'x');
     EXPECT_EQ(changeLine(textProperty("P", start), textProperty("P", start + "y")),
-              "S.P '" + start.substr(0, 60) + "...' -> '" + start.substr(0, 60) + "...' (they differ from byte 101 on)");
+              "S.P '" + start.substr(0, 60) + "...' -> '" + start.substr(0, 60) + "...' (first difference at byte 101)");
 }
 
 TEST(Report, ContainsTheNumberOfObjectsWithoutClass) {

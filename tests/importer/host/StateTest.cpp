@@ -258,7 +258,7 @@ TEST(State, OnAFullDiskLeavesThePreviousState) {
     state.write(model(2, "before"), std::nullopt);
     const auto before = readFile(state.file());
     fs::create_symlink("/dev/full", folder / "state" / "import.state.new");
-    EXPECT_TRUE(contains(writingError(state, model(3, "after")), "is the disk full?"));
+    EXPECT_TRUE(contains(writingError(state, model(3, "after")), "check that the disk is not full"));
     EXPECT_EQ(readFile(state.file()), before);
     EXPECT_FALSE(fs::exists(fs::symlink_status(folder / "state" / "import.state.new")));
     EXPECT_TRUE(fs::exists("/dev/full"));

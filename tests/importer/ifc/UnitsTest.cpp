@@ -79,7 +79,7 @@ TEST(Units, UsesTheFirstAssignmentWithoutAProject) {
 
 TEST(Units, ReportsInvalidUnitsAndAssumesMetres) {
     const std::pair<const char*, const char*> cases[] = {
-        {"", "refers to #2, which the file does not have"},
+        {"", "refers to #2, which does not exist in the file"},
         {"#2=IFCUNITASSIGNMENT(());\n", "no usable length unit is defined; meters are assumed (in the model's units)"},
         {"#2=IFCUNITASSIGNMENT($);\n", "a list"},
         {"#2=IFCUNITASSIGNMENT((#99));\n", "refers to #99"},

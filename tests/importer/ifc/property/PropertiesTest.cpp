@@ -206,8 +206,9 @@ TEST(Properties, UsesTheUnitOfAnAngleAndReportsOtherUnits) {
                                            "#103=IFCPROPERTYSINGLEVALUE('T',$,IFCLABEL('x'),#3);\n"
                                            "#104=IFCPROPERTYSINGLEVALUE('U',$,IFCPLANEANGLEMEASURE(3.),#3);\n"));
     EXPECT_EQ(shown(onlySet(taken).properties), "A = angle 3, L = length 1500, T = string 'x'");
-    EXPECT_EQ(taken.reasons(), "IFCSIUNIT: is not a unit of the expected type PLANEANGLEUNIT (in IFCPROPERTYSET #100)\n"
-                               "IFCPROPERTYSINGLEVALUE: units of single values are not imported: 1\n");
+    EXPECT_EQ(taken.reasons(),
+              "IFCSIUNIT: is not a unit of the expected type PLANEANGLEUNIT (in IFCPROPERTYSET #100)\n"
+              "IFCPROPERTYSINGLEVALUE: properties with a unit of their own are imported without the unit: 1\n");
 }
 
 TEST(Properties, ReportsAnglesOutOfRange) {
@@ -282,7 +283,7 @@ TEST(Properties, ReportsInvalidPropertyAndReadsTheOthers) {
         {"#101=IFCCOMPLEXPROPERTY('A',$,'u',$);\n", "a list", 101},
         {"#101=IFCWALL('x',$,$,$,$,$,$);\n", "is not a property", 101},
         {"#101=IFCPROPERTYSET('1234567890123456789012',$,$,$,());\n", "is not a property", 101},
-        {"", "refers to #101, which the file does not have", 100},
+        {"", "refers to #101, which does not exist in the file", 100},
     };
     for (const auto& [damage, reason, instance] : cases) {
         const Taken taken = readData(setOf("#101,#102") + damage + "#102=IFCPROPERTYSINGLEVALUE('B',$,IFCREAL(2.),$);\n");
@@ -323,10 +324,11 @@ TEST(Properties, ReportsInvalidReferencesOncePerSet) {
     const Taken taken =
         readData(setOf("#901,7,#101,#902,,#101,#101") + "#101=IFCPROPERTYSINGLEVALUE('A',$,IFCREAL(1.),$);\n");
     EXPECT_EQ(shown(onlySet(taken).properties), "A = real 1");
-    EXPECT_EQ(taken.reasons(),
-              "IFCPROPERTYSET: refers to #901, which the file does not have; further invalid references in the same list: 3 "
-              "(in IFCPROPERTYSET #100)\n"
-              "IFCPROPERTYSET: refers to properties more than once; repetitions ignored: 2 (in IFCPROPERTYSET #100)\n");
+    EXPECT_EQ(
+        taken.reasons(),
+        "IFCPROPERTYSET: refers to #901, which does not exist in the file; further invalid references in the same list: 3 "
+        "(in IFCPROPERTYSET #100)\n"
+        "IFCPROPERTYSET: refers to properties more than once; repetitions ignored: 2 (in IFCPROPERTYSET #100)\n");
 }
 
 TEST(Properties, PassesEverySetOnOnceInTheOrderOfTheFile) {

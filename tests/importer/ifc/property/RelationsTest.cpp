@@ -113,7 +113,7 @@ TEST(PropertyRelations, ReportInvalidRelationAndReadTheOthers) {
         Indices expected;
     } const cases[] = {
         {"#20=IFCRELDEFINESBYPROPERTIES('r',$,$,$,(#99,#10,#98),#101);\n",
-         "refers to #99, which the file does not have; further invalid references in the same list: 1",
+         "refers to #99, which does not exist in the file; further invalid references in the same list: 1",
          {0, 1}},
         {"#20=IFCRELDEFINESBYPROPERTIES('r',$,$,$,(#10),#99);\n", "refers to #99", {0}},
         {"#20=IFCRELDEFINESBYPROPERTIES('r',$,$,$,(#10),$);\n", "a reference to an instance", {0}},

@@ -265,7 +265,7 @@ TEST(Faces, InvalidFacesAreReported) {
         {"#20=IFCTRIANGULATEDFACESET(#8,$,.T.,((1,2,3)),$);", "is used where a list of points is expected"},
         {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,2)),$);" + cubeList, "does not have three corners"},
         {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,2,10)),$);" + cubeList,
-         "'10' refers to a point that the list of points does not have"},
+         "'10' refers to a point that does not exist in the list of points"},
         {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,2,0)),$);" + cubeList, "'0' refers to a point"},
         {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,((1,2,99999999999999999999)),$);" + cubeList, "refers to a point"},
         {"#20=IFCTRIANGULATEDFACESET(#30,$,.T.,(1,2,3),$);" + cubeList, "a face is not a list of indices"},

@@ -207,7 +207,7 @@ TEST(Profiles, InvalidDimensionsAreReported) {
         {"IFCCSHAPEPROFILEDEF(.AREA.,$,$,10.,6.,1.,5.,$)", "contradict each other"},
         {"IFCZSHAPEPROFILEDEF(.AREA.,$,$,2.,4.,1.,1.,$,$)", "contradict each other"},
         {"IFCARBITRARYCLOSEDPROFILEDEF(.AREA.,$,#8)", "this kind of curve is not supported"},
-        {"IFCARBITRARYCLOSEDPROFILEDEF(.AREA.,$,#99)", "refers to #99, which the file does not have"},
+        {"IFCARBITRARYCLOSEDPROFILEDEF(.AREA.,$,#99)", "refers to #99, which does not exist in the file"},
         {"IFCARBITRARYOPENPROFILEDEF(.CURVE.,$,#8)", "this kind of profile is not supported"},
         {"IFCCOMPOSITEPROFILEDEF(.AREA.,$,(),$)", "has no parts"},
         {"IFCCOMPOSITEPROFILEDEF(.AREA.,$,(#30),$)", "contains itself"},

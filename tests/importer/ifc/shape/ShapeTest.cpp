@@ -130,7 +130,7 @@ TEST(Items, InvalidItemsAreReportedAndTheOthersRead) {
     EXPECT_EQ(taken.problems[0].line, 20u);
     EXPECT_EQ(taken.problems[0].reason, "IFCSECTIONEDSPINE: this kind of item is not supported (in IFCBEAM #10)");
     EXPECT_EQ(taken.problems[1].reason,
-              "IFCSHAPEREPRESENTATION: refers to #99, which the file does not have (in IFCBEAM #10)");
+              "IFCSHAPEREPRESENTATION: refers to #99, which does not exist in the file (in IFCBEAM #10)");
     EXPECT_EQ(taken.problems[2].reason, "IFCSHAPEREPRESENTATION: '$' is not a reference to an instance (in IFCBEAM #10)");
 }
 
