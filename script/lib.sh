@@ -32,21 +32,19 @@ need_packages() {
 # show_progress LABEL: reads the output of ninja and shows its progress: on a terminal in one line that is overwritten,
 # otherwise in one line for each tenth of the work.
 show_progress() {
-    local terminal=0
-    [[ ! -t 1 ]] || terminal=1
-    awk -v label="$1" -v terminal="$terminal" '
-        match($0, /^\[[0-9]+\/[0-9]+\]/) {
-            split(substr($0, 2, RLENGTH - 2), step, "/")
-            if (terminal) {
-                printf "\r%s: %d of %d", label, step[1], step[2]
-            } else if (int(10 * step[1] / step[2]) > tenths) {
-                tenths = int(10 * step[1] / step[2])
-                printf "%s: %d of %d\n", label, step[1], step[2]
-            }
-            shown = 1
-            fflush()
-        }
-        END { if (terminal && shown) printf "\n" }'
+    local line done_steps all_steps tenths=0
+    while IFS= read -r line; do
+        [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]] || continue
+        done_steps=${BASH_REMATCH[1]}
+        all_steps=${BASH_REMATCH[2]}
+        if [[ -t 1 ]]; then
+            printf '\r%s: %d of %d' "$1" "$done_steps" "$all_steps"
+            ((done_steps < all_steps)) || echo
+        elif ((10 * done_steps / all_steps > tenths)); then
+            tenths=$((10 * done_steps / all_steps))
+            echo "$1: $done_steps of $all_steps"
+        fi
+    done
 }
 
 # build PRESET [CMAKE-OPTION...] [-- TARGET...]: configures a preset if necessary, and builds it. Shows the progress; the
