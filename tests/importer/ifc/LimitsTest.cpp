@@ -1,8 +1,8 @@
-// Small texts that describe shapes of any size, or that would take any time to read.
+// Small texts that describe shapes of any size, or that would take any time to read. Without a limit, or in quadratic time,
+// reading one takes hours: the time limit of the suite ends it, and no test measures time.
 
 #include "importer/ifc/ReaderSupport.h"
 
-#include <chrono>
 #include <string>
 
 namespace velmor_tests {
@@ -28,10 +28,8 @@ std::string doubling() {
 }
 
 TEST(Limits, EndsExponentialNestingSoonAndReportsIt) {
-    const auto begin = std::chrono::steady_clock::now();
     const Taken taken =
         readData(beamOf("#20") + doubling() + "#11000=IFCWALL('x',$,$,$,$,$,#11);\n#12000=IFCSLAB('y',$,$,$,$,$,$);\n");
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
     ASSERT_EQ(taken.products.size(), 3u) << "the import continues";
     for (const Product& product : taken.products) {
         EXPECT_EQ(product.shape, Shape::None);
@@ -110,7 +108,6 @@ TEST(Limits, ReadsCommentsBetweenTokensOnce) {
     // A million references: 2 TB if each of them read the comment.
     const std::string comment = "/*" + std::string(2000000, 'x') + "*/";
     const std::string coordinates = "((1.,2.,3.));\n";
-    const auto begin = std::chrono::steady_clock::now();
     for (const std::string& point :
          {"#20" + comment + "=IFCCARTESIANPOINT" + coordinates, "#20=" + comment + "IFCCARTESIANPOINT" + coordinates,
           "#20=IFCCARTESIANPOINT" + comment + coordinates}) {
@@ -119,7 +116,6 @@ TEST(Limits, ReadsCommentsBetweenTokensOnce) {
         ASSERT_EQ(taken.products.size(), 50u);
         EXPECT_EQ(taken.products.back().vertices.size(), 60000u);
     }
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
 }
 
 TEST(Limits, ReportsInstancesWithLongCommentsOrNamesQuickly) {
@@ -127,14 +123,12 @@ TEST(Limits, ReportsInstancesWithLongCommentsOrNamesQuickly) {
     std::string walls;
     for (int i = 0; i < 20000; ++i)
         walls += "#" + std::to_string(100 + i) + "=IFCWALL('x',$,$,$,$,$,#11);\n";
-    const auto begin = std::chrono::steady_clock::now();
     for (const std::string& shape : {"#11=/*" + rest + "*/IFCWHATEVER($);\n", "#11=IFCWHATEVER" + rest + "($);\n"}) {
         const Taken taken = readData(shape + walls);
         ASSERT_EQ(taken.problems.size(), 20000u);
         EXPECT_EQ(taken.problems.back().reason.find("IFCWHATEVER"), 0u);
         EXPECT_LT(taken.problems.back().reason.size(), 300u);
     }
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
 }
 
 TEST(Limits, ReportsAThousandDamagedInstancesAndCountsTheRest) {
@@ -206,7 +200,6 @@ void tryRead(const std::string& text) {
 TEST(Limits, ReadsLongListsAndTextsInLinearTime) {
     // Quadratic time would be hours.
     const std::size_t size = 4000000;
-    const auto begin = std::chrono::steady_clock::now();
     for (const std::string& hostile :
          {std::string(size, '('), std::string(size, ','), std::string(size, '\''), std::string(size, '/'),
           std::string(size, '#'), std::string(size, '"'), std::string(size, '.')}) {
@@ -220,7 +213,6 @@ TEST(Limits, ReadsLongListsAndTextsInLinearTime) {
     for (std::size_t i = 0; i < size / 8; ++i)
         pieces += "\\S\\''/*'";
     tryRead(stepFile("#1=IFCWALL('" + pieces + "');\n';"));
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(120));
 }
 
 } // namespace

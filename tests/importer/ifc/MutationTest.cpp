@@ -6,7 +6,6 @@
 #include "support/TemporaryFolder.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <iterator>
@@ -231,7 +230,6 @@ TEST(Mutations, ReadsModelWithRandomReferences) {
     const unsigned seed = 7;
     std::printf("seed %u\n", seed);
     std::mt19937 random(seed);
-    const auto begin = std::chrono::steady_clock::now();
     for (int round = 0; round < 1500; ++round) {
         std::string changed = text;
         for (unsigned changes = 1 + random() % 8; changes != 0; --changes) {
@@ -246,7 +244,6 @@ TEST(Mutations, ReadsModelWithRandomReferences) {
         }
         ASSERT_TRUE(tryRead(changed, "round " + std::to_string(round)));
     }
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(250));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 // Small models as text, and what the reader returns for them.
 
 #include "importer/ifc/Reader.h"
+#include "support/Utf16.h"
 
 #include <gtest/gtest.h>
 
@@ -98,15 +99,6 @@ inline Taken readWithin(const Limits& limits, const std::string& data, const Vel
     Taken taken;
     readProducts(file, limits, taken, folder);
     return taken;
-}
-
-/// A path of the system as one of the library.
-inline Velmor::WideString wide(const std::filesystem::path& path) {
-#if defined(_WIN32)
-    return path.wstring();
-#else
-    return path.u16string();
-#endif
 }
 
 /// Reads a model in meters.

@@ -1,8 +1,8 @@
-// Small texts that describe an enormous number of properties, and large texts within the limits.
+// Small texts that describe an enormous number of properties, and large texts within the limits. Without a limit, or in
+// quadratic time, reading one takes hours: the time limit of the suite ends it, and no test measures time.
 
 #include "importer/ifc/property/PropertySupport.h"
 
-#include <chrono>
 #include <string>
 
 namespace velmor_tests {
@@ -49,16 +49,7 @@ std::string single(std::size_t number, const std::string& name = "P") {
     return numbered(number) + "=IFCPROPERTYSINGLEVALUE('" + name + "',$,IFCINTEGER(" + std::to_string(number) + "),$);\n";
 }
 
-class Stopwatch {
-public:
-    double seconds() const { return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count(); }
-
-private:
-    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-};
-
 TEST(PropertyLimits, AllowSetOfAHundredThousandProperties) {
-    const Stopwatch stopwatch;
     for (const char* name : {"A set", "Pset_WallCommon"}) {
         std::string data = setOf(references(1000, 100000), name);
         for (std::size_t i = 0; i < 100000; ++i)
@@ -67,11 +58,9 @@ TEST(PropertyLimits, AllowSetOfAHundredThousandProperties) {
         EXPECT_EQ(taken.reasons(), "");
         EXPECT_EQ(taken.counts, std::vector<unsigned>{100000});
     }
-    EXPECT_LT(stopwatch.seconds(), 60);
 }
 
 TEST(PropertyLimits, AllowPropertyWithLongNameInTenThousandSets) {
-    const Stopwatch stopwatch;
     const std::string name(10000, 'n');
     std::string data = single(90, name);
     for (std::size_t i = 0; i < 10000; ++i)
@@ -79,11 +68,9 @@ TEST(PropertyLimits, AllowPropertyWithLongNameInTenThousandSets) {
     const Counting taken = count(data);
     EXPECT_EQ(taken.reasons(), "");
     EXPECT_EQ(taken.counts, std::vector<unsigned>(10000, 1));
-    EXPECT_LT(stopwatch.seconds(), 60);
 }
 
 TEST(PropertyLimits, AllowSetOfManyObjects) {
-    const Stopwatch stopwatch;
     constexpr std::size_t many = 200000;
     std::string data = setOf("#90") + single(90);
     for (std::size_t i = 0; i < many; ++i)
@@ -94,7 +81,6 @@ TEST(PropertyLimits, AllowSetOfManyObjects) {
     ASSERT_EQ(taken.products.size(), many);
     for (const Product& product : taken.products)
         ASSERT_EQ(product.propertySets, std::vector<std::uint32_t>{0});
-    EXPECT_LT(stopwatch.seconds(), 60);
 }
 
 TEST(PropertyLimits, AllowObjectWithManySets) {
@@ -112,7 +98,6 @@ TEST(PropertyLimits, AllowObjectWithManySets) {
 
 TEST(PropertyLimits, BoundObjectsTimesSets) {
     // 20000 objects with 20000 sets each, by one relation and by one type.
-    const Stopwatch stopwatch;
     constexpr std::size_t many = 20000;
     std::string instances;
     for (std::size_t i = 0; i < many; ++i)
@@ -132,7 +117,6 @@ TEST(PropertyLimits, BoundObjectsTimesSets) {
                                        "(in IFCWALL #1019999)"),
                   std::string::npos);
     }
-    EXPECT_LT(stopwatch.seconds(), 120);
 }
 
 TEST(PropertyLimits, CountSharedSetsOncePerProduct) {
@@ -183,7 +167,6 @@ std::string doubling(std::size_t sets) {
 }
 
 TEST(PropertyLimits, EndExponentialNestingSoonAndReportIt) {
-    const Stopwatch stopwatch;
     const std::string data = doubling(200) + "#5000=IFCWALL('x',$,$,$,$,$,$);\n";
     const Counting taken = count(data);
     ASSERT_EQ(taken.counts.size(), 200u) << "every set is passed on, if necessary without properties";
@@ -193,7 +176,6 @@ TEST(PropertyLimits, EndExponentialNestingSoonAndReportIt) {
     EXPECT_NE(taken.reasons().find("the objects of the file take more work than the limit for a file of this size "
                                    "(in IFCPROPERTYSET #1199)"),
               std::string::npos);
-    EXPECT_LT(stopwatch.seconds(), 120);
 }
 
 TEST(PropertyLimits, AreSeparateForPropertiesAndShapes) {
@@ -211,7 +193,6 @@ TEST(PropertyLimits, AreSeparateForPropertiesAndShapes) {
 }
 
 TEST(PropertyLimits, ReadListsOfInvalidReferencesOnce) {
-    const Stopwatch stopwatch;
     constexpr std::size_t many = 1000000;
     std::string commas(many, ',');
     std::string nowhere = "#9";
@@ -231,7 +212,6 @@ TEST(PropertyLimits, ReadListsOfInvalidReferencesOnce) {
         EXPECT_EQ(taken.problems.size(), 4u) << "one for each list";
         EXPECT_NE(taken.reasons().find("; further invalid references in the same list: 1000000"), std::string::npos);
     }
-    EXPECT_LT(stopwatch.seconds(), 60);
 }
 
 } // namespace
