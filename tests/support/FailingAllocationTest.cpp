@@ -1,5 +1,7 @@
 #include "support/FailingAllocation.h"
 
+#include "support/WithFailure.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -264,10 +266,7 @@ TEST(LiveAllocations, CountsBlocksOfNothrowNew) {
 }
 
 TEST(LiveAllocations, DoesNotCountFailedAllocations) {
-    try { // the runtime allocates a block for its first exception and keeps it
-        throw std::bad_alloc();
-    } catch (const std::bad_alloc&) {
-    }
+    velmor_tests::throwOnce();
     const long before = liveAllocations();
     void* const original = used(std::malloc(size));
     void* volatile const freedLater = original; // g++ reports a use after realloc otherwise

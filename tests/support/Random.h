@@ -9,12 +9,15 @@
 
 #include <Velmor/WideText.h>
 
+#include "support/Setting.h"
+
 #include <gtest/gtest.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -86,8 +89,8 @@ private:
         : seed_(seed), engine_(seed), trace_(__FILE__, __LINE__, label + std::to_string(seed)) {}
 
     static std::uint64_t seedOfThisRun() {
-        const char* given = std::getenv("VELMOR_SEED");
-        return given != nullptr ? std::strtoull(given, nullptr, 10) : std::random_device{}();
+        const std::optional<std::string> given = variable("VELMOR_SEED");
+        return given ? std::strtoull(given->c_str(), nullptr, 10) : std::random_device{}();
     }
 
     /// Uniform in [0, 1), in steps of 2^-53.
