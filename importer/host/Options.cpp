@@ -1,5 +1,7 @@
 #include "importer/host/Options.h"
 
+#include <Velmor/Files.h>
+
 #include "importer/exchange/Text.h"
 
 #include <algorithm>

@@ -377,9 +377,9 @@ Entity entityNamed(std::string_view name) {
     return found != std::end(entities) && found->name == name ? found->entity : Entity::Other;
 }
 
-std::vector<const step::Instance*> instancesOf(const step::File& file, std::initializer_list<Entity> entities) {
+std::vector<const step::Instance*> instancesOf(const step::File& file, std::initializer_list<Entity> wanted) {
     std::vector<step::EntityCode> codes;
-    for (const Entity entity : entities)
+    for (const Entity entity : wanted)
         codes.push_back(static_cast<step::EntityCode>(entity));
     return file.instancesOf(codes);
 }
